@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_TESTS_FOUNDATION_TEMPDIR_H
+#define ORSEL_TESTS_FOUNDATION_TEMPDIR_H
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+#include <cstdlib>
+
+/// A directory of its own for one test, gone with the object.
+class TempDir {
+public:
+    TempDir() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "orsel_test_XXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error("no temporary directory");
+        }
+        m_Path = pattern;
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    ~TempDir() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_Path, ignored);
+    }
+
+    std::string Path(const std::string& name) const { return m_Path + "/" + name; }
+    const std::string& Path() const { return m_Path; }
+
+    /// Makes a file with this content and returns its path.
+    std::string File(const std::string& name, const std::string& content) const {
+        std::ofstream(Path(name), std::ios::binary) << content;
+        return Path(name);
+    }
+
+private:
+    std::string m_Path;
+};
+
+/// The bytes of a file; empty for one that cannot be read.
+inline std::string ContentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+#endif
