@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "app/RefreshCardThread.h"
+
+#include "app/ControlIds.h"
+#include "app/wxHelper.h"
+
+using Velmor::SlotStruct;
+using Velmor::TokenInfoStruct2;
+
+// Fixed words that no catalogue replaces.
+static const wchar_t* const HOLDER_UNKNOWN = L"unbekannt";
+static const wchar_t* const CARD_TYPE_TEXTS[Velmor::TOKEN_TYPE_COUNT] = {
+    L"Orsel Carta ACOS 03",    L"Orsel Carta ACOS 04",    L"Orsel Carta ACOS 05",   L"Orsel Carta e-Card G2",
+    L"Orsel Carta e-Card G3A", L"Orsel Carta e-Card G3B", L"Orsel Carta e-Card G4", L"Orsel Carta CardOS 5.3",
+};
+
+static wxThreadError CreateAndRun(RefreshCardThread& thread) {
+    const wxThreadError created = thread.Create();
+    if (created != wxTHREAD_NO_ERROR)
+        return created;
+    thread.SetPriority(50);
+    return thread.Run();
+}
+
+wxThreadError (*RefreshCardThread::StartThread)(RefreshCardThread& thread) = CreateAndRun;
+
+RefreshCardThread::RefreshCardThread(wxWindow* parent, Velmor::tkPKCS11* p11)
+    : wxThread(wxTHREAD_JOINABLE), m_parent(parent), m_p11(p11) {}
+
+std::vector<std::shared_ptr<ListEntryData>> RefreshCardThread::GetList() {
+    return m_list;
+}
+
+void* RefreshCardThread::Entry() {
+    std::vector<SlotStruct*> slots;
+    if (m_p11->GetSlots(slots, true))
+        DoWork(slots);
+    Velmor::SendEvent(m_parent, ID_THREAD_FINISHED);
+    return nullptr;
+}
+
+static wxString CardTypeText(const TokenInfoStruct2& info, const wxString& label) {
+    const int type = info.m_TokenType;
+    return type >= 0 && type < Velmor::TOKEN_TYPE_COUNT ? wxString(CARD_TYPE_TEXTS[type]) : label;
+}
+
+void RefreshCardThread::DoWork(std::vector<SlotStruct*> slots) {
+    for (size_t i = 0; i < slots.size(); ++i) {
+        if (!m_p11->OpenSession(static_cast<int>(i), false))
+            continue;
+        auto row = std::make_shared<ListEntryData>();
+        const wxString label = wxString::FromUTF8(slots[i]->m_Label.c_str());
+        TokenInfoStruct2 info;
+        row->cardType = m_p11->GetTokenInfo(i, info) ? CardTypeText(info, label) : label;
+        row->cardNumber = wxString::FromUTF8(slots[i]->m_Serial.c_str());
+        row->tokenType = info.m_TokenType;
+        row->holder = HOLDER_UNKNOWN;
+        m_list.push_back(row);
+        m_p11->CloseSession();
+    }
+}

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#include "app/wxHelper.h"
+
+#include <wx/strconv.h>
+
+namespace Velmor {
+
+static wxCommandEvent MenuEvent(int id) {
+    wxCommandEvent event(wxEVT_MENU, id);
+    event.SetInt(-1);
+    return event;
+}
+
+void SendEvent(wxEvtHandler* target, int id) {
+    wxPostEvent(target, MenuEvent(id));
+}
+
+void ProcessEvent(wxEvtHandler* target, int id) {
+    wxCommandEvent event = MenuEvent(id);
+    target->ProcessEvent(event);
+}
+
+std::string WxStr2Locale(wxString text) {
+    const wxWCharBuffer wide = text.wc_str();
+    size_t length = 0;
+    const wxCharBuffer bytes = wxConvLocal.cWC2MB(wide, text.length(), &length);
+    return bytes.data() != nullptr ? std::string(bytes.data(), length) : std::string();
+}
+
+std::string WxStr2Ascii(wxString text) {
+    const wxCharBuffer bytes = text.ToAscii();
+    return bytes.data() != nullptr ? std::string(bytes.data()) : std::string();
+}
+
+std::string WxStr2MB(wxString text) {
+    const wxCharBuffer bytes(text.mb_str(wxConvLibc));
+    return bytes.data() != nullptr ? std::string(bytes.data()) : std::string();
+}
+
+} // namespace Velmor

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_APP_WXHELPER_H
+#define ORSEL_APP_WXHELPER_H
+
+#include <wx/event.h>
+#include <wx/string.h>
+
+#include <string>
+
+namespace Velmor {
+
+/// Posts a menu command event with this id and the integer field -1 for later. Safe from any thread.
+void SendEvent(wxEvtHandler* target, int id);
+
+/// Handles the same event at once, on the calling thread.
+void ProcessEvent(wxEvtHandler* target, int id);
+
+// Text that the encoding cannot represent gives an empty result.
+
+/// In the local encoding, zero bytes included.
+std::string WxStr2Locale(wxString text);
+/// 7-bit text up to the first zero byte.
+std::string WxStr2Ascii(wxString text);
+/// In the C library's encoding, up to the first zero byte.
+std::string WxStr2MB(wxString text);
+
+} // namespace Velmor
+
+#endif

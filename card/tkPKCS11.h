@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_CARD_TKPKCS11_H
+#define ORSEL_CARD_TKPKCS11_H
+
+#include "card/CardTypes.h"
+#include "formats/KeyTypes.h"
+#include "formats/parseKey.h"
+
+#include <p11-kit/pkcs11.h>
+
+#include <string>
+#include <vector>
+
+namespace Velmor {
+
+class slCertificate;
+
+/// Vendor entry point: reads a named card property. *outLen is the capacity of out on entry and the length
+/// of the value on return.
+using CK_C_CardAttribute = CK_RV (*)(CK_SESSION_HANDLE session, const char* name, unsigned char* out,
+                                     unsigned long* outLen);
+
+/// Vendor entry point: sends one command APDU; the response ends with its status word. *responseLen as above.
+using CK_C_CardTransmit = CK_RV (*)(CK_SESSION_HANDLE session, const unsigned char* apdu,
+                                    unsigned long apduLen, unsigned char* response,
+                                    unsigned long* responseLen);
+
+/// All contact with smart cards: loads the token library libOrselP11.so, lists the tokens that are present,
+/// holds one session at a time and works on the card in it.
+///
+/// No operation throws by itself; failures are a false, empty or negative result plus a message through
+/// tkPKCS11Logging. The object has no lock: its users keep out of each other's way. The function table and
+/// the flag beside it are shared by all objects of the process.
+class tkPKCS11 {
+public:
+    /// Tries Init and ignores its outcome: without a library every operation fails quietly.
+    tkPKCS11();
+    /// Does not call Destroy: the owner does, before.
+    virtual ~tkPKCS11();
+
+    // The object owns slot records and certificates through raw pointers that it hands out.
+    tkPKCS11(const tkPKCS11&) = delete;
+    tkPKCS11& operator=(const tkPKCS11&) = delete;
+
+    // --- Binding -------------------------------------------------------------------------------------------
+
+    /// Loads the token library, resolves its entry points and initialises it. True when the library is
+    /// bound, also when another object has bound it before (this one then owns no library handle). A failed
+    /// attempt may be repeated.
+    bool Init();
+    bool init();
+
+    /// Finalises and unloads the library if this object loaded it. Always true.
+    bool Destroy();
+    bool destroy();
+
+    // --- Slots and tokens ----------------------------------------------------------------------------------
+
+    /// Lists the tokens in removable devices, in the library's order, at most 128. The records stay owned by
+    /// this object and die at the next GetSlots or DeleteSlots. withEmptyCards also lists tokens whose serial
+    /// is all zeros. A token that cannot be queried is left out. On failure the list is empty.
+    bool GetSlots(std::vector<SlotStruct*>& slots, bool withEmptyCards);
+    bool GetSlots(std::vector<SlotStruct*>& slots);
+
+    /// Frees the slot records.
+    void DeleteSlots();
+
+    /// Token information by position in the library's list of present tokens, asked afresh. This position
+    /// agrees with the one in GetSlots only while GetSlots left no token out. On failure info is untouched.
+    bool GetTokenInfo(unsigned long index, TokenInfoStruct& info);
+
+    /// The same with the classification by model and label. A token that no rule recognises succeeds too and
+    /// leaves the key and type fields of info as they were.
+    bool GetTokenInfo(unsigned long index, TokenInfoStruct2& info);
+
+    // --- Sessions ------------------------------------------------------------------------------------------
+
+    /// Opens a read-only session on a record of the last GetSlots. The flag has no effect on purpose, and a
+    /// session that is open already is not closed: callers close theirs.
+    bool OpenSession(int index, bool readWrite);
+    bool OpenSessionWithVectorIndex(int index, bool readWrite);
+
+    /// Opens a session by slot id; readWrite closes the current session first and opens a read/write one. A
+    /// failed open leaves no session.
+    bool OpenSessionWithSlotId(int slotId, bool readWrite);
+
+    /// Closes the current session; always true. The handle keeps its value, so that operations still take a
+    /// session to be open until the next failed open. Does not log out.
+    bool CloseSession();
+
+    // --- Objects -------------------------------------------------------------------------------------------
+
+    /// Searches the card once for at most maxHandles objects. True also when nothing matched.
+    bool FindObjects(CK_ATTRIBUTE* tmpl, unsigned long count, unsigned long* handles,
+                     unsigned long maxHandles, unsigned long* found);
+
+    /// Finds one object by class (CKO_...) and label. False when there is none.
+    bool FindObject(const char* label, unsigned long objectClass, unsigned long* handle);
+
+    // --- Certificates of the card --------------------------------------------------------------------------
+
+    /// Deletes the collected certificates.
+    void ClearCertVector();
+    std::vector<slCertificate*>::iterator CertVectorBegin();
+    std::vector<slCertificate*>::iterator CertVectorEnd();
+
+    // --- Identification ------------------------------------------------------------------------------------
+
+    /// ATR as upper-case hexadecimal text, empty on failure. Unless forced, a cached one is returned, which
+    /// outlives sessions and changes of card.
+    std::string ReadATR(bool force);
+
+    /// Replaces the cached ATR by the text of these bytes; none empties it.
+    void SetAtr(unsigned char* atr, unsigned long len);
+
+    /// True when atr begins with prefix; case matters.
+    static bool AtrCmp(std::string atr, std::string prefix);
+
+    /// Resets the card. The new ATR as ReadATR gives it, empty on failure.
+    std::string Reset();
+
+    /// Tells the card type by its ATR, which may be a cached one. True when the ATR is known.
+    bool LoadCardType();
+
+    /// The card type (CardType), loaded anew while it is unknown.
+    int GetCardType();
+
+    // Tests of the loaded card type; they load nothing.
+    bool IsAcos();
+    bool IsCardOS();
+    bool IsECard();
+
+    /// Fills four integers with the version of the installed client software, major first; zeros without one.
+    void LoadOrselClientVersion(int* version);
+
+    /// The same, read anew, as "%d.%d.%d.%d".
+    std::string GetOrselClientVersion();
+
+    /// True when the client software can force a software PIN. Each field of the version counts by itself,
+    /// so this is no ordering of versions. The spelling of the name is part of the interface.
+    bool ClientSupportForceSofwarePin();
+
+    // --- The token library's entry points, null until resolved ---------------------------------------------
+
+    static CK_C_Initialize Proc_C_Initialize;
+    static CK_C_GetSlotList Proc_C_GetSlotList;
+    static CK_C_WaitForSlotEvent Proc_C_WaitForSlotEvent;
+    static CK_C_GetTokenInfo Proc_C_GetTokenInfo;
+    static CK_C_GetSlotInfo Proc_C_GetSlotInfo;
+    static CK_C_OpenSession Proc_C_OpenSession;
+    static CK_C_CloseSession Proc_C_CloseSession;
+    static CK_C_DigestInit Proc_C_DigestInit;
+    static CK_C_DigestUpdate Proc_C_DigestUpdate;
+    static CK_C_DigestFinal Proc_C_DigestFinal;
+    static CK_C_Login Proc_C_Login;
+    static CK_C_Logout Proc_C_Logout;
+    static CK_C_FindObjectsInit Proc_C_FindObjectsInit;
+    static CK_C_FindObjects Proc_C_FindObjects;
+    static CK_C_FindObjectsFinal Proc_C_FindObjectsFinal;
+    static CK_C_SignInit Proc_C_SignInit;
+    static CK_C_Sign Proc_C_Sign;
+    static CK_C_VerifyInit Proc_C_VerifyInit;
+    static CK_C_Verify Proc_C_Verify;
+    static CK_C_GenerateKey Proc_C_GenerateKey;
+    static CK_C_EncryptInit Proc_C_EncryptInit;
+    static CK_C_EncryptUpdate Proc_C_EncryptUpdate;
+    static CK_C_Encrypt Proc_C_Encrypt;
+    static CK_C_EncryptFinal Proc_C_EncryptFinal;
+    static CK_C_WrapKey Proc_C_WrapKey;
+    static CK_C_UnwrapKey Proc_C_UnwrapKey;
+    static CK_C_DecryptInit Proc_C_DecryptInit;
+    static CK_C_DecryptUpdate Proc_C_DecryptUpdate;
+    static CK_C_Decrypt Proc_C_Decrypt;
+    static CK_C_DecryptFinal Proc_C_DecryptFinal;
+    static CK_C_GetAttributeValue Proc_C_GetAttributeValue;
+    static CK_C_DestroyObject Proc_C_DestroyObject;
+    static CK_C_CreateObject Proc_C_CreateObject;
+    static CK_C_SetPIN Proc_C_SetPIN;
+    static CK_C_SetAttributeValue Proc_C_SetAttributeValue;
+    static CK_C_GetInfo Proc_C_GetInfo;
+    static CK_C_Finalize Proc_C_Finalize;
+    static CK_C_SeedRandom Proc_C_SeedRandom;
+    static CK_C_GenerateRandom Proc_C_GenerateRandom;
+    static CK_C_GetMechanismList Proc_C_GetMechanismList;
+    static CK_C_GetMechanismInfo Proc_C_GetMechanismInfo;
+    static CK_C_CardTransmit Proc_C_CardTransmit;
+    static CK_C_CardAttribute Proc_C_CardAttribute;
+
+protected:
+    /// True once Init has run to its end; cleared by Destroy.
+    static bool m_bInitialized;
+
+    std::vector<SlotStruct*> m_Slots; ///< owned
+
+public:
+    /// The current session; 0 when none was opened or the last open failed. Public for the dialogs that call
+    /// entry points themselves.
+    CK_SESSION_HANDLE m_hSession = 0;
+
+protected:
+    void* m_hLibrary = nullptr;
+    std::string m_Manufacturer;
+    std::string m_Description;
+    std::string m_Version;
+    std::string m_Subject;
+    std::string m_SubjectCN;
+    std::string m_Atr; ///< upper-case hexadecimal text; outlives the session it was read in
+    std::vector<unsigned char> m_SigningCert;
+    std::vector<slCertificate*> m_CertVector; ///< owned
+    int m_CardType = CARD_UNKNOWN;
+    int m_SlotIndex = -1; ///< index into m_Slots of the slot of the session
+    int m_ClientVersion[4] = {};
+    std::vector<unsigned char> m_Fingerprint;
+    std::string m_SerialNumber;
+    std::string m_Issuer;
+    PublicKeyData m_PublicKey;
+
+private:
+    bool LoadLibraryFile();
+    void ResolveEntryPoints();
+    void ReadLibraryInfo(const CK_INFO& info);
+    void AppendSlot(CK_SLOT_ID slotId, bool withEmptyCards);
+    bool OpenSessionOnSlot(CK_SLOT_ID slotId, bool readWrite);
+    int AcosGeneration();
+    CK_RV ReadCardAttribute(const char* name, std::vector<unsigned char>& value);
+};
+
+} // namespace Velmor
+
+#endif

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#include "dialogs/PleaseWait.h"
+
+#include <wx/font.h>
+#include <wx/panel.h>
+#include <wx/sizer.h>
+#include <wx/stattext.h>
+
+#include "app/I18N.h"
+
+PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wxPoint& pos,
+                       const wxSize& size, long /*style*/)
+    : wxDialog(parent, id, title, pos, size, 0) {
+    panel_left =
+        new wxPanel(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_NONE);
+    panel_right =
+        new wxPanel(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_NONE);
+    set_properties();
+    do_layout();
+    Show(false);
+}
+
+void PleaseWait::set_properties() {
+    SetTitle(Translate("Bitte warten"));
+    SetSize(wxSize(220, 100));
+}
+
+void PleaseWait::do_layout() {
+    auto* label = new wxStaticText(this, wxID_ANY, Translate("Bitte warten..."));
+    label->SetFont(wxFont(14, wxFONTFAMILY_DEFAULT, wxFONTSTYLE_NORMAL, wxFONTWEIGHT_NORMAL, false));
+
+    auto* row = new wxBoxSizer(wxHORIZONTAL);
+    row->Add(panel_left, 1, wxEXPAND, 0);
+    row->Add(label, 0, wxALIGN_CENTER, 12);
+    row->Add(panel_right, 1, wxEXPAND, 0);
+    SetSizer(row);
+    Layout();
+    Centre(wxBOTH);
+}
