@@ -1,0 +1,644 @@
+// SPDX-License-Identifier: MIT
+#include "card/tkPKCS11.h"
+
+#include "formats/slCertificate.h"
+#include "tests/card/TokenLibraryMock.h"
+
+using testing::_;
+using testing::DoAll;
+using testing::ElementsAre;
+using testing::InSequence;
+using testing::IsEmpty;
+using testing::IsNull;
+using testing::NotNull;
+using testing::Pointee;
+using testing::Return;
+using testing::SetArgPointee;
+using namespace Velmor;
+
+// --- Binding without a library -----------------------------------------------------------------------------
+
+TEST(ACardWithoutALibrary, StaysUnboundAndSaysWhy) {
+    const LogCapture log;
+    testing::internal::CaptureStderr();
+    ProbedCard card;
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("libOrselP11.so"));
+    EXPECT_EQ(card.m_hLibrary, nullptr);
+    EXPECT_FALSE(ProbedCard::m_bInitialized);
+    EXPECT_THAT(log.Lines(),
+                ElementsAre("M PKCS11 INIT", "M PKCS11 LoadLibrary", "E PKCS11 LoadLibrary ERROR"));
+}
+
+TEST(ACardWithoutALibrary, StartsWithEverythingAtZero) {
+    ProbedCard card;
+    EXPECT_THAT(card.m_Slots, IsEmpty());
+    EXPECT_EQ(card.m_hSession, 0U);
+    EXPECT_EQ(card.m_Manufacturer + card.m_Description + card.m_Version + card.m_Atr, "");
+    EXPECT_EQ(card.m_CardType, CARD_UNKNOWN);
+    EXPECT_EQ(card.m_SlotIndex, -1);
+    EXPECT_THAT(card.m_ClientVersion, ElementsAre(0, 0, 0, 0));
+    EXPECT_EQ(card.CertVectorBegin(), card.CertVectorEnd());
+}
+
+TEST(ACardWithoutALibrary, TriesAgainAtEachInitAndIsDestroyedWithoutACall) {
+    ProbedCard card;
+    const LogCapture log;
+    EXPECT_FALSE(card.Init());
+    EXPECT_FALSE(card.init());
+    EXPECT_THAT(log.Errors(), ElementsAre("PKCS11 LoadLibrary ERROR", "PKCS11 LoadLibrary ERROR"));
+    log.Clear();
+    EXPECT_TRUE(card.Destroy());
+    EXPECT_TRUE(card.destroy());
+    EXPECT_THAT(log.Lines(), ElementsAre("M PKCS11 Destroy", "M PKCS11 Destroy"));
+}
+
+TEST(ACardWithoutALibrary, FailsEveryOperationQuietly) {
+    ProbedCard card;
+    const LogCapture log;
+    std::vector<SlotStruct*> slots;
+    TokenInfoStruct info;
+    unsigned long handle = 0;
+    EXPECT_FALSE(card.GetSlots(slots, true));
+    EXPECT_FALSE(card.GetTokenInfo(0, info));
+    EXPECT_FALSE(card.OpenSession(0, false));
+    EXPECT_FALSE(card.OpenSessionWithSlotId(1, true));
+    EXPECT_FALSE(card.FindObject("SK.CH.SIG", CKO_PRIVATE_KEY, &handle));
+    EXPECT_TRUE(card.CloseSession());
+    EXPECT_THAT(log.Errors(),
+                ElementsAre("PKCS11 Proc_C_GetSlotList ERROR0x54", "PKCS11 Proc_C_GetSlotList(1) ERROR0x54",
+                            "PKCS11 slotListIndex out of range", "PKCS11 Proc_C_OpenSession ERROR0x54",
+                            "tkPKCS11::FindObject: FindObjects error"));
+}
+
+// --- Enumerations ------------------------------------------------------------------------------------------
+
+TEST(CardTypes, HaveTheNumbersThatOtherProgramsShare) {
+    EXPECT_THAT((std::vector<int>{ApplSignature, ApplEncryption, ApplIdentityLink}), ElementsAre(0, 1, 2));
+    EXPECT_THAT((std::vector<int>{P11_NOT_SUPPORTED, P11_ERROR, P11_OK, P11_CANCELLED, P11_PIN_INCORRECT,
+                                  P11_PIN_LOCKED}),
+                ElementsAre(-2, -1, 0, 1, 2, 3));
+    EXPECT_THAT((std::vector<int>{PIN_STATE_BLOCKED, PIN_STATE_OK, PIN_STATE_UNKNOWN}), ElementsAre(0, 1, 2));
+    EXPECT_THAT((std::vector<int>{KEY_RSA, KEY_ECC}), ElementsAre(0, 1));
+    EXPECT_THAT((std::vector<int>{HASH_SHA1, HASH_RIPEMD160, HASH_SHA224, HASH_SHA256, HASH_SHA512, HASH_MD5,
+                                  HASH_MD4, HASH_SHA384, HASH_RAW}),
+                ElementsAre(0, 1, 2, 3, 4, 5, 6, 8, 10));
+    EXPECT_THAT((std::vector<int>{TOKEN_ACOS_03, TOKEN_ACOS_04, TOKEN_ACOS_05, TOKEN_ECARD_G2,
+                                  TOKEN_ECARD_G3A, TOKEN_ECARD_G3B, TOKEN_ECARD_G4, TOKEN_CARDOS_53}),
+                ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
+    EXPECT_THAT((std::vector<int>{CARD_UNKNOWN, CARD_ACOS_A03, CARD_ECARD_G2, CARD_ELU, CARD_ACOS_A04,
+                                  CARD_ACOS_A05, CARD_ECARD_G3A, CARD_ECARD_G3B, CARD_CARDOS}),
+                ElementsAre(0, 1, 3, 4, 5, 6, 7, 8, 9));
+}
+
+TEST(CardTypes, AFreshTokenRecordStandsForAnUnknownCard) {
+    EXPECT_EQ(TokenInfoStruct2().m_TokenType, 8);
+}
+
+// --- GetSlots ----------------------------------------------------------------------------------------------
+
+using GetSlots = MockedCardTest;
+
+TEST_F(GetSlots, ListsTheTokensInTheLibrarysOrderWithTheirPadding) {
+    PlanSlots({Token("Orsel Carta", "1111111111111111"), Token("Firmenausweis", "22")});
+    std::vector<SlotStruct*> slots;
+    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    ASSERT_EQ(slots.size(), 2U);
+    EXPECT_EQ(slots[0]->m_SlotId, 100U);
+    EXPECT_EQ(slots[0]->m_Label, "Orsel Carta                     ");
+    EXPECT_EQ(slots[0]->m_Serial, "1111111111111111");
+    EXPECT_EQ(slots[1]->m_SlotId, 101U);
+    EXPECT_EQ(slots[1]->m_Serial, "22              ");
+    EXPECT_THAT(m_log.Lines(),
+                ElementsAre("M PKCS11 GetSlots", "M token label:  Orsel Carta                     ",
+                            "M token serial:  1111111111111111",
+                            "M token label:  Firmenausweis                   ",
+                            "M token serial:  22              "));
+}
+
+TEST_F(GetSlots, EndsTheTextsAtAZeroByteAndAtTheFieldsWidth) {
+    CK_TOKEN_INFO terminated = Token("Karte", "12345678");
+    terminated.label[5] = 0;
+    terminated.serialNumber[4] = 0;
+    CK_TOKEN_INFO full = Token(std::string(32, 'L'), std::string(16, 'S'));
+    PlanSlots({terminated, full});
+    std::vector<SlotStruct*> slots;
+    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    EXPECT_EQ(slots[0]->m_Label, "Karte");
+    EXPECT_EQ(slots[0]->m_Serial, "1234");
+    EXPECT_EQ(slots[1]->m_Label, std::string(32, 'L'));
+    EXPECT_EQ(slots[1]->m_Serial, std::string(16, 'S'));
+}
+
+TEST_F(GetSlots, WithoutATokenGivesAnEmptyListAndSucceeds) {
+    PlanSlots({});
+    SlotStruct stale;
+    std::vector<SlotStruct*> slots = {&stale};
+    EXPECT_TRUE(m_card.GetSlots(slots, true));
+    EXPECT_THAT(slots, IsEmpty());
+}
+
+TEST_F(GetSlots, LeavesEmptyCardsOutUnlessAskedForThem) {
+    const std::vector<CK_TOKEN_INFO> tokens = {Token("Leer", "0000000000000000"),
+                                               Token("Voll", "0000000000000001")};
+    std::vector<SlotStruct*> slots;
+    PlanSlots(tokens);
+    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    EXPECT_EQ(slots.size(), 2U);
+    for (const bool shortForm : {true, false}) {
+        PlanSlots(tokens);
+        ASSERT_TRUE(shortForm ? m_card.GetSlots(slots) : m_card.GetSlots(slots, false));
+        ASSERT_EQ(slots.size(), 1U);
+        EXPECT_EQ(slots[0]->m_Serial, "0000000000000001");
+    }
+}
+
+TEST_F(GetSlots, DoesNotTakeAShorterRowOfZerosForAnEmptyCard) {
+    PlanSlots({Token("Karte", "00000000")});
+    std::vector<SlotStruct*> slots;
+    ASSERT_TRUE(m_card.GetSlots(slots, false));
+    EXPECT_EQ(slots.size(), 1U);
+}
+
+TEST_F(GetSlots, ReportsAFailureOfTheFirstCountAndLeavesTheListEmpty) {
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), Pointee(0U))).WillOnce(Return(CKR_DEVICE_ERROR));
+    SlotStruct stale;
+    std::vector<SlotStruct*> slots = {&stale};
+    EXPECT_FALSE(m_card.GetSlots(slots, true));
+    EXPECT_THAT(slots, IsEmpty());
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 GetSlots", "E PKCS11 Proc_C_GetSlotList ERROR0x30"));
+}
+
+TEST_F(GetSlots, ReportsAFailureOfTheSecondCall) {
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), _)).WillOnce(Return(CKR_GENERAL_ERROR));
+    std::vector<SlotStruct*> slots;
+    EXPECT_FALSE(m_card.GetSlots(slots, true));
+    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_GetSlotList(2) ERROR0x5"));
+}
+
+TEST_F(GetSlots, OffersRoomForAtMost128Tokens) {
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        .WillOnce(DoAll(SetArgPointee<2>(129), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), Pointee(128U)))
+        .WillOnce(Return(CKR_BUFFER_TOO_SMALL));
+    std::vector<SlotStruct*> slots;
+    EXPECT_FALSE(m_card.GetSlots(slots, true));
+    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_GetSlotList(2) ERROR0x150"));
+}
+
+TEST_F(GetSlots, NeverReadsBehindItsRoomWhateverCountComesBack) {
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, _, _))
+        .WillRepeatedly(DoAll(SetArgPointee<2>(1000000), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetTokenInfo(_, _)).Times(128).WillRepeatedly(Return(CKR_SLOT_ID_INVALID));
+    std::vector<SlotStruct*> slots;
+    EXPECT_TRUE(m_card.GetSlots(slots, true));
+    EXPECT_THAT(slots, IsEmpty());
+}
+
+TEST_F(GetSlots, GoesOnBehindATokenOrASlotThatCannotBeQueried) {
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        .WillOnce(DoAll(SetArgPointee<2>(3), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), _))
+        .WillOnce([](CK_BBOOL, CK_SLOT_ID* ids, CK_ULONG*) {
+            ids[0] = 5, ids[1] = 6, ids[2] = 7;
+            return CKR_OK;
+        });
+    EXPECT_CALL(m_library, GetTokenInfo(5, _)).WillOnce(Return(CKR_TOKEN_NOT_PRESENT));
+    EXPECT_CALL(m_library, GetTokenInfo(6, _))
+        .WillOnce(DoAll(SetArgPointee<1>(Token("a", "1")), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetSlotInfo(6, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
+    EXPECT_CALL(m_library, GetTokenInfo(7, _))
+        .WillOnce(DoAll(SetArgPointee<1>(Token("b", "2")), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetSlotInfo(7, _))
+        .WillOnce(DoAll(SetArgPointee<1>(RemovableSlot()), Return(CKR_OK)));
+    std::vector<SlotStruct*> slots;
+    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    ASSERT_EQ(slots.size(), 1U);
+    EXPECT_EQ(slots[0]->m_SlotId, 7U);
+    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_GetTokenInfo ERROR (continue)0xe0",
+                                            "PKCS11 Proc_C_GetTokenInfo ERROR (continue)0x32"));
+}
+
+TEST_F(GetSlots, SkipsADeviceThatIsNotRemovableWithoutAWord) {
+    CK_SLOT_INFO fixed = {};
+    fixed.flags = CKF_TOKEN_PRESENT | CKF_HW_SLOT;
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, _, _))
+        .WillRepeatedly(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetTokenInfo(_, _))
+        .WillOnce(DoAll(SetArgPointee<1>(Token("a", "1")), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetSlotInfo(_, _)).WillOnce(DoAll(SetArgPointee<1>(fixed), Return(CKR_OK)));
+    std::vector<SlotStruct*> slots;
+    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    EXPECT_THAT(slots, IsEmpty());
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 GetSlots"));
+}
+
+TEST_F(GetSlots, RenewsTheRecordsOfTheCallBefore) {
+    PlanSlots({Token("a", "1"), Token("b", "2")});
+    std::vector<SlotStruct*> first;
+    ASSERT_TRUE(m_card.GetSlots(first, true));
+    PlanSlots({Token("c", "3")});
+    std::vector<SlotStruct*> second;
+    ASSERT_TRUE(m_card.GetSlots(second, true));
+    EXPECT_EQ(m_card.m_Slots, second);
+    ASSERT_EQ(second.size(), 1U);
+    EXPECT_EQ(second[0]->m_Serial, "3               ");
+}
+
+TEST_F(GetSlots, DeleteSlotsForgetsEveryRecordAndKeepsTheVectorsRoom) {
+    PlanSlots({Token("a", "1")});
+    std::vector<SlotStruct*> slots;
+    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    m_card.m_Slots.push_back(nullptr);
+    const size_t capacity = m_card.m_Slots.capacity();
+    m_card.DeleteSlots();
+    EXPECT_THAT(m_card.m_Slots, IsEmpty());
+    EXPECT_EQ(m_card.m_Slots.capacity(), capacity);
+}
+
+// --- GetTokenInfo ------------------------------------------------------------------------------------------
+
+class GetTokenInfo : public MockedCardTest {
+protected:
+    /// The library lists slots 100 .. 100+count-1 and answers for one of them.
+    void PlanToken(CK_ULONG count, CK_SLOT_ID slot, const CK_TOKEN_INFO& token) {
+        const InSequence inThisOrder;
+        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+            .WillOnce(DoAll(SetArgPointee<2>(count), Return(CKR_OK)));
+        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), Pointee(count)))
+            .WillOnce([count](CK_BBOOL, CK_SLOT_ID* ids, CK_ULONG*) {
+                for (CK_ULONG i = 0; i < count; ++i)
+                    ids[i] = 100 + i;
+                return CKR_OK;
+            });
+        EXPECT_CALL(m_library, GetTokenInfo(slot, _))
+            .WillOnce(DoAll(SetArgPointee<1>(token), Return(CKR_OK)));
+    }
+};
+
+TEST_F(GetTokenInfo, GivesTheFourTextsInTheirWholeWidth) {
+    CK_TOKEN_INFO token = Token("Karte", "123", "Modell", "Hersteller");
+    token.label[7] = 0; // does not end the text here
+    PlanToken(3, 102, token);
+    TokenInfoStruct info;
+    ASSERT_TRUE(m_card.GetTokenInfo(2, info));
+    EXPECT_EQ(info.m_Label, std::string("Karte  \0", 8) + std::string(24, ' '));
+    EXPECT_EQ(info.m_ManufacturerId, "Hersteller" + std::string(22, ' '));
+    EXPECT_EQ(info.m_Model, "Modell          ");
+    EXPECT_EQ(info.m_Serial, "123             ");
+    EXPECT_THAT(m_log.Lines(), IsEmpty());
+}
+
+TEST_F(GetTokenInfo, FailsBehindTheLastTokenWithoutAWord) {
+    for (const unsigned long index : {2UL, 3UL, ~0UL}) {
+        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+            .WillOnce(DoAll(SetArgPointee<2>(2), Return(CKR_OK)));
+        TokenInfoStruct info = {"l", "h", "m", "s"};
+        EXPECT_FALSE(m_card.GetTokenInfo(index, info)) << index;
+        EXPECT_EQ(info.m_Label + info.m_ManufacturerId + info.m_Model + info.m_Serial, "lhms");
+    }
+    EXPECT_THAT(m_log.Lines(), IsEmpty());
+}
+
+TEST_F(GetTokenInfo, FailsWhenTheTokenGoesBetweenTheTwoCalls) {
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        .WillOnce(DoAll(SetArgPointee<2>(2), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), _))
+        .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
+    TokenInfoStruct info;
+    EXPECT_FALSE(m_card.GetTokenInfo(1, info));
+}
+
+TEST_F(GetTokenInfo, FailsOnACountThatNoReaderStackHas) {
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        .WillOnce(DoAll(SetArgPointee<2>(~0UL), Return(CKR_OK)));
+    TokenInfoStruct info;
+    EXPECT_FALSE(m_card.GetTokenInfo(0, info));
+}
+
+TEST_F(GetTokenInfo, ReportsWhichCallFailedAndLeavesTheRecordAlone) {
+    TokenInfoStruct2 info;
+    info.m_Label = "alt";
+    info.m_HasInfobox = true;
+
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_FALSE(m_card.GetTokenInfo(0, info));
+    {
+        const InSequence inThisOrder;
+        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+            .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
+        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), _)).WillOnce(Return(CKR_DEVICE_MEMORY));
+    }
+    EXPECT_FALSE(m_card.GetTokenInfo(0, info));
+    {
+        const InSequence inThisOrder;
+        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, _, _))
+            .Times(2)
+            .WillRepeatedly(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
+        EXPECT_CALL(m_library, GetTokenInfo(_, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
+    }
+    EXPECT_FALSE(m_card.GetTokenInfo(0, info));
+
+    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetSlotList(1) ERROR0x30",
+                                           "E PKCS11 Proc_C_GetSlotList(2) ERROR0x31",
+                                           "E PKCS11 Proc_C_GetTokenInfo ERROR0x32"));
+    EXPECT_EQ(info.m_Label, "alt");
+    EXPECT_TRUE(info.m_HasInfobox);
+}
+
+struct ClassificationRow {
+    const char* model;
+    const char* label;
+    SignKey encKeyType;
+    unsigned int encKeyBits;
+    SignKey sigKeyType;
+    unsigned int sigKeyBits;
+    TokenType tokenType;
+    bool hasInfobox;
+};
+
+TEST_F(GetTokenInfo, ClassifiesByModelAndLabel) {
+    const ClassificationRow rows[] = {
+        {"ACOS EMV-A03", "irgendwas", KEY_RSA, 1536, KEY_ECC, 192, TOKEN_ACOS_03, false},
+        {"ACOS EMV-A04xx", "", KEY_RSA, 1536, KEY_ECC, 256, TOKEN_ACOS_04, true},
+        {"ACOS EMV-A05", "irgendwas", KEY_RSA, 1536, KEY_ECC, 256, TOKEN_ACOS_05, true},
+        {"ATOS 5.3", "Orsel Carta e-Card", KEY_RSA, 2048, KEY_ECC, 256, TOKEN_ECARD_G4, true},
+        {"Starcos SPK 3.4+", "Orsel Carta e", KEY_RSA, 1536, KEY_ECC, 256, TOKEN_ECARD_G3B, true},
+        {"Starcos SPK 3.4", "Orsel Carta e", KEY_RSA, 1536, KEY_ECC, 256, TOKEN_ECARD_G3A, false},
+        {"Starcos SPK 3.1", "Orsel Carta e", KEY_ECC, 192, KEY_ECC, 192, TOKEN_ECARD_G2, false},
+        {"CardOS 5.3", "irgendwas", KEY_RSA, 2048, KEY_ECC, 256, TOKEN_CARDOS_53, true},
+    };
+    for (const ClassificationRow& row : rows) {
+        SCOPED_TRACE(row.model);
+        PlanToken(1, 100, Token(row.label, "1", row.model));
+        TokenInfoStruct2 info;
+        info.m_HasInfobox = !row.hasInfobox;
+        ASSERT_TRUE(m_card.GetTokenInfo(0, info));
+        EXPECT_EQ(info.m_EncKeyType, row.encKeyType);
+        EXPECT_EQ(info.m_EncKeyBits, row.encKeyBits);
+        EXPECT_EQ(info.m_SigKeyType, row.sigKeyType);
+        EXPECT_EQ(info.m_SigKeyBits, row.sigKeyBits);
+        EXPECT_EQ(info.m_TokenType, row.tokenType);
+        EXPECT_EQ(info.m_HasInfobox, row.hasInfobox);
+        EXPECT_EQ(info.m_Serial, "1               ");
+    }
+}
+
+TEST_F(GetTokenInfo, ASecondFormGivesTheFourTextsToo) {
+    PlanToken(1, 100, Token("Karte", "123", "Modell", "Hersteller"));
+    TokenInfoStruct2 info;
+    ASSERT_TRUE(m_card.GetTokenInfo(0, info));
+    EXPECT_EQ(info.m_Label, "Karte" + std::string(27, ' '));
+    EXPECT_EQ(info.m_ManufacturerId, "Hersteller" + std::string(22, ' '));
+    EXPECT_EQ(info.m_Model, "Modell          ");
+    EXPECT_EQ(info.m_Serial, "123             ");
+}
+
+TEST_F(GetTokenInfo, LeavesTheKindOfAnUnrecognisedTokenAsTheCallerSetIt) {
+    const std::pair<const char*, const char*> tokens[] = {
+        {"Starcos SPK 3.4", "Orsel Carta ACOS"},
+        {"Starcos SPK 3.4+", "orsel carta e"},
+        {"Starcos SPK 3.1", "Carta"},
+        {"ATOS 5.3", "CardOS 5.3"},
+        {"acos EMV-A03", "Orsel Carta e"},
+        {"", ""},
+    };
+    for (const auto& [model, label] : tokens) {
+        SCOPED_TRACE(model);
+        PlanToken(1, 100, Token(label, "1", model));
+        TokenInfoStruct2 info = {"", "", "", "", KEY_ECC, 11, KEY_RSA, 12, TOKEN_ECARD_G2, true};
+        ASSERT_TRUE(m_card.GetTokenInfo(0, info));
+        EXPECT_EQ(info.m_EncKeyType, KEY_ECC);
+        EXPECT_EQ(info.m_EncKeyBits, 11U);
+        EXPECT_EQ(info.m_SigKeyType, KEY_RSA);
+        EXPECT_EQ(info.m_SigKeyBits, 12U);
+        EXPECT_EQ(info.m_TokenType, TOKEN_ECARD_G2);
+        EXPECT_FALSE(info.m_HasInfobox);
+    }
+}
+
+// --- Sessions ----------------------------------------------------------------------------------------------
+
+class Sessions : public MockedCardTest {
+protected:
+    void SetUp() override {
+        MockedCardTest::SetUp();
+        PlanSlots({Token("a", "1"), Token("b", "2")});
+        std::vector<SlotStruct*> slots;
+        ASSERT_TRUE(m_card.GetSlots(slots, true));
+        m_log.Clear();
+    }
+    void PlanOpen(CK_SLOT_ID slot, CK_FLAGS flags, CK_SESSION_HANDLE handle) {
+        EXPECT_CALL(m_library, OpenSession(slot, flags, IsNull(), IsNull(), &m_card.m_hSession))
+            .WillOnce(DoAll(SetArgPointee<4>(handle), Return(CKR_OK)));
+    }
+};
+
+TEST_F(Sessions, OpenReadOnlyWhateverTheFlagSays) {
+    for (const bool flag : {false, true}) {
+        PlanOpen(101, 4, 77);
+        ASSERT_TRUE(m_card.OpenSession(1, flag));
+        PlanOpen(100, 4, 78);
+        ASSERT_TRUE(m_card.OpenSessionWithVectorIndex(0, flag)); // the first stays open on the library's side
+    }
+    EXPECT_EQ(m_card.m_hSession, 78U);
+    EXPECT_EQ(m_card.m_SlotIndex, 0);
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 OpenSession", "M PKCS11 OpenSession",
+                                           "M PKCS11 OpenSession", "M PKCS11 OpenSession"));
+}
+
+TEST_F(Sessions, AnIndexOutOfRangeFailsAndKeepsTheHandle) {
+    m_card.m_hSession = 55;
+    EXPECT_FALSE(m_card.OpenSession(-1, false));
+    EXPECT_FALSE(m_card.OpenSession(2, false));
+    EXPECT_EQ(m_card.m_hSession, 55U);
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 OpenSession", "E PKCS11 slotListIndex out of range",
+                                           "M PKCS11 OpenSession", "E PKCS11 slotListIndex out of range"));
+}
+
+TEST_F(Sessions, AFailedOpenLeavesNoSession) {
+    m_card.m_hSession = 55;
+    EXPECT_CALL(m_library, OpenSession(100, _, _, _, _)).WillOnce(Return(7));
+    EXPECT_FALSE(m_card.OpenSession(0, false));
+    EXPECT_EQ(m_card.m_hSession, 0U);
+    EXPECT_EQ(m_card.m_SlotIndex, -1);
+    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_OpenSession ERROR0x7"));
+}
+
+TEST_F(Sessions, AReadWriteSessionBySlotIdClosesTheOpenOneFirst) {
+    m_card.m_hSession = 55;
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, CloseSession(55)).WillOnce(Return(CKR_OK));
+    PlanOpen(101, 6, 56);
+    ASSERT_TRUE(m_card.OpenSessionWithSlotId(101, true));
+    EXPECT_EQ(m_card.m_SlotIndex, 1);
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 Proc_C_CloseSession"));
+}
+
+TEST_F(Sessions, AReadOnlySessionBySlotIdClosesNothing) {
+    m_card.m_hSession = 55;
+    PlanOpen(100, 4, 56);
+    ASSERT_TRUE(m_card.OpenSessionWithSlotId(100, false));
+    EXPECT_EQ(m_card.m_SlotIndex, 0);
+    EXPECT_THAT(m_log.Lines(), IsEmpty());
+}
+
+TEST_F(Sessions, AnUnlistedSlotIdKeepsTheIndexAndARepeatedOneGivesTheLast) {
+    m_card.m_SlotIndex = 1;
+    PlanOpen(999, 4, 56);
+    ASSERT_TRUE(m_card.OpenSessionWithSlotId(999, false));
+    EXPECT_EQ(m_card.m_SlotIndex, 1);
+    m_card.m_Slots.push_back(new SlotStruct{100, "c", "3"});
+    PlanOpen(100, 4, 57);
+    ASSERT_TRUE(m_card.OpenSessionWithSlotId(100, false));
+    EXPECT_EQ(m_card.m_SlotIndex, 2);
+}
+
+TEST_F(Sessions, OpeningByIndexNamesThatIndexAlsoWhenTheSlotIdRepeats) {
+    m_card.m_Slots.push_back(new SlotStruct{100, "c", "3"});
+    PlanOpen(100, 4, 57);
+    ASSERT_TRUE(m_card.OpenSession(0, false));
+    EXPECT_EQ(m_card.m_SlotIndex, 0);
+}
+
+TEST_F(Sessions, ASlotIdBeyondTheRangeOfIntIsOpenedAllTheSame) {
+    const CK_SLOT_ID large = ~static_cast<CK_SLOT_ID>(0) - 5;
+    m_card.m_Slots.push_back(new SlotStruct{large, "c", "3"});
+    PlanOpen(large, 4, 57);
+    ASSERT_TRUE(m_card.OpenSession(2, false));
+    EXPECT_EQ(m_card.m_SlotIndex, 2);
+}
+
+TEST_F(Sessions, ACloseKeepsTheHandleAndForgetsTheSlot) {
+    PlanOpen(101, 4, 77);
+    ASSERT_TRUE(m_card.OpenSession(1, false));
+    m_card.m_Atr = "3B";
+    m_card.m_CardType = CARD_CARDOS;
+    m_log.Clear();
+    EXPECT_CALL(m_library, CloseSession(77)).WillOnce(Return(CKR_SESSION_HANDLE_INVALID));
+    EXPECT_TRUE(m_card.CloseSession());
+    EXPECT_EQ(m_card.m_hSession, 77U);
+    EXPECT_EQ(m_card.m_SlotIndex, -1);
+    EXPECT_EQ(m_card.m_Atr, "3B");
+    EXPECT_EQ(m_card.m_CardType, CARD_CARDOS);
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 Proc_C_CloseSession"));
+}
+
+// --- Objects -----------------------------------------------------------------------------------------------
+
+class Objects : public MockedCardTest {
+protected:
+    void SetUp() override {
+        MockedCardTest::SetUp();
+        m_card.m_hSession = 9;
+    }
+    CK_ATTRIBUTE m_template = {CKA_CLASS, nullptr, 0};
+    unsigned long m_handles[10] = {};
+    unsigned long m_found = 0;
+};
+
+TEST_F(Objects, AreSearchedInThreeCalls) {
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, FindObjectsInit(9, &m_template, 1)).WillOnce(Return(CKR_OK));
+    EXPECT_CALL(m_library, FindObjects(9, m_handles, 10, &m_found))
+        .WillOnce([](auto, auto* handles, auto, auto* found) {
+            handles[0] = 21, handles[1] = 22;
+            *found = 2;
+            return CKR_OK;
+        });
+    EXPECT_CALL(m_library, FindObjectsFinal(9)).WillOnce(Return(CKR_OK));
+    EXPECT_TRUE(m_card.FindObjects(&m_template, 1, m_handles, 10, &m_found));
+    EXPECT_EQ(m_found, 2U);
+    EXPECT_EQ(m_handles[1], 22U);
+    EXPECT_THAT(m_log.Lines(), IsEmpty());
+}
+
+TEST_F(Objects, AreNotSearchedWithoutASession) {
+    m_card.m_hSession = 0;
+    EXPECT_FALSE(m_card.FindObjects(&m_template, 1, m_handles, 10, &m_found));
+    EXPECT_THAT(m_log.Lines(), IsEmpty());
+}
+
+TEST_F(Objects, ASearchThatDoesNotStartIsReported) {
+    EXPECT_CALL(m_library, FindObjectsInit(_, _, _)).WillOnce(Return(CKR_OPERATION_ACTIVE));
+    EXPECT_FALSE(m_card.FindObjects(&m_template, 1, m_handles, 10, &m_found));
+    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_FindObjectsInit0x90"));
+}
+
+TEST_F(Objects, ASearchThatBreaksStaysOpen) {
+    EXPECT_CALL(m_library, FindObjectsInit(_, _, _)).WillOnce(Return(CKR_OK));
+    EXPECT_CALL(m_library, FindObjects(_, _, _, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
+    EXPECT_FALSE(m_card.FindObjects(&m_template, 1, m_handles, 10, &m_found));
+    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_FindObjects0x32"));
+}
+
+TEST_F(Objects, ASearchThatDoesNotEndIsReported) {
+    EXPECT_CALL(m_library, FindObjectsInit(_, _, _)).WillOnce(Return(CKR_OK));
+    EXPECT_CALL(m_library, FindObjects(_, _, _, _)).WillOnce(DoAll(SetArgPointee<3>(1), Return(CKR_OK)));
+    EXPECT_CALL(m_library, FindObjectsFinal(_)).WillOnce(Return(CKR_GENERAL_ERROR));
+    EXPECT_FALSE(m_card.FindObjects(&m_template, 1, m_handles, 10, &m_found));
+    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_FindObjectsFinal0x5"));
+}
+
+TEST_F(Objects, ACountAboveTheRoomMakesTheSearchAFailure) {
+    EXPECT_CALL(m_library, FindObjectsInit(_, _, _)).WillOnce(Return(CKR_OK));
+    EXPECT_CALL(m_library, FindObjects(_, _, _, _)).WillOnce(DoAll(SetArgPointee<3>(11), Return(CKR_OK)));
+    EXPECT_CALL(m_library, FindObjectsFinal(_)).WillOnce(Return(CKR_OK));
+    EXPECT_FALSE(m_card.FindObjects(&m_template, 1, m_handles, 10, &m_found));
+}
+
+/// True for the template "class, label" of one object.
+MATCHER_P2(AsksFor, objectClass, label, "") {
+    CK_OBJECT_CLASS askedClass = 0;
+    if (arg[0].type != CKA_CLASS || arg[0].ulValueLen != sizeof(CK_ULONG) || arg[1].type != CKA_LABEL)
+        return false;
+    std::memcpy(&askedClass, arg[0].pValue, sizeof(askedClass));
+    return askedClass == objectClass &&
+           std::string(static_cast<const char*>(arg[1].pValue), arg[1].ulValueLen) == label;
+}
+
+TEST_F(Objects, OneIsFoundByClassAndLabel) {
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, FindObjectsInit(9, AsksFor(CKO_PRIVATE_KEY, "SK.CH.SIG"), 2))
+        .WillOnce(Return(CKR_OK));
+    EXPECT_CALL(m_library, FindObjects(9, NotNull(), 1, NotNull()))
+        .WillOnce(DoAll(testing::Assign(&m_handles[0], 33), SetArgPointee<1>(33), SetArgPointee<3>(1),
+                        Return(CKR_OK)));
+    EXPECT_CALL(m_library, FindObjectsFinal(9)).WillOnce(Return(CKR_OK));
+    unsigned long handle = 0;
+    EXPECT_TRUE(m_card.FindObject("SK.CH.SIG", CKO_PRIVATE_KEY, &handle));
+    EXPECT_EQ(handle, 33U);
+    EXPECT_THAT(m_log.Lines(), IsEmpty());
+}
+
+TEST_F(Objects, OneThatDoesNotExistIsNotFoundWithoutAWord) {
+    EXPECT_CALL(m_library, FindObjectsInit(_, _, _)).WillOnce(Return(CKR_OK));
+    EXPECT_CALL(m_library, FindObjects(_, _, _, _)).WillOnce(DoAll(SetArgPointee<3>(0), Return(CKR_OK)));
+    EXPECT_CALL(m_library, FindObjectsFinal(_)).WillOnce(Return(CKR_OK));
+    unsigned long handle = 44;
+    EXPECT_FALSE(m_card.FindObject("fehlt", CKO_DATA, &handle));
+    EXPECT_EQ(handle, 44U);
+    EXPECT_THAT(m_log.Lines(), IsEmpty());
+}
+
+TEST_F(Objects, AFailedSearchForOneIsReportedTwice) {
+    EXPECT_CALL(m_library, FindObjectsInit(_, _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    unsigned long handle = 0;
+    EXPECT_FALSE(m_card.FindObject("SK.CH.SIG", CKO_PRIVATE_KEY, &handle));
+    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_FindObjectsInit0x30",
+                                           "E tkPKCS11::FindObject: FindObjects error"));
+}
+
+// --- Collected certificates --------------------------------------------------------------------------------
+
+TEST_F(Objects, CollectedCertificatesAreDeletedTogether) {
+    m_card.m_CertVector = {new slCertificate, new slCertificate};
+    EXPECT_EQ(m_card.CertVectorEnd() - m_card.CertVectorBegin(), 2);
+    m_card.ClearCertVector();
+    EXPECT_EQ(m_card.CertVectorBegin(), m_card.CertVectorEnd());
+}
