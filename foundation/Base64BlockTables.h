@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_FOUNDATION_BASE64BLOCKTABLES_H
+#define ORSEL_FOUNDATION_BASE64BLOCKTABLES_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "foundation/Base64Tables.h"
+
+namespace Velmor {
+
+/// An alphabet laid out for speed: whole blocks of three bytes and four characters take two look-ups one way
+/// and four the other. Made at compile time from the index table and the reverse table.
+struct Base64BlockTables {
+    static constexpr std::uint32_t NoMember = 0x80000000;
+
+    char pairs[4096][2] = {};          ///< the two characters of 12 bits
+    std::uint32_t places[4][256] = {}; ///< the share of a character in the 24 bits, by its place in the block
+};
+
+template <const Base64IndexTable& IndexTable>
+constexpr Base64BlockTables MakeBase64BlockTables() {
+    Base64BlockTables tables;
+    for (std::size_t bits = 0; bits < 4096; ++bits) {
+        tables.pairs[bits][0] = IndexTable[bits >> 6];
+        tables.pairs[bits][1] = IndexTable[bits & 0x3F];
+    }
+    for (std::size_t place = 0; place < 4; ++place) {
+        for (std::size_t character = 0; character < 256; ++character) {
+            const std::uint32_t value =
+                character < 128 ? Base64Reversal<IndexTable>::table[character] : Base64NoMember;
+            tables.places[place][character] =
+                value < Base64Padding ? value << (18 - 6 * place) : Base64BlockTables::NoMember;
+        }
+    }
+    return tables;
+}
+
+} // namespace Velmor
+
+#endif

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_FOUNDATION_BASE64TABLES_H
+#define ORSEL_FOUNDATION_BASE64TABLES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+/// The alphabets of base64 and, made from them, the way back from a character to its position.
+namespace Velmor {
+
+/// 65 characters: the alphabet, then the padding character; a blank there means that nothing pads.
+using Base64IndexTable = char[66];
+
+inline constexpr Base64IndexTable IndexTable_BASE64_DEFAULT =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
+inline constexpr Base64IndexTable IndexTable_BASE64_URL =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_=";
+inline constexpr Base64IndexTable IndexTable_BASE64_YUI =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
+inline constexpr Base64IndexTable IndexTable_BASE64_FREENET =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789~-=";
+inline constexpr Base64IndexTable IndexTable_BASE64_XML_NAME_TOKEN =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.- ";
+inline constexpr Base64IndexTable IndexTable_BASE64_XML_IDENTIFIER =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_: ";
+inline constexpr Base64IndexTable IndexTable_BASE64_PROGRAM_IDENTIFIER_V1 =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_- ";
+inline constexpr Base64IndexTable IndexTable_BASE64_PROGRAM_IDENTIFIER_V2 =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._ ";
+inline constexpr Base64IndexTable IndexTable_BASE64_REGEX =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!- ";
+
+/// What a reverse table holds for a character outside the alphabet, and for the padding character.
+inline constexpr std::uint16_t Base64NoMember = 255;
+inline constexpr std::uint16_t Base64Padding = 64;
+
+/// 128 values, one for each ASCII character.
+using Base64ReverseTable = std::uint16_t[128];
+
+/// Makes the reverse table of an alphabet at compile time.
+template <const Base64IndexTable& IndexTable>
+class Base64Reversal {
+    static constexpr std::uint16_t ValueOf(char c) {
+        for (std::uint16_t value = 0; value < Base64Padding; ++value) {
+            if (IndexTable[value] == c) {
+                return value;
+            }
+        }
+        return c == IndexTable[Base64Padding] && c != ' ' ? Base64Padding : Base64NoMember;
+    }
+
+    template <std::size_t... Characters>
+    struct Values {
+        explicit Values(std::index_sequence<Characters...>);
+        static constexpr Base64ReverseTable table = {ValueOf(static_cast<char>(Characters))...};
+    };
+
+public:
+    static constexpr const Base64ReverseTable& table =
+        decltype(Values(std::make_index_sequence<128>()))::table;
+};
+
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_DEFAULT =
+    Base64Reversal<IndexTable_BASE64_DEFAULT>::table;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_URL =
+    Base64Reversal<IndexTable_BASE64_URL>::table;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_YUI =
+    Base64Reversal<IndexTable_BASE64_YUI>::table;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_FREENET =
+    Base64Reversal<IndexTable_BASE64_FREENET>::table;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_XML_NAME_TOKEN =
+    Base64Reversal<IndexTable_BASE64_XML_NAME_TOKEN>::table;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_XML_IDENTIFIER =
+    Base64Reversal<IndexTable_BASE64_XML_IDENTIFIER>::table;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V1 =
+    Base64Reversal<IndexTable_BASE64_PROGRAM_IDENTIFIER_V1>::table;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V2 =
+    Base64Reversal<IndexTable_BASE64_PROGRAM_IDENTIFIER_V2>::table;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_REGEX =
+    Base64Reversal<IndexTable_BASE64_REGEX>::table;
+
+} // namespace Velmor
+
+#endif
