@@ -9,7 +9,7 @@ void FadeOut::Init(wxColour from, wxColour to, wxImage image, int steps) {
     m_image = image;
     m_steps = steps;
     m_step = 0;
-    if (!m_image.HasAlpha())
+    if (m_image.IsOk() && !m_image.HasAlpha())
         m_image.InitAlpha();
 }
 

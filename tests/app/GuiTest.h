@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+// Windows in process, under a virtual display.
+#ifndef ORSEL_TESTS_APP_GUITEST_H
+#define ORSEL_TESTS_APP_GUITEST_H
+
+#include <wx/sizer.h>
+#include <wx/string.h>
+#include <wx/window.h>
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+// Test failures show text, not addresses.
+inline void PrintTo(const wxString& text, std::ostream* out) {
+    *out << '"' << text.utf8_str().data() << '"';
+}
+
+/// Lets the toolkit work until the condition holds. False after that many milliseconds without it.
+bool RunUntil(const std::function<bool()>& condition, int milliseconds = 20000);
+
+/// Lets the toolkit work for a while.
+void RunFor(int milliseconds);
+
+/// UTF-8 literal as the toolkit's text.
+inline wxString Utf8(const char* text) {
+    return wxString::FromUTF8(text);
+}
+
+/// What a sizer was told about one item.
+struct Placement {
+    wxWindow* window; ///< null for a nested sizer
+    int proportion;
+    int flags;
+    int border;
+    bool operator==(const Placement& other) const;
+};
+void PrintTo(const Placement& placement, std::ostream* out);
+
+std::vector<Placement> PlacementsIn(const wxSizer& sizer);
+
+#endif

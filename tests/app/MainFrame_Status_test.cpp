@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: MIT
+// The status line: texts, icons, and the fade with its times.
+#include "app/MainFrame.h"
+
+#include <wx/image.h>
+
+#include "images/Images.h"
+#include "tests/app/GuiTest.h"
+#include "tests/app/ProbedFrame.h"
+
+namespace {
+
+/// Counts its fade steps and the timer's interval before each.
+class FadingFrame : public ProbedFrame {
+public:
+    void evt_OnFadeOut(wxTimerEvent& event) override {
+        intervals.push_back(m_fadeTimer.GetInterval());
+        ProbedFrame::evt_OnFadeOut(event);
+    }
+    std::vector<int> intervals;
+};
+
+class TheStatusLine : public testing::Test {
+protected:
+    void SetUp() override {
+        m_frame->Show(true);
+        ASSERT_TRUE(RunUntil([this] {
+            return !m_frame->m_startTimer.IsRunning() && m_frame->m_refreshThread == nullptr &&
+                   m_frame->IsEnabled();
+        }));
+    }
+    /// One tick of the fade timer.
+    void Tick() {
+        wxTimerEvent tick(m_frame->m_fadeTimer);
+        m_frame->evt_OnFadeOut(tick);
+    }
+    void TickTo(int step) {
+        while (static_cast<int>(m_frame->intervals.size()) < step)
+            Tick();
+    }
+    bool Shows() { return m_frame->label_status->IsShown() && m_frame->bitmap_status->IsShown(); }
+    bool Hides() { return !m_frame->label_status->IsShown() && !m_frame->bitmap_status->IsShown(); }
+
+    /// The icon's colours without its alpha.
+    static bool SamePicture(const wxBitmap& shown, const char* const* xpm) {
+        const wxImage a = shown.ConvertToImage();
+        const wxImage b = wxBitmap(xpm).ConvertToImage();
+        for (int y = 0; y < b.GetHeight(); ++y) {
+            for (int x = 0; x < b.GetWidth(); ++x) {
+                if (b.IsTransparent(x, y))
+                    continue;
+                if (a.GetRed(x, y) != b.GetRed(x, y) || a.GetBlue(x, y) != b.GetBlue(x, y))
+                    return false;
+            }
+        }
+        return a.GetSize() == b.GetSize();
+    }
+
+    std::unique_ptr<FadingFrame, DestroyWindow> m_frame{new FadingFrame};
+};
+
+} // namespace
+
+TEST_F(TheStatusLine, ShowsATextWithTheTick) {
+    m_frame->SetStatus("Fertig", false);
+    EXPECT_TRUE(Shows());
+    EXPECT_EQ(m_frame->label_status->GetLabel(), "Fertig");
+    EXPECT_TRUE(SamePicture(m_frame->bitmap_status->GetBitmap(), ButtonOk));
+}
+
+TEST_F(TheStatusLine, ShowsAnErrorWithTheCross) {
+    m_frame->SetStatus("Fehler", true);
+    EXPECT_TRUE(Shows());
+    EXPECT_TRUE(SamePicture(m_frame->bitmap_status->GetBitmap(), ButtonCancel));
+}
+
+TEST_F(TheStatusLine, KeepsTheWindowsSizeAndItsRowOf32Pixels) {
+    const wxSize before = m_frame->GetSize();
+    m_frame->SetStatus("Eine Meldung", false);
+    RunFor(100);
+    EXPECT_EQ(m_frame->GetSize(), before);
+    EXPECT_EQ(m_frame->label_status->GetContainingSizer()->GetSize().GetHeight(), 32);
+    EXPECT_GT(m_frame->label_status->GetSize().GetWidth(), 20); // the text has room
+}
+
+TEST_F(TheStatusLine, IsHiddenByAnEmptyTextWhichLeavesTheTimerAlone) {
+    m_frame->SetStatus("Fertig", false);
+    m_frame->SetStatus("", true);
+    EXPECT_TRUE(Hides());
+    EXPECT_TRUE(m_frame->m_fadeTimer.IsRunning());
+    EXPECT_EQ(m_frame->label_status->GetLabel(), "Fertig");
+}
+
+TEST_F(TheStatusLine, TakesItsFirstStepAtOnceAndThenHoldsFor1500Milliseconds) {
+    m_frame->SetStatus("Fertig", false);
+    EXPECT_EQ(m_frame->intervals.size(), 1U);
+    EXPECT_EQ(m_frame->m_fadeTimer.GetInterval(), 1500);
+    EXPECT_FALSE(m_frame->m_fadeTimer.IsOneShot());
+    EXPECT_FLOAT_EQ(m_frame->m_fade.GetModifier(), 1.0F / 50);
+}
+
+TEST_F(TheStatusLine, GoesOnInStepsOf100Milliseconds) {
+    m_frame->SetStatus("Fertig", false);
+    Tick();
+    EXPECT_EQ(m_frame->m_fadeTimer.GetInterval(), 100);
+    EXPECT_TRUE(m_frame->m_fadeTimer.IsRunning());
+    Tick();
+    EXPECT_EQ(m_frame->m_fadeTimer.GetInterval(), 100);
+    EXPECT_EQ(m_frame->intervals[1], 1500);
+    EXPECT_EQ(m_frame->intervals[2], 100);
+}
+
+TEST_F(TheStatusLine, ColoursTextAndIconByTheStep) {
+    const wxColour from = m_frame->button_pers_show->GetForegroundColour();
+    const wxColour to = m_frame->button_pers_show->GetBackgroundColour();
+    m_frame->SetStatus("Fertig", false);
+    for (const int step : {1, 2, 25, 49}) {
+        TickTo(step);
+        FadeOut expected;
+        wxImage icon = wxBitmap(ButtonOk).ConvertToImage();
+        expected.Init(from, to, icon, 50);
+        for (int i = 0; i < step; ++i)
+            expected.NextStep();
+        EXPECT_EQ(m_frame->label_status->GetForegroundColour(), expected.GetColour()) << step;
+        const wxImage shown = m_frame->bitmap_status->GetBitmap().ConvertToImage();
+        EXPECT_EQ(shown.GetAlpha(16, 16), expected.GetImage().GetAlpha(16, 16)) << step;
+        EXPECT_EQ(shown.GetAlpha(0, 0), 0) << step;
+    }
+}
+
+TEST_F(TheStatusLine, HidesAtStep50AndTakesItsColourBack) {
+    m_frame->SetStatus("Fertig", false);
+    TickTo(49);
+    EXPECT_TRUE(Shows());
+    TickTo(50);
+    EXPECT_TRUE(Hides());
+    EXPECT_FALSE(m_frame->m_fadeTimer.IsRunning());
+    EXPECT_EQ(m_frame->label_status->GetForegroundColour(), m_frame->button_pers_show->GetForegroundColour());
+}
+
+TEST_F(TheStatusLine, StartsOverWithASecondMessage) {
+    m_frame->SetStatus("Erste", false);
+    TickTo(40);
+    m_frame->SetStatus("Zweite", true);
+    EXPECT_TRUE(Shows());
+    EXPECT_EQ(m_frame->label_status->GetLabel(), "Zweite");
+    EXPECT_TRUE(SamePicture(m_frame->bitmap_status->GetBitmap(), ButtonCancel));
+    EXPECT_FLOAT_EQ(m_frame->m_fade.GetModifier(), 1.0F / 50);
+    EXPECT_EQ(m_frame->m_fadeTimer.GetInterval(), 1500);
+}
+
+TEST_F(TheStatusLine, FadesByItselfWithin50Steps) {
+    m_frame->SetStatus("Fertig", false);
+    EXPECT_TRUE(RunUntil([this] { return Hides(); }, 30000));
+    ASSERT_EQ(m_frame->intervals.size(), 50U);
+    EXPECT_EQ(m_frame->intervals[1], 1500);
+    for (size_t step = 2; step < 50; ++step)
+        EXPECT_EQ(m_frame->intervals[step], 100);
+}
+
+// --- PIN commands ------------------------------------------------------------------------------------------
+
+namespace {
+
+struct PinText {
+    int result;
+    const char* change;
+    const char* unblock;
+    bool error;
+};
+
+constexpr PinText PIN_TEXTS[] = {
+    {-2, "PIN Änderung nicht unterstützt!", "PIN Entsperren nicht unterstützt!", true},
+    {0, "PIN Änderung erfolgreich!", "PIN Entsperren erfolgreich!", false},
+    {1, "Abbruch durch Benutzer", "Abbruch durch Benutzer", true},
+    {2, "Fehler beim PIN Ändern! PIN falsch!", "Fehler beim PIN entsperren! PIN/PUK falsch!", true},
+    {3, "Fehler beim PIN Ändern! PIN Gesperrt", "Fehler beim PIN entsperren! PUK Gesperrt", true},
+    {-1, "Fehler beim PIN Ändern!", "Fehler beim PIN entsperren!", true},
+    {7, "Fehler beim PIN Ändern!", "Fehler beim PIN entsperren!", true},
+    {-3, "Fehler beim PIN Ändern!", "Fehler beim PIN entsperren!", true},
+};
+
+} // namespace
+
+TEST_F(TheStatusLine, TellsTheResultOfEveryPinChange) {
+    for (const PinText& row : PIN_TEXTS) {
+        m_frame->SetStatusPinChange(static_cast<Velmor::PKCS11Return>(row.result));
+        EXPECT_EQ(m_frame->label_status->GetLabel(), Utf8(row.change));
+        EXPECT_TRUE(SamePicture(m_frame->bitmap_status->GetBitmap(), row.error ? ButtonCancel : ButtonOk));
+    }
+}
+
+TEST_F(TheStatusLine, TellsTheResultOfEveryPinUnblock) {
+    for (const PinText& row : PIN_TEXTS) {
+        m_frame->SetStatusPinUnblock(static_cast<Velmor::PKCS11Return>(row.result));
+        EXPECT_EQ(m_frame->label_status->GetLabel(), Utf8(row.unblock));
+        EXPECT_TRUE(SamePicture(m_frame->bitmap_status->GetBitmap(), row.error ? ButtonCancel : ButtonOk));
+    }
+}

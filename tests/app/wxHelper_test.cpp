@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "app/wxHelper.h"
+
+#include <wx/app.h>
+
+#include <clocale>
+#include <thread>
+
+#include "tests/app/GuiTest.h"
+
+namespace {
+
+/// Remembers the menu event that it got and on which thread.
+class Receiver : public wxEvtHandler {
+public:
+    Receiver() {
+        Bind(wxEVT_MENU, [this](wxCommandEvent& event) {
+            id = event.GetId();
+            number = event.GetInt();
+            thread = std::this_thread::get_id();
+        });
+    }
+    int id = 0;
+    int number = 0;
+    std::thread::id thread;
+};
+
+/// Puts another C locale in force while it stands.
+class ScopedLocale {
+public:
+    explicit ScopedLocale(const char* name) : m_old(std::setlocale(LC_ALL, nullptr)) {
+        std::setlocale(LC_ALL, name);
+    }
+    ~ScopedLocale() { std::setlocale(LC_ALL, m_old.c_str()); }
+
+private:
+    std::string m_old;
+};
+
+} // namespace
+
+TEST(wxHelper, SendEventIsHandledLaterOnTheMainThreadAlsoFromAnother) {
+    Receiver receiver;
+    std::thread([&receiver] { Velmor::SendEvent(&receiver, 5453); }).join();
+    EXPECT_EQ(receiver.id, 0);
+    ASSERT_TRUE(RunUntil([&receiver] { return receiver.id != 0; }));
+    EXPECT_EQ(receiver.id, 5453);
+    EXPECT_EQ(receiver.number, -1);
+    EXPECT_EQ(receiver.thread, std::this_thread::get_id());
+}
+
+TEST(wxHelper, ProcessEventIsHandledAtOnce) {
+    Receiver receiver;
+    Velmor::ProcessEvent(&receiver, 5460);
+    EXPECT_EQ(receiver.id, 5460);
+    EXPECT_EQ(receiver.number, -1);
+}
+
+TEST(wxHelper, TextBecomesUtf8InAUtf8Locale) {
+    const ScopedLocale locale("C.UTF-8");
+    EXPECT_EQ(Velmor::WxStr2MB(Utf8("Grüße")), "Grüße");
+    EXPECT_EQ(Velmor::WxStr2MB(""), "");
+    EXPECT_EQ(Velmor::WxStr2Locale(Utf8("Grüße")), "Grüße");
+    EXPECT_EQ(Velmor::WxStr2Locale(""), "");
+}
+
+TEST(wxHelper, TextThatTheCLocaleCannotHoldBecomesEmpty) {
+    const ScopedLocale locale("C");
+    EXPECT_EQ(Velmor::WxStr2MB(Utf8("Grüße")), "");
+    EXPECT_EQ(Velmor::WxStr2MB("Gruss"), "Gruss");
+}
+
+TEST(wxHelper, OnlyTheLocalFormKeepsZeroBytes) {
+    const ScopedLocale locale("C.UTF-8");
+    const wxString text("a\0b", 3);
+    EXPECT_EQ(Velmor::WxStr2Locale(text), std::string("a\0b", 3));
+    EXPECT_EQ(Velmor::WxStr2MB(text), "a");
+    EXPECT_EQ(Velmor::WxStr2Ascii(text), "a");
+}
+
+TEST(wxHelper, AsciiTextStaysAsItIs) {
+    EXPECT_EQ(Velmor::WxStr2Ascii("Karte 7"), "Karte 7");
+    EXPECT_EQ(Velmor::WxStr2Ascii(""), "");
+}

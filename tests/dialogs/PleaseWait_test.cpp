@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: MIT
+#include "dialogs/PleaseWait.h"
+
+#include <wx/frame.h>
+#include <wx/panel.h>
+#include <wx/stattext.h>
+
+#include "tests/app/GuiTest.h"
+
+using testing::ElementsAre;
+
+class TheBusyDialog : public testing::Test {
+protected:
+    class Probed : public PleaseWait {
+    public:
+        using PleaseWait::panel_left;
+        using PleaseWait::panel_right;
+        using PleaseWait::PleaseWait;
+    };
+    Probed m_dialog{nullptr, wxID_ANY, "", wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE};
+};
+
+TEST_F(TheBusyDialog, HasNoCaptionAndNoCloseBoxWhateverStyleIsAskedFor) {
+    EXPECT_EQ(m_dialog.GetWindowStyle() & (wxCAPTION | wxCLOSE_BOX | wxSYSTEM_MENU | wxRESIZE_BORDER), 0);
+    EXPECT_EQ(m_dialog.GetTitle(), "Bitte warten");
+}
+
+TEST_F(TheBusyDialog, IsHiddenAfterConstruction) {
+    EXPECT_FALSE(m_dialog.IsShown());
+}
+
+TEST_F(TheBusyDialog, Is220By100Large) {
+    EXPECT_EQ(m_dialog.GetSize(), wxSize(220, 100));
+}
+
+TEST_F(TheBusyDialog, SaysOneLineBetweenTwoFillers) {
+    wxSizer& row = *m_dialog.GetSizer();
+    wxWindow* label = row.GetItem(1)->GetWindow();
+    EXPECT_THAT(PlacementsIn(row), ElementsAre(Placement{m_dialog.panel_left, 1, wxEXPAND, 0},
+                                               Placement{label, 0, wxALIGN_CENTER, 12},
+                                               Placement{m_dialog.panel_right, 1, wxEXPAND, 0}));
+    EXPECT_EQ(label->GetLabel(), "Bitte warten...");
+    const wxFont font = label->GetFont();
+    EXPECT_EQ(font.GetPointSize(), 14);
+    EXPECT_EQ(font.GetStyle(), wxFONTSTYLE_NORMAL);
+    EXPECT_EQ(font.GetWeight(), wxFONTWEIGHT_NORMAL);
+    EXPECT_FALSE(font.GetUnderlined());
+}
+
+TEST_F(TheBusyDialog, HasPanelsWithoutBorder) {
+    for (const wxPanel* panel : {m_dialog.panel_left, m_dialog.panel_right})
+        EXPECT_EQ(panel->GetWindowStyle() & (wxTAB_TRAVERSAL | wxBORDER_MASK),
+                  wxTAB_TRAVERSAL | wxBORDER_NONE);
+}
+
+TEST_F(TheBusyDialog, ShowsItsWholeTextAndGoesAgain) {
+    m_dialog.Show(true);
+    RunFor(300);
+    const wxWindow* label = m_dialog.GetSizer()->GetItem(1)->GetWindow();
+    EXPECT_GE(label->GetSize().GetWidth(), label->GetBestSize().GetWidth());
+    m_dialog.Show(false);
+    RunFor(300);
+    EXPECT_FALSE(m_dialog.IsShown());
+}
