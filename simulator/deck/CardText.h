@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_DECK_CARDTEXT_H
+#define ORSEL_SIMULATOR_DECK_CARDTEXT_H
+
+#include <string>
+
+namespace orselsim {
+
+/// One line about the card in a directory: its name, model, serial and holder, or what is wrong
+/// with it.
+std::string cardLine(const std::string& name, const std::string& directory);
+
+/// Everything about a card, a line each. Throws when the directory holds no whole card.
+std::string cardText(const std::string& directory);
+
+} // namespace orselsim
+
+#endif

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_DECK_DEMOAUTHORITY_H
+#define ORSEL_SIMULATOR_DECK_DEMOAUTHORITY_H
+
+#include <string>
+
+#include "simulator/store/Hex.h"
+#include "simulator/store/OpenSslHandles.h"
+
+namespace orselsim {
+
+/// What a certificate's key is for.
+enum class CertificateUse { Signature, Encryption };
+
+/// Throws std::runtime_error unless the name has at least one character and fits a common name.
+void checkHolderName(const std::string& holder);
+
+/// The invented authority of a deck: it issues the certificates of all cards in it.
+class DemoAuthority {
+public:
+    /// Opens the authority of a deck, or makes one there.
+    static DemoAuthority of(const std::string& deckDirectory);
+
+    /// DER of a certificate for the holder; throws std::runtime_error when a field does not fit.
+    Bytes issue(const std::string& holder, const std::string& cardSerial, EVP_PKEY* publicKey,
+                CertificateUse use) const;
+
+    /// DER of the authority's own certificate.
+    const Bytes& certificate() const { return m_certificate; }
+
+    /// ECDSA signature with SHA-256 over the bytes, in DER.
+    Bytes sign(const Bytes& bytes) const;
+
+private:
+    DemoAuthority(KeyPtr key, Bytes certificate)
+        : m_key(std::move(key)), m_certificate(std::move(certificate)) {}
+
+    KeyPtr m_key;
+    Bytes m_certificate;
+};
+
+} // namespace orselsim
+
+#endif

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: MIT
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "simulator/deck/DeckTool.h"
+
+int main(int argc, char** argv) {
+    return orselsim::runDeckTool(std::vector<std::string>(argv + 1, argv + argc), std::cout, std::cerr);
+}

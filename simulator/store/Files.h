@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_STORE_FILES_H
+#define ORSEL_SIMULATOR_STORE_FILES_H
+
+#include <cstddef>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include <sys/stat.h>
+
+#include "simulator/store/Hex.h"
+
+namespace orselsim {
+
+/// A file of a deck that cannot be read or written; what() names the file and the reason.
+class FileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// No file of a card is larger: a damaged deck must not fill the memory.
+constexpr std::size_t largestFile = 1024 * 1024;
+
+/// Which version of a file one has seen: two equal stamps mean an unchanged file.
+struct FileStamp {
+    dev_t device = 0;
+    ino_t inode = 0;
+    off_t size = 0;
+    timespec modified = {};
+    timespec changed = {};
+
+    bool operator==(const FileStamp& other) const;
+    bool operator!=(const FileStamp& other) const { return !(*this == other); }
+};
+
+/// Nothing when the file is not there or cannot be reached.
+std::optional<FileStamp> stampOf(const std::string& path);
+
+/// The whole content of a regular file of at most `largestFile` bytes; throws FileError for
+/// anything else, and never waits for a pipe or a device.
+Bytes readFile(const std::string& path);
+
+/// Writes a temporary file beside `path` and renames it, so that a reader sees the old content or
+/// the new one. Throws FileError and leaves the old file when that fails.
+void replaceFile(const std::string& path, const Bytes& content);
+
+/// Keeps other processes from changing a card between reading its state and writing it back. A
+/// directory that cannot be locked is used without: a read-only deck can still be read.
+class DirectoryLock {
+public:
+    explicit DirectoryLock(const std::string& directory);
+    ~DirectoryLock();
+    DirectoryLock(const DirectoryLock&) = delete; // one lock, one owner
+    DirectoryLock& operator=(const DirectoryLock&) = delete;
+
+private:
+    int m_descriptor;
+};
+
+} // namespace orselsim
+
+#endif

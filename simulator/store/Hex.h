@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_STORE_HEX_H
+#define ORSEL_SIMULATOR_STORE_HEX_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orselsim {
+
+using Bytes = std::vector<unsigned char>;
+
+/// Two upper-case digits a byte, no separators.
+std::string toHex(const Bytes& bytes);
+
+/// Reads digits of either case; nothing for an odd number of digits or any other character.
+std::optional<Bytes> fromHex(std::string_view text);
+
+Bytes bytesOf(std::string_view text);
+std::string textOf(const Bytes& bytes);
+
+} // namespace orselsim
+
+#endif

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "simulator/token/Mechanisms.h"
+
+#include <algorithm>
+
+#include "simulator/token/Refusal.h"
+
+namespace orselsim {
+
+const std::vector<Mechanism>& mechanisms() {
+    static const std::vector<Mechanism> table = {
+        {CKM_RSA_PKCS, CKK_RSA, nullptr},
+        {CKM_SHA1_RSA_PKCS, CKK_RSA, "SHA1"},
+        {CKM_RIPEMD160_RSA_PKCS, CKK_RSA, "RIPEMD160"},
+        {CKM_SHA256_RSA_PKCS, CKK_RSA, "SHA256"},
+        {CKM_SHA384_RSA_PKCS, CKK_RSA, "SHA384"},
+        {CKM_SHA512_RSA_PKCS, CKK_RSA, "SHA512"},
+        {CKM_ECDSA, CKK_EC, nullptr},
+        {CKM_ECDSA_SHA1, CKK_EC, "SHA1"},
+    };
+    return table;
+}
+
+const Mechanism* findMechanism(CK_MECHANISM_TYPE type) {
+    const auto& table = mechanisms();
+    const auto found =
+        std::find_if(table.begin(), table.end(), [type](const Mechanism& m) { return m.type == type; });
+    return found == table.end() ? nullptr : &*found;
+}
+
+CK_MECHANISM_INFO mechanismInfo(CK_MECHANISM_TYPE type) {
+    const Mechanism* mechanism = findMechanism(type);
+    if (mechanism == nullptr)
+        throw Refusal{CKR_MECHANISM_INVALID};
+    CK_MECHANISM_INFO info = {};
+    info.flags = CKF_HW | CKF_SIGN | CKF_VERIFY;
+    if (mechanism->keyType == CKK_RSA) {
+        info.ulMinKeySize = 1536;
+        info.ulMaxKeySize = 2048;
+    } else {
+        info.ulMinKeySize = 192;
+        info.ulMaxKeySize = 256;
+        info.flags |= CKF_EC_F_P | CKF_EC_NAMEDCURVE | CKF_EC_UNCOMPRESS;
+    }
+    return info;
+}
+
+} // namespace orselsim

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_TOKEN_MECHANISMS_H
+#define ORSEL_SIMULATOR_TOKEN_MECHANISMS_H
+
+#include <vector>
+
+#include "simulator/token/Pkcs11.h"
+
+namespace orselsim {
+
+/// A way to sign that every token of this library knows.
+struct Mechanism {
+    CK_MECHANISM_TYPE type;
+    CK_KEY_TYPE keyType;
+    const char* digest; ///< libcrypto's name of the hash that the token makes, null: data is signed as it is
+};
+
+const std::vector<Mechanism>& mechanisms();
+
+/// Null for a mechanism that no token knows.
+const Mechanism* findMechanism(CK_MECHANISM_TYPE type);
+
+/// Throws Refusal for a mechanism that no token knows.
+CK_MECHANISM_INFO mechanismInfo(CK_MECHANISM_TYPE type);
+
+} // namespace orselsim
+
+#endif

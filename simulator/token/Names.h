@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_TOKEN_NAMES_H
+#define ORSEL_SIMULATOR_TOKEN_NAMES_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "simulator/token/Pkcs11.h"
+
+namespace orselsim {
+
+/// Constants of the standard by name, as traces and fault files write them. A number without a
+/// name is written in hexadecimal, such as 0x80000002.
+std::string returnName(CK_RV code);
+std::string attributeName(CK_ATTRIBUTE_TYPE type);
+std::string className(CK_OBJECT_CLASS objectClass);
+std::string mechanismName(CK_MECHANISM_TYPE mechanism);
+
+/// The other way round; also takes numbers, decimal or with 0x. Nothing for anything else.
+std::optional<CK_RV> returnByName(std::string_view name);
+std::optional<CK_ATTRIBUTE_TYPE> attributeByName(std::string_view name);
+std::optional<unsigned long> numberOf(std::string_view text);
+
+} // namespace orselsim
+
+#endif

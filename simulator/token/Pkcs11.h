@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_TOKEN_PKCS11_H
+#define ORSEL_SIMULATOR_TOKEN_PKCS11_H
+
+// Everything of this library is hidden except the entry points, which are what this header
+// declares; so the header is always included from here.
+#pragma GCC visibility push(default)
+#include <p11-kit/pkcs11.h>
+
+extern "C" {
+
+/// Reads a property of the card by name. `outLen` is the capacity of `out` on entry and the length
+/// of the value on return; a null `out` asks for the length.
+CK_RV C_CardAttribute(CK_SESSION_HANDLE session, const char* name, unsigned char* out, unsigned long* outLen);
+
+/// Sends one command APDU; the response ends in its two status bytes. `responseLen` as above.
+CK_RV C_CardTransmit(CK_SESSION_HANDLE session, const unsigned char* apdu, unsigned long apduLen,
+                     unsigned char* response, unsigned long* responseLen);
+}
+#pragma GCC visibility pop
+
+namespace orselsim {
+
+/// Command attributes: written with C_SetAttributeValue on the object that a PIN protects. The
+/// first two bear numbers of the standard with a meaning of this library's own.
+constexpr CK_ATTRIBUTE_TYPE changePinCommand = 0x200;
+constexpr CK_ATTRIBUTE_TYPE unblockPinCommand = 0x201;
+constexpr CK_ATTRIBUTE_TYPE forceSoftwarePin = 0x80000002;
+
+} // namespace orselsim
+
+#endif
