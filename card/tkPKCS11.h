@@ -140,6 +140,58 @@ public:
     /// so this is no ordering of versions. The spelling of the name is part of the interface.
     bool ClientSupportForceSofwarePin();
 
+    // --- PINs ----------------------------------------------------------------------------------------------
+    // A session must be open. The token library runs the PIN dialog; these calls block until it is done.
+
+    PKCS11Return ChangePIN(ApplType appl);
+    PKCS11Return UnblockPIN(ApplType appl);
+
+    /// First-time initialisation of the signature PIN of an ACOS card; a plain change in all other cases.
+    PKCS11Return InitPIN(ApplType appl);
+
+    /// Writes a command attribute to the object that the PIN protects.
+    PKCS11Return GenericPINCommand(ApplType appl, unsigned long attribute);
+
+    /// The same with the attribute's value and the wish for a PIN dialog on the screen. Logs nothing and
+    /// tells results differently: a wrong PIN as P11_PIN_LOCKED, all other failures as P11_PIN_INCORRECT.
+    PKCS11Return GenericPINCommand(ApplType appl, unsigned long attribute, bool value, bool forceSoftwarePin);
+
+    /// State of a PIN and tries left (-1: unknown), on e-cards whose type is loaded. 0 on success, -2 when
+    /// the library has no such query, else -1. Look at the result first: a failed query reads as blocked.
+    int GetPINStatus(ApplType appl, PINState& state, int& tries);
+
+    // --- Raw commands and card numbers ---------------------------------------------------------------------
+
+    /// Sends one command APDU and appends the response with its status word, at most 4096 bytes. The status
+    /// word is not looked at: a response that tells of an error is a success here.
+    bool SendAPDU(std::vector<unsigned char> apdu, std::vector<unsigned char>& response);
+
+    /// The same over buffers. responseLen is the capacity on entry and the length copied on return; a longer
+    /// response is cut. On failure it is unchanged.
+    bool SendAPDU(unsigned char* apdu, unsigned long apduLen, unsigned char* response,
+                  unsigned long& responseLen);
+
+    /// The same in hexadecimal text. Throws std::out_of_range for text of odd length.
+    bool SendAPDU_HEX(std::string apduHex, std::string& responseHex);
+
+    /// The card's number from its file system: 16 hexadecimal digits. Reads ATR and card type anew.
+    bool GetCinCsn(std::string& cin);
+
+    /// The chip's number: 8 bytes on ACOS, 12 on CardOS cards, none on others. The card type must be loaded.
+    bool GetChipId(std::vector<unsigned char>& id);
+    /// The same as upper-case hexadecimal text; untouched on failure.
+    bool GetChipId(std::string& id);
+
+    /// Opens a session on the card with this chip number. Loads no card type: the caller sees to it that the
+    /// type is known.
+    bool OpenSessionWithChipId(std::string chipId, bool closeFirst);
+
+    /// Index of the card whose serial is this number, or begins with it if it has 12 characters; else -1.
+    int findSlotForCin(const std::string& cin);
+
+    /// Opens a session on that card. One that is open already is not closed.
+    bool OpenGlobalSession(const std::string& cin);
+
     // --- The token library's entry points, null until resolved ---------------------------------------------
 
     static CK_C_Initialize Proc_C_Initialize;
@@ -216,6 +268,10 @@ protected:
     PublicKeyData m_PublicKey;
 
 private:
+    bool RequireSession();
+    bool FindProtectedObject(ApplType appl, unsigned long* handle);
+    bool ReadCardFile(const std::vector<unsigned char>& selectDirectory,
+                      const std::vector<unsigned char>& selectFile, std::vector<unsigned char>& content);
     bool LoadLibraryFile();
     void ResolveEntryPoints();
     void ReadLibraryInfo(const CK_INFO& info);

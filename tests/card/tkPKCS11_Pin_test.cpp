@@ -1,0 +1,331 @@
+// SPDX-License-Identifier: MIT
+#include "card/tkPKCS11.h"
+
+#include "tests/card/TokenLibraryMock.h"
+
+using testing::_;
+using testing::DoAll;
+using testing::ElementsAre;
+using testing::InSequence;
+using testing::IsEmpty;
+using testing::Return;
+using testing::SetArgPointee;
+using testing::StrEq;
+using namespace Velmor;
+
+namespace {
+
+constexpr unsigned long CHANGE = 0x200;
+constexpr unsigned long UNBLOCK = 0x201;
+constexpr unsigned long FORCE_SOFTWARE = 0x80000002UL;
+
+/// Type and one-byte value of each attribute of a list.
+std::vector<std::pair<unsigned long, int>> Written(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
+    std::vector<std::pair<unsigned long, int>> list;
+    for (CK_ULONG i = 0; i < count; ++i) {
+        EXPECT_EQ(attributes[i].ulValueLen, 1U);
+        list.emplace_back(attributes[i].type, *static_cast<const unsigned char*>(attributes[i].pValue));
+    }
+    return list;
+}
+
+class Pins : public MockedCardTest {
+protected:
+    void SetUp() override {
+        MockedCardTest::SetUp();
+        m_card.m_hSession = 9;
+        ON_CALL(m_library, SetAttributeValue(_, _, _, _))
+            .WillByDefault([this](auto, auto, auto* list, auto count) {
+                m_written.push_back(Written(list, count));
+                const CK_RV rv = m_answers.front();
+                m_answers.erase(m_answers.begin());
+                return rv;
+            });
+    }
+
+    /// Plans the search for one object, which is there or not.
+    void PlanObject(const std::string& label, CK_OBJECT_CLASS objectClass, bool there = true) {
+        const InSequence inThisOrder;
+        EXPECT_CALL(m_library, FindObjectsInit(9, _, 2)).WillOnce([=](auto, CK_ATTRIBUTE* wanted, auto) {
+            EXPECT_EQ(wanted[0].type, CKA_CLASS);
+            EXPECT_EQ(*static_cast<CK_OBJECT_CLASS*>(wanted[0].pValue), objectClass);
+            EXPECT_EQ(std::string(static_cast<char*>(wanted[1].pValue), wanted[1].ulValueLen), label);
+            return CKR_OK;
+        });
+        EXPECT_CALL(m_library, FindObjects(9, _, 1, _))
+            .WillOnce(DoAll(SetArgPointee<1>(42), SetArgPointee<3>(there ? 1 : 0), Return(CKR_OK)));
+        EXPECT_CALL(m_library, FindObjectsFinal(9)).WillOnce(Return(CKR_OK));
+    }
+    /// Plans writes that the library answers one after the other with these codes.
+    void PlanWrites(std::vector<CK_RV> answers) {
+        m_answers = answers;
+        EXPECT_CALL(m_library, SetAttributeValue(9, 42, _, _)).Times(static_cast<int>(answers.size()));
+    }
+    void SetClientVersion(int a, int b, int c, int d) {
+        const int version[] = {a, b, c, d};
+        std::copy(std::begin(version), std::end(version), m_card.m_ClientVersion);
+    }
+
+    std::vector<std::vector<std::pair<unsigned long, int>>> m_written;
+    std::vector<CK_RV> m_answers;
+};
+
+using Attribute = std::pair<unsigned long, int>;
+
+} // namespace
+
+// --- ChangePIN, UnblockPIN ---------------------------------------------------------------------------------
+
+TEST_F(Pins, AreChangedAndUnblockedAtTheObjectThatTheyProtect) {
+    const std::tuple<ApplType, const char*, CK_OBJECT_CLASS> objects[] = {
+        {ApplSignature, "SK.CH.SIG", CKO_PRIVATE_KEY},
+        {ApplEncryption, "SK.CH.EKEY", CKO_PRIVATE_KEY},
+        {ApplIdentityLink, "PERSONENBINDUNG", CKO_DATA},
+    };
+    for (const auto& [appl, label, objectClass] : objects) {
+        SCOPED_TRACE(label);
+        m_written.clear();
+        m_log.Clear();
+        PlanObject(label, objectClass);
+        PlanWrites({CKR_OK});
+        EXPECT_EQ(m_card.ChangePIN(appl), P11_OK);
+        testing::Mock::VerifyAndClearExpectations(&m_library);
+        PlanObject(label, objectClass);
+        PlanWrites({CKR_OK});
+        EXPECT_EQ(m_card.UnblockPIN(appl), P11_OK);
+        testing::Mock::VerifyAndClearExpectations(&m_library);
+        EXPECT_THAT(m_written,
+                    ElementsAre(ElementsAre(Attribute(CHANGE, 0)), ElementsAre(Attribute(UNBLOCK, 0))));
+        EXPECT_THAT(m_log.Lines(), ElementsAre("M ChangePIN", "M UnblockPIN"));
+    }
+}
+
+TEST_F(Pins, NeedASession) {
+    m_card.m_hSession = 0;
+    EXPECT_EQ(m_card.ChangePIN(ApplSignature), P11_ERROR);
+    EXPECT_EQ(m_card.UnblockPIN(ApplSignature), P11_ERROR);
+    EXPECT_EQ(m_card.InitPIN(ApplSignature), P11_ERROR);
+    PINState state = PIN_STATE_OK;
+    int tries = 17;
+    EXPECT_EQ(m_card.GetPINStatus(ApplSignature, state, tries), -1);
+    EXPECT_EQ(state, PIN_STATE_OK);
+    EXPECT_EQ(tries, 17);
+    EXPECT_THAT(m_log.Lines(),
+                ElementsAre("M ChangePIN", "E PKCS11 Session nicht offen", "M UnblockPIN",
+                            "E PKCS11 Session nicht offen", "M InitPIN", "E PKCS11 Session nicht offen",
+                            "M GetPINStatus", "E PKCS11 Session nicht offen"));
+}
+
+TEST_F(Pins, OfAnUnknownApplicationAreRefusedWithoutTouchingTheCard) {
+    for (const int appl : {-1, 3}) {
+        EXPECT_EQ(m_card.ChangePIN(static_cast<ApplType>(appl)), P11_ERROR);
+        EXPECT_EQ(m_card.UnblockPIN(static_cast<ApplType>(appl)), P11_ERROR);
+        EXPECT_EQ(m_card.GenericPINCommand(static_cast<ApplType>(appl), CHANGE, true, true), P11_ERROR);
+    }
+    EXPECT_THAT(m_log.Errors(), IsEmpty());
+}
+
+TEST_F(Pins, WithoutTheirObjectFailWithoutAWordOfTheirOwn) {
+    PlanObject("SK.CH.SIG", CKO_PRIVATE_KEY, false);
+    EXPECT_EQ(m_card.ChangePIN(ApplSignature), P11_ERROR);
+    EXPECT_THAT(m_log.Errors(), IsEmpty());
+    EXPECT_CALL(m_library, FindObjectsInit(_, _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_EQ(m_card.UnblockPIN(ApplSignature), P11_ERROR);
+    EXPECT_THAT(m_log.Errors(),
+                ElementsAre("PKCS11 Proc_C_FindObjectsInit0x30", "tkPKCS11::FindObject: FindObjects error"));
+}
+
+struct PinResult {
+    CK_RV rv;
+    PKCS11Return plain;
+    const char* logged;
+    PKCS11Return withFlags;
+};
+
+TEST_F(Pins, TheLibrarysAnswerBecomesAResultInTwoDifferentWays) {
+    const PinResult rows[] = {
+        {CKR_OK, P11_OK, nullptr, P11_OK},
+        {CKR_FUNCTION_CANCELED, P11_CANCELLED, "Proc_C_SetAttributeValue returned CKR_FUNCTION_CANCELED",
+         P11_CANCELLED},
+        {CKR_PIN_INCORRECT, P11_PIN_INCORRECT, "Proc_C_SetAttributeValue returned CKR_PIN_INCORRECT",
+         P11_PIN_LOCKED},
+        {CKR_PIN_LOCKED, P11_PIN_LOCKED, "Proc_C_SetAttributeValue returned CKR_PIN_LOCKED",
+         P11_PIN_INCORRECT},
+        {CKR_GENERAL_ERROR, P11_ERROR, "Proc_C_SetAttributeValue returned 0x5", P11_PIN_INCORRECT},
+        {CKR_FUNCTION_FAILED, P11_ERROR, "Proc_C_SetAttributeValue returned 0x6", P11_PIN_INCORRECT},
+    };
+    for (const PinResult& row : rows) {
+        SCOPED_TRACE(row.rv);
+        m_log.Clear();
+        PlanObject("SK.CH.SIG", CKO_PRIVATE_KEY);
+        PlanWrites({row.rv});
+        EXPECT_EQ(m_card.GenericPINCommand(ApplSignature, CHANGE), row.plain);
+        testing::Mock::VerifyAndClearExpectations(&m_library);
+        EXPECT_EQ(m_log.Errors(),
+                  row.logged != nullptr ? std::vector<std::string>{row.logged} : std::vector<std::string>{});
+        m_log.Clear();
+        PlanObject("SK.CH.SIG", CKO_PRIVATE_KEY);
+        PlanWrites({row.rv});
+        EXPECT_EQ(m_card.GenericPINCommand(ApplSignature, CHANGE, false, false), row.withFlags);
+        testing::Mock::VerifyAndClearExpectations(&m_library);
+        EXPECT_THAT(m_log.Lines(), IsEmpty());
+    }
+}
+
+// --- InitPIN -----------------------------------------------------------------------------------------------
+
+TEST_F(Pins, OfAcosSignatureKeysAreInitialisedOnTheScreenByAClientThatCan) {
+    for (const int type : {CARD_ACOS_A03, CARD_ACOS_A04, CARD_ACOS_A05}) {
+        m_card.m_CardType = type;
+        m_written.clear();
+        SetClientVersion(2, 0, 0, 0);
+        PlanObject("SK.CH.SIG", CKO_PRIVATE_KEY);
+        PlanWrites({CKR_OK});
+        EXPECT_EQ(m_card.InitPIN(ApplSignature), P11_OK);
+        testing::Mock::VerifyAndClearExpectations(&m_library);
+        EXPECT_THAT(m_written, ElementsAre(ElementsAre(Attribute(CHANGE, 1), Attribute(FORCE_SOFTWARE, 1))));
+    }
+    EXPECT_EQ(m_log.Lines()[1], "M tkPKCS11::_GenericPINCommand: force Software Pin");
+}
+
+TEST_F(Pins, ALibraryThatRefusesTheScreenIsAskedAgainWithoutThatWish) {
+    m_card.m_CardType = CARD_ACOS_A04;
+    SetClientVersion(2, 0, 0, 0);
+    PlanObject("SK.CH.SIG", CKO_PRIVATE_KEY);
+    PlanWrites({CKR_FUNCTION_FAILED, CKR_OK});
+    EXPECT_EQ(m_card.InitPIN(ApplSignature), P11_OK);
+    EXPECT_THAT(m_written, ElementsAre(ElementsAre(Attribute(CHANGE, 1), Attribute(FORCE_SOFTWARE, 1)),
+                                       ElementsAre(Attribute(CHANGE, 1))));
+}
+
+TEST_F(Pins, AnOldClientAsksAgainWithAnEmptyList) {
+    m_card.m_CardType = CARD_ACOS_A04;
+    SetClientVersion(1, 0, 0, 0);
+    PlanObject("SK.CH.SIG", CKO_PRIVATE_KEY);
+    PlanWrites({CKR_FUNCTION_FAILED, CKR_PIN_INCORRECT});
+    EXPECT_EQ(m_card.InitPIN(ApplSignature), P11_PIN_LOCKED);
+    EXPECT_THAT(m_written, ElementsAre(ElementsAre(Attribute(CHANGE, 1)), IsEmpty()));
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M InitPIN"));
+}
+
+TEST_F(Pins, OfAllOtherKeysAndCardsAreChangedByInitPin) {
+    const std::tuple<int, ApplType, const char*, CK_OBJECT_CLASS> rows[] = {
+        {CARD_ACOS_A03, ApplEncryption, "SK.CH.EKEY", CKO_PRIVATE_KEY},
+        {CARD_ACOS_A05, ApplIdentityLink, "PERSONENBINDUNG", CKO_DATA},
+        {CARD_ECARD_G2, ApplSignature, "SK.CH.SIG", CKO_PRIVATE_KEY},
+        {CARD_CARDOS, ApplSignature, "SK.CH.SIG", CKO_PRIVATE_KEY},
+        {CARD_ELU, ApplSignature, "SK.CH.SIG", CKO_PRIVATE_KEY},
+    };
+    SetClientVersion(2, 0, 0, 0);
+    for (const auto& [type, appl, label, objectClass] : rows) {
+        m_card.m_CardType = type;
+        m_written.clear();
+        PlanObject(label, objectClass);
+        PlanWrites({CKR_FUNCTION_FAILED}); // and no second try
+        EXPECT_EQ(m_card.InitPIN(appl), P11_PIN_INCORRECT);
+        testing::Mock::VerifyAndClearExpectations(&m_library);
+        EXPECT_THAT(m_written, ElementsAre(ElementsAre(Attribute(CHANGE, 0))));
+    }
+}
+
+TEST_F(Pins, OfAnUnknownCardAreNotInitialised) {
+    m_card.m_Slots.push_back(new SlotStruct{100, "Karte", "1"});
+    m_card.m_SlotIndex = 0;
+    m_card.m_Atr = "FF";
+    EXPECT_EQ(m_card.InitPIN(ApplSignature), P11_NOT_SUPPORTED);
+    EXPECT_THAT(m_log.Lines(),
+                ElementsAre("M InitPIN", "E Unknown atr=FF", "E InitPIN for unknown card not allowed"));
+}
+
+TEST_F(Pins, AreInitialisedAfterTheCardTypeHasBeenLoaded) {
+    m_card.m_Slots.push_back(new SlotStruct{100, "Karte", "1"});
+    m_card.m_SlotIndex = 0;
+    m_card.m_Atr = "3BBD18008131FE45805102";
+    PlanObject("SK.CH.SIG", CKO_PRIVATE_KEY);
+    PlanWrites({CKR_OK});
+    EXPECT_EQ(m_card.InitPIN(ApplSignature), P11_OK);
+    EXPECT_EQ(m_card.m_CardType, CARD_ECARD_G2);
+}
+
+// --- GetPINStatus ------------------------------------------------------------------------------------------
+
+class PinStatus : public Pins {
+protected:
+    void SetUp() override {
+        Pins::SetUp();
+        m_card.m_CardType = CARD_ECARD_G3A;
+    }
+    /// Plans the query; the library writes this byte and answers this code.
+    void PlanQuery(const char* name, unsigned char firstByte, CK_RV rv) {
+        EXPECT_CALL(m_library, CardAttribute(9, StrEq(name), _, testing::Pointee(5U)))
+            .WillOnce([=](auto, auto, unsigned char* out, auto) {
+                for (int i = 0; i < 5; ++i)
+                    EXPECT_EQ(out[i], 0);
+                if (rv == CKR_OK)
+                    out[0] = firstByte;
+                return rv;
+            });
+    }
+    PINState m_state = PIN_STATE_OK;
+    int m_tries = 17;
+};
+
+TEST_F(PinStatus, TellsStateAndTriesByTheFirstByte) {
+    const std::tuple<unsigned char, PINState, int> rows[] = {
+        {0xFF, PIN_STATE_UNKNOWN, -1},
+        {0, PIN_STATE_BLOCKED, 0},
+        {3, PIN_STATE_OK, 3},
+        {0xFE, PIN_STATE_OK, 254},
+    };
+    for (const auto& [byte, state, tries] : rows) {
+        PlanQuery("SicSig/PIN-Status", byte, CKR_OK);
+        EXPECT_EQ(m_card.GetPINStatus(ApplSignature, m_state, m_tries), 0);
+        EXPECT_EQ(m_state, state);
+        EXPECT_EQ(m_tries, tries);
+    }
+}
+
+TEST_F(PinStatus, AsksForThePropertyOfTheApplication) {
+    for (const int type : {CARD_ECARD_G2, CARD_ECARD_G3A, CARD_ECARD_G3B}) {
+        m_card.m_CardType = type;
+        PlanQuery("SicSig/PIN-Status", 3, CKR_OK);
+        EXPECT_EQ(m_card.GetPINStatus(ApplSignature, m_state, m_tries), 0);
+        for (const ApplType appl : {ApplEncryption, ApplIdentityLink}) {
+            PlanQuery("GewSig/PIN-Status", 3, CKR_OK);
+            EXPECT_EQ(m_card.GetPINStatus(appl, m_state, m_tries), 0);
+        }
+    }
+    EXPECT_EQ(m_card.GetPINStatus(static_cast<ApplType>(3), m_state, m_tries), -1);
+    EXPECT_EQ(m_state, PIN_STATE_UNKNOWN);
+}
+
+TEST_F(PinStatus, AFailedQueryReadsAsABlockedPin) {
+    for (const auto& [rv, result] : {std::pair<CK_RV, int>{CKR_FUNCTION_NOT_SUPPORTED, -2},
+                                     std::pair<CK_RV, int>{CKR_DEVICE_REMOVED, -1}}) {
+        PlanQuery("SicSig/PIN-Status", 0, rv);
+        EXPECT_EQ(m_card.GetPINStatus(ApplSignature, m_state, m_tries), result);
+        EXPECT_EQ(m_state, PIN_STATE_BLOCKED);
+        EXPECT_EQ(m_tries, 0);
+    }
+    EXPECT_THAT(m_log.Errors(), IsEmpty());
+}
+
+TEST_F(PinStatus, AMissingEntryPointIsAQueryThatTheLibraryDoesNotHave) {
+    tkPKCS11::Proc_C_CardAttribute = nullptr;
+    EXPECT_EQ(m_card.GetPINStatus(ApplSignature, m_state, m_tries), -2);
+}
+
+TEST_F(PinStatus, ALengthAboveTheBufferIsAFailedQuery) {
+    EXPECT_CALL(m_library, CardAttribute(_, _, _, _)).WillOnce(DoAll(SetArgPointee<3>(6), Return(CKR_OK)));
+    EXPECT_EQ(m_card.GetPINStatus(ApplSignature, m_state, m_tries), -1);
+}
+
+TEST_F(PinStatus, OtherCardsHaveNoSuchQuery) {
+    for (const int type : {CARD_UNKNOWN, CARD_ACOS_A03, CARD_ACOS_A04, CARD_ELU, CARD_CARDOS}) {
+        m_card.m_CardType = type;
+        m_tries = 17;
+        EXPECT_EQ(m_card.GetPINStatus(ApplSignature, m_state, m_tries), -1);
+        EXPECT_EQ(m_state, PIN_STATE_UNKNOWN);
+        EXPECT_EQ(m_tries, -1);
+    }
+}
