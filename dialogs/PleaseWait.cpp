@@ -17,7 +17,19 @@ PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wx
         new wxPanel(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_NONE);
     set_properties();
     do_layout();
+    Bind(wxEVT_SHOW, &PleaseWait::evt_Show, this);
     Show(false);
+}
+
+bool PleaseWait::Show(bool show) {
+    m_wanted = show;
+    return wxDialog::Show(show);
+}
+
+void PleaseWait::evt_Show(wxShowEvent& event) {
+    if (event.IsShown() && !m_wanted)
+        wxDialog::Show(false);
+    event.Skip();
 }
 
 void PleaseWait::set_properties() {

@@ -1,0 +1,311 @@
+// SPDX-License-Identifier: MIT
+// A refresh of the card list, over the simulated token library.
+#include "app/MainFrame.h"
+
+#include <wx/app.h>
+#include <wx/utils.h>
+
+#include <cstdlib>
+
+#include "app/ControlIds.h"
+#include "tests/app/GuiTest.h"
+#include "tests/app/ProbedFrame.h"
+#include "tests/support/SimDeck.h"
+
+using orseltest::CardOptions;
+using orseltest::SimDeck;
+using testing::Each;
+using testing::ElementsAre;
+
+namespace {
+
+/// Whether the display itself shows a window of this name, whatever the toolkit believes.
+bool IsOnScreen(const std::string& name) {
+    return std::system(("xwininfo -name '" + name + "' 2>/dev/null | grep -q IsViewable").c_str()) == 0;
+}
+
+class ARefresh : public testing::Test {
+protected:
+    /// Opens the window and lets its first refresh end.
+    void Open() {
+        m_frame.reset(new ProbedFrame);
+        m_frame->Show(true);
+        ASSERT_TRUE(RunUntil([this] { return !m_frame->m_startTimer.IsRunning() && Idle(); }));
+    }
+    void Reload() {
+        wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
+        m_frame->button_reload->GetEventHandler()->ProcessEvent(click);
+        ASSERT_TRUE(RunUntil([this] { return Idle(); }));
+    }
+    bool Idle() { return m_frame->m_refreshThread == nullptr && m_frame->IsThisEnabled(); }
+
+    std::vector<std::vector<wxString>> Rows() {
+        std::vector<std::vector<wxString>> rows;
+        for (long row = 0; row < m_frame->list_cards->GetItemCount(); ++row)
+            rows.push_back(m_frame->Row(row));
+        return rows;
+    }
+    std::vector<wxString> Column(size_t column) {
+        std::vector<wxString> texts;
+        for (const auto& row : Rows())
+            texts.push_back(row[column]);
+        return texts;
+    }
+    bool EverythingIsEnabled() {
+        for (const wxWindow* control : m_frame->Commands()) {
+            if (!control->IsThisEnabled())
+                return false;
+        }
+        return m_frame->IsThisEnabled();
+    }
+    long SelectedRow() {
+        return m_frame->list_cards->GetNextItem(-1, wxLIST_NEXT_ALL, wxLIST_STATE_SELECTED);
+    }
+
+    SimDeck m_deck;
+    FramePtr m_frame;
+};
+
+} // namespace
+
+TEST_F(ARefresh, ShowsTheCardsInTheReverseOfTheSlotOrder) {
+    m_deck.add("acos-a04", CardOptions().serial("1111222233334444"));
+    m_deck.add("cardos-53", CardOptions().serial("5555666677778888"));
+    Open();
+    EXPECT_THAT(Column(0), ElementsAre("5555666677778888", "1111222233334444"));
+    EXPECT_THAT(Column(2), ElementsAre("Orsel Carta CardOS 5.3", "Orsel Carta ACOS 04"));
+}
+
+TEST_F(ARefresh, SelectsTheRowOnTop) {
+    m_deck.add("acos-a04");
+    m_deck.add("cardos-53");
+    Open();
+    EXPECT_EQ(SelectedRow(), 0);
+    EXPECT_EQ(m_frame->list_cards->GetItemData(0), static_cast<wxUIntPtr>(Velmor::TOKEN_CARDOS_53));
+    EXPECT_EQ(m_frame->list_cards->GetItemData(1), static_cast<wxUIntPtr>(Velmor::TOKEN_ACOS_04));
+}
+
+TEST_F(ARefresh, NamesEachOfTheEightKindsAndTheUnknownTokenByItsLabel) {
+    m_deck.addDemoCards();
+    Open();
+    EXPECT_THAT(Column(2),
+                ElementsAre("Firmenausweis                   ", "Orsel Carta ACOS 04",
+                            "Orsel Carta CardOS 5.3", "Orsel Carta e-Card G4", "Orsel Carta e-Card G3B",
+                            "Orsel Carta e-Card G3A", "Orsel Carta e-Card G2", "Orsel Carta ACOS 05",
+                            "Orsel Carta ACOS 04", "Orsel Carta ACOS 03"));
+    std::vector<wxUIntPtr> types;
+    for (long row = 0; row < 10; ++row)
+        types.push_back(m_frame->list_cards->GetItemData(row));
+    EXPECT_THAT(types, ElementsAre(8, 1, 7, 6, 5, 4, 3, 2, 1, 0));
+}
+
+TEST_F(ARefresh, GivesEveryRowTheChip) {
+    m_deck.add("acos-a04");
+    Open();
+    wxListItem item;
+    item.SetId(0);
+    item.SetMask(wxLIST_MASK_IMAGE);
+    ASSERT_TRUE(m_frame->list_cards->GetItem(item));
+    EXPECT_EQ(item.GetImage(), m_frame->m_chipImage);
+}
+
+TEST_F(ARefresh, ShowsAnEmptyCardWithAnUnknownHolder) {
+    m_deck.add("empty");
+    Open();
+    EXPECT_THAT(Rows(), ElementsAre(ElementsAre("0000000000000000", "unbekannt", "Orsel Carta ACOS 04")));
+}
+
+TEST_F(ARefresh, WithoutACardLeavesAnEmptyListAndEveryCommandEnabled) {
+    Open();
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 0);
+    EXPECT_EQ(SelectedRow(), -1);
+    EXPECT_TRUE(EverythingIsEnabled());
+    EXPECT_FALSE(m_frame->m_pleaseWait.IsShown());
+    EXPECT_FALSE(wxIsBusy());
+}
+
+TEST_F(ARefresh, SeesCardsThatCameAndWent) {
+    m_deck.add("acos-a04", CardOptions().serial("1111222233334444"));
+    const std::string second = m_deck.add("cardos-53", CardOptions().serial("5555666677778888"));
+    Open();
+    m_deck.takeOut(second);
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 2); // nobody polls
+    Reload();
+    EXPECT_THAT(Column(0), ElementsAre("1111222233334444"));
+    m_deck.putBack(second);
+    Reload();
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 2);
+}
+
+TEST_F(ARefresh, KeepsTheWindowDisabledBehindTheBusyDialogUntilItIsDone) {
+    m_deck.add("acos-a04", CardOptions().delayMs(400));
+    Open();
+    wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
+    m_frame->button_reload->GetEventHandler()->ProcessEvent(click);
+    ASSERT_NE(m_frame->m_refreshThread, nullptr);
+    for (const wxWindow* control : m_frame->Commands())
+        EXPECT_FALSE(control->IsThisEnabled()) << control->GetId();
+    EXPECT_FALSE(m_frame->IsThisEnabled());
+    EXPECT_TRUE(m_frame->m_pleaseWait.IsShown());
+    EXPECT_TRUE(wxIsBusy());
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 0); // the old rows go first
+    ASSERT_TRUE(RunUntil([this] { return Idle(); }));
+    EXPECT_TRUE(EverythingIsEnabled());
+    EXPECT_FALSE(m_frame->m_pleaseWait.IsShown());
+    EXPECT_FALSE(wxIsBusy());
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 1);
+}
+
+TEST_F(ARefresh, LeavesNoBusyDialogBehindHoweverShortItWas) {
+    Open();
+    for (int i = 0; i < 10; ++i)
+        Reload();
+    RunFor(1500); // longer than a window manager may take to show it
+    EXPECT_FALSE(m_frame->m_pleaseWait.IsShown());
+    EXPECT_FALSE(IsOnScreen("Bitte warten"));
+}
+
+// --- Failures ----------------------------------------------------------------------------------------------
+
+TEST_F(ARefresh, WhoseSlotListCannotBeReadEndsWithAnEmptyList) {
+    m_deck.add("acos-a04");
+    m_deck.planFaults({"C_GetSlotList rv=CKR_DEVICE_ERROR"});
+    Open();
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 0);
+    EXPECT_TRUE(EverythingIsEnabled());
+    EXPECT_FALSE(m_frame->label_status->IsShown()); // nothing reaches the status line
+}
+
+TEST_F(ARefresh, LeavesOutACardWhoseSessionDoesNotOpen) {
+    m_deck.add("acos-a04", CardOptions().serial("1111222233334444").slot(1));
+    m_deck.add("cardos-53", CardOptions().serial("5555666677778888").slot(2));
+    m_deck.planFaults({"C_OpenSession slot=1 rv=CKR_DEVICE_ERROR"});
+    Open();
+    EXPECT_THAT(Column(0), ElementsAre("5555666677778888"));
+    EXPECT_FALSE(m_frame->label_status->IsShown());
+}
+
+TEST_F(ARefresh, ShowsTheLabelOfACardWhoseTokenInformationIsGoneByThen) {
+    m_deck.add("acos-a04", CardOptions().serial("1111222233334444").label("Meine Karte"));
+    // The first call belongs to the list of slots, the second to the row.
+    m_deck.planFaults({"C_GetTokenInfo call=2 rv=CKR_DEVICE_ERROR"});
+    Open();
+    EXPECT_THAT(Rows(), ElementsAre(ElementsAre("1111222233334444", "unbekannt",
+                                                "Meine Karte                     ")));
+    EXPECT_EQ(m_frame->list_cards->GetItemData(0), 8U);
+}
+
+TEST_F(ARefresh, WhoseThreadDoesNotStartKeepsTheBusyDialogOnTheScreen) {
+    m_deck.add("acos-a04");
+    Open();
+    const auto start = RefreshCardThread::StartThread;
+    RefreshCardThread::StartThread = [](RefreshCardThread&) { return wxTHREAD_NO_RESOURCE; };
+    Reload();
+    EXPECT_EQ(m_frame->m_refreshThread, nullptr);
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 0);
+    EXPECT_TRUE(EverythingIsEnabled());
+    EXPECT_FALSE(wxIsBusy());
+    EXPECT_TRUE(m_frame->m_pleaseWait.IsShown());
+
+    RefreshCardThread::StartThread = start;
+    Reload(); // a refresh that works takes it away
+    EXPECT_FALSE(m_frame->m_pleaseWait.IsShown());
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 1);
+}
+
+TEST_F(ARefresh, EndsWithTheWindowThatStartedIt) {
+    m_deck.add("acos-a04", CardOptions().delayMs(300));
+    Open();
+    wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
+    m_frame->button_reload->GetEventHandler()->ProcessEvent(click);
+    m_frame.reset();
+    RunFor(500);
+    EXPECT_EQ(m_deck.trace("C_Finalize").size(), 1U);
+    EXPECT_EQ(m_deck.trace("C_OpenSession").size(), m_deck.trace("C_CloseSession").size());
+}
+
+// --- Calls -------------------------------------------------------------------------------------------------
+
+namespace {
+
+/// What one refresh asks of the library, by slot.
+std::vector<std::string> CallsOfOneRefresh(const std::vector<std::string>& slots) {
+    std::vector<std::string> calls = {"C_GetSlotList", "C_GetSlotList"};
+    for (const std::string& slot : slots) {
+        calls.push_back("C_GetTokenInfo " + slot);
+        calls.push_back("C_GetSlotInfo " + slot);
+    }
+    for (const std::string& slot : slots) {
+        calls.push_back("C_OpenSession " + slot);
+        calls.push_back("C_GetSlotList");
+        calls.push_back("C_GetSlotList");
+        calls.push_back("C_GetTokenInfo " + slot);
+        calls.push_back("C_CloseSession " + slot);
+    }
+    return calls;
+}
+
+std::vector<std::string> FunctionsAndSlots(const std::vector<orseltest::TraceRecord>& trace) {
+    std::vector<std::string> calls;
+    for (const auto& record : trace)
+        calls.push_back(record.function + (record.value("slot").empty() ? "" : " " + record.value("slot")));
+    return calls;
+}
+
+} // namespace
+
+TEST_F(ARefresh, MakesExactlyItsCallsAndAllOfThemOnOneOtherThread) {
+    m_deck.addDemoCards();
+    Open();
+    const long mainThread = m_deck.trace("C_Initialize").front().thread;
+    m_deck.clearTrace();
+    Reload();
+    const auto trace = m_deck.trace();
+    const auto calls = CallsOfOneRefresh({"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"});
+    EXPECT_THAT(FunctionsAndSlots(trace), testing::ElementsAreArray(calls));
+    for (const auto& record : trace) {
+        EXPECT_EQ(record.thread, trace.front().thread);
+        EXPECT_NE(record.thread, mainThread);
+        EXPECT_EQ(record.result, "CKR_OK");
+    }
+}
+
+TEST_F(ARefresh, OpensReadOnlySessionsAndLeavesNoneOpen) {
+    m_deck.addDemoCards();
+    Open();
+    std::vector<std::string> opened;
+    std::vector<std::string> closed;
+    for (const auto& record : m_deck.trace("C_OpenSession")) {
+        EXPECT_EQ(record.value("flags"), "4");
+        opened.push_back(record.value("session"));
+    }
+    for (const auto& record : m_deck.trace("C_CloseSession"))
+        closed.push_back(record.value("session"));
+    EXPECT_EQ(opened.size(), 10U);
+    EXPECT_EQ(opened, closed);
+}
+
+TEST_F(ARefresh, BindsTheLibraryOnceAndUnbindsItWithTheWindow) {
+    m_deck.add("acos-a04");
+    Open();
+    Reload();
+    EXPECT_EQ(m_deck.trace("C_Initialize").size(), 1U);
+    EXPECT_EQ(m_deck.trace("C_GetInfo").size(), 1U);
+    EXPECT_EQ(m_deck.trace("C_Finalize").size(), 0U);
+    m_frame.reset();
+    RunFor(100);
+    EXPECT_EQ(m_deck.trace("C_Finalize").size(), 1U);
+    EXPECT_EQ(m_deck.trace().back().function, "C_Finalize");
+}
+
+// --- Threads -----------------------------------------------------------------------------------------------
+
+TEST_F(ARefresh, OfTenCardsMayBeRepeatedFiftyTimes) {
+    m_deck.addDemoCards();
+    Open();
+    for (int i = 0; i < 50; ++i)
+        Reload();
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 10);
+    EXPECT_THAT(m_deck.trace("C_CloseSession"), testing::SizeIs(510));
+    EXPECT_FALSE(m_frame->m_pleaseWait.IsShown());
+}
