@@ -81,9 +81,10 @@ public:
     }
 };
 
-/// Owns a window and ends it the toolkit's way.
+/// Owns a window and ends it at once, outside any of its handlers: the toolkit's own way waits for the next
+/// idle time, and the next window of a test would find the token library still bound by this one.
 struct DestroyWindow {
-    void operator()(wxWindow* window) const { window->Destroy(); }
+    void operator()(wxWindow* window) const { delete window; }
 };
 using FramePtr = std::unique_ptr<ProbedFrame, DestroyWindow>;
 
