@@ -2,7 +2,6 @@
 // Entry points that find objects and read their attributes.
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 #include "simulator/token/Call.h"
 #include "simulator/token/Output.h"
@@ -69,7 +68,7 @@ CK_RV readAttribute(const TokenObject& object, CK_ATTRIBUTE& asked) {
     if (asked.pValue != nullptr && capacity < value.size())
         return CKR_BUFFER_TOO_SMALL;
     if (asked.pValue != nullptr)
-        std::memcpy(asked.pValue, value.data(), value.size());
+        std::copy(value.begin(), value.end(), static_cast<unsigned char*>(asked.pValue));
     asked.ulValueLen = value.size();
     return CKR_OK;
 }

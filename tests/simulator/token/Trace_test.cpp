@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+#include "simulator/token/Trace.h"
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "tests/simulator/token/TokenLibrary.h"
+#include "tests/support/SimDeck.h"
+
+using orselsim::Trace;
+using orseltest::Bytes;
+using orseltest::CardOptions;
+using orseltest::Rv;
+using orseltest::SimDeck;
+using orseltest::TokenLibrary;
+using orseltest::TraceRecord;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::SizeIs;
+
+namespace {
+
+std::vector<std::string> functions(const std::vector<TraceRecord>& records) {
+    std::vector<std::string> names;
+    for (const TraceRecord& record : records)
+        names.push_back(record.function);
+    return names;
+}
+
+/// The one line of this function, without thread, code and time.
+std::string arguments(const SimDeck& deck, const std::string& function) {
+    std::istringstream lines(deck.traceText());
+    std::string found;
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t start = line.find(" " + function + " ");
+        if (start != std::string::npos)
+            found = line.substr(start + 1, line.find(" rv=") - start - 1);
+    }
+    return found;
+}
+
+} // namespace
+
+TEST(TraceText, EncodesWhatWouldBreakALine) {
+    EXPECT_EQ("PK.CH.SIG", Trace::encoded("PK.CH.SIG"));
+    EXPECT_EQ("a%20b%25%22%3D%2C%0A%C3%A4", Trace::encoded("a b%\"=,\nä"));
+    EXPECT_EQ("", Trace::encoded(""));
+}
+
+TEST(TheTrace, HasALineForEachCall) {
+    SimDeck deck;
+    deck.add("empty");
+    {
+        const TokenLibrary library;
+        library->C_CloseSession(library.openFirst());
+        CK_TOKEN_INFO info = {};
+        library->C_GetTokenInfo(99, &info);
+    }
+    EXPECT_THAT(functions(deck.trace()),
+                ElementsAre("C_Initialize", "C_GetSlotList", "C_GetSlotList", "C_OpenSession",
+                            "C_CloseSession", "C_GetTokenInfo", "C_Finalize"));
+    const TraceRecord open = deck.trace("C_OpenSession").at(0);
+    EXPECT_EQ(syscall(SYS_gettid), open.thread);
+    EXPECT_EQ("1", open.value("slot"));
+    EXPECT_EQ("4", open.value("flags"));
+    EXPECT_NE("", open.value("session"));
+    EXPECT_EQ("CKR_OK", open.result);
+    EXPECT_EQ(open.value("session"), deck.trace("C_CloseSession").at(0).value("session"));
+    EXPECT_EQ("1", deck.trace("C_CloseSession").at(0).value("slot"));
+    EXPECT_EQ("CKR_SLOT_ID_INVALID", deck.trace("C_GetTokenInfo").at(0).result);
+}
+
+TEST(TheTrace, KeepsItsForm) {
+    SimDeck deck;
+    deck.add("empty");
+    {
+        const TokenLibrary library;
+        library.openFirst();
+    }
+    std::istringstream lines(deck.traceText());
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_THAT(line, MatchesRegex("tid=[0-9]+ C_[A-Za-z]+( [a-z]+=[^ ]*)* rv=CKR_[A-Z_]+ us=[0-9]+"));
+}
+
+TEST(TheTrace, ShowsTheArgumentsThatMatter) {
+    SimDeck deck;
+    deck.add("ecard-g2");
+    const TokenLibrary library;
+    const CK_SESSION_HANDLE session = library.openFirst();
+    const std::string where = " session=" + std::to_string(session);
+    const CK_OBJECT_HANDLE object = library.findOne(session, CKO_CERTIFICATE, "C.CH.SIG");
+    EXPECT_EQ("C_FindObjectsInit" + where + " attributes=CKA_CLASS:CKO_CERTIFICATE,CKA_LABEL:C.CH.SIG slot=1",
+              arguments(deck, "C_FindObjectsInit"));
+    EXPECT_EQ("C_FindObjects" + where + " max=64 slot=1 count=1", arguments(deck, "C_FindObjects"));
+    library.attribute(session, object, CKA_ID);
+    EXPECT_EQ("C_GetAttributeValue" + where + " object=" + std::to_string(object) +
+                  " attributes=CKA_ID slot=1",
+              arguments(deck, "C_GetAttributeValue"));
+    Bytes value;
+    library.cardAttribute(session, "SicSig/PIN-Status", value);
+    EXPECT_EQ("C_CardAttribute" + where + " name=SicSig/PIN-Status slot=1 length=1",
+              arguments(deck, "C_CardAttribute"));
+    library.transmit(session, "00A4000C02DF71");
+    EXPECT_EQ("C_CardTransmit" + where + " apdu=00A4000C02DF71 slot=1 sw=9000",
+              arguments(deck, "C_CardTransmit"));
+}
+
+TEST(TheTrace, DoesNotShowTheDataOfACommandThatMayHoldAPin) {
+    SimDeck deck;
+    deck.add("empty");
+    const TokenLibrary library;
+    library.transmit(library.openFirst(), "0020000004"
+                                          "31323334");
+    EXPECT_THAT(arguments(deck, "C_CardTransmit"), HasSubstr("apdu=00200000[5]"));
+    EXPECT_THAT(deck.traceText(), Not(HasSubstr("31323334")));
+}
+
+TEST(TheTrace, IsWrittenWhileTheCallReturns) {
+    SimDeck deck;
+    const TokenLibrary library;
+    EXPECT_THAT(deck.trace(), SizeIs(1));
+    library.slots();
+    EXPECT_THAT(deck.trace(), SizeIs(3));
+}
+
+TEST(TheTrace, GoesOnWhereAnEarlierProcessStopped) {
+    SimDeck deck;
+    { const TokenLibrary first; }
+    { const TokenLibrary second; }
+    EXPECT_THAT(functions(deck.trace()),
+                ElementsAre("C_Initialize", "C_Finalize", "C_Initialize", "C_Finalize"));
+}
+
+TEST(TheTrace, MeasuresTheTime) {
+    SimDeck deck;
+    deck.add("empty", CardOptions().delayMs(30));
+    const TokenLibrary library;
+    library.openFirst();
+    EXPECT_GE(deck.trace("C_OpenSession").at(0).microseconds, 30000);
+    EXPECT_LT(deck.trace("C_Initialize").at(0).microseconds, 30000);
+}
+
+TEST(TheTrace, IsAskedForOrNotWritten) {
+    SimDeck deck;
+    unsetenv("ORSELSIM_TRACE");
+    { const TokenLibrary library; }
+    EXPECT_EQ("", deck.traceText());
+}
+
+TEST(TheTrace, ThatCannotBeWrittenIsReported) {
+    SimDeck deck;
+    setenv("ORSELSIM_TRACE", (deck.folder() + "/no/such/folder").c_str(), 1);
+    testing::internal::CaptureStderr();
+    { const TokenLibrary library; }
+    EXPECT_EQ("OrselP11: no trace: " + deck.folder() + "/no/such/folder: No such file or directory\n",
+              testing::internal::GetCapturedStderr());
+}
