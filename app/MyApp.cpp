@@ -49,6 +49,7 @@ int MyApp::OnExit() {
 }
 
 void MyApp::OnInitCmdLine(wxCmdLineParser& parser) {
+    wxApp::OnInitCmdLine(parser);
     parser.SetDesc(g_CmdLineDesc);
     parser.SetSwitchChars("-");
 }

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+#include "tests/e2e/Desktop.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+namespace desktop {
+
+/// One visible pixel of a picture.
+struct Pixel {
+    int x;
+    int y;
+    std::array<unsigned char, 3> colour;
+};
+
+namespace {
+
+std::array<unsigned char, 3> colourOf(const std::string& text) {
+    const unsigned long value = std::stoul(text.substr(1), nullptr, 16);
+    return {static_cast<unsigned char>(value >> 16), static_cast<unsigned char>(value >> 8 & 0xFF),
+            static_cast<unsigned char>(value & 0xFF)};
+}
+
+std::vector<Pixel> visiblePixels(const char* const* xpm) {
+    int width = 0;
+    int height = 0;
+    int colours = 0;
+    int keyLength = 0;
+    std::istringstream(xpm[0]) >> width >> height >> colours >> keyLength;
+    std::map<std::string, std::array<unsigned char, 3>> palette;
+    for (int i = 1; i <= colours; ++i) {
+        const std::string row = xpm[i];
+        const std::string colour = row.substr(row.rfind(' ') + 1);
+        if (colour != "None")
+            palette[row.substr(0, static_cast<size_t>(keyLength))] = colourOf(colour);
+    }
+    std::vector<Pixel> pixels;
+    for (int y = 0; y < height; ++y) {
+        const std::string row = xpm[1 + colours + y];
+        for (int x = 0; x < width; ++x) {
+            const auto colour =
+                palette.find(row.substr(static_cast<size_t>(x * keyLength), static_cast<size_t>(keyLength)));
+            if (colour != palette.end())
+                pixels.push_back({x, y, colour->second});
+        }
+    }
+    return pixels;
+}
+
+std::string at(Point point) {
+    return "mousemove " + std::to_string(point.x) + " " + std::to_string(point.y) + " ";
+}
+
+void xdotool(const std::string& arguments) {
+    outputOf("xdotool " + arguments);
+}
+
+} // namespace
+
+Screen Screen::capture() {
+    const std::string ppm = outputOf("import -silent -window root -depth 8 ppm:-");
+    Screen screen;
+    std::istringstream in(ppm);
+    std::string magic;
+    int maximum = 0;
+    in >> magic >> screen.m_width >> screen.m_height >> maximum;
+    const auto start = static_cast<size_t>(in.tellg()) + 1;
+    const size_t size = static_cast<size_t>(screen.m_width) * static_cast<size_t>(screen.m_height) * 3;
+    if (magic != "P6" || ppm.size() < start + size)
+        throw std::runtime_error("no picture of the screen");
+    screen.m_bytes.assign(ppm.begin() + static_cast<std::ptrdiff_t>(start),
+                          ppm.begin() + static_cast<std::ptrdiff_t>(start + size));
+    return screen;
+}
+
+bool Screen::matches(const std::vector<Pixel>& picture, int x, int y) const {
+    size_t misses = 0;
+    for (const Pixel& pixel : picture) {
+        const int column = x + pixel.x;
+        const int row = y + pixel.y;
+        if (column >= m_width || row >= m_height)
+            return false;
+        const size_t offset =
+            3 * (static_cast<size_t>(row) * static_cast<size_t>(m_width) + static_cast<size_t>(column));
+        if (std::memcmp(&m_bytes[offset], pixel.colour.data(), 3) != 0 && ++misses * 20 > picture.size())
+            return false;
+    }
+    return true;
+}
+
+std::vector<Point> Screen::find(const char* const* xpm) const {
+    const std::vector<Pixel> picture = visiblePixels(xpm);
+    std::vector<Point> places;
+    for (int y = 0; y < m_height; ++y) {
+        for (int x = 0; x < m_width; ++x) {
+            if (matches(picture, x, y))
+                places.push_back({x, y});
+        }
+    }
+    return places;
+}
+
+void click(Point point) {
+    xdotool(at(point) + "sleep 0.1 click 1");
+}
+
+void rightClick(Point point) {
+    xdotool(at(point) + "sleep 0.1 click 3");
+}
+
+void doubleClick(Point point) {
+    xdotool(at(point) + "sleep 0.1 click --repeat 2 --delay 60 1");
+}
+
+void press(const std::string& keys) {
+    xdotool("key --clearmodifiers " + keys);
+}
+
+std::vector<std::string> windows(const std::string& title) {
+    std::istringstream ids(outputOf("xdotool search --onlyvisible --name '" + title + "' 2>/dev/null"));
+    std::vector<std::string> found;
+    std::string id;
+    while (ids >> id)
+        found.push_back(id);
+    return found;
+}
+
+void close(const std::string& window) {
+    xdotool("windowactivate --sync " + window + " key --clearmodifiers alt+F4");
+}
+
+std::string outputOf(const std::string& command) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), &pclose);
+    if (pipe == nullptr)
+        throw std::runtime_error("cannot run: " + command);
+    std::string output;
+    std::array<char, 65536> block;
+    size_t read = 0;
+    while ((read = std::fread(block.data(), 1, block.size(), pipe.get())) > 0)
+        output.append(block.data(), read);
+    if (!output.empty() && output.back() == '\n')
+        output.pop_back();
+    return output;
+}
+
+bool waitFor(const std::function<bool()>& condition, int seconds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    }
+    return true;
+}
+
+} // namespace desktop

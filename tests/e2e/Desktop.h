@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// What a person sees and does: pictures found on the screen, real pointer and key events.
+#ifndef ORSEL_TESTS_E2E_DESKTOP_H
+#define ORSEL_TESTS_E2E_DESKTOP_H
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace desktop {
+
+struct Point {
+    int x;
+    int y;
+};
+
+/// What the screen shows, three bytes a pixel.
+class Screen {
+public:
+    /// Photographs the whole display.
+    static Screen capture();
+
+    /// Places of a picture, their upper left corners from top to bottom. Nearly all of its visible pixels
+    /// must be there: the frame around a selected row covers a few.
+    std::vector<Point> find(const char* const* xpm) const;
+
+    int width() const { return m_width; }
+    int height() const { return m_height; }
+
+private:
+    bool matches(const std::vector<struct Pixel>& picture, int x, int y) const;
+
+    int m_width = 0;
+    int m_height = 0;
+    std::vector<unsigned char> m_bytes;
+};
+
+/// Moves the pointer there and presses its left button.
+void click(Point point);
+void rightClick(Point point);
+void doubleClick(Point point);
+
+/// Presses keys by their X names, such as "ctrl+c".
+void press(const std::string& keys);
+
+/// Ids of the visible windows whose title matches a regular expression.
+std::vector<std::string> windows(const std::string& title);
+
+/// Closes a window as a person does, with Alt and F4.
+void close(const std::string& window);
+
+/// Output of a shell command without its last line end.
+std::string outputOf(const std::string& command);
+
+/// Waits until the condition holds; false after that many seconds without it.
+bool waitFor(const std::function<bool()>& condition, int seconds = 20);
+
+} // namespace desktop
+
+#endif

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// The built program as a process.
+#ifndef ORSEL_TESTS_E2E_PROGRAM_H
+#define ORSEL_TESTS_E2E_PROGRAM_H
+
+#include <string>
+
+#include <sys/types.h>
+
+/// Starts the program with the test's environment and ends it, by force if need be, when the object dies.
+/// Its output goes to a file in the folder that it is given, which is its home too.
+class Program {
+public:
+    explicit Program(const std::string& folder);
+    ~Program();
+    Program(const Program&) = delete; // one process, one owner
+    Program& operator=(const Program&) = delete;
+
+    bool runs();
+    /// Waits for the end. The exit code, or 1000 and the signal's number, or -1 when it does not end.
+    int waitForEnd(int seconds = 30);
+    void kill(int signal);
+
+    /// Everything that it has written to standard output and standard error so far.
+    std::string output() const;
+
+private:
+    std::string m_outputFile;
+    pid_t m_pid = -1;
+    int m_status = 0;
+};
+
+#endif
