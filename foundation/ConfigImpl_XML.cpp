@@ -24,8 +24,8 @@ struct ConfigImpl_XML::Tree {
 
 namespace {
 
-/// What is above these is no configuration file. The parser calls itself for each level.
-constexpr std::uintmax_t LargestFile = 64 * 1024 * 1024;
+/// A file above these is no configuration. The parser calls itself for each level of elements.
+constexpr std::uintmax_t LargestFile = std::uintmax_t{64} * 1024 * 1024; // bytes
 constexpr int DeepestTree = 1000;
 
 pt::path TreePath(const std::string& path) {
@@ -101,8 +101,11 @@ std::string ConfigImpl_XML::getPathKey(sConfig* row) const {
 template <typename T>
 bool ConfigImpl_XML::getValue(sConfig* row, T& out) {
     try {
-        out = GetPT(row->m_Type).root.get_child(TreePath(getPathKey(row))).template get_value<T>();
-        return true;
+        const auto value = GetPT(row->m_Type).root.template get_optional<T>(TreePath(getPathKey(row)));
+        if (value) {
+            out = *value;
+        }
+        return value.has_value();
     } catch (...) {
         return false;
     }

@@ -95,11 +95,11 @@ std::string FileSystem::GetFile(unsigned int id, bool create) const {
     if (row == nullptr) {
         return {};
     }
-    const std::string directory = BuildPath(row, create);
+    std::string path = BuildPath(row, create);
     if (row->m_File.empty()) {
-        return directory;
+        return path;
     }
-    const std::string path = CombinePaths(directory, row->m_File);
+    path = CombinePaths(path, row->m_File);
     if (create) {
         std::ofstream(path, std::ios::binary | std::ios::trunc);
     }

@@ -21,7 +21,7 @@ enum BasePath : int {
 };
 
 /// One row of the path table.
-struct _PathConfig {
+struct _PathConfig { // NOLINT(bugprone-reserved-identifier): the name that the family shares
     BasePath m_Base;
     std::string m_Path; ///< relative directory, with forward slashes once stored
     std::string m_File; ///< file name, may be empty
