@@ -3,6 +3,7 @@
 // A ratio above 1 means that ours is faster.
 #include "foundation/Logging.h"
 
+#include <climits>
 #include <filesystem>
 
 #include <spdlog/sinks/basic_file_sink.h>
@@ -18,8 +19,7 @@ const std::string Text = "slot 2: card found, reading the certificate of the hol
 
 Velmor::LibLogging& OurLogger(const std::string& path) {
     Velmor::LibLogging* const logger = Velmor::LibLogging::GetHandle(0);
-    logger->Init(path, Lines, false);
-    logger->LogRotation(false, 0);
+    logger->Init(path, UINT_MAX, false); // counts its lines, but never splits
     logger->LogThreadId(true);
     logger->Enabled(true);
     return *logger;
