@@ -38,27 +38,22 @@ inline constexpr std::uint16_t Base64Padding = 64;
 /// 128 values, one for each ASCII character.
 using Base64ReverseTable = std::uint16_t[128];
 
-/// Makes the reverse table of an alphabet at compile time.
-template <const Base64IndexTable& IndexTable>
-class Base64Reversal {
-    static constexpr std::uint16_t ValueOf(char c) {
-        for (std::uint16_t value = 0; value < Base64Padding; ++value) {
-            if (IndexTable[value] == c) {
-                return value;
-            }
+constexpr std::uint16_t Base64ValueOf(const Base64IndexTable& indexTable, char c) {
+    for (std::uint16_t value = 0; value < Base64Padding; ++value) {
+        if (indexTable[value] == c) {
+            return value;
         }
-        return c == IndexTable[Base64Padding] && c != ' ' ? Base64Padding : Base64NoMember;
     }
+    return c == indexTable[Base64Padding] && c != ' ' ? Base64Padding : Base64NoMember;
+}
 
-    template <std::size_t... Characters>
-    struct Values {
-        explicit Values(std::index_sequence<Characters...>);
-        static constexpr Base64ReverseTable table = {ValueOf(static_cast<char>(Characters))...};
-    };
+/// Makes the reverse table of an alphabet at compile time.
+template <const Base64IndexTable& IndexTable, typename Characters = std::make_index_sequence<128>>
+struct Base64Reversal;
 
-public:
-    static constexpr const Base64ReverseTable& table =
-        decltype(Values(std::make_index_sequence<128>()))::table;
+template <const Base64IndexTable& IndexTable, std::size_t... Characters>
+struct Base64Reversal<IndexTable, std::index_sequence<Characters...>> {
+    static constexpr Base64ReverseTable table = {Base64ValueOf(IndexTable, static_cast<char>(Characters))...};
 };
 
 inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_DEFAULT =

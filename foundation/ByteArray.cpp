@@ -24,9 +24,8 @@ ByteArray::ByteArray(const unsigned char* data, unsigned long len)
 ByteArray::ByteArray(const std::wstring& text) {
     reserve(2 * text.size());
     for (const wchar_t character : text) {
-        const auto unit = static_cast<unsigned long>(character);
-        push_back(static_cast<unsigned char>(unit & 0xFF));
-        push_back(static_cast<unsigned char>((unit >> 8) & 0xFF));
+        push_back(static_cast<unsigned char>(character & 0xFF));
+        push_back(static_cast<unsigned char>((character >> 8) & 0xFF));
     }
 }
 
