@@ -25,14 +25,24 @@ Card loadCard(const std::string& directory) {
     return card;
 }
 
-void saveRecord(const std::string& directory, const CardRecord& record) {
-    replaceFile(recordPath(directory), printCardRecord(record));
-}
-
 void saveCard(const std::string& directory, const Card& card) {
     for (const auto& [file, content] : card.contents)
         replaceFile(directory + "/" + file, content);
-    saveRecord(directory, card.record);
+    replaceFile(recordPath(directory), printCardRecord(card.record));
+}
+
+void saveChanges(const std::string& directory, const Card& before, const Card& after) {
+    bool isChanged = false;
+    for (const auto& [file, content] : after.contents) {
+        const auto old = before.contents.find(file);
+        if (old != before.contents.end() && old->second == content)
+            continue;
+        replaceFile(directory + "/" + file, content);
+        isChanged = true;
+    }
+    const Bytes record = printCardRecord(after.record);
+    if (isChanged || record != printCardRecord(before.record))
+        replaceFile(recordPath(directory), record);
 }
 
 } // namespace orselsim

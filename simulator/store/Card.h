@@ -25,8 +25,8 @@ Card loadCard(const std::string& directory);
 /// changed record is what tells other processes to read the card anew.
 void saveCard(const std::string& directory, const Card& card);
 
-/// Writes the record alone.
-void saveRecord(const std::string& directory, const CardRecord& record);
+/// Writes only what differs, in the same order; nothing at all when nothing does.
+void saveChanges(const std::string& directory, const Card& before, const Card& after);
 
 /// The path of the file that tells by its stamp whether a card has changed.
 std::string recordPath(const std::string& directory);

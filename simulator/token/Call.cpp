@@ -174,9 +174,15 @@ CK_RV Call::guarded(const std::function<void()>& work) {
 }
 
 void Call::withoutLock(const std::function<void()>& work) {
-    m_lock->unlock();
-    work();
-    m_lock->lock();
+    struct Relock { // also when the work throws: the body's own clean-up needs the lock
+        std::unique_lock<std::mutex>& lock;
+        explicit Relock(std::unique_lock<std::mutex>& held) : lock(held) { lock.unlock(); }
+        ~Relock() { lock.lock(); }
+    };
+    {
+        const Relock relock(*m_lock);
+        work();
+    }
     if (m_runtime->isClosed())
         throw Refusal{CKR_CRYPTOKI_NOT_INITIALIZED};
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "simulator/token/Authorisation.h"
 #include "simulator/token/Call.h"
 #include "simulator/token/Output.h"
 
@@ -32,7 +33,7 @@ AttributeMap templateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
 }
 
 const TokenObject& objectOf(const SessionView& view, CK_OBJECT_HANDLE handle) {
-    const TokenObject* object = view.card.object(handle);
+    const TokenObject* object = view.card->object(handle);
     if (object == nullptr)
         throw Refusal{CKR_OBJECT_HANDLE_INVALID};
     return *object;
@@ -81,6 +82,14 @@ void bendLengths(const Call& call, CK_ATTRIBUTE* attributes, CK_ULONG count) {
             call.bend(attributes[i].ulValueLen);
 }
 
+/// Some cards give private data to somebody with the PIN only.
+void authoriseReading(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle) {
+    const SessionView view = runtime.session(session);
+    const orselsim::ObjectRecord& record = objectOf(view, handle).record;
+    if (view.card->record().asksPinForData && record.kind == orselsim::ObjectKind::Data && record.isPrivate)
+        orselsim::authorise(call, runtime, session, record.pin);
+}
+
 bool readsValue(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
     return attributes != nullptr && std::any_of(attributes, attributes + count, [](const CK_ATTRIBUTE& a) {
                return a.type == CKA_VALUE && a.pValue != nullptr;
@@ -95,7 +104,7 @@ CK_RV C_FindObjectsInit(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_
         const SessionView view = runtime.session(session);
         if (view.session.search)
             throw Refusal{CKR_OPERATION_ACTIVE};
-        view.session.search = Search{view.card.find(templateOf(attributes, count)), 0};
+        view.session.search = Search{view.card->find(templateOf(attributes, count)), 0};
     });
 }
 
@@ -129,6 +138,8 @@ CK_RV C_GetAttributeValue(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle, CK
     if (readsValue(attributes, count))
         call.slow();
     return call.run([&](Runtime& runtime) {
+        if (readsValue(attributes, count))
+            authoriseReading(call, runtime, session, handle);
         const SessionView view = runtime.session(session);
         const TokenObject& object = objectOf(view, handle);
         if (count > 0)

@@ -36,9 +36,11 @@ CK_RV C_CardAttribute(CK_SESSION_HANDLE session, const char* name, unsigned char
         const SessionView view = runtime.session(session);
         orselsim::require(name);
         orselsim::require(outLen);
-        if (std::strcmp(name, orselsim::resetProperty) == 0)
+        if (std::strcmp(name, orselsim::resetProperty) == 0) {
             view.slot.files.reset();
-        orselsim::handOut(orselsim::cardProperty(view.card.card(), name), out, outLen);
+            view.slot.isLoggedIn = false;
+        }
+        orselsim::handOut(orselsim::cardProperty(view.card->card(), name), out, outLen);
         call.bend(*outLen);
         call.number("length", *outLen);
     });
@@ -52,7 +54,7 @@ CK_RV C_CardTransmit(CK_SESSION_HANDLE session, const unsigned char* apdu, unsig
         const SessionView view = runtime.session(session);
         orselsim::require(apdu);
         orselsim::require(responseLen);
-        const Bytes answer = view.slot.files.transmit(view.card.card(), Bytes(apdu, apdu + apduLen));
+        const Bytes answer = view.slot.files.transmit(view.card->card(), Bytes(apdu, apdu + apduLen));
         orselsim::handOut(answer, response, responseLen);
         call.bend(*responseLen);
         call.text("sw", orselsim::toHex(Bytes(answer.end() - 2, answer.end())));

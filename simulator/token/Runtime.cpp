@@ -37,7 +37,10 @@ std::shared_ptr<Faults> faultsOf(const std::string& path) {
 } // namespace
 
 Runtime::Runtime(const Environment& environment)
-    : m_trace(environment.trace), m_faults(faultsOf(environment.faults)), m_deck(environment.deck) {
+    : m_trace(environment.trace),
+      m_faults(faultsOf(environment.faults)),
+      m_pinEntry(environment.pinScript),
+      m_deck(environment.deck) {
     m_deck.rescan();
     for (Slot* slot : m_deck.slots())
         slot->hasEvent = false; // what is in its reader from the start has not just come
@@ -94,19 +97,24 @@ CK_ULONG Runtime::sessionCount(CK_SLOT_ID id, bool readWriteOnly) const {
 }
 
 SessionView Runtime::session(CK_SESSION_HANDLE handle) {
-    const auto found = m_sessions.find(handle);
-    if (found == m_sessions.end())
+    Session* found = findSession(handle);
+    if (found == nullptr)
         throw Refusal{CKR_SESSION_HANDLE_INVALID};
-    Slot& slot = m_deck.slot(found->second.slotId);
+    Slot& slot = m_deck.slot(found->slotId);
     m_deck.refresh(slot);
-    if (!slot.card || slot.insertion != found->second.insertion)
+    if (!slot.card || slot.insertion != found->insertion)
         throw Refusal{CKR_DEVICE_REMOVED};
-    return {found->second, slot, *slot.card};
+    return {*found, slot, slot.card};
+}
+
+Session* Runtime::findSession(CK_SESSION_HANDLE handle) {
+    const auto found = m_sessions.find(handle);
+    return found == m_sessions.end() ? nullptr : &found->second;
 }
 
 Slot* Runtime::slotOfSession(CK_SESSION_HANDLE handle) {
-    const auto found = m_sessions.find(handle);
-    return found == m_sessions.end() ? nullptr : &m_deck.slot(found->second.slotId);
+    const Session* found = findSession(handle);
+    return found == nullptr ? nullptr : &m_deck.slot(found->slotId);
 }
 
 std::shared_ptr<Runtime> currentRuntime() {

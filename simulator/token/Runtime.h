@@ -11,6 +11,8 @@
 #include "simulator/token/Deck.h"
 #include "simulator/token/Environment.h"
 #include "simulator/token/Faults.h"
+#include "simulator/token/Mechanisms.h"
+#include "simulator/token/PinEntry.h"
 #include "simulator/token/Trace.h"
 
 namespace orselsim {
@@ -21,19 +23,29 @@ struct Search {
     std::size_t handedOut = 0;
 };
 
+/// Signing or verifying, between its two calls.
+struct KeyOperation {
+    const Mechanism* mechanism = nullptr;
+    CK_OBJECT_HANDLE key = 0;
+    bool isAuthorised = false; ///< the PIN was given for this one operation
+};
+
 /// One open session.
 struct Session {
     CK_SLOT_ID slotId = 0;
     unsigned long insertion = 0; ///< the insertion of the slot that the session was opened on
     CK_FLAGS flags = 0;
     std::optional<Search> search;
+    std::optional<KeyOperation> signing;
+    std::optional<KeyOperation> verifying;
 };
 
-/// A session with the card that it works on, valid while the runtime's mutex is held.
+/// A session with the card that it works on, valid while the runtime's mutex is held. The card
+/// stays as it was seen, also when a call changes it.
 struct SessionView {
     Session& session;
     Slot& slot;
-    const TokenCard& card;
+    std::shared_ptr<const TokenCard> card;
 };
 
 /// Everything between C_Initialize and C_Finalize. A call that sleeps while another thread
@@ -45,6 +57,7 @@ public:
     std::mutex& mutex() { return m_mutex; }
     const Trace& trace() const { return m_trace; }
     Faults& faults() { return *m_faults; }
+    PinEntry& pinEntry() { return m_pinEntry; } ///< not to be asked with the mutex held
 
     // The mutex is held for all of the following.
 
@@ -67,6 +80,9 @@ public:
     /// Throws Refusal for a handle that is not open, and when the session's card was taken out.
     SessionView session(CK_SESSION_HANDLE handle);
 
+    /// A session that is open, whatever became of its card; null for an unknown handle.
+    Session* findSession(CK_SESSION_HANDLE handle);
+
     /// Slot of a session that need not be alive any more; null for an unknown handle.
     Slot* slotOfSession(CK_SESSION_HANDLE handle);
 
@@ -76,6 +92,7 @@ private:
     std::mutex m_mutex;
     Trace m_trace;
     std::shared_ptr<Faults> m_faults;
+    PinEntry m_pinEntry;
     bool m_isClosed = false;
     Deck m_deck;
     std::map<CK_SESSION_HANDLE, Session> m_sessions;

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_TOKEN_PINENTRYPROGRAM_H
+#define ORSEL_SIMULATOR_TOKEN_PINENTRYPROGRAM_H
+
+#include <optional>
+
+#include "simulator/token/PinEntry.h"
+
+namespace orselsim {
+
+struct PinentryAnswer {
+    std::optional<Secret> pin; ///< nothing: cancelled
+    bool isRepeated = false;   ///< the program had a new PIN entered twice and found both alike
+};
+
+/// Runs the program "pinentry" for one question over the Assuan protocol. Throws Refusal, with a
+/// line on standard error, when there is no such program or it fails.
+PinentryAnswer runPinentry(const PinQuestion& question);
+
+} // namespace orselsim
+
+#endif
