@@ -1,24 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/StringUtils.h"
 
-#include <ctime>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
+
+#include "tests/foundation/Seconds.h"
 
 namespace {
 
 long Memfind(std::string hay, std::string needle, long start) {
     return Velmor::MyMemfind(hay.data(), static_cast<long>(hay.size()), needle.data(),
                              static_cast<long>(needle.size()), start);
-}
-
-/// Waits for the next second to begin, so that what follows runs within one.
-std::time_t BeginningOfASecond() {
-    const std::time_t before = std::time(nullptr);
-    while (std::time(nullptr) == before) {
-    }
-    return before + 1;
 }
 
 } // namespace

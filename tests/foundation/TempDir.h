@@ -10,6 +10,8 @@
 
 #include <cstdlib>
 
+#include <unistd.h>
+
 /// A directory of its own for one test, gone with the object.
 class TempDir {
 public:
@@ -30,6 +32,14 @@ public:
     std::string Path(const std::string& name) const { return m_Path + "/" + name; }
     const std::string& Path() const { return m_Path; }
 
+    /// Lets everybody look, and nobody but root write.
+    void MakeReadOnly() const {
+        using std::filesystem::perms;
+        const perms look = perms::owner_read | perms::owner_exec | perms::group_read | perms::group_exec |
+                           perms::others_read | perms::others_exec;
+        std::filesystem::permissions(m_Path, look);
+    }
+
     /// Makes a file with this content and returns its path.
     std::string File(const std::string& name, const std::string& content) const {
         std::ofstream(Path(name), std::ios::binary) << content;
@@ -38,6 +48,26 @@ public:
 
 private:
     std::string m_Path;
+};
+
+/// Takes the rights of root away for the life of the object, so that permissions count.
+class Unprivileged {
+public:
+    Unprivileged() : m_WasRoot(geteuid() == 0) {
+        if (m_WasRoot && seteuid(65534) != 0) {
+            throw std::runtime_error("cannot give up the rights of root");
+        }
+    }
+    Unprivileged(const Unprivileged&) = delete;
+    Unprivileged& operator=(const Unprivileged&) = delete;
+    ~Unprivileged() {
+        if (m_WasRoot && seteuid(0) != 0) {
+            std::abort();
+        }
+    }
+
+private:
+    bool m_WasRoot;
 };
 
 /// The bytes of a file; empty for one that cannot be read.

@@ -1,0 +1,480 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/ConfigImpl_XML.h"
+
+#include <climits>
+
+#include "tests/foundation/ConfigFixture.h"
+
+using namespace Velmor;
+
+namespace {
+
+const std::string Declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+const std::string SystemExample =
+    Declaration + "<orselclient><orsel_Client><Version>2.1.0.3</Version><Language>0</Language>"
+                  "<Trace><LogLevel>3</LogLevel></Trace></orsel_Client></orselclient>";
+
+sConfig Row(const std::string& path, const std::string& key, ConfigType type = CONFIG_TYPE_USER) {
+    return {type, path, key, SYS_TYPE_0};
+}
+
+sConfig SystemRow(const std::string& path, const std::string& key) {
+    return Row(path, key, CONFIG_TYPE_SYSTEM);
+}
+
+/// What a store reads at a row, or a word that says that it reads nothing.
+std::string TextAt(ConfigImpl_XML& store, sConfig row) {
+    std::string text = "(nothing)";
+    const bool found = store.GetString(&row, text);
+    EXPECT_EQ(found, text != "(nothing)");
+    return text;
+}
+
+/// An unopened store and files to open it on.
+class AStore : public NoConfiguration {
+protected:
+    ConfigImpl_XML& Opened() {
+        EXPECT_TRUE(m_Store.Init("orselclient"));
+        return m_Store;
+    }
+    /// Opened over a user's file of this content.
+    ConfigImpl_XML& OpenedOn(const std::string& content) {
+        WriteUserFile(content);
+        return Opened();
+    }
+    /// Opened over empty files that can be written.
+    ConfigImpl_XML& OpenedEmpty() {
+        MakeUserDirectory();
+        SystemConfig::MakeDirectory();
+        return Opened();
+    }
+
+    ConfigImpl_XML m_Store;
+};
+
+} // namespace
+
+TEST_F(AStore, MapsARowToATreePath) {
+    struct PathRow {
+        const char* name;
+        const char* path;
+        const char* key;
+        const char* expected;
+    };
+    for (const PathRow& row : {
+             PathRow{"orselclient", "orsel Client", "Version", "orselclient.orsel_Client.Version"},
+             PathRow{"orselclient", "orsel Client\\Trace", "LogLevel",
+                     "orselclient.orsel_Client.Trace.LogLevel"},
+             PathRow{"orselclient", "OrselMiniDriver", "EnableLogging",
+                     "orselclient.OrselMiniDriver.EnableLogging"},
+             PathRow{"", "a/b", "c", "config.a.b.c"},
+             PathRow{"orselclient", "a.b c\\d/e", "f.g h\\i", "orselclient.a_b_c.d.e.f.g h\\i"},
+             PathRow{"na.me", "a", "b", "na_me.a.b"},
+             PathRow{"orselclient", "", "b", "orselclient.b"},
+             PathRow{"orselclient", "\\a\\", "b", "orselclient.a.b"},
+             PathRow{"orselclient", "a", "", "orselclient.a."},
+         }) {
+        ConfigImpl_XML store;
+        store.Init(row.name);
+        sConfig config = Row(row.path, row.key);
+        EXPECT_EQ(row.expected, store.getPathKey(&config));
+        EXPECT_EQ(row.expected, store.getPath(&config) + row.key);
+    }
+    EXPECT_EQ('\\', ConfigImpl_XML::SEPARATOR);
+}
+
+TEST_F(AStore, MakesTheDirectoryOfTheFamilyButNotTheOneOfTheName) {
+    Opened();
+    EXPECT_TRUE(std::filesystem::is_directory("/etc/velmor"));
+    EXPECT_FALSE(std::filesystem::exists("/etc/velmor/orselclient"));
+    EXPECT_TRUE(std::filesystem::is_directory(m_Dir.Path("home/.velmor")));
+    EXPECT_FALSE(std::filesystem::exists(m_Dir.Path("home/.velmor/orselclient")));
+}
+
+TEST_F(AStore, OpensWhateverTheFilesAreLike) {
+    const ScopedVariable nowhere("HOME", m_Dir.Path("missing/home").c_str());
+    EXPECT_TRUE(m_Store.Init("orselclient"));
+    EXPECT_EQ("(nothing)", TextAt(m_Store, Row("a", "b")));
+}
+
+TEST_F(AStore, ReadsTheExampleOfTheSystemFile) {
+    SystemConfig::Write(SystemExample);
+    Opened();
+    EXPECT_EQ("2.1.0.3", TextAt(m_Store, SystemRow("orsel Client", "Version")));
+    EXPECT_EQ("0", TextAt(m_Store, SystemRow("orsel Client", "Language")));
+    EXPECT_EQ("3", TextAt(m_Store, SystemRow("orsel Client\\Trace", "LogLevel")));
+}
+
+TEST_F(AStore, WritesTheExampleOfTheSystemFile) {
+    OpenedEmpty();
+    sConfig version = SystemRow("orsel Client", "Version");
+    sConfig language = SystemRow("orsel Client", "Language");
+    sConfig level = SystemRow("orsel Client\\Trace", "LogLevel");
+    EXPECT_TRUE(m_Store.SetString(&version, "2.1.0.3"));
+    EXPECT_TRUE(m_Store.SetInteger(&language, 0));
+    EXPECT_TRUE(m_Store.SetInteger(&level, 3));
+    EXPECT_EQ(SystemExample, ContentOf(SystemConfig::File()));
+    EXPECT_FALSE(std::filesystem::exists(UserFile())) << "only the written file changes";
+}
+
+TEST_F(AStore, ReadsTheFilenameOfTheTrace) {
+    OpenedOn("<orselclient><orsel_Client><Trace><Filename>x</Filename></Trace></orsel_Client></orselclient>");
+    EXPECT_EQ("x", TextAt(m_Store, Row("orsel Client\\Trace", "Filename")));
+}
+
+TEST_F(AStore, LooksForARowInTheFileOfItsTypeAlone) {
+    SystemConfig::Write("<orselclient><a><s>system</s></a></orselclient>");
+    OpenedOn("<orselclient><a><u>user</u></a></orselclient>");
+    EXPECT_EQ("user", TextAt(m_Store, Row("a", "u")));
+    EXPECT_EQ("(nothing)", TextAt(m_Store, SystemRow("a", "u")));
+    EXPECT_EQ("system", TextAt(m_Store, SystemRow("a", "s")));
+    EXPECT_EQ("(nothing)", TextAt(m_Store, Row("a", "s")));
+}
+
+TEST_F(AStore, TakesAnyOtherTypeForReadingAsTheUsers) {
+    OpenedOn("<orselclient><a><b>user</b></a></orselclient>");
+    EXPECT_EQ("user", TextAt(m_Store, Row("a", "b", static_cast<ConfigType>(2))));
+    sConfig row = Row("a", "b", static_cast<ConfigType>(2));
+    EXPECT_FALSE(m_Store.SetString(&row, "changed")); // there is no third file to write
+    EXPECT_EQ("changed", TextAt(m_Store, Row("a", "b")));
+}
+
+TEST_F(AStore, ReadsAFileWithLineBreaksTheSame) {
+    OpenedOn(Declaration + "<orselclient>\n  <a>\n    <b>x</b>\n  </a>\n</orselclient>\n");
+    EXPECT_EQ("x", TextAt(m_Store, Row("a", "b")));
+}
+
+TEST_F(AStore, TakesTheTextOfALeafAsItStands) {
+    OpenedOn("<orselclient><a><b> x\n y </b><c>&lt;&amp;&#228;</c></a></orselclient>");
+    EXPECT_EQ(" x\n y ", TextAt(m_Store, Row("a", "b")));
+    EXPECT_EQ("<&\xC3\xA4", TextAt(m_Store, Row("a", "c")));
+}
+
+TEST_F(AStore, WritesTextThatReadsBack) {
+    OpenedEmpty();
+    sConfig row = Row("a", "b");
+    for (const std::string text : {" x\n y ", "<&>\"'", "\xC3\xA4", ""}) {
+        EXPECT_TRUE(m_Store.SetString(&row, text));
+        ConfigImpl_XML other;
+        other.Init("orselclient");
+        EXPECT_EQ(text, TextAt(other, row));
+    }
+}
+
+TEST_F(AStore, ReadsTheTextOfThePathWithAnEmptyKey) {
+    OpenedOn("<orselclient><a>text<b>x</b></a></orselclient>");
+    EXPECT_EQ("text", TextAt(m_Store, Row("a", "")));
+}
+
+TEST_F(AStore, ConvertsTextToNumbersAndTruthValues) {
+    struct NumberRow {
+        const char* text;
+        bool isNumber;
+        long number;
+    };
+    for (const NumberRow& row : {
+             NumberRow{"7", true, 7},
+             NumberRow{"-7", true, -7},
+             NumberRow{" 7 ", true, 7},
+             NumberRow{"abc", false, 0},
+             NumberRow{"7x", false, 0},
+             NumberRow{"", false, 0},
+             NumberRow{"99999999999999999999999", false, 0},
+         }) {
+        ConfigImpl_XML store;
+        WriteUserFile("<orselclient><a><b>" + std::string(row.text) + "</b></a></orselclient>");
+        store.Init("orselclient");
+        sConfig config = Row("a", "b");
+        long number = 4711;
+        EXPECT_EQ(row.isNumber, store.GetInteger(&config, number)) << row.text;
+        EXPECT_EQ(row.isNumber ? row.number : 4711, number) << row.text;
+    }
+    struct TruthRow {
+        const char* text;
+        bool isTruth;
+        bool truth;
+    };
+    for (const TruthRow& row :
+         {TruthRow{"true", true, true}, TruthRow{"false", true, false}, TruthRow{"1", true, true},
+          TruthRow{"0", true, false}, TruthRow{"YES", false, false}, TruthRow{"2", false, false}}) {
+        ConfigImpl_XML store;
+        WriteUserFile("<orselclient><a><b>" + std::string(row.text) + "</b></a></orselclient>");
+        store.Init("orselclient");
+        sConfig config = Row("a", "b");
+        bool truth = !row.truth;
+        EXPECT_EQ(row.isTruth, store.GetBoolean(&config, truth)) << row.text;
+        EXPECT_EQ(row.isTruth ? row.truth : !row.truth, truth) << row.text;
+    }
+}
+
+TEST_F(AStore, KeepsTheCallersValueWhenAKeyIsMissing) {
+    Opened();
+    sConfig row = Row("a", "b");
+    long number = 5;
+    bool truth = true;
+    std::string text = "default";
+    Bytes bytes = {1, 2};
+    EXPECT_FALSE(m_Store.GetInteger(&row, number));
+    EXPECT_FALSE(m_Store.GetBoolean(&row, truth));
+    EXPECT_FALSE(m_Store.GetString(&row, text));
+    EXPECT_FALSE(m_Store.GetBinary(&row, bytes));
+    EXPECT_EQ(5, number);
+    EXPECT_TRUE(truth);
+    EXPECT_EQ("default", text);
+    EXPECT_EQ(Bytes({1, 2}), bytes);
+}
+
+TEST_F(AStore, StoresBinaryDataAsOneLineOfBase64) {
+    OpenedEmpty();
+    sConfig row = Row("a", "b");
+    Bytes data(100, 'x');
+    EXPECT_TRUE(m_Store.SetBinary(&row, data));
+    const std::string text = TextAt(m_Store, row);
+    EXPECT_EQ(136U, text.size());
+    EXPECT_EQ(std::string::npos, text.find_first_of("\r\n"));
+    Bytes back;
+    EXPECT_TRUE(m_Store.GetBinary(&row, back));
+    EXPECT_EQ(data, back);
+}
+
+TEST_F(AStore, ReadsTextThatIsNoBase64AsNoData) {
+    OpenedOn("<orselclient><a><b>!</b></a></orselclient>");
+    sConfig row = Row("a", "b");
+    Bytes bytes = {1, 2};
+    EXPECT_TRUE(m_Store.GetBinary(&row, bytes));
+    EXPECT_TRUE(bytes.empty());
+}
+
+TEST_F(AStore, DoesNotWriteARowWithAnEmptyKey) {
+    OpenedEmpty();
+    sConfig row = Row("a", "");
+    EXPECT_FALSE(m_Store.SetString(&row, "x"));
+    EXPECT_FALSE(m_Store.SetInteger(&row, 1));
+    EXPECT_FALSE(m_Store.SetBoolean(&row, true));
+    EXPECT_FALSE(std::filesystem::exists(UserFile()));
+    EXPECT_EQ("(nothing)", TextAt(m_Store, row));
+}
+
+TEST_F(AStore, WritesOneFileWholeAtEachChange) {
+    OpenedOn("<orselclient><a><b>x</b><c>y</c></a></orselclient>");
+    sConfig row = Row("a", "b");
+    EXPECT_TRUE(m_Store.SetString(&row, "z"));
+    EXPECT_EQ(Declaration + "<orselclient><a><b>z</b><c>y</c></a></orselclient>", ContentOf(UserFile()));
+    EXPECT_FALSE(std::filesystem::exists(SystemConfig::File()));
+}
+
+TEST_F(AStore, LeavesAnEmptyElementWhereAKeyIsRemoved) {
+    OpenedOn("<orselclient><a><b>x</b><c>y</c></a></orselclient>");
+    sConfig row = Row("a", "b");
+    EXPECT_TRUE(m_Store.RemoveKey(&row));
+    EXPECT_EQ("", TextAt(m_Store, row));
+    EXPECT_EQ(Declaration + "<orselclient><a><b/><c>y</c></a></orselclient>", ContentOf(UserFile()));
+}
+
+TEST_F(AStore, LeavesAnEmptyElementWhereAPathIsRemoved) {
+    OpenedOn("<orselclient><a><b>x</b></a><d>z</d></orselclient>");
+    sConfig row = Row("a", "b");
+    EXPECT_TRUE(m_Store.RemovePath(&row));
+    EXPECT_EQ("(nothing)", TextAt(m_Store, row));
+    EXPECT_EQ(Declaration + "<orselclient><a/><d>z</d></orselclient>", ContentOf(UserFile()));
+}
+
+TEST_F(AStore, RemovesEverythingAtItsRoot) {
+    for (const bool byKey : {false, true}) {
+        ConfigImpl_XML store;
+        WriteUserFile("<orselclient><a>x</a></orselclient>");
+        store.Init("orselclient");
+        sConfig root = Row("", "");
+        EXPECT_TRUE(byKey ? store.RemoveKey(&root) : store.RemovePath(&root));
+        EXPECT_EQ(Declaration, ContentOf(UserFile()));
+    }
+}
+
+TEST_F(AStore, RemovesNothingThatIsMissing) {
+    OpenedOn("<orselclient><a>x</a></orselclient>");
+    sConfig row = Row("missing", "b");
+    EXPECT_FALSE(m_Store.RemoveKey(&row));
+    EXPECT_FALSE(m_Store.RemovePath(&row));
+    EXPECT_EQ("<orselclient><a>x</a></orselclient>", ContentOf(UserFile())) << "nothing is written";
+}
+
+TEST_F(AStore, ListsTheNamesUnderAPathInTheirOrder) {
+    OpenedOn("<orselclient><a><Abc/><Xy>1</Xy><Abd><e/></Abd></a></orselclient>");
+    sConfig row = Row("a", "ignored");
+    EXPECT_EQ((Texts{"Abc", "Abd"}), m_Store.EnumSubDirs(&row, "Ab"));
+    EXPECT_EQ((Texts{"Abc", "Xy", "Abd"}), m_Store.EnumSubDirs(&row, ""));
+    EXPECT_EQ((Texts{"Abc", "Xy", "Abd"}), m_Store.EnumSubDirs(&row));
+    EXPECT_EQ(Texts(), m_Store.EnumSubDirs(&row, "ab"));
+    EXPECT_EQ(Texts(), m_Store.EnumSubDirs(&row, "Abcd"));
+    sConfig missing = Row("missing", "");
+    EXPECT_EQ(Texts(), m_Store.EnumSubDirs(&missing, ""));
+}
+
+TEST_F(AStore, CountsADamagedFileAsEmptyAndOverwritesItAtTheNextWrite) {
+    struct Damage {
+        const char* name;
+        std::string content;
+    };
+    const std::string start = "<orselclient><a><b>x</b>";
+    for (const Damage& damage : {
+             Damage{"empty", ""},
+             Damage{"declaration alone", Declaration},
+             Damage{"truncated", start},
+             Damage{"truncated in a tag", start + "</a"},
+             Damage{"truncated in an attribute", "<orselclient><a x=\"1"},
+             Damage{"no XML", "Version=2.1.0.3"},
+             Damage{"text before the root", "x" + start + "</a></orselclient>"},
+             Damage{"bad attribute", "<orselclient><a x><b>x</b></a></orselclient>"},
+             Damage{"UTF-16", std::string("\xFF\xFE<\0o\0/\0>\0", 10)},
+             Damage{"zero bytes", std::string(100, '\0')},
+         }) {
+        ConfigImpl_XML store;
+        WriteUserFile(damage.content);
+        EXPECT_TRUE(store.Init("orselclient")) << damage.name;
+        EXPECT_EQ("(nothing)", TextAt(store, Row("a", "b"))) << damage.name;
+        EXPECT_EQ(damage.content, ContentOf(UserFile())) << "it stays until the next write";
+        sConfig row = Row("a", "c");
+        EXPECT_TRUE(store.SetString(&row, "y"));
+        EXPECT_EQ(Declaration + "<orselclient><a><c>y</c></a></orselclient>", ContentOf(UserFile()));
+    }
+}
+
+TEST_F(AStore, SaysWhetherAFileCouldBeRead) {
+    OpenedEmpty();
+    EXPECT_FALSE(m_Store.read(CONFIG_TYPE_USER)) << "missing";
+    WriteUserFile("<a");
+    EXPECT_FALSE(m_Store.read(CONFIG_TYPE_USER)) << "malformed";
+    WriteUserFile("<orselclient/>");
+    EXPECT_TRUE(m_Store.read(CONFIG_TYPE_USER));
+    WriteUserFile("");
+    EXPECT_TRUE(m_Store.read(CONFIG_TYPE_USER));
+    EXPECT_FALSE(m_Store.read(static_cast<ConfigType>(2)));
+    EXPECT_FALSE(m_Store.write(static_cast<ConfigType>(2)));
+}
+
+TEST_F(AStore, PassesBytesThroughThatAreNoUtf8) {
+    OpenedOn("<orselclient><a><b>\xE4\xFF</b></a></orselclient>");
+    EXPECT_EQ("\xE4\xFF", TextAt(m_Store, Row("a", "b")));
+}
+
+TEST_F(AStore, CountsAFileThatNestsTooDeeplyAsEmpty) {
+    for (const int levels : {1001, 1000000}) {
+        ConfigImpl_XML store;
+        std::string content;
+        for (int level = 0; level < levels; ++level) {
+            content += "<a>";
+        }
+        WriteUserFile(content);
+        EXPECT_TRUE(store.Init("orselclient"));
+        EXPECT_FALSE(store.read(CONFIG_TYPE_USER));
+    }
+}
+
+TEST_F(AStore, ReadsAFileThatNestsDeeply) {
+    std::string content = "<orselclient>";
+    for (int level = 0; level < 999; ++level) {
+        content += "<a>";
+    }
+    content += "x";
+    for (int level = 0; level < 999; ++level) {
+        content += "</a>";
+    }
+    OpenedOn(content + "</orselclient>");
+    std::string path = "a";
+    for (int level = 1; level < 998; ++level) {
+        path += "\\a";
+    }
+    EXPECT_EQ("x", TextAt(m_Store, Row(path, "a")));
+}
+
+TEST_F(AStore, ReadsALargeFile) {
+    std::string content = "<orselclient>";
+    for (int element = 0; element < 100000; ++element) {
+        content += "<a" + std::to_string(element) + "><b>x</b></a" + std::to_string(element) + ">";
+    }
+    OpenedOn(content + "</orselclient>");
+    EXPECT_EQ("x", TextAt(m_Store, Row("a99999", "b")));
+}
+
+TEST_F(AStore, CountsAHugeFileAsEmpty) {
+    WriteUserFile("<orselclient><a><b>x</b></a></orselclient>");
+    std::filesystem::resize_file(UserFile(), std::uintmax_t{1} << 36); // sparse
+    Opened();
+    EXPECT_EQ("(nothing)", TextAt(m_Store, Row("a", "b")));
+}
+
+TEST_F(AStore, CountsWhatIsNoFileAsEmpty) {
+    std::filesystem::create_directories(UserFile());
+    EXPECT_EQ("(nothing)", TextAt(Opened(), Row("a", "b")));
+    sConfig row = Row("a", "b");
+    EXPECT_FALSE(m_Store.SetString(&row, "x"));
+}
+
+TEST_F(AStore, CountsAnUnreadableFileAsEmpty) {
+    WriteUserFile("<orselclient><a><b>x</b></a></orselclient>");
+    std::filesystem::permissions(m_Dir.Path(), std::filesystem::perms::all);
+    std::filesystem::permissions(UserFile(), std::filesystem::perms::none);
+    const Unprivileged unprivileged;
+    EXPECT_EQ("(nothing)", TextAt(Opened(), Row("a", "b")));
+}
+
+TEST_F(AStore, KeepsAChangeInMemoryThatCannotBeWritten) {
+    SystemConfig::Write("<orselclient><a><b>x</b></a></orselclient>");
+    std::filesystem::permissions(SystemConfig::File(),
+                                 std::filesystem::perms::owner_read | std::filesystem::perms::others_read);
+    Opened();
+    sConfig row = SystemRow("a", "b");
+    {
+        const Unprivileged unprivileged;
+        EXPECT_FALSE(m_Store.SetString(&row, "changed"));
+    }
+    EXPECT_EQ("changed", TextAt(m_Store, row));
+    EXPECT_EQ("<orselclient><a><b>x</b></a></orselclient>", ContentOf(SystemConfig::File()));
+}
+
+TEST_F(AStore, CannotWriteWithoutTheDirectoryOfTheName) {
+    Opened();
+    sConfig user = Row("a", "b");
+    sConfig system = SystemRow("a", "b");
+    EXPECT_FALSE(m_Store.SetString(&user, "x"));
+    EXPECT_FALSE(m_Store.SetString(&system, "y"));
+    EXPECT_EQ("x", TextAt(m_Store, user));
+    EXPECT_EQ("y", TextAt(m_Store, system));
+    EXPECT_FALSE(std::filesystem::exists(m_Dir.Path("home/.velmor/orselclient")));
+}
+
+TEST_F(AStore, NoticesAFullDisk) {
+    MakeUserDirectory();
+    std::filesystem::create_symlink("/dev/full", UserFile());
+    Opened();
+    sConfig row = Row("a", "b");
+    EXPECT_FALSE(m_Store.SetString(&row, "x"));
+    EXPECT_EQ("x", TextAt(m_Store, row));
+}
+
+TEST_F(AStore, WritesBothFilesAtItsEnd) {
+    OpenedEmpty();
+    EXPECT_TRUE(m_Store.Destroy());
+    EXPECT_EQ(Declaration, ContentOf(UserFile()));
+    EXPECT_EQ(Declaration, ContentOf(SystemConfig::File()));
+}
+
+TEST_F(AStore, WritesTheUsersFileAtItsEndEvenIfTheSystemsFails) {
+    MakeUserDirectory();
+    Opened();
+    EXPECT_FALSE(m_Store.Destroy());
+    EXPECT_EQ(Declaration, ContentOf(UserFile()));
+}
+
+TEST_F(AStore, KeepsItsOwnCopyBesideAnotherStoreOfTheName) {
+    OpenedEmpty();
+    ConfigImpl_XML other;
+    other.Init("orselclient");
+    sConfig first = Row("a", "b");
+    sConfig second = Row("a", "c");
+    EXPECT_TRUE(m_Store.SetString(&first, "x"));
+    EXPECT_EQ("(nothing)", TextAt(other, first));
+    EXPECT_TRUE(other.SetString(&second, "y"));
+    EXPECT_EQ(Declaration + "<orselclient><a><c>y</c></a></orselclient>", ContentOf(UserFile()))
+        << "the last to write wins for the whole file";
+}

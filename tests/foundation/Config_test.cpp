@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/Config.h"
+
+#include <type_traits>
+
+#include "tests/foundation/ConfigFixture.h"
+
+using namespace Velmor;
+
+namespace {
+
+constexpr char Declaration[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+
+/// The default instance over empty files that can be written.
+class AConfiguration : public NoConfiguration {
+protected:
+    void SetUp() override {
+        NoConfiguration::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        MakeUserDirectory();
+        SystemConfig::MakeDirectory();
+        ASSERT_TRUE(Default().Init("orselclient"));
+    }
+
+    static Config& Default() { return *Config::GetHandle(0); }
+
+    /// The text of row 1 after writing it to the store as it stands.
+    static std::string Stored() {
+        std::string text;
+        return Default().GetString(1, text) ? text : "(nothing)";
+    }
+};
+
+} // namespace
+
+TEST(ConfigTypes, TakeAnyNumber) {
+    static_assert(std::is_same_v<std::underlying_type_t<ConfigType>, int>);
+    static_assert(std::is_same_v<std::underlying_type_t<SysType>, int>);
+    static_assert(std::is_same_v<std::underlying_type_t<ConfigBackend>, int>);
+    EXPECT_EQ(0, CONFIG_TYPE_USER);
+    EXPECT_EQ(1, CONFIG_TYPE_SYSTEM);
+    EXPECT_EQ(1, CONFIG_BACKEND_XML);
+}
+
+TEST(ConfigRow, IsMadeOfTypePathKeyAndSysType) {
+    const sConfig row = {CONFIG_TYPE_SYSTEM, "path", "key", SYS_TYPE_1};
+    EXPECT_EQ(CONFIG_TYPE_SYSTEM, row.m_Type);
+    EXPECT_EQ("path", row.m_Path);
+    EXPECT_EQ("key", row.m_Key);
+    EXPECT_EQ(SYS_TYPE_1, row.m_SysType);
+}
+
+TEST(BuildRegPath, JoinsPartsWithBackslashes) {
+    struct Row {
+        Texts parts;
+        const char* expected;
+    };
+    for (const Row& row : {
+             Row{{}, ""},
+             Row{{"a"}, "a\\"},
+             Row{{"a", "b"}, "a\\b\\"},
+             Row{{"a\\", "\\b"}, "a\\b\\"},
+             Row{{"a", "", "b"}, "a\\b\\"},
+             Row{{"", ""}, ""},
+             Row{{"\\\\a"}, "\\a\\"}, // one leading backslash is dropped
+             Row{{"\\"}, "\\"},
+             Row{{"a", "\\"}, "a\\"},
+             Row{{"a\\\\"}, "a\\\\"},
+         }) {
+        EXPECT_EQ(row.expected,
+                  iConfigImpl::BuildRegPath(row.parts.data(), static_cast<int>(row.parts.size())));
+    }
+    EXPECT_EQ("", iConfigImpl::BuildRegPath(nullptr, -1));
+}
+
+TEST_F(NoConfiguration, GivesId1FirstAndKeepsSlot0ForTheDefault) {
+    EXPECT_EQ(1U, Config::Register());
+    EXPECT_EQ(nullptr, ConfigVector::vector()[0]);
+    Config* const config = Config::GetHandle(0);
+    ASSERT_NE(nullptr, config);
+    EXPECT_EQ(config, ConfigVector::vector()[0]);
+    EXPECT_EQ(config, Config::GetHandle());
+    EXPECT_EQ(2U, Config::Register());
+    EXPECT_NE(Config::GetHandle(1), Config::GetHandle(2));
+}
+
+TEST_F(NoConfiguration, MakesTheDefaultAtTheFirstRequest) {
+    EXPECT_NE(nullptr, Config::GetHandle());
+    EXPECT_EQ(1U, ConfigVector::vector().size());
+}
+
+TEST_F(NoConfiguration, GivesNullForAnIdThatNobodyRegistered) {
+    EXPECT_EQ(nullptr, Config::GetHandle(1));
+    EXPECT_EQ(nullptr, Config::GetHandle(5));
+    EXPECT_TRUE(ConfigVector::vector().empty());
+    Config::GetHandle(0);
+    EXPECT_EQ(nullptr, Config::GetHandle(1));
+    EXPECT_EQ(nullptr, Config::GetHandle(2));
+}
+
+TEST_F(AConfiguration, IsEmptyAgainAfterDestroy) {
+    const unsigned int id = Config::Register();
+    Config::GetHandle(id)->Init("orselclient");
+    EXPECT_TRUE(Config::GetHandle(id)->AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0));
+    Config::GetHandle(id)->Destroy();
+    EXPECT_EQ(nullptr, ConfigVector::vector()[id]);
+    ASSERT_NE(nullptr, Config::GetHandle(id));
+    EXPECT_EQ(nullptr, Config::GetHandle(id)->GetConfigEntry(1));
+    EXPECT_FALSE(Config::GetHandle(id)->AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0));
+}
+
+TEST_F(AConfiguration, WritesNothingWhenDestroyed) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    Default().Destroy();
+    EXPECT_FALSE(std::filesystem::exists(UserFile()));
+    EXPECT_FALSE(std::filesystem::exists(SystemConfig::File()));
+}
+
+TEST_F(NoConfiguration, AddsNoRowBeforeInit) {
+    Config& config = *Config::GetHandle();
+    const sConfig row = {CONFIG_TYPE_USER, "path", "key", SYS_TYPE_0};
+    EXPECT_FALSE(config.AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0));
+    EXPECT_FALSE(config.AddConfigs(1, &row, 1));
+    EXPECT_FALSE(config.AddConfigs(1, &row, 0));
+    EXPECT_EQ(nullptr, config.GetConfigEntry(1));
+}
+
+TEST_F(AConfiguration, TakesTheKeyBeforeThePath) {
+    EXPECT_TRUE(Default().AddConfig(3, CONFIG_TYPE_SYSTEM, "key", "path", SYS_TYPE_1));
+    const sConfig* const row = Default().GetConfigEntry(3);
+    ASSERT_NE(nullptr, row);
+    EXPECT_EQ(CONFIG_TYPE_SYSTEM, row->m_Type);
+    EXPECT_EQ("path", row->m_Path);
+    EXPECT_EQ("key", row->m_Key);
+    EXPECT_EQ(SYS_TYPE_1, row->m_SysType);
+}
+
+TEST_F(AConfiguration, KeepsTheLaterRowOfOneId) {
+    Default().AddConfig(3, CONFIG_TYPE_USER, "first", "path", SYS_TYPE_0);
+    Default().AddConfig(3, CONFIG_TYPE_USER, "second", "path", SYS_TYPE_0);
+    EXPECT_EQ("second", Default().GetConfigEntry(3)->m_Key);
+}
+
+TEST_F(AConfiguration, AddsRowsUnderConsecutiveIds) {
+    const sConfig rows[] = {{CONFIG_TYPE_USER, "p1", "k1", SYS_TYPE_0},
+                            {CONFIG_TYPE_SYSTEM, "p2", "k2", SYS_TYPE_1}};
+    EXPECT_TRUE(Default().AddConfigs(7, rows, 2));
+    EXPECT_EQ("k1", Default().GetConfigEntry(7)->m_Key);
+    EXPECT_EQ("p2", Default().GetConfigEntry(8)->m_Path);
+    EXPECT_EQ(SYS_TYPE_1, Default().GetConfigEntry(8)->m_SysType);
+    EXPECT_EQ(nullptr, Default().GetConfigEntry(9));
+}
+
+TEST_F(AConfiguration, AddsNothingForACountBelow1) {
+    EXPECT_TRUE(Default().AddConfigs(7, nullptr, 0));
+    EXPECT_TRUE(Default().AddConfigs(7, nullptr, -1));
+    EXPECT_EQ(nullptr, Default().GetConfigEntry(7));
+}
+
+TEST_F(AConfiguration, LogsAnUnknownId) {
+    std::string text = "default";
+    EXPECT_EQ(nullptr, Default().GetConfigEntry(9));
+    EXPECT_FALSE(Default().GetString(9, text));
+    EXPECT_EQ("default", text);
+    EXPECT_EQ(Texts(2, "config entry is NULL"), LoggedErrors());
+}
+
+TEST_F(AConfiguration, RefusesEveryOperationOnAnUnknownId) {
+    long number = 5;
+    std::string text = "default";
+    bool flag = true;
+    Bytes bytes = {1};
+    EXPECT_FALSE(Default().SetInteger(9, 1));
+    EXPECT_FALSE(Default().SetString(9, "x"));
+    EXPECT_FALSE(Default().SetBoolean(9, true));
+    EXPECT_FALSE(Default().SetBinary(9, bytes));
+    EXPECT_FALSE(Default().SetStringBoolean(9, true));
+    EXPECT_FALSE(Default().GetInteger(9, number));
+    EXPECT_FALSE(Default().GetString(9, text));
+    EXPECT_FALSE(Default().GetBoolean(9, flag));
+    EXPECT_FALSE(Default().GetBinary(9, bytes));
+    EXPECT_FALSE(Default().GetStringBoolean(9, flag));
+    EXPECT_TRUE(Default().EnumSubDirs(9, "").empty());
+    EXPECT_FALSE(Default().RemoveKey(9));
+    EXPECT_FALSE(Default().RemovePath(9));
+    EXPECT_EQ(5, number);
+    EXPECT_EQ("default", text);
+    EXPECT_TRUE(flag);
+    EXPECT_EQ(Bytes({1}), bytes);
+    EXPECT_EQ(Texts(13, "config entry is NULL"), LoggedErrors());
+}
+
+TEST_F(NoConfiguration, RefusesEveryOperationWithoutAStore) {
+    Config& config = *Config::GetHandle();
+    EXPECT_FALSE(config.Init("name", static_cast<ConfigBackend>(0)));
+    EXPECT_FALSE(config.AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0));
+    long number = 5;
+    std::string text = "default";
+    bool flag = true;
+    Bytes bytes = {1};
+    EXPECT_FALSE(config.SetInteger(1, 1));
+    EXPECT_FALSE(config.SetString(1, "x"));
+    EXPECT_FALSE(config.SetBoolean(1, true));
+    EXPECT_FALSE(config.SetBinary(1, bytes));
+    EXPECT_FALSE(config.SetStringBoolean(1, true));
+    EXPECT_FALSE(config.GetInteger(1, number));
+    EXPECT_FALSE(config.GetString(1, text));
+    EXPECT_FALSE(config.GetBoolean(1, flag));
+    EXPECT_FALSE(config.GetBinary(1, bytes));
+    EXPECT_FALSE(config.GetStringBoolean(1, flag));
+    EXPECT_TRUE(config.EnumSubDirs(1, "").empty());
+    EXPECT_FALSE(config.RemoveKey(1));
+    EXPECT_FALSE(config.RemovePath(1));
+    EXPECT_EQ(5, number);
+    EXPECT_EQ("default", text);
+    EXPECT_TRUE(flag);
+    EXPECT_EQ(Bytes({1}), bytes);
+    EXPECT_TRUE(LoggedErrors().empty());
+}
+
+TEST_F(NoConfiguration, KnowsNoBackEndButXml) {
+    Config& config = *Config::GetHandle();
+    for (const int backend : {0, 2, -1}) {
+        EXPECT_FALSE(config.Init("orselclient", static_cast<ConfigBackend>(backend))) << backend;
+    }
+    EXPECT_TRUE(config.Init("orselclient", CONFIG_BACKEND_XML));
+}
+
+TEST_F(AConfiguration, IgnoresASecondInit) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    EXPECT_TRUE(Default().Init("other"));
+    EXPECT_TRUE(Default().Init("other", static_cast<ConfigBackend>(0)));
+    EXPECT_NE(nullptr, Default().GetConfigEntry(1));
+    EXPECT_TRUE(Default().SetString(1, "x"));
+    EXPECT_EQ(std::string(Declaration) + "<orselclient><path><key>x</key></path></orselclient>",
+              ContentOf(UserFile()));
+}
+
+TEST_F(AConfiguration, ReadsBackWhatItWrites) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    long number = 0;
+    bool flag = false;
+    Bytes bytes = {'a', 0, 0xFF};
+    Bytes back;
+    EXPECT_TRUE(Default().SetInteger(1, -42));
+    EXPECT_TRUE(Default().GetInteger(1, number));
+    EXPECT_EQ(-42, number);
+    EXPECT_EQ("-42", Stored());
+    EXPECT_TRUE(Default().SetBoolean(1, true));
+    EXPECT_TRUE(Default().GetBoolean(1, flag));
+    EXPECT_TRUE(flag);
+    EXPECT_EQ("true", Stored());
+    EXPECT_TRUE(Default().SetBinary(1, bytes));
+    EXPECT_TRUE(Default().GetBinary(1, back));
+    EXPECT_EQ(bytes, back);
+    EXPECT_EQ("YQD/", Stored());
+    EXPECT_TRUE(Default().SetString(1, "text"));
+    EXPECT_EQ("text", Stored());
+}
+
+TEST_F(AConfiguration, WritesABooleanAsAWord) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    EXPECT_TRUE(Default().SetStringBoolean(1, true));
+    EXPECT_EQ("YES", Stored());
+    EXPECT_TRUE(Default().SetStringBoolean(1, false));
+    EXPECT_EQ("NO", Stored());
+}
+
+TEST_F(AConfiguration, ReadsABooleanFromAWord) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    struct Row {
+        const char* text;
+        bool expected;
+    };
+    for (const Row& row :
+         {Row{"ja", true}, Row{"Yes", true}, Row{"y", true}, Row{"true", true}, Row{"YES", true},
+          Row{"JA", true}, Row{"TrUe", true}, Row{"j", false}, Row{"on", false}, Row{"1", false},
+          Row{"", false}, Row{"NO", false}, Row{"yes ", false}, Row{"yess", false}, Row{"ye", false}}) {
+        ASSERT_TRUE(Default().SetString(1, row.text));
+        bool value = !row.expected;
+        EXPECT_TRUE(Default().GetStringBoolean(1, value)) << row.text;
+        EXPECT_EQ(row.expected, value) << row.text;
+    }
+}
+
+TEST_F(AConfiguration, LeavesABooleanAloneWhenItCannotBeRead) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    bool value = true;
+    EXPECT_FALSE(Default().GetStringBoolean(1, value));
+    EXPECT_TRUE(value);
+}
+
+TEST_F(AConfiguration, ForwardsRemovalAndEnumeration) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    Default().AddConfig(2, CONFIG_TYPE_USER, "other", "path", SYS_TYPE_0);
+    Default().SetString(1, "x");
+    Default().SetString(2, "y");
+    EXPECT_EQ((Texts{"key", "other"}), Default().EnumSubDirs(1, ""));
+    EXPECT_EQ((Texts{"other"}), Default().EnumSubDirs(1, "o"));
+    EXPECT_TRUE(Default().RemoveKey(1));
+    EXPECT_EQ("", Stored());
+    EXPECT_TRUE(Default().RemovePath(1));
+    EXPECT_TRUE(Default().EnumSubDirs(1, "").empty());
+    EXPECT_EQ("(nothing)", Stored());
+}

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/LibConfig.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::vector<std::string> Received;
+
+void Receive(const char* text) {
+    Received.emplace_back(text);
+}
+
+} // namespace
+
+TEST(LibConfig, DropsMessagesWithoutACallback) {
+    Received.clear();
+    Velmor::LibConfig::SetErrorLoggingFunc(nullptr);
+    Velmor::LibConfig::LogError("text");
+    Velmor::LibConfig::LogError("text", 5UL);
+    EXPECT_TRUE(Received.empty());
+}
+
+TEST(LibConfig, PassesTheTextAndDropsTheNumber) {
+    Received.clear();
+    Velmor::LibConfig::SetErrorLoggingFunc(&Receive);
+    Velmor::LibConfig::LogError("text");
+    Velmor::LibConfig::LogError("other", 5UL);
+    Velmor::LibConfig::SetErrorLoggingFunc(nullptr);
+    EXPECT_EQ((std::vector<std::string>{"text", "other"}), Received);
+}

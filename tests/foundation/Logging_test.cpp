@@ -1,0 +1,455 @@
+// SPDX-License-Identifier: MIT
+#include "foundation/Logging.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "foundation/LoggerVector.h"
+#include "tests/foundation/LoggerFixture.h"
+#include "tests/foundation/Seconds.h"
+
+using namespace Velmor;
+
+namespace {
+
+LOG_LEVEL Level(int level) {
+    return static_cast<LOG_LEVEL>(level);
+}
+
+DebugLevel Type(int type) {
+    return static_cast<DebugLevel>(type);
+}
+
+LOG_BUFFER_MODE Mode(int mode) {
+    return static_cast<LOG_BUFFER_MODE>(mode);
+}
+
+/// A registry as the process found it at its start.
+class AnEmptyLoggerRegistry : public testing::Test {
+protected:
+    AnEmptyLoggerRegistry() { Clear(); }
+    ~AnEmptyLoggerRegistry() override { Clear(); }
+
+    static void Clear() {
+        LoggerVector loggers = LoggerVector::vector(); // Destroy() changes the slots
+        for (LibLogging* const logger : loggers) {
+            if (logger != nullptr) {
+                logger->Destroy();
+            }
+        }
+        LoggerVector::vector().clear();
+    }
+};
+
+} // namespace
+
+TEST_F(AnEmptyLoggerRegistry, GivesId1FirstAndLeavesSlot0Null) {
+    EXPECT_EQ(1U, LibLogging::Register());
+    ASSERT_EQ(2U, LoggerVector::vector().size());
+    EXPECT_EQ(nullptr, LoggerVector::vector()[0]);
+    EXPECT_EQ(2U, LibLogging::Register());
+}
+
+TEST_F(AnEmptyLoggerRegistry, FillsSlot0WhenItIsAskedFor) {
+    LibLogging::Register();
+    LibLogging* const logger = LibLogging::GetHandle(0);
+    ASSERT_NE(nullptr, logger);
+    EXPECT_EQ(logger, LoggerVector::vector()[0]);
+    EXPECT_EQ(logger, LibLogging::GetHandle());
+    EXPECT_EQ(2U, LoggerVector::vector().size());
+}
+
+TEST_F(AnEmptyLoggerRegistry, MakesTheDefaultLoggerAtTheFirstRequest) {
+    LibLogging* const logger = LibLogging::GetHandle();
+    ASSERT_NE(nullptr, logger);
+    EXPECT_EQ(1U, LoggerVector::vector().size());
+    EXPECT_EQ(logger, LibLogging::GetHandle(0));
+    EXPECT_EQ(1U, LibLogging::Register());
+}
+
+TEST_F(AnEmptyLoggerRegistry, GivesNullForAnIdEqualToItsSizeAndStaysUsable) {
+    LibLogging::GetHandle(0);
+    EXPECT_EQ(nullptr, LibLogging::GetHandle(1));
+    EXPECT_EQ(1U, LibLogging::Register());
+}
+
+TEST_F(AnEmptyLoggerRegistry, StaysLockedAfterAGreaterId) {
+    LibLogging::GetHandle(0);
+    EXPECT_EQ(nullptr, LibLogging::GetHandle(2));
+    EXPECT_FALSE(mutexCreateLibLogging.trylock());
+    EXPECT_TRUE(mutexCreateLibLogging.unlock());
+}
+
+TEST_F(AnEmptyLoggerRegistry, StaysLockedWhenEmptyAndAskedForAnIdAbove0) {
+    EXPECT_EQ(nullptr, LibLogging::GetHandle(1));
+    EXPECT_FALSE(mutexCreateLibLogging.trylock());
+    EXPECT_TRUE(mutexCreateLibLogging.unlock());
+    EXPECT_TRUE(LoggerVector::vector().empty());
+}
+
+TEST_F(AnEmptyLoggerRegistry, IsUnlockedAfterEveryOtherCall) {
+    const unsigned int id = LibLogging::Register();
+    LibLogging::GetHandle(id)->Destroy();
+    LibLogging::GetHandle(id);
+    EXPECT_TRUE(mutexCreateLibLogging.trylock());
+    EXPECT_TRUE(mutexCreateLibLogging.unlock());
+}
+
+TEST_F(AnEmptyLoggerRegistry, HandsADestroyedIdOutAgain) {
+    const unsigned int id = LibLogging::Register();
+    LibLogging::GetHandle(id)->Enabled(true);
+    LibLogging::GetHandle(id)->Destroy();
+    EXPECT_EQ(nullptr, LoggerVector::vector()[id]);
+    LibLogging* const fresh = LibLogging::GetHandle(id);
+    ASSERT_NE(nullptr, fresh);
+    EXPECT_FALSE(fresh->IsEnabled());
+    EXPECT_EQ(fresh, LoggerVector::vector()[id]);
+}
+
+TEST_F(ALogger, StartsWithItsDefaults) {
+    EXPECT_FALSE(m_Logger.IsEnabled());
+    EXPECT_FALSE(m_Logger.IsVerbose());
+    EXPECT_FALSE(m_Logger.IsOutputDbgString());
+    EXPECT_TRUE(m_Logger.IsLogThreadId());
+    EXPECT_TRUE(m_Logger.IsLogRotationEnabled());
+    EXPECT_FALSE(m_Logger.IsLogToBuffer());
+    EXPECT_EQ(0U, m_Logger.GetLogBufferSize());
+    EXPECT_TRUE(m_Logger.GetLogBuffer().empty());
+}
+
+TEST_F(ALogger, InitChangesTheSettingsItNamesAndLeavesTheOthers) {
+    m_Logger.Init(LogPath(), 5, false);
+    EXPECT_FALSE(m_Logger.IsEnabled());
+    EXPECT_TRUE(m_Logger.IsVerbose());
+    EXPECT_TRUE(m_Logger.IsOutputDbgString());
+    EXPECT_FALSE(m_Logger.IsLogThreadId());
+    EXPECT_TRUE(m_Logger.IsLogRotationEnabled());
+
+    m_Logger.LogRotation(false, 5);
+    m_Logger.Enabled(true);
+    m_Logger.Init(LogPath(), 5, false);
+    EXPECT_FALSE(m_Logger.IsLogRotationEnabled());
+    EXPECT_TRUE(m_Logger.IsEnabled());
+}
+
+TEST_F(ALogger, StoresItsSettings) {
+    m_Logger.Enabled(true);
+    m_Logger.Verbose(true);
+    m_Logger.OutputDbgString(true);
+    m_Logger.LogThreadId(false);
+    EXPECT_TRUE(m_Logger.IsEnabled());
+    EXPECT_TRUE(m_Logger.IsVerbose());
+    EXPECT_TRUE(m_Logger.IsOutputDbgString());
+    EXPECT_FALSE(m_Logger.IsLogThreadId());
+    m_Logger.LogRotation(false, 1);
+    EXPECT_FALSE(m_Logger.IsLogRotationEnabled());
+    m_Logger.LogRotationFileSize(true, 1);
+    EXPECT_TRUE(m_Logger.IsLogRotationEnabled());
+    for (const int mode : {0, 1, 2, 7}) {
+        m_Logger.LogToBuffer(Mode(mode), 1);
+        EXPECT_EQ(mode != 0, m_Logger.IsLogToBuffer());
+    }
+}
+
+TEST_F(ALogger, WritesNothingBeforeItHasBothAFileAndBeenEnabled) {
+    m_Logger.LogError("no file, disabled");
+    m_Logger.Enabled(true);
+    m_Logger.LogError("no file");
+    m_Logger.Enabled(false);
+    m_Logger.Init(LogPath(), 10, false);
+    m_Logger.LogError("disabled");
+    EXPECT_EQ("", FileContent());
+    m_Logger.Enabled(true);
+    m_Logger.LogError("both");
+    EXPECT_EQ(Texts{"        ERROR both"}, Lines());
+}
+
+TEST_F(ALogger, WithoutAFileLeavesTheRingEmpty) {
+    m_Logger.Enabled(true);
+    m_Logger.LogToBuffer(LOG_BUFFER_ONLY, 10);
+    m_Logger.LogError("text");
+    EXPECT_EQ(0U, m_Logger.GetLogBufferSize());
+}
+
+TEST_F(ALogger, StaysSilentWhenItsFileCannotBeOpened) {
+    m_Logger.LogToBuffer(LOG_BUFFER_AND_FILE, 10);
+    m_Logger.Init(m_Dir.Path("missing/client.log"), 10, false);
+    m_Logger.Enabled(true);
+    m_Logger.LogError("text");
+    EXPECT_EQ(0U, m_Logger.GetLogBufferSize());
+    EXPECT_TRUE(Files().empty());
+}
+
+TEST_F(ALogger, NeverStopsTheCallerOnAFullDisk) {
+    std::filesystem::create_symlink("/dev/full", LogPath());
+    Start();
+    m_Logger.LogError("one");
+    m_Logger.LogError("two");
+    EXPECT_TRUE(m_Logger.IsEnabled());
+}
+
+TEST_F(ALogger, WritesAgainAfterAFailureWhenItGetsAnotherFile) {
+    m_Logger.Init(m_Dir.Path("missing/client.log"), 10, false);
+    Start();
+    m_Logger.LogError("text");
+    EXPECT_EQ(Texts{"        ERROR text"}, Lines());
+}
+
+TEST_F(ALogger, TruncatesItsFileAtInit) {
+    m_Dir.File("client.log", "old\n");
+    Start();
+    EXPECT_EQ("", FileContent());
+    m_Logger.LogError("one");
+    m_Logger.Init(LogPath(), 10, false); // closes the open file first
+    m_Logger.LogError("two");
+    EXPECT_EQ(Texts{"        ERROR two"}, Lines());
+}
+
+TEST_F(ALogger, FlushesEachLine) {
+    Start();
+    m_Logger.LogError("one");
+    EXPECT_EQ(1U, Lines().size());
+    m_Logger.LogError("two");
+    EXPECT_EQ(2U, Lines().size());
+}
+
+TEST_F(ALogger, PassesAtEachLevelWhatTheTableSays) {
+    struct Row {
+        int level;
+        Texts expected;
+    };
+    const Texts everything = {"        ERROR e", "      WARNING w", "      MESSAGE m", " r",
+                              "        DEBUG d", "  IN FUNCTION f", " OUT FUNCTION f", "  IN FUNCTION g",
+                              "   STACKTRACE g"};
+    for (const Row& row :
+         {Row{0, {}}, Row{1, {everything.begin(), everything.begin() + 1}},
+          Row{2, {everything.begin(), everything.begin() + 2}},
+          Row{3, {everything.begin(), everything.begin() + 4}}, Row{4, everything}, Row{5, everything}}) {
+        Start();
+        m_Logger.SetLoggingLevel(Level(row.level));
+        m_Logger.LogError("e");
+        m_Logger.LogWarning("w");
+        m_Logger.LogMessage("m");
+        m_Logger.LogRaw("r");
+        m_Logger.LogDebug("d");
+        m_Logger.LogFunction("f", FUNCTION_IN);
+        m_Logger.LogFunction("f", FUNCTION_OUT);
+        m_Logger.LogFunction("g", FUNCTION_IN);
+        m_Logger.LogStackTrace();
+        EXPECT_EQ(row.expected, Lines()) << row.level;
+    }
+}
+
+TEST_F(ALogger, StartsAtLevel4AndInitSets5) {
+    m_Logger.SetLoggingLevel(Level(0));
+    Start();
+    m_Logger.LogDebug("d");
+    EXPECT_EQ(1U, Lines().size());
+}
+
+TEST_F(ALogger, WritesALineOfAnyTypeWhateverItsLevel) {
+    struct Row {
+        int type;
+        const char* line;
+    };
+    const Row rows[] = {
+        {0, "        ERROR text"}, {1, "      MESSAGE text"},
+        {2, "        DEBUG text"}, {3, "  IN FUNCTION text"},
+        {4, " OUT FUNCTION text"}, {5, "   STACKTRACE text"},
+        {6, "      WARNING text"}, {7, " text"},
+        {8, "      MESSAGE text"}, {-1, "      MESSAGE text"},
+    };
+    for (const Row& row : rows) {
+        Start();
+        m_Logger.SetLoggingLevel(Level(0));
+        m_Logger.Log("text", Type(row.type));
+        EXPECT_EQ(Texts{row.line}, Lines()) << row.type;
+    }
+}
+
+TEST_F(ALogger, NamesTheTypesOfALine) {
+    const char* const words[] = {"ERROR",        "MESSAGE",    "DEBUG",  "IN FUNCTION",
+                                 "OUT FUNCTION", "STACKTRACE", "WARNING"};
+    for (int type = 0; type < 7; ++type) {
+        EXPECT_EQ(words[type], LibLogging::LogTypeToString(Type(type)));
+    }
+    EXPECT_EQ("MESSAGE", LibLogging::LogTypeToString(Type(8)));
+    EXPECT_EQ("MESSAGE", LibLogging::LogTypeToString(Type(-3)));
+}
+
+TEST_F(ALogger, WritesTheLocalTimeTheWordTheThreadAndTheText) {
+    const ScopedVariable zone("TZ", "XYZ-5:30");
+    Start();
+    m_Logger.LogThreadId(true);
+    const std::time_t now = BeginningOfASecond();
+    m_Logger.LogMessage("card found");
+    EXPECT_EQ(LocalText(now, "%Y-%m-%d %H:%M:%S") + "      MESSAGE (" + std::to_string(gettid()) +
+                  ") card found\n",
+              FileContent());
+    EXPECT_NE(LocalText(now, "%H:%M"), UtcText(now, "%H:%M"));
+}
+
+TEST_F(ALogger, WritesARawLineWithOneBlankAndNothingElse) {
+    Start();
+    m_Logger.LogThreadId(true);
+    m_Logger.LogRaw("text");
+    EXPECT_EQ(" text\n", FileContent());
+}
+
+TEST_F(ALogger, WritesTheThreadIdOfAForkedChild) {
+    Start();
+    m_Logger.LogThreadId(true);
+    m_Logger.LogMessage("parent");
+    const pid_t child = fork();
+    if (child == 0) {
+        m_Logger.LogMessage("child");
+        _exit(0);
+    }
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ((Texts{"      MESSAGE (" + std::to_string(gettid()) + ") parent",
+                     "      MESSAGE (" + std::to_string(child) + ") child"}),
+              Lines());
+}
+
+TEST_F(ALogger, PopsWhateverFunctionIsOnTop) {
+    Start();
+    m_Logger.LogFunction("f", FUNCTION_IN);
+    m_Logger.LogFunction("g", FUNCTION_IN);
+    m_Logger.LogFunction("another", FUNCTION_OUT);
+    m_Logger.LogStackTrace();
+    EXPECT_EQ((Texts{"  IN FUNCTION f", "  IN FUNCTION g", " OUT FUNCTION another", "   STACKTRACE f"}),
+              Lines());
+}
+
+TEST_F(ALogger, PrintsLeavingWithAnEmptyStack) {
+    Start();
+    m_Logger.LogFunction("f", FUNCTION_OUT);
+    EXPECT_EQ(Texts{" OUT FUNCTION f"}, Lines());
+}
+
+TEST_F(ALogger, IgnoresAnyOtherDirection) {
+    Start();
+    m_Logger.LogFunction("f", static_cast<FunctionInOut>(2));
+    m_Logger.LogStackTrace();
+    EXPECT_EQ("", FileContent());
+}
+
+TEST_F(ALogger, PrintsTheInnermostCallFirstAndConsumesTheTrace) {
+    Start();
+    m_Logger.LogFunction("f", FUNCTION_IN);
+    m_Logger.LogFunction("g", FUNCTION_IN);
+    Start();
+    m_Logger.LogStackTrace();
+    EXPECT_EQ((Texts{"   STACKTRACE g", "   STACKTRACE f"}), Lines());
+    m_Logger.LogStackTrace();
+    EXPECT_EQ(2U, Lines().size());
+}
+
+TEST_F(ALogger, LeavesTheFunctionStackAloneBelowItsLevel) {
+    Start();
+    m_Logger.LogFunction("f", FUNCTION_IN);
+    m_Logger.SetLoggingLevel(Level(3));
+    m_Logger.LogFunction("g", FUNCTION_IN);
+    m_Logger.LogFunction("f", FUNCTION_OUT);
+    m_Logger.LogStackTrace();
+    m_Logger.SetLoggingLevel(Level(4));
+    m_Logger.LogStackTrace();
+    EXPECT_EQ((Texts{"  IN FUNCTION f", "   STACKTRACE f"}), Lines());
+}
+
+TEST_F(ALogger, KeepsTheNewestEntriesInItsRingNewestFirst) {
+    Start();
+    m_Logger.LogToBuffer(LOG_BUFFER_AND_FILE, 2);
+    const std::time_t before = std::time(nullptr);
+    m_Logger.LogMessage("A");
+    m_Logger.LogError("B");
+    m_Logger.LogMessage("C");
+    const std::list<LogEntry> ring = m_Logger.GetLogBuffer();
+    ASSERT_EQ(2U, ring.size());
+    EXPECT_EQ(2U, m_Logger.GetLogBufferSize());
+    EXPECT_EQ("C", ring.front().m_Text);
+    EXPECT_EQ(DEBUG_LEVEL_MESSAGE, ring.front().m_Level);
+    EXPECT_LE(before, ring.front().m_Time);
+    EXPECT_GE(std::time(nullptr), ring.front().m_Time);
+    EXPECT_EQ("B", ring.back().m_Text);
+    EXPECT_EQ(DEBUG_LEVEL_ERROR, ring.back().m_Level);
+    EXPECT_EQ(3U, Lines().size());
+    m_Logger.ClearLogBuffer();
+    EXPECT_EQ(0U, m_Logger.GetLogBufferSize());
+}
+
+TEST_F(ALogger, RemovesOneEntryForEachNewOneWhenItsRingBecameSmaller) {
+    Start();
+    m_Logger.LogToBuffer(LOG_BUFFER_ONLY, 5);
+    for (const char* text : {"A", "B", "C", "D"}) {
+        m_Logger.LogMessage(text);
+    }
+    m_Logger.LogToBuffer(LOG_BUFFER_ONLY, 2);
+    m_Logger.LogMessage("E");
+    EXPECT_EQ(4U, m_Logger.GetLogBufferSize());
+    EXPECT_EQ("E", m_Logger.GetLogBuffer().front().m_Text);
+}
+
+TEST_F(ALogger, WithTheRingAloneWritesNoFileAndNeverSplits) {
+    m_Logger.Init(LogPath(), 1, false);
+    m_Logger.Enabled(true);
+    m_Logger.LogRotationFileSize(true, 1);
+    m_Logger.LogToBuffer(LOG_BUFFER_ONLY, 10);
+    for (int line = 0; line < 5; ++line) {
+        m_Logger.LogMessage("text");
+    }
+    EXPECT_EQ(5U, m_Logger.GetLogBufferSize());
+    EXPECT_EQ("", FileContent());
+    EXPECT_EQ(Texts{"client.log"}, Files());
+}
+
+TEST_F(ALogger, WritesItsRingToTheFileNewestFirst) {
+    Start();
+    m_Logger.LogToBuffer(LOG_BUFFER_ONLY, 10);
+    m_Logger.LogMessage("A");
+    m_Logger.LogError("B");
+    m_Logger.LogToBuffer(LOG_BUFFER_OFF, 10);
+    m_Logger.LogBufferToFile();
+    EXPECT_EQ((Texts{"        ERROR B", "      MESSAGE A"}), Lines());
+    EXPECT_EQ(2U, m_Logger.GetLogBufferSize());
+}
+
+TEST_F(ALogger, WritesTheTimeOfNowForAnEntryOfItsRing) {
+    Start();
+    m_Logger.LogToBuffer(LOG_BUFFER_ONLY, 10);
+    m_Logger.LogMessage("A");
+    m_Logger.LogToBuffer(LOG_BUFFER_OFF, 10);
+    const std::time_t now = BeginningOfASecond();
+    m_Logger.LogBufferToFile();
+    EXPECT_EQ(LocalText(now, "%Y-%m-%d %H:%M:%S") + "      MESSAGE A\n", FileContent());
+}
+
+TEST_F(ALogger, AddsToTheRingAgainWhenTheRingIsWrittenWhileOn) {
+    Start();
+    m_Logger.LogToBuffer(LOG_BUFFER_AND_FILE, 3);
+    m_Logger.LogMessage("A");
+    m_Logger.LogMessage("B");
+    m_Logger.LogBufferToFile();
+    EXPECT_EQ((Texts{"      MESSAGE A", "      MESSAGE B", "      MESSAGE B", "      MESSAGE A"}), Lines());
+    EXPECT_EQ(3U, m_Logger.GetLogBufferSize());
+    EXPECT_EQ("A", m_Logger.GetLogBuffer().front().m_Text);
+}
+
+TEST_F(ALogger, WritesTwoLastLinesWhenDestroyed) {
+    const unsigned int id = LibLogging::Register();
+    LibLogging& logger = *LibLogging::GetHandle(id);
+    logger.Init(LogPath(), 10, false);
+    logger.Enabled(true);
+    logger.Destroy();
+    EXPECT_EQ((Texts{"        DEBUG Destroy()", "        DEBUG close LibLogging"}), Lines());
+}
+
+TEST_F(ALogger, WritesTheVeryLastLineWhateverItsLevel) {
+    const unsigned int id = LibLogging::Register();
+    LibLogging& logger = *LibLogging::GetHandle(id);
+    logger.Init(LogPath(), 10, false);
+    logger.Enabled(true);
+    logger.SetLoggingLevel(Level(0));
+    logger.Destroy();
+    EXPECT_EQ(Texts{"        DEBUG close LibLogging"}, Lines());
+}
