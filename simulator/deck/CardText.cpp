@@ -88,14 +88,20 @@ std::string cardLine(const std::string& name, const std::string& directory) {
     return line.str();
 }
 
+std::string pinLines(const CardRecord& record) {
+    std::string lines;
+    for (const auto& [name, pin] : record.pins)
+        lines += "PIN           " + name + ": " + secretState(pin.pin) +
+                 ", PUK: " + (pin.puk ? secretState(*pin.puk) : "none") + "\n";
+    return lines;
+}
+
 std::string cardText(const std::string& directory) {
     const Card card = loadCard(directory);
     std::ostringstream text;
     describeToken(card.record, text);
     text << "Holder        " << holderOf(card) << '\n';
-    for (const auto& [name, pin] : card.record.pins)
-        text << "PIN           " << name << ": " << secretState(pin.pin)
-             << ", PUK: " << (pin.puk ? secretState(*pin.puk) : "none") << '\n';
+    text << pinLines(card.record);
     for (const ObjectRecord& object : card.record.objects)
         text << "Object        " << kindName(object.kind) << " \"" << object.label << "\", "
              << card.content(object.file).size() << " bytes" << (object.isPrivate ? ", private" : "") << '\n';

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "simulator/store/CardRecord.h"
+
 namespace orselsim {
 
 /// One line about the card in a directory: its name, model, serial and holder, or what is wrong
@@ -12,6 +14,9 @@ std::string cardLine(const std::string& name, const std::string& directory);
 
 /// Everything about a card, a line each. Throws when the directory holds no whole card.
 std::string cardText(const std::string& directory);
+
+/// The state of each PIN and its PUK, a line each.
+std::string pinLines(const CardRecord& record);
 
 } // namespace orselsim
 

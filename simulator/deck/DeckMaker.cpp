@@ -168,6 +168,14 @@ std::string cardDirectory(const std::string& deck, const std::string& card) {
     return deck + "/" + card;
 }
 
+void changeRecord(const std::string& cardDirectory, const std::function<void(CardRecord&)>& change) {
+    const DirectoryLock lock(cardDirectory);
+    const Card before = loadCard(cardDirectory);
+    Card after = before;
+    change(after.record);
+    saveChanges(cardDirectory, before, after);
+}
+
 void removeCard(const std::string& deck, const std::string& card) {
     const std::string directory = cardDirectory(deck, card);
     // Renamed first, so that the card is gone at once and not file by file.

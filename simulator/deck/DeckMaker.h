@@ -2,6 +2,7 @@
 #ifndef ORSEL_SIMULATOR_DECK_DECKMAKER_H
 #define ORSEL_SIMULATOR_DECK_DECKMAKER_H
 
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -48,6 +49,10 @@ std::vector<std::string> cardsOf(const std::string& deck);
 std::string insertCard(const std::string& deck, const CardWish& wish);
 
 void removeCard(const std::string& deck, const std::string& card);
+
+/// Reads a card's record, lets `change` work on it and writes it back, undisturbed by a library
+/// that uses the card.
+void changeRecord(const std::string& cardDirectory, const std::function<void(CardRecord&)>& change);
 
 /// Path of a card's directory; throws DeckError when the deck has no such card.
 std::string cardDirectory(const std::string& deck, const std::string& card);

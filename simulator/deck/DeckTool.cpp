@@ -12,6 +12,7 @@
 #include "simulator/deck/CardMaker.h"
 #include "simulator/deck/CardText.h"
 #include "simulator/deck/DeckMaker.h"
+#include "simulator/deck/PinChange.h"
 
 namespace orselsim {
 
@@ -20,6 +21,7 @@ namespace {
 using Words = std::vector<std::string>;
 
 constexpr unsigned long largestNumber = 2147483647;
+constexpr unsigned long largestTries = 254;
 
 void printHelp(std::ostream& out) {
     out << "orselsim-deck makes and changes decks: directories of simulated cards.\n"
@@ -37,6 +39,14 @@ void printHelp(std::ostream& out) {
            "      Puts a new card into a deck.\n"
            "  orselsim-deck remove DIR CARD\n"
            "      Takes a card out for good.\n"
+           "  orselsim-deck pin DIR CARD signature|encryption [--pin DIGITS] [--unset]\n"
+           "          [--tries NUMBER] [--puk DIGITS] [--no-puk] [--puk-tries NUMBER]\n"
+           "      Changes a PIN and its tries behind the card's back, and shows them.\n"
+           "  orselsim-deck reset DIR CARD\n"
+           "      Gives all PINs and PUKs of a card the values of a new one, with all tries.\n"
+           "  orselsim-deck set DIR CARD [--delay MILLISECONDS] [--data-pin yes|no]\n"
+           "          [--software-pin yes|no] [--removable yes|no]\n"
+           "      Changes how a card and its reader behave.\n"
            "  orselsim-deck --help\n"
            "\n"
            "CARD is the name of the card's directory, as \"list\" shows it. The kinds are:\n";
@@ -130,9 +140,67 @@ void remove(const Words& words, std::ostream& out) {
     out << "Took out the card " << arguments.place(1) << ".\n";
 }
 
+std::optional<bool> yesOrNo(const Arguments& arguments, const std::string& option) {
+    const auto value = arguments.value(option);
+    if (!value)
+        return std::nullopt;
+    if (*value != "yes" && *value != "no")
+        throw UsageError("The option " + option + " needs yes or no.");
+    return *value == "yes";
+}
+
+void setBehaviour(const Words& words, std::ostream& out) {
+    const Arguments arguments(words, {"--delay", "--data-pin", "--software-pin", "--removable"}, {});
+    arguments.requirePlaces({"DIR", "CARD"});
+    const auto delay = arguments.number("--delay", largestNumber);
+    const auto dataPin = yesOrNo(arguments, "--data-pin");
+    const auto softwarePin = yesOrNo(arguments, "--software-pin");
+    const auto removable = yesOrNo(arguments, "--removable");
+    changeRecord(cardDirectory(arguments.place(0), arguments.place(1)), [&](CardRecord& record) {
+        record.delayMs = static_cast<unsigned>(delay.value_or(record.delayMs));
+        record.asksPinForData = dataPin.value_or(record.asksPinForData);
+        record.allowsSoftwarePin = softwarePin.value_or(record.allowsSoftwarePin);
+        record.isRemovable = removable.value_or(record.isRemovable);
+    });
+    out << "Changed the card " << arguments.place(1) << ".\n";
+}
+
+PinChange pinChangeOf(const Arguments& arguments) {
+    PinChange change;
+    change.pin = arguments.value("--pin");
+    change.unset = arguments.has("--unset");
+    change.tries = arguments.number("--tries", largestTries);
+    change.puk = arguments.value("--puk");
+    change.removePuk = arguments.has("--no-puk");
+    change.pukTries = arguments.number("--puk-tries", largestTries);
+    if (change.pin && change.unset)
+        throw UsageError("The options --pin and --unset exclude each other.");
+    if (change.removePuk && (change.puk || change.pukTries))
+        throw UsageError("The option --no-puk excludes the other options of the PUK.");
+    return change;
+}
+
+void changePin(const Words& words, std::ostream& out) {
+    const Arguments arguments(words, {"--pin", "--tries", "--puk", "--puk-tries"}, {"--unset", "--no-puk"});
+    arguments.requirePlaces({"DIR", "CARD", "signature or encryption"});
+    const PinChange change = pinChangeOf(arguments);
+    const std::string directory = cardDirectory(arguments.place(0), arguments.place(1));
+    changeRecord(directory, [&](CardRecord& record) { applyPinChange(record, arguments.place(2), change); });
+    out << pinLines(loadCard(directory).record);
+}
+
+void resetPins(const Words& words, std::ostream& out) {
+    const Arguments arguments(words, {}, {});
+    arguments.requirePlaces({"DIR", "CARD"});
+    const std::string directory = cardDirectory(arguments.place(0), arguments.place(1));
+    changeRecord(directory, resetToDemoPins);
+    out << pinLines(loadCard(directory).record);
+}
+
 void run(const Words& words, std::ostream& out) {
     static const std::map<std::string, void (*)(const Words&, std::ostream&)> commands = {
-        {"create", create}, {"list", list}, {"show", show}, {"insert", insert}, {"remove", remove},
+        {"create", create}, {"list", list},     {"show", show},       {"insert", insert},
+        {"remove", remove}, {"pin", changePin}, {"reset", resetPins}, {"set", setBehaviour},
     };
     if (words.empty())
         throw UsageError("What is to be done?");

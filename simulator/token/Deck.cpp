@@ -93,6 +93,8 @@ void Deck::read(Entry& entry) {
         entry.stamps = stampsOf(entry.slot.directory, entry.slot.card->card());
         entry.stamps.front() = recordStamp;
     } catch (const std::exception& error) {
+        if (!stampOf(entry.slot.directory))
+            return; // taken out while it was read, which is no damage
         complaint = "OrselP11: card " + entry.slot.name + " is skipped: " + error.what();
     }
     if (!complaint.empty() && complaint != entry.complaint)

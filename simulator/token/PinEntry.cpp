@@ -53,11 +53,11 @@ std::optional<Secret> PinEntry::ask(const PinQuestion& question) {
 std::optional<Secret> PinEntry::nextAnswer() {
     try {
         std::istringstream lines(textOf(readFile(m_scriptPath)));
-        const std::size_t wanted = ++m_answersUsed;
         std::string line;
-        for (std::size_t number = 0; number < wanted; ++number)
+        for (std::size_t number = 0; number <= m_answersUsed; ++number)
             if (!std::getline(lines, line))
                 return std::nullopt;
+        ++m_answersUsed;
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
         if (line == "cancel")

@@ -2,11 +2,13 @@
 // The token library in the hands of programs that know nothing of it but the standard.
 #include <array>
 #include <cstdio>
+#include <fstream>
 #include <memory>
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 
+#include "simulator/store/Files.h"
 #include "tests/support/SimDeck.h"
 
 using orseltest::CardOptions;
@@ -100,4 +102,65 @@ TEST_F(ThirdPartyTools, ListEverythingOnAToken) {
                 AllOf(HasSubstr("object=SK.CH.SIG;type=private"), HasSubstr("Type: Public key (RSA-1536)"),
                       HasSubstr("Type: X.509 Certificate (EC/ECDSA-SECP256R1)"),
                       HasSubstr("object=0x0a;type=data")));
+}
+
+/// The two tools at work with a PIN: the library asks for it, since its readers have keypads.
+class ThirdPartyToolsWithAPin : public ThirdPartyTools {
+protected:
+    ThirdPartyToolsWithAPin() : data(deck.folder() + "/data"), signature(deck.folder() + "/signature") {
+        std::ofstream(data) << "12345678901234567890"; // as long as a SHA-1 hash
+    }
+
+    /// Signs with one tool and lets OpenSSL's part of it verify.
+    void signAndVerify(int slot, const std::string& id, const std::string& mechanism) {
+        const std::string where =
+            "--slot " + std::to_string(slot) + " --id " + id + " -m " + mechanism + " -i " + data;
+        const Outcome made = pkcs11Tool("--login --sign " + where + " -o " + signature);
+        EXPECT_EQ(0, made.code) << made.out;
+        const Outcome verified = pkcs11Tool("--verify " + where + " --signature-file " + signature);
+        EXPECT_EQ(0, verified.code) << verified.out;
+        EXPECT_THAT(verified.out, HasSubstr("Signature is valid"));
+        std::ofstream(signature, std::ios::in | std::ios::out) << "spoilt";
+        EXPECT_THAT(pkcs11Tool("--verify " + where + " --signature-file " + signature).out,
+                    HasSubstr("Invalid signature"));
+    }
+
+    const std::string data;
+    const std::string signature;
+};
+
+TEST_F(ThirdPartyToolsWithAPin, SignAndVerifyWithRsa) {
+    deck.answerPins({"1234"});
+    signAndVerify(2, "02", "RSA-PKCS");
+    signAndVerify(2, "02", "SHA256-RSA-PKCS");
+}
+
+TEST_F(ThirdPartyToolsWithAPin, SignAndVerifyWithEc) {
+    deck.answerPins({"1234", "123456"}); // the login, and then the PIN of the qualified signature
+    signAndVerify(1, "01", "ECDSA");
+    signAndVerify(2, "01", "ECDSA-SHA1");
+}
+
+TEST_F(ThirdPartyToolsWithAPin, FailToSignWithAWrongPin) {
+    deck.answerPins({"4321"});
+    const Outcome refused = pkcs11Tool("--slot 1 --login --sign --id 02 -m ECDSA -i " + data);
+    EXPECT_NE(0, refused.code);
+    EXPECT_THAT(refused.out, HasSubstr("CKR_PIN_INCORRECT"));
+    EXPECT_EQ(2U, deck.triesLeft("01-ecard-g2", "encryption"));
+}
+
+TEST_F(ThirdPartyToolsWithAPin, ReadDataObjectsAndCertificates) {
+    const std::string out = deck.folder() + "/object";
+    EXPECT_EQ(0, pkcs11Tool("--slot 1 --read-object --type data --label RFU1 -o " + out).code);
+    EXPECT_EQ(deck.objectContent("01-ecard-g2", "RFU1"), orselsim::readFile(out));
+    EXPECT_EQ(0, pkcs11Tool("--slot 1 --read-object --type cert --id 02 -o " + out).code);
+    EXPECT_EQ(deck.objectContent("01-ecard-g2", "C.CH.EKEY"), orselsim::readFile(out));
+}
+
+TEST_F(ThirdPartyToolsWithAPin, ExportACertificate) {
+    const std::string object = "'pkcs11:serial=0512380917624502;object=C.CH.EKEY;type=cert'";
+    const Outcome exported =
+        p11tool("--export " + object + " --outder --outfile " + deck.folder() + "/object");
+    EXPECT_EQ(0, exported.code) << exported.out;
+    EXPECT_EQ(deck.objectContent("02-acos-a04", "C.CH.EKEY"), orselsim::readFile(deck.folder() + "/object"));
 }

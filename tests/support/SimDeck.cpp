@@ -226,6 +226,23 @@ orselsim::Bytes SimDeck::objectContent(const std::string& card, const std::strin
     return content.content(objectNamed(content, label).file);
 }
 
+void SimDeck::setTries(const std::string& card, const std::string& pin, unsigned tries) {
+    change(card, [&](orselsim::Card& changed) { changed.record.pins.at(pin).pin.triesLeft = tries; });
+}
+
+unsigned SimDeck::triesLeft(const std::string& card, const std::string& pin) const {
+    return read(card).record.pins.at(pin).pin.triesLeft;
+}
+
+void SimDeck::unsetPin(const std::string& card, const std::string& pin) {
+    change(card, [&](orselsim::Card& changed) { changed.record.pins.at(pin).pin.secret.reset(); });
+}
+
+bool SimDeck::hasPin(const std::string& card, const std::string& pin, const std::string& digits) const {
+    const auto secret = read(card).record.pins.at(pin).pin.secret;
+    return secret && secret->matches(digits);
+}
+
 void SimDeck::planFaults(const std::vector<std::string>& faults) {
     writeLines(file(faultsFile), faults);
     setVariable("ORSELSIM_FAULTS", file(faultsFile));

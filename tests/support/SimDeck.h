@@ -101,6 +101,18 @@ public:
     /// Content of the first object with this label. Throws when there is none.
     orselsim::Bytes objectContent(const std::string& card, const std::string& label) const;
 
+    // The card's PINs: "signature" and "encryption". A new card has 123456 and 1234, the PUK 12345678.
+
+    /// Tries left; 0 blocks the PIN.
+    void setTries(const std::string& card, const std::string& pin, unsigned tries);
+    unsigned triesLeft(const std::string& card, const std::string& pin) const;
+
+    /// As before the first use.
+    void unsetPin(const std::string& card, const std::string& pin);
+
+    /// Whether these digits are the PIN; costs no try.
+    bool hasPin(const std::string& card, const std::string& pin, const std::string& digits) const;
+
     // What the library meets.
 
     /// Writes the fault file, a fault a line, as docs/simulator.md tells.

@@ -158,3 +158,89 @@ TEST_F(TheDeckTool, RefusesCommandLinesThatMakeNoSense) {
                   outcome.err);
     }
 }
+
+TEST_F(TheDeckTool, ChangesAPinBehindTheCardsBack) {
+    const std::string card = deck.add("acos-a03");
+    struct Case {
+        std::vector<std::string> options;
+        const char* pin; ///< line of the PIN that was changed
+    };
+    const Case cases[] = {
+        {{"--tries", "0"}, "signature: blocked, PUK: 10 of 10 tries left"},
+        {{"--tries", "1"}, "signature: 1 of 3 tries left, PUK: 10 of 10 tries left"},
+        {{"--tries", "5"}, "signature: 5 of 5 tries left, PUK: 10 of 10 tries left"},
+        {{"--unset"}, "signature: not set, PUK: 10 of 10 tries left"},
+        {{"--pin", "999999"}, "signature: 5 of 5 tries left, PUK: 10 of 10 tries left"},
+        {{"--puk-tries", "0"}, "signature: 5 of 5 tries left, PUK: blocked"},
+        {{"--puk", "1111"}, "signature: 5 of 5 tries left, PUK: 10 of 10 tries left"},
+        {{"--no-puk"}, "signature: 5 of 5 tries left, PUK: none"},
+        {{"--puk", "2222", "--puk-tries", "2"}, "signature: 5 of 5 tries left, PUK: 2 of 10 tries left"},
+        {{}, "signature: 5 of 5 tries left, PUK: 2 of 10 tries left"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> words = {"pin", deck.path(), card, "signature"};
+        words.insert(words.end(), c.options.begin(), c.options.end());
+        const Outcome outcome = run(words);
+        EXPECT_EQ(0, outcome.code) << outcome.err;
+        EXPECT_EQ(std::string("PIN           encryption: 3 of 3 tries left, PUK: 10 of 10 tries left\n"
+                              "PIN           ") +
+                      c.pin + "\n",
+                  outcome.out);
+    }
+    EXPECT_TRUE(deck.hasPin(card, "signature", "999999"));
+    EXPECT_TRUE(deck.read(card).record.pins.at("signature").puk->secret->matches("2222"));
+}
+
+TEST_F(TheDeckTool, RefusesAPinThatCannotBe) {
+    const std::string card = deck.add("ecard-g2");
+    const auto refusal = [&](const std::vector<std::string>& options, int code) {
+        std::vector<std::string> words = {"pin", deck.path(), card};
+        words.insert(words.end(), options.begin(), options.end());
+        const Outcome outcome = run(words);
+        EXPECT_EQ(code, outcome.code);
+        return outcome.err;
+    };
+    EXPECT_EQ("orselsim-deck: The card has no PIN \"third\".\n", refusal({"third", "--tries", "1"}, 1));
+    EXPECT_EQ("orselsim-deck: This PIN has 6 to 12 digits.\n",
+              refusal({"signature", "--pin", "12345", "--tries", "0"}, 1));
+    EXPECT_EQ("orselsim-deck: This PIN has no PUK.\n",
+              refusal({"signature", "--tries", "0", "--puk-tries", "1"}, 1));
+    EXPECT_THAT(refusal({"signature", "--pin", "123456", "--unset"}, 2),
+                HasSubstr("--pin and --unset exclude each other."));
+    EXPECT_THAT(refusal({"signature", "--no-puk", "--puk", "1"}, 2),
+                HasSubstr("--no-puk excludes the other options"));
+    EXPECT_THAT(refusal({"signature", "--tries", "255"}, 2), HasSubstr("a whole number from 0 to 254."));
+    EXPECT_EQ(3U, deck.triesLeft(card, "signature")) << "nothing was changed";
+}
+
+TEST_F(TheDeckTool, GivesACardItsFirstPinsBack) {
+    const std::string card = deck.add("acos-a03");
+    run({"pin", deck.path(), card, "signature", "--unset", "--tries", "0", "--puk", "1", "--puk-tries", "0"});
+    run({"pin", deck.path(), card, "encryption", "--pin", "5555", "--no-puk"});
+    const Outcome outcome = run({"reset", deck.path(), card});
+    EXPECT_EQ(0, outcome.code) << outcome.err;
+    EXPECT_EQ("PIN           encryption: 3 of 3 tries left, PUK: none\n"
+              "PIN           signature: 3 of 3 tries left, PUK: 10 of 10 tries left\n",
+              outcome.out);
+    EXPECT_TRUE(deck.hasPin(card, "signature", "123456"));
+    EXPECT_TRUE(deck.hasPin(card, "encryption", "1234"));
+    EXPECT_TRUE(deck.read(card).record.pins.at("signature").puk->secret->matches("12345678"));
+}
+
+TEST_F(TheDeckTool, ChangesHowACardBehaves) {
+    const std::string card = deck.add("empty");
+    const Outcome outcome = run({"set", deck.path(), card, "--delay", "15", "--data-pin", "yes",
+                                 "--software-pin", "no", "--removable", "no"});
+    EXPECT_EQ(0, outcome.code) << outcome.err;
+    EXPECT_EQ("Changed the card 01-empty.\n", outcome.out);
+    EXPECT_EQ(15U, deck.read(card).record.delayMs);
+    EXPECT_TRUE(deck.read(card).record.asksPinForData);
+    EXPECT_FALSE(deck.read(card).record.allowsSoftwarePin);
+    EXPECT_FALSE(deck.read(card).record.isRemovable);
+    run({"set", deck.path(), card, "--removable", "yes"});
+    EXPECT_EQ(15U, deck.read(card).record.delayMs) << "what is not given stays";
+    EXPECT_TRUE(deck.read(card).record.isRemovable);
+    const Outcome refused = run({"set", deck.path(), card, "--data-pin", "maybe"});
+    EXPECT_EQ(2, refused.code);
+    EXPECT_THAT(refused.err, HasSubstr("The option --data-pin needs yes or no."));
+}

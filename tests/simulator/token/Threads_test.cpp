@@ -2,6 +2,8 @@
 // Several threads in one library at a time; ThreadSanitizer watches them too.
 #include <atomic>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -82,6 +84,7 @@ TEST(ManyThreads, SeeCardsComeAndGo) {
     deck.add("empty");
     const TokenLibrary library;
     library.slots();
+    testing::internal::CaptureStderr();
     inThreads(3, [&](int number) {
         for (int i = 0; i < 30; ++i) {
             if (number == 0) {
@@ -96,6 +99,7 @@ TEST(ManyThreads, SeeCardsComeAndGo) {
                 library->C_CloseSession(session);
         }
     });
+    EXPECT_EQ("", testing::internal::GetCapturedStderr()) << "a card that is taken out is not a damaged one";
 }
 
 TEST(ManyThreads, MayFindTheLibraryFinalisedWhenTheyWakeUp) {
@@ -111,4 +115,70 @@ TEST(ManyThreads, MayFindTheLibraryFinalisedWhenTheyWakeUp) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(Rv(CKR_OK), library->C_Finalize(nullptr));
     sleeper.join();
+}
+
+TEST(ManyThreads, DoNotWaitForAUserWhoIsAskedForAPin) {
+    SimDeck deck;
+    deck.add("ecard-g2");
+    deck.add("empty");
+    const std::string bin = deck.folder() + "/bin";
+    std::filesystem::create_directory(bin);
+    std::ofstream(bin + "/pinentry") << "#!/bin/sh\n"
+                                        "echo OK\n"
+                                        "while read -r line; do\n"
+                                        "    case $line in GETPIN) sleep 0.5; echo 'D 1234'; esac\n"
+                                        "    echo OK\n"
+                                        "done\n";
+    std::filesystem::permissions(bin + "/pinentry", std::filesystem::perms::owner_all);
+    const std::string pathBefore = std::getenv("PATH");
+    setenv("PATH", (bin + ":" + pathBefore).c_str(), 1);
+    unsetenv("ORSELSIM_PIN_SCRIPT");
+    const TokenLibrary library;
+    const CK_SESSION_HANDLE session = library.openFirst();
+    std::thread asked([&] { EXPECT_EQ(Rv(CKR_OK), library->C_Login(session, CKU_USER, nullptr, 0)); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    const auto start = std::chrono::steady_clock::now();
+    library.open(2);
+    EXPECT_LT(millisecondsSince(start), 300);
+    asked.join();
+    setenv("PATH", pathBefore.c_str(), 1);
+}
+
+TEST(ManyThreads, SignWithTheSameCard) {
+    SimDeck deck;
+    deck.add("ecard-g2");
+    const TokenLibrary library;
+    const CK_SESSION_HANDLE first = library.openFirst();
+    CK_BYTE pin[] = {'1', '2', '3', '4'};
+    ASSERT_EQ(Rv(CKR_OK), library->C_Login(first, CKU_USER, pin, sizeof pin));
+    inThreads(4, [&](int) {
+        const CK_SESSION_HANDLE session = library.openFirst();
+        const CK_OBJECT_HANDLE key = library.findOne(session, CKO_PRIVATE_KEY, "SK.CH.EKEY");
+        for (int i = 0; i < 10; ++i) {
+            CK_MECHANISM mechanism = {CKM_ECDSA, nullptr, 0};
+            EXPECT_EQ(Rv(CKR_OK), library->C_SignInit(session, &mechanism, key));
+            CK_BYTE data[20] = {};
+            CK_BYTE signature[48];
+            CK_ULONG size = sizeof signature;
+            EXPECT_EQ(Rv(CKR_OK), library->C_Sign(session, data, sizeof data, signature, &size));
+        }
+    });
+}
+
+TEST(ManyThreads, ThatTryAWrongPinAreAllCounted) {
+    SimDeck deck;
+    const std::string card = deck.add("ecard-g2");
+    deck.change(card, [](orselsim::Card& changed) {
+        changed.record.pins.at("encryption").pin.maxTries = 20;
+        changed.record.pins.at("encryption").pin.triesLeft = 20;
+    });
+    const TokenLibrary library;
+    library.slots();
+    inThreads(4, [&](int) {
+        const CK_SESSION_HANDLE session = library.open(1);
+        CK_BYTE pin[] = {'0', '0', '0', '0'};
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(Rv(CKR_PIN_INCORRECT), library->C_Login(session, CKU_USER, pin, sizeof pin));
+    });
+    EXPECT_EQ(8U, deck.triesLeft(card, "encryption"));
 }

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_SIMULATOR_DECK_PINCHANGE_H
+#define ORSEL_SIMULATOR_DECK_PINCHANGE_H
+
+#include <optional>
+#include <string>
+
+#include "simulator/store/CardRecord.h"
+
+namespace orselsim {
+
+/// A change of a PIN behind the card's back. What is not given stays.
+struct PinChange {
+    std::optional<std::string> pin; ///< a new PIN, with all tries
+    bool unset = false;             ///< as before the first use
+    std::optional<unsigned long> tries;
+    std::optional<std::string> puk; ///< a new PUK, with all tries
+    bool removePuk = false;
+    std::optional<unsigned long> pukTries;
+};
+
+/// Throws DeckError, with the record as it was, when the card has no such PIN or PUK or the new
+/// value does not fit.
+void applyPinChange(CardRecord& record, const std::string& pinName, const PinChange& change);
+
+/// The values of a new card for the PINs and PUKs that this one has, with all tries.
+void resetToDemoPins(CardRecord& record);
+
+} // namespace orselsim
+
+#endif

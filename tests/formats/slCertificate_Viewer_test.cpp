@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+#include "formats/slCertificate.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/foundation/TempDir.h"
+
+using Velmor::ShowCertificate;
+
+namespace {
+
+/// Sets PATH for the life of the object.
+class SearchPath {
+public:
+    explicit SearchPath(const std::string& path) : m_Before(std::getenv("PATH")) {
+        setenv("PATH", path.c_str(), 1);
+    }
+    SearchPath(const SearchPath&) = delete;
+    SearchPath& operator=(const SearchPath&) = delete;
+    ~SearchPath() { setenv("PATH", m_Before.c_str(), 1); }
+
+private:
+    std::string m_Before;
+};
+
+/// Sends standard error to a file for the life of the object.
+class StandardErrorTo {
+public:
+    explicit StandardErrorTo(const std::string& path) : m_Before(dup(STDERR_FILENO)) {
+        FILE* file = std::fopen(path.c_str(), "w");
+        dup2(fileno(file), STDERR_FILENO);
+        std::fclose(file);
+    }
+    StandardErrorTo(const StandardErrorTo&) = delete;
+    StandardErrorTo& operator=(const StandardErrorTo&) = delete;
+    ~StandardErrorTo() {
+        dup2(m_Before, STDERR_FILENO);
+        close(m_Before);
+    }
+
+private:
+    int m_Before;
+};
+
+/// Waits for the one child of this process and returns its exit code.
+int ExitCodeOfTheChild() {
+    int status = 0;
+    EXPECT_LT(0, waitpid(-1, &status, 0));
+    EXPECT_TRUE(WIFEXITED(status));
+    return WEXITSTATUS(status);
+}
+
+std::string ExitMark;
+pid_t Parent;
+
+void LeaveMarkInAChild() {
+    if (getpid() != Parent) {
+        std::ofstream(ExitMark) << "exit handlers have run";
+    }
+}
+
+void MakeViewer(const TempDir& dir, const std::string& script) {
+    std::filesystem::permissions(dir.File("certViewerApp", "#!/bin/sh\n" + script),
+                                 std::filesystem::perms::owner_all);
+}
+
+} // namespace
+
+TEST(ShowCertificate, StartsTheViewerOnThePathWithTheFileAsItsOneArgument) {
+    const TempDir dir;
+    MakeViewer(dir, "printf '%s|%s|' \"$#\" \"$1\" >\"${0%/*}/arguments\"\n");
+    const SearchPath path(dir.Path());
+    EXPECT_TRUE(ShowCertificate("/tmp/a b;c $HOME.cer"));
+    EXPECT_EQ(0, ExitCodeOfTheChild());
+    EXPECT_EQ("1|/tmp/a b;c $HOME.cer|", ContentOf(dir.Path("arguments")));
+}
+
+TEST(ShowCertificate, DoesNotWaitForTheViewer) {
+    const TempDir dir;
+    // The viewer ends only when this test lets it.
+    ASSERT_EQ(0, mkfifo(dir.Path("gate").c_str(), 0600));
+    MakeViewer(dir, "read line <\"${0%/*}/gate\"\n");
+    const SearchPath path(dir.Path());
+    EXPECT_TRUE(ShowCertificate("cert.cer"));
+    int status = 0;
+    EXPECT_EQ(0, waitpid(-1, &status, WNOHANG));
+    std::ofstream(dir.Path("gate")) << "go\n";
+    ExitCodeOfTheChild();
+}
+
+TEST(ShowCertificate, SaysOnStandardErrorThatThereIsNoViewer) {
+    const TempDir dir;
+    const SearchPath path(dir.Path());
+    {
+        const StandardErrorTo file(dir.Path("stderr"));
+        EXPECT_TRUE(ShowCertificate("cert.cer"));
+        EXPECT_EQ(255, ExitCodeOfTheChild());
+    }
+    EXPECT_EQ("ERROR: can not execute certViewerApp: No such file or directory\n",
+              ContentOf(dir.Path("stderr")));
+}
+
+TEST(ShowCertificate, AChildWithoutAViewerRunsNoExitHandlers) {
+    const TempDir dir;
+    const SearchPath path(dir.Path());
+    Parent = getpid();
+    ExitMark = dir.Path("mark");
+    ASSERT_EQ(0, std::atexit(LeaveMarkInAChild));
+    const StandardErrorTo file(dir.Path("stderr"));
+    EXPECT_TRUE(ShowCertificate("cert.cer"));
+    ExitCodeOfTheChild();
+    EXPECT_EQ("", ContentOf(ExitMark));
+}
+
+TEST(ShowCertificate, IsFalseIfNoProcessCanBeStarted) {
+    const pid_t limited = fork();
+    if (limited == 0) {
+        const rlimit none{0, 0};
+        const bool isLimited =
+            setrlimit(RLIMIT_NPROC, &none) == 0 && (getuid() != 0 || setuid(65534) == 0); // root has no limit
+        _exit(isLimited && !ShowCertificate("cert.cer") ? 0 : 1);
+    }
+    EXPECT_EQ(0, ExitCodeOfTheChild());
+}
