@@ -2,9 +2,10 @@
 #ifndef ORSEL_FORMATS_PARSEKEY_H
 #define ORSEL_FORMATS_PARSEKEY_H
 
-#include "formats/KeyTypes.h"
-
 #include <string>
+#include <vector>
+
+#include "formats/KeyTypes.h"
 
 namespace Velmor {
 
@@ -20,6 +21,22 @@ struct PublicKeyData {
     unsigned char m_Y[256] = {}; ///< as m_X
     std::string m_CurveOid;      ///< dotted form, empty for RSA
 };
+
+// A key that is cut off, or too large for the record, leaves the rest of the record at zero: these functions
+// have no other way to fail.
+
+/// An RSA key if a SEQUENCE begins at `offset`, else an EC point.
+PublicKeyData ParseKey(std::vector<unsigned char> data, int offset);
+/// DER: SEQUENCE { INTEGER modulus, INTEGER exponent }.
+PublicKeyData ParseRsaKey(std::vector<unsigned char> data, int offset);
+/// A format byte, which is not looked at, and the two coordinates. The curve is told by the size of the whole
+/// of `data`: P-192 for 49 bytes, P-256 for all other sizes.
+PublicKeyData ParseEccKey(std::vector<unsigned char> data, int offset);
+
+/// The same for `length` bytes.
+PublicKeyData ParseKey(unsigned char* data, int offset, int length);
+PublicKeyData ParseRsaKey(unsigned char* data, int offset, int length);
+PublicKeyData ParseEccKey(unsigned char* data, int offset, int length);
 
 } // namespace Velmor
 
