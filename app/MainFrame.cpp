@@ -17,6 +17,8 @@
 #include "app/I18N.h"
 #include "app/RefreshCardThread.h"
 #include "card/tkPKCS11.h"
+#include "foundation/Config.h"
+#include "foundation/ProgramConfig.h"
 #include "images/Images.h"
 
 const std::string EMPTY_CARD = "0000000000000000";
@@ -57,7 +59,8 @@ MainFrame::MainFrame(wxWindow* parent)
       m_pleaseWait(this, wxID_ANY, wxEmptyString, wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE) {
     m_pleaseWait.Show(false);
     m_pleaseWait.Centre(wxBOTH);
-    const std::string version;
+    std::string version;
+    Velmor::Config::GetHandle()->GetString(Velmor::KEY_VERSION, version);
 
     CreateControls();
     set_properties();

@@ -6,7 +6,9 @@
 #include <wx/listctrl.h>
 #include <wx/utils.h>
 
+#include "app/OrselCardsLogger.h"
 #include "app/RefreshCardThread.h"
+#include "foundation/Logging.h"
 
 void MainFrame::evt_OnTimer(wxTimerEvent& /*event*/) {
     wxCommandEvent event;
@@ -14,6 +16,7 @@ void MainFrame::evt_OnTimer(wxTimerEvent& /*event*/) {
 }
 
 void MainFrame::evt_reload(wxCommandEvent& /*event*/) {
+    OrselCardsLogger::GetHandle()->LogMessage("evt_reload");
     MyEnable(false);
     wxBeginBusyCursor(wxHOURGLASS_CURSOR);
     m_pleaseWait.Centre(wxBOTH);
@@ -24,6 +27,7 @@ void MainFrame::evt_reload(wxCommandEvent& /*event*/) {
     if (RefreshCardThread::StartThread(*m_refreshThread) == wxTHREAD_NO_ERROR)
         return; // busy until evt_ThreadFinished
 
+    OrselCardsLogger::GetHandle()->LogError("cannot start card refresh thread");
     delete m_refreshThread;
     m_refreshThread = nullptr;
     MyEnable(true);

@@ -7,15 +7,30 @@
 
 #include "app/I18N.h"
 #include "app/MainFrame.h"
+#include "app/OrselCardsLogger.h"
+#include "foundation/Config.h"
+#include "foundation/FileSystem.h"
+#include "foundation/Logging.h"
+#include "foundation/ProgramConfig.h"
 
 /// No options of our own; the toolkit's remain.
 static const wxCmdLineEntryDesc g_CmdLineDesc[] = {wxCMD_LINE_DESC_END};
 
 MyApp::MyApp() {
-    I18N::GetHandle()->Initialize();
+    Velmor::GenerateConfig();
+    Velmor::GenerateFileSystem();
+    long language = 0;
+    if (Velmor::Config::GetHandle()->GetInteger(Velmor::KEY_LANGUAGE, language))
+        I18N::GetHandle()->Initialize(language);
+    else
+        I18N::GetHandle()->Initialize();
+    OrselCardsLogger::GetHandle()->Enabled(false);
 }
 
 MyApp::~MyApp() {
+    Velmor::Config::GetHandle()->Destroy();
+    Velmor::FileSystem::Destroy();
+    OrselCardsLogger::GetHandle()->Destroy();
     I18N::Destroy();
 }
 

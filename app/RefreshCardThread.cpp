@@ -2,7 +2,10 @@
 #include "app/RefreshCardThread.h"
 
 #include "app/ControlIds.h"
+#include "app/OrselCardsLogger.h"
 #include "app/wxHelper.h"
+#include "formats/slCertificate.h"
+#include "foundation/Logging.h"
 
 using Velmor::SlotStruct;
 using Velmor::TokenInfoStruct2;
@@ -13,6 +16,9 @@ static const wchar_t* const CARD_TYPE_TEXTS[Velmor::TOKEN_TYPE_COUNT] = {
     L"Orsel Carta ACOS 03",    L"Orsel Carta ACOS 04",    L"Orsel Carta ACOS 05",   L"Orsel Carta e-Card G2",
     L"Orsel Carta e-Card G3A", L"Orsel Carta e-Card G3B", L"Orsel Carta e-Card G4", L"Orsel Carta CardOS 5.3",
 };
+
+/// As large as the buffer that LoadSigningCertificate reads the certificate through, so that it always fits.
+static constexpr unsigned long CERTIFICATE_CAPACITY = 5012;
 
 static wxThreadError CreateAndRun(RefreshCardThread& thread) {
     const wxThreadError created = thread.Create();
@@ -35,8 +41,22 @@ void* RefreshCardThread::Entry() {
     std::vector<SlotStruct*> slots;
     if (m_p11->GetSlots(slots, true))
         DoWork(slots);
+    else
+        OrselCardsLogger::GetHandle()->LogError("Error pkcs#11 GetSlots");
     Velmor::SendEvent(m_parent, ID_THREAD_FINISHED);
     return nullptr;
+}
+
+/// Common name of the subject of the card's encryption certificate, in the open session; the fixed word where
+/// there is no certificate that can be read.
+static wxString HolderOf(Velmor::tkPKCS11& card) {
+    unsigned char buffer[CERTIFICATE_CAPACITY];
+    unsigned long size = sizeof(buffer);
+    Velmor::slCertificate certificate;
+    const bool hasCertificate = card.LoadSigningCertificate(false) &&
+                                card.GetSigningCertificate(buffer, size) &&
+                                certificate.LoadFromBuffer(buffer, static_cast<unsigned int>(size));
+    return hasCertificate ? wxString::FromUTF8(certificate.GetSubjectCN().c_str()) : wxString(HOLDER_UNKNOWN);
 }
 
 static wxString CardTypeText(const TokenInfoStruct2& info, const wxString& label) {
@@ -46,15 +66,18 @@ static wxString CardTypeText(const TokenInfoStruct2& info, const wxString& label
 
 void RefreshCardThread::DoWork(std::vector<SlotStruct*> slots) {
     for (size_t i = 0; i < slots.size(); ++i) {
-        if (!m_p11->OpenSession(static_cast<int>(i), false))
+        if (!m_p11->OpenSession(static_cast<int>(i), false)) {
+            OrselCardsLogger::GetHandle()->LogError("Error open pkcs#11 session");
             continue;
+        }
+        const wxString holder = HolderOf(*m_p11);
         auto row = std::make_shared<ListEntryData>();
         const wxString label = wxString::FromUTF8(slots[i]->m_Label.c_str());
         TokenInfoStruct2 info;
         row->cardType = m_p11->GetTokenInfo(i, info) ? CardTypeText(info, label) : label;
         row->cardNumber = wxString::FromUTF8(slots[i]->m_Serial.c_str());
         row->tokenType = info.m_TokenType;
-        row->holder = HOLDER_UNKNOWN;
+        row->holder = holder;
         m_list.push_back(row);
         m_p11->CloseSession();
     }

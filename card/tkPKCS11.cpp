@@ -450,20 +450,4 @@ bool tkPKCS11::FindObject(const char* label, unsigned long objectClass, unsigned
     return found != 0;
 }
 
-// --- Certificates of the card ------------------------------------------------------------------------------
-
-void tkPKCS11::ClearCertVector() {
-    for (slCertificate* certificate : m_CertVector)
-        delete certificate;
-    m_CertVector.clear();
-}
-
-std::vector<slCertificate*>::iterator tkPKCS11::CertVectorBegin() {
-    return m_CertVector.begin();
-}
-
-std::vector<slCertificate*>::iterator tkPKCS11::CertVectorEnd() {
-    return m_CertVector.end();
-}
-
 } // namespace Velmor

@@ -13,6 +13,7 @@
 
 namespace Velmor {
 
+class Personenbindung;
 class slCertificate;
 
 /// Vendor entry point: reads a named card property. *outLen is the capacity of out on entry and the length
@@ -99,10 +100,96 @@ public:
 
     // --- Certificates of the card --------------------------------------------------------------------------
 
+    /// Loads the signature ("C.CH.SIG") or the encryption certificate ("C.CH.EKEY") of the card in the open
+    /// session into this object, where it stays until the next load. False when there is none that can be
+    /// parsed; what an earlier load filled in then stays.
+    bool LoadSigningCertificate(bool sigCert);
+
+    /// Object handle of the certificate, 0 when there is none. Searches wider than the load does.
+    unsigned long getSigningCertificateHandle(bool sigCert);
+
+    /// DER of the loaded certificate; always true. A null out asks for the size; otherwise out must have room
+    /// for 5012 bytes.
+    bool GetSigningCertificate(unsigned char* out, unsigned long& len);
+    bool GetSigningCertificate(std::vector<unsigned char>& out);
+
+    /// Loads a certificate of the card in the open session, respectively of the card with this index, whose
+    /// session it opens and closes.
+    bool GetCertificate(bool sigCert, slCertificate& cert);
+    bool GetCertificate(unsigned long slot, bool sigCert, slCertificate& cert);
+
+    /// Collects all certificates of all cards, at most ten a card. False when there is no card or a card that
+    /// opened could not be read; a card that does not open does not count.
+    bool LoadAllCerts();
+    bool loadAllCertsInSession();
+
     /// Deletes the collected certificates.
     void ClearCertVector();
     std::vector<slCertificate*>::iterator CertVectorBegin();
     std::vector<slCertificate*>::iterator CertVectorEnd();
+
+    // Of the loaded certificate.
+    std::string GetSubject();
+    std::string GetSubjectCN();
+    std::string GetIssuer();
+    std::string GetSerialNumber();
+    /// The serial number read as hexadecimal, saturated.
+    long GetSerialNumberInt();
+    /// The SHA-1 thumbprint, binary.
+    void GetFingerprint(HashAlgorithm& algo, std::vector<unsigned char>& out);
+    /// Owned by this object.
+    PublicKeyData* GetPublicKeyData();
+
+    // --- Signatures ----------------------------------------------------------------------------------------
+    // A session must be open, except where one is said to be opened. C_Sign blocks in the PIN dialog.
+
+    /// The CKM_ mechanism of a CKK_ key type and a hash; -1 as unsigned when there is none.
+    unsigned long KeyAndHashAlgoToMechanism(unsigned long keyType, HashAlgorithm hash);
+
+    /// Hashes len bytes into out; digestInfo puts the PKCS#1 DigestInfo prefix in front where there is one.
+    bool hashString(unsigned char* data, unsigned long len, std::vector<unsigned char>& out,
+                    HashAlgorithm hash, bool digestInfo);
+
+    /// Signs with the signature key (sigKey) or the encryption key and SHA-1. outLen is the capacity of out
+    /// on entry and the signature's length on return.
+    bool signString(unsigned char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
+                    bool sigKey);
+    bool signString(char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen, bool sigKey);
+
+    /// The same with a hash, made here where the card cannot; data that goes to the card as it is has at most
+    /// 2048 bytes. key receives the key's kind.
+    bool signString(unsigned char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
+                    SignKey& key, bool sigKey, HashAlgorithm hash);
+    bool signString(unsigned char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
+                    bool sigKey, HashAlgorithm hash);
+
+    /// Signs with the first private key whose label begins with this one, and appends the signature.
+    /// HASH_RAW takes the data as a finished hash; without a hash it is SHA-1.
+    bool Sign(const std::string& label, const std::vector<unsigned char>& data,
+              std::vector<unsigned char>& signature, HashAlgorithm hash);
+    bool Sign(const std::string& label, const std::vector<unsigned char>& data,
+              std::vector<unsigned char>& signature);
+
+    /// Verifies with the public key of exactly this label; the signature comes before the data. A wrong
+    /// signature and a failing card are both false.
+    bool Verify(const std::string& label, const std::vector<unsigned char>& signature,
+                std::vector<unsigned char>& data, HashAlgorithm hash);
+    bool Verify(const std::string& label, const std::vector<unsigned char>& signature,
+                std::vector<unsigned char>& data);
+
+    /// Signs with SHA-1 on the card that holds the certificate with this thumbprint, which cert receives.
+    /// Opens and closes its own sessions.
+    bool Sign(const std::wstring& thumbprint, const std::vector<unsigned char>& data, slCertificate& cert,
+              std::vector<unsigned char>& signature);
+    /// Certificate by thumbprint and label of its key, in the open session.
+    bool findCertAndKey(const std::wstring& thumbprint, slCertificate& cert, std::string& label);
+    /// Label of the one private key with this CKA_ID; false for none, an empty one, or several keys.
+    bool findPrivateKeyFromID(const std::string& id, std::string& label);
+
+    /// Kind of a key. Without such a key true, and key unchanged.
+    bool GetSignKeyType(SignKey& key, bool sigKey);
+    /// The hash that this card's signature needs.
+    HashAlgorithm GetHashAlgorithm(SignKey key);
 
     // --- Identification ------------------------------------------------------------------------------------
 
@@ -192,6 +279,26 @@ public:
     /// Opens a session on that card. One that is open already is not closed.
     bool OpenGlobalSession(const std::string& cin);
 
+    // --- Card data and updates -----------------------------------------------------------------------------
+
+    /// Health insurance properties as raw bytes; len is the capacity on entry and the length on return.
+    bool ReadEHIC(unsigned char* out, unsigned long& len);
+    bool ReadGrunddaten(unsigned char* out, unsigned long& len);
+
+    /// The card's identity link, in the open session.
+    bool ReadPers(Personenbindung* pers);
+
+    /// Writes a new identity link (128 to 3072 bytes, an ASN.1 SEQUENCE) to the card with this number. error
+    /// is written on failure only: a German text for the user.
+    bool UpdatePersonenbindung(const std::string& cin, const std::vector<unsigned char>& data,
+                               std::string& error);
+
+    /// Replaces a certificate of the card with this number by one for the same key. A card that does not open
+    /// counts as a success, on purpose, with error empty.
+    bool UpdateCertificate(const std::string& cin, const std::vector<unsigned char>& cert, bool sigCert,
+                           std::string& error);
+    bool updateCertInSession(const std::vector<unsigned char>& cert, bool sigCert, std::string& error);
+
     // --- The token library's entry points, null until resolved ---------------------------------------------
 
     static CK_C_Initialize Proc_C_Initialize;
@@ -269,6 +376,11 @@ protected:
 
 private:
     bool RequireSession();
+    bool TakeCertificateApart();
+    bool FindPrivateKeys(unsigned long* handles, unsigned long* found);
+    bool ReadProperty(const char* name, const char* failure, unsigned char* out, unsigned long& len);
+    bool UpdateIdentityLinkInSession(const std::vector<unsigned char>& data, std::string& error);
+    bool LogoutAndClose(bool result);
     bool FindProtectedObject(ApplType appl, unsigned long* handle);
     bool ReadCardFile(const std::vector<unsigned char>& selectDirectory,
                       const std::vector<unsigned char>& selectFile, std::vector<unsigned char>& content);

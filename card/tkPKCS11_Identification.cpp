@@ -6,7 +6,9 @@
 #include <cstdio>
 
 #include "card/CallP11.h"
+#include "card/OrselClientConfig.h"
 #include "card/tkPKCS11Logging.h"
+#include "foundation/Config.h"
 #include "foundation/Conversion.h"
 
 namespace Velmor {
@@ -144,6 +146,12 @@ bool tkPKCS11::IsECard() {
 
 void tkPKCS11::LoadOrselClientVersion(int* version) {
     std::fill(version, version + 4, 0);
+    OrselClientConfig::Load();
+    std::string text;
+    OrselClientConfig::GetHandle()->GetString(OrselClientConfig::ID_VERSION, text);
+    int fields[4];
+    if (std::sscanf(text.c_str(), "%d.%d.%d.%d", &fields[0], &fields[1], &fields[2], &fields[3]) == 4)
+        std::copy(std::begin(fields), std::end(fields), version);
 }
 
 std::string tkPKCS11::GetOrselClientVersion() {

@@ -107,7 +107,6 @@ void LibLogging::OpenFileAndRotate(const std::string& path) {
 
 void LibLogging::OpenFile(const std::string& path) {
     m_Stream.close();
-    m_Stream.clear();
     m_Stream.open(path, std::ios::out | std::ios::trunc);
 }
 

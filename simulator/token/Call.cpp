@@ -15,7 +15,7 @@ namespace {
 
 /// A value that is a flag or a class or a text, as it is; of any other its size alone.
 std::string valueText(const CK_ATTRIBUTE& attribute) {
-    const std::string size = "[" + std::to_string(attribute.ulValueLen) + "]";
+    std::string size = "[" + std::to_string(attribute.ulValueLen) + "]";
     if (attribute.pValue == nullptr)
         return size;
     if (attribute.type == CKA_CLASS && attribute.ulValueLen == sizeof(CK_OBJECT_CLASS)) {

@@ -10,6 +10,7 @@
 #include "app/ControlIds.h"
 #include "tests/app/GuiTest.h"
 #include "tests/app/ProbedFrame.h"
+#include "tests/support/RefreshCalls.h"
 #include "tests/support/SimDeck.h"
 
 using orseltest::CardOptions;
@@ -109,6 +110,34 @@ TEST_F(ARefresh, GivesEveryRowTheChip) {
     EXPECT_EQ(item.GetImage(), m_frame->m_chipImage);
 }
 
+TEST_F(ARefresh, NamesTheHolderByTheCommonNameOfTheEncryptionCertificate) {
+    m_deck.add("acos-a04", CardOptions().holder("Björn Straßgschwandtner"));
+    m_deck.add("ecard-g4", CardOptions().holder("Žofia Čapek"));
+    Open();
+    EXPECT_THAT(Column(1), ElementsAre(Utf8("Žofia Čapek"), Utf8("Björn Straßgschwandtner")));
+}
+
+TEST_F(ARefresh, ShowsTheKindOfACardWhoseCertificateCannotBeRead) {
+    const std::string missing = m_deck.add("acos-a04");
+    const std::string garbled = m_deck.add("ecard-g4");
+    m_deck.add("cardos-53", CardOptions().slot(77));
+    m_deck.removeObject(missing, "C.CH.EKEY");
+    m_deck.replaceObject(garbled, "C.CH.EKEY", {0x30, 0x82, 0xFF, 0xFF, 0x00});
+    m_deck.planFaults({"C_GetAttributeValue slot=77 rv=CKR_DEVICE_ERROR"});
+    Open();
+    EXPECT_THAT(Column(1), Each("unbekannt"));
+    EXPECT_THAT(Column(2),
+                ElementsAre("Orsel Carta CardOS 5.3", "Orsel Carta e-Card G4", "Orsel Carta ACOS 04"));
+}
+
+TEST_F(ARefresh, TakesTheHolderOfEachCardFromThatCardAlone) {
+    m_deck.add("acos-a04", CardOptions().holder("Erste Person"));
+    const std::string second = m_deck.add("acos-a04", CardOptions().holder("Zweite Person"));
+    m_deck.removeObject(second, "C.CH.EKEY");
+    Open();
+    EXPECT_THAT(Column(1), ElementsAre("unbekannt", "Erste Person"));
+}
+
 TEST_F(ARefresh, ShowsAnEmptyCardWithAnUnknownHolder) {
     m_deck.add("empty");
     Open();
@@ -186,11 +215,11 @@ TEST_F(ARefresh, LeavesOutACardWhoseSessionDoesNotOpen) {
 }
 
 TEST_F(ARefresh, ShowsTheLabelOfACardWhoseTokenInformationIsGoneByThen) {
-    m_deck.add("acos-a04", CardOptions().serial("1111222233334444").label("Meine Karte"));
+    m_deck.add("acos-a04", CardOptions().serial("1111222233334444").label("Meine Karte").holder("Käthe Süß"));
     // The first call belongs to the list of slots, the second to the row.
     m_deck.planFaults({"C_GetTokenInfo call=2 rv=CKR_DEVICE_ERROR"});
     Open();
-    EXPECT_THAT(Rows(), ElementsAre(ElementsAre("1111222233334444", "unbekannt",
+    EXPECT_THAT(Rows(), ElementsAre(ElementsAre("1111222233334444", Utf8("Käthe Süß"),
                                                 "Meine Karte                     ")));
     EXPECT_EQ(m_frame->list_cards->GetItemData(0), 8U);
 }
@@ -226,34 +255,6 @@ TEST_F(ARefresh, EndsWithTheWindowThatStartedIt) {
 
 // --- Calls -------------------------------------------------------------------------------------------------
 
-namespace {
-
-/// What one refresh asks of the library, by slot.
-std::vector<std::string> CallsOfOneRefresh(const std::vector<std::string>& slots) {
-    std::vector<std::string> calls = {"C_GetSlotList", "C_GetSlotList"};
-    for (const std::string& slot : slots) {
-        calls.push_back("C_GetTokenInfo " + slot);
-        calls.push_back("C_GetSlotInfo " + slot);
-    }
-    for (const std::string& slot : slots) {
-        calls.push_back("C_OpenSession " + slot);
-        calls.push_back("C_GetSlotList");
-        calls.push_back("C_GetSlotList");
-        calls.push_back("C_GetTokenInfo " + slot);
-        calls.push_back("C_CloseSession " + slot);
-    }
-    return calls;
-}
-
-std::vector<std::string> FunctionsAndSlots(const std::vector<orseltest::TraceRecord>& trace) {
-    std::vector<std::string> calls;
-    for (const auto& record : trace)
-        calls.push_back(record.function + (record.value("slot").empty() ? "" : " " + record.value("slot")));
-    return calls;
-}
-
-} // namespace
-
 TEST_F(ARefresh, MakesExactlyItsCallsAndAllOfThemOnOneOtherThread) {
     m_deck.addDemoCards();
     Open();
@@ -261,8 +262,9 @@ TEST_F(ARefresh, MakesExactlyItsCallsAndAllOfThemOnOneOtherThread) {
     m_deck.clearTrace();
     Reload();
     const auto trace = m_deck.trace();
-    const auto calls = CallsOfOneRefresh({"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"});
-    EXPECT_THAT(FunctionsAndSlots(trace), testing::ElementsAreArray(calls));
+    const auto calls = orseltest::callsOfOneRefresh({"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"},
+                                                    {"9"}); // 9: empty card
+    EXPECT_THAT(orseltest::callsIn(trace), testing::ElementsAreArray(calls));
     for (const auto& record : trace) {
         EXPECT_EQ(record.thread, trace.front().thread);
         EXPECT_NE(record.thread, mainThread);

@@ -8,6 +8,7 @@
 #include "images/Images.h"
 #include "tests/e2e/Desktop.h"
 #include "tests/e2e/Program.h"
+#include "tests/support/RefreshCalls.h"
 #include "tests/support/SimDeck.h"
 
 using orseltest::CardOptions;
@@ -41,34 +42,9 @@ protected:
         ASSERT_THAT(places, SizeIs(1));
         desktop::click({places[0].x + 16, places[0].y + 16});
     }
-    /// The calls of a trace, a function each, with its slot where it has one.
-    std::vector<std::string> Calls() {
-        std::vector<std::string> calls;
-        for (const auto& record : m_deck.trace())
-            calls.push_back(record.function +
-                            (record.value("slot").empty() ? "" : " " + record.value("slot")));
-        return calls;
-    }
-
     SimDeck m_deck;
     std::unique_ptr<Program> m_program;
 };
-
-std::vector<std::string> OneRefreshOf(std::initializer_list<const char*> slots) {
-    std::vector<std::string> calls = {"C_GetSlotList", "C_GetSlotList"};
-    for (const std::string slot : slots) {
-        calls.push_back("C_GetTokenInfo " + slot);
-        calls.push_back("C_GetSlotInfo " + slot);
-    }
-    for (const std::string slot : slots) {
-        calls.push_back("C_OpenSession " + slot);
-        calls.push_back("C_GetSlotList");
-        calls.push_back("C_GetSlotList");
-        calls.push_back("C_GetTokenInfo " + slot);
-        calls.push_back("C_CloseSession " + slot);
-    }
-    return calls;
-}
 
 } // namespace
 
@@ -95,11 +71,11 @@ TEST_F(TheProgram, AsksTheLibraryForWhatARefreshNeedsAndNothingElse) {
 
     std::vector<std::string> expected = {"C_Initialize", "C_GetInfo"};
     for (int refresh = 0; refresh < 2; ++refresh) {
-        const auto calls = OneRefreshOf({"1", "2"});
+        const auto calls = orseltest::callsOfOneRefresh({"1", "2"});
         expected.insert(expected.end(), calls.begin(), calls.end());
     }
     expected.push_back("C_Finalize");
-    EXPECT_THAT(Calls(), testing::ElementsAreArray(expected));
+    EXPECT_THAT(orseltest::callsIn(m_deck.trace()), testing::ElementsAreArray(expected));
     for (const auto& record : m_deck.trace())
         EXPECT_EQ(record.result, "CKR_OK") << record.function;
 }
@@ -117,13 +93,13 @@ TEST_F(TheProgram, EndsASecondInstanceOfTheSameUserSilently) {
     m_deck.add("acos-a04");
     Start(1);
     const auto windowsBefore = desktop::windows(".*");
-    const auto callsBefore = Calls();
+    const auto callsBefore = orseltest::callsIn(m_deck.trace());
     const std::string home = m_deck.folder();
     Program second(home);
     EXPECT_NE(second.waitForEnd(), -1);
     EXPECT_EQ(second.output(), "");
     EXPECT_EQ(desktop::windows(".*"), windowsBefore);
-    EXPECT_EQ(Calls(), callsBefore); // it did not even load the library
+    EXPECT_EQ(orseltest::callsIn(m_deck.trace()), callsBefore); // it did not even load the library
     EXPECT_TRUE(m_program->runs());
     EXPECT_EQ(Close(), 0);
 }

@@ -398,9 +398,12 @@ TEST_F(AStore, ReadsALargeFile) {
 
 TEST_F(AStore, CountsAHugeFileAsEmpty) {
     WriteUserFile("<orselclient><a><b>x</b></a></orselclient>");
-    std::filesystem::resize_file(UserFile(), std::uintmax_t{1} << 36); // sparse
+    std::filesystem::resize_file(UserFile(), 64 * 1024 * 1024 + 1); // sparse
     Opened();
     EXPECT_EQ("(nothing)", TextAt(m_Store, Row("a", "b")));
+    std::filesystem::resize_file(UserFile(), 64 * 1024 * 1024);
+    EXPECT_TRUE(m_Store.read(CONFIG_TYPE_USER)) << "the largest file; the zero bytes end its text";
+    EXPECT_EQ("x", TextAt(m_Store, Row("a", "b")));
 }
 
 TEST_F(AStore, CountsWhatIsNoFileAsEmpty) {

@@ -352,6 +352,7 @@ TEST_F(ALogger, LeavesTheFunctionStackAloneBelowItsLevel) {
     m_Logger.LogFunction("g", FUNCTION_IN);
     m_Logger.LogFunction("f", FUNCTION_OUT);
     m_Logger.LogStackTrace();
+    EXPECT_EQ(Texts{"  IN FUNCTION f"}, Lines());
     m_Logger.SetLoggingLevel(Level(4));
     m_Logger.LogStackTrace();
     EXPECT_EQ((Texts{"  IN FUNCTION f", "   STACKTRACE f"}), Lines());

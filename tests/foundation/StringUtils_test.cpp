@@ -100,6 +100,14 @@ TEST(MyMemfind, TreatsZeroBytesAsAnyOther) {
     EXPECT_EQ(2, Memfind(std::string("a\0\0b", 4), std::string("\0b", 2), 0));
 }
 
+TEST(MyMemfind, LooksAtNothingBehindTheLengths) {
+    char hay[] = "xabc";
+    char needle[] = "abcd";
+    EXPECT_EQ(1, Velmor::MyMemfind(hay, 4, needle, 3, 0));
+    EXPECT_EQ(-1, Velmor::MyMemfind(hay, 3, needle, 3, 0));
+    EXPECT_EQ(-1, Velmor::MyMemfind(hay, 0, needle, 0, 0));
+}
+
 TEST(MyMemfind, RefusesNegativeLengths) {
     char text[] = "abc";
     EXPECT_EQ(-1, Velmor::MyMemfind(text, -1, text, 1, 0));

@@ -45,6 +45,7 @@ TEST(XmlNesting, CountsElementsInsideEachOther) {
              Row{"<a x=\"/>\"><d/></a>", 2},
              Row{"<a'><b'></b'></a'>", 2}, // a quote is a character of the name
              Row{"<a x'y=\"'\"><d/></a>", 2},
+             Row{"<a=b><c<d!/></a=b>", 2}, // and so are these
              Row{"<a><!-- <b><c> --><d/></a>", 2},
              Row{"<a><!-- </a></a> --><d/></a>", 2},
              Row{"<a><![CDATA[</a><b>]]><d/></a>", 2},
@@ -67,8 +68,9 @@ TEST(XmlNesting, EndsAtMarkupThatNoParserTakes) {
 }
 
 TEST(XmlNesting, IsNotHiddenByWhatLooksLikeAnEnd) {
-    for (const char* level : {"<a>", "<a'>", "<a x='\"'>", "<a><!--</a>-->", "<a><![CDATA[</a>]]>",
-                              "<a><?</a>?>", "<a><!DOCTYPE x [</a>]>", "<a x='</a>'>", "<a><b/>"}) {
+    for (const char* level :
+         {"<a>", "<a'>", "<a x='\"'>", "<a><!--</a>-->", "<a><![CDATA[</a>]]>", "<a><?</a>?>",
+          "<a><!DOCTYPE x [</a>]>", "<a x='</a>'>", "<a><b/>", "<a=b>", "<a<b>", "<a!>"}) {
         EXPECT_TRUE(XmlNestsDeeperThan(1000, Repeated(level, 1001))) << level;
         EXPECT_FALSE(XmlNestsDeeperThan(1001, Repeated(level, 1000))) << level;
     }

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_CARD_CARDLIMITS_H
+#define ORSEL_CARD_CARDLIMITS_H
+
+#include <p11-kit/pkcs11.h>
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+
+namespace Velmor {
+
+/// Objects that a search returns at most.
+constexpr unsigned long MAX_OBJECTS = 10;
+/// Cards that a walk over all cards looks at.
+constexpr int MAX_CARDS = 128;
+
+/// Bytes of a signature; a library that asks for more is broken.
+constexpr unsigned long MAX_PLAUSIBLE_SIGNATURE = 0x10000;
+
+/// Room for one attribute's value, zeroed, and the length that the library reported for it.
+template <size_t Capacity>
+struct AttributeBuffer {
+    unsigned char bytes[Capacity] = {};
+    CK_ULONG length = 0;
+
+    /// False for a length that no honest library reports.
+    bool fits() const { return length <= Capacity; }
+    /// Needs a length that fits.
+    std::string text() const { return std::string(bytes, bytes + length); }
+    /// Whether the text up to its first zero byte has `wanted` in it. Needs a length that fits.
+    bool contains(const std::string& wanted) const {
+        return std::strstr(text().c_str(), wanted.c_str()) != nullptr;
+    }
+    /// Whether the buffer, whatever its length, begins with `wanted`.
+    bool beginsWith(const std::string& wanted) const {
+        return wanted.size() <= Capacity && std::memcmp(bytes, wanted.data(), wanted.size()) == 0;
+    }
+};
+
+using ObjectText = AttributeBuffer<256>;
+using ObjectValue = AttributeBuffer<5012>;
+
+} // namespace Velmor
+
+#endif
