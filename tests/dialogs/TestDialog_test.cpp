@@ -143,12 +143,12 @@ TEST_F(TheSignatureTest, PlacesTheButtonsInOneRowAndTheStatusBetweenTwoSprings) 
                 ElementsAre(Placement{m_dialog.button_sign, 0, wxALL, 6},
                             Placement{m_dialog.button_verify, 0, wxALL, 6},
                             Placement{m_dialog.button_close, 0, wxALL, 6}));
-    EXPECT_THAT(
-        PlacementsIn(*m_dialog.GetSizer()->GetItem(4)->GetSizer()),
-        ElementsAre(Placement{m_dialog.panel_left, 1, wxEXPAND, 0}, Placement{m_dialog.bitmap_status, 0, 0, 0},
-                    Placement{m_dialog.label_status, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, 6},
-                    Placement{m_dialog.panel_right, 1, wxEXPAND, 0},
-                    Placement{m_dialog.panel_height, 0, 0, 0}));
+    EXPECT_THAT(PlacementsIn(*m_dialog.GetSizer()->GetItem(4)->GetSizer()),
+                ElementsAre(Placement{m_dialog.panel_left, 1, wxEXPAND, 0},
+                            Placement{m_dialog.bitmap_status, 0, 0, 0},
+                            Placement{m_dialog.label_status, 0, wxALIGN_CENTER_VERTICAL | wxLEFT, 6},
+                            Placement{m_dialog.panel_right, 1, wxEXPAND, 0},
+                            Placement{m_dialog.panel_height, 0, 0, 0}));
 }
 
 TEST_F(TheSignatureTest, KeepsAStatusRowOf38PixelsWithNothingInIt) {
