@@ -14,7 +14,10 @@ namespace {
 /// A home directory of its own for the whole run.
 class Home {
 public:
-    Home() : m_Path(std::filesystem::temp_directory_path() / ("orsel_fuzz_" + std::to_string(std::rand()))) {
+    Home() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "orsel_fuzz_XXXXXX").string();
+        Require(mkdtemp(pattern.data()) != nullptr);
+        m_Path = pattern;
         std::filesystem::create_directories(m_Path / ".velmor/orselclient");
         setenv("HOME", m_Path.c_str(), 1);
     }

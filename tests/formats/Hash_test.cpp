@@ -201,6 +201,12 @@ TEST_F(HashTest, PublishedVectorsComeOutOfEveryForm) {
     EXPECT_EQ((Texts{}), Errors);
 }
 
+TEST_F(HashTest, Md4MayBeTheFirstDigestOfAProcess) {
+    Bytes out;
+    EXPECT_TRUE(Hash(BytesOf("abc"), out, Velmor::HASH_MD4, false));
+    EXPECT_EQ("a448017aaf21d8525fc10ae87aa6729d", Hex(out));
+}
+
 TEST_F(HashTest, NullInputIsRefusedFirst) {
     unsigned long length = 0;
     EXPECT_FALSE(Hash(nullptr, 3, nullptr, length, Velmor::HASH_RAW));
