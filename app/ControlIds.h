@@ -21,6 +21,18 @@ enum ControlId : int {
     ID_START_TIMER = 5444,
     ID_FADE_TIMER = 5445,
     ID_CARD_LIST = 5446,
+
+    // Signature test; its fade timer is ID_FADE_TIMER
+    ID_TEST_CLOSE = 5447,
+    ID_TEST_SIGN = 5448,
+    ID_TEST_VERIFY = 5449,
+
+    // Infobox; the timer that starts its loading is ID_START_TIMER
+    ID_INFOBOX_CLOSE = 5450,
+    ID_INFOBOX_LIST = 5451,
+    ID_INFOBOX_ENCRYPT = 5452,
+
+    // Main window again
     ID_THREAD_FINISHED = 5453, ///< posted by the refresh worker when it is done
 
     // Context menu of the card list
@@ -35,6 +47,10 @@ enum ControlId : int {
     ID_POPUP_INFOBOX = 5462,
     ID_POPUP_ENC_TEST = 5463,
     ID_POPUP_SIG_TEST = 5464,
+
+    // Card without identity link
+    ID_NOPERSB_WRITE = 5465,
+    ID_NOPERSB_CLOSE = 5466,
 };
 
 #endif

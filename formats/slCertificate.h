@@ -95,7 +95,7 @@ public:
     // --- Serial number -------------------------------------------------------------------------------------
 
     /// Owned by the certificate; null for an empty object.
-    ASN1_INTEGER* GetSerialNumberAsn1() const;
+    ::ASN1_INTEGER* GetSerialNumberAsn1() const; // qualified: asn1.h has an enumerator of this name
     /// "0x" and upper-case digits, an even number of them.
     std::string GetSerialNumber() const;
     /// Saturated if the number does not fit; 0 for an empty object.

@@ -115,7 +115,7 @@ std::vector<CardWish> demoCards() {
 }
 
 bool isDeck(const std::string& directory) {
-    return fs::is_regular_file(directory + "/" + markFile);
+    return fs::is_regular_file(joinPath(directory, markFile));
 }
 
 void createDeck(const std::string& directory, bool force) {
@@ -127,10 +127,10 @@ void createDeck(const std::string& directory, bool force) {
         if (!force)
             throw DeckError("\"" + directory + "\" is a deck already. With --force its cards are replaced.");
         for (const std::string& card : cardsOf(directory))
-            fs::remove_all(directory + "/" + card);
+            fs::remove_all(joinPath(directory, card));
     }
     fs::create_directories(directory);
-    replaceFile(directory + "/" + markFile, bytesOf("A deck of simulated cards.\n"));
+    replaceFile(joinPath(directory, markFile), bytesOf("A deck of simulated cards.\n"));
 }
 
 std::vector<std::string> cardsOf(const std::string& deck) {
@@ -148,16 +148,16 @@ std::vector<std::string> cardsOf(const std::string& deck) {
 
 std::string insertCard(const std::string& deck, const CardWish& wish) {
     requireDeck(deck);
-    const std::string name = wish.directory.value_or(nextDirectory(deck, wish.kind));
+    std::string name = wish.directory.value_or(nextDirectory(deck, wish.kind));
     checkDirectoryName(name);
-    if (fs::exists(deck + "/" + name))
+    if (fs::exists(joinPath(deck, name)))
         throw DeckError("The deck has a card \"" + name + "\" already.");
     const Card card = makeWishedCard(deck, wish);
-    const std::string unfinished = deck + "/.new-" + name; // a leading point: not a card yet
+    const std::string unfinished = joinPath(deck, ".new-" + name); // a leading point: not a card yet
     fs::remove_all(unfinished);
     fs::create_directory(unfinished);
     saveCard(unfinished, card);
-    fs::rename(unfinished, deck + "/" + name);
+    fs::rename(unfinished, joinPath(deck, name));
     return name;
 }
 
@@ -165,7 +165,7 @@ std::string cardDirectory(const std::string& deck, const std::string& card) {
     const auto cards = cardsOf(deck);
     if (std::find(cards.begin(), cards.end(), card) == cards.end())
         throw DeckError("The deck has no card \"" + card + "\".");
-    return deck + "/" + card;
+    return joinPath(deck, card);
 }
 
 void changeRecord(const std::string& cardDirectory, const std::function<void(CardRecord&)>& change) {
@@ -179,7 +179,7 @@ void changeRecord(const std::string& cardDirectory, const std::function<void(Car
 void removeCard(const std::string& deck, const std::string& card) {
     const std::string directory = cardDirectory(deck, card);
     // Renamed first, so that the card is gone at once and not file by file.
-    const std::string doomed = deck + "/.old-" + card;
+    const std::string doomed = joinPath(deck, ".old-" + card);
     fs::remove_all(doomed);
     fs::rename(directory, doomed);
     fs::remove_all(doomed);

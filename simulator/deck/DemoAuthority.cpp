@@ -16,8 +16,8 @@ namespace orselsim {
 namespace {
 
 constexpr const char* authorityName = "Orsel Demo CA";
-constexpr long secondsPerDay = 24 * 60 * 60;
-constexpr long validDays = 5 * 365;
+constexpr long secondsPerDay = 24L * 60 * 60;
+constexpr long validDays = 5L * 365;
 
 void check(bool done, const char* what) {
     if (!done)
@@ -101,9 +101,9 @@ void checkHolderName(const std::string& holder) {
 }
 
 DemoAuthority DemoAuthority::of(const std::string& deckDirectory) {
-    const std::string directory = deckDirectory + "/.authority"; // a leading point: not a card
-    const std::string keyPath = directory + "/key.pem";
-    const std::string certificatePath = directory + "/certificate.der";
+    const std::string directory = joinPath(deckDirectory, ".authority"); // a leading point: not a card
+    const std::string keyPath = joinPath(directory, "key.pem");
+    const std::string certificatePath = joinPath(directory, "certificate.der");
     if (std::filesystem::exists(keyPath)) {
         KeyPtr key = readKey(readFile(keyPath));
         check(key != nullptr, "the deck's authority has a damaged key");

@@ -6,7 +6,7 @@
 namespace orselsim {
 
 std::string recordPath(const std::string& directory) {
-    return directory + "/" + recordFileName;
+    return joinPath(directory, recordFileName);
 }
 
 Card loadCard(const std::string& directory) {
@@ -14,7 +14,7 @@ Card loadCard(const std::string& directory) {
     card.record = parseCardRecord(readFile(recordPath(directory)));
     const auto load = [&](const std::string& file) {
         if (card.contents.count(file) == 0)
-            card.contents[file] = readFile(directory + "/" + file);
+            card.contents[file] = readFile(joinPath(directory, file));
     };
     for (const ObjectRecord& object : card.record.objects)
         load(object.file);
@@ -27,7 +27,7 @@ Card loadCard(const std::string& directory) {
 
 void saveCard(const std::string& directory, const Card& card) {
     for (const auto& [file, content] : card.contents)
-        replaceFile(directory + "/" + file, content);
+        replaceFile(joinPath(directory, file), content);
     replaceFile(recordPath(directory), printCardRecord(card.record));
 }
 
@@ -37,7 +37,7 @@ void saveChanges(const std::string& directory, const Card& before, const Card& a
         const auto old = before.contents.find(file);
         if (old != before.contents.end() && old->second == content)
             continue;
-        replaceFile(directory + "/" + file, content);
+        replaceFile(joinPath(directory, file), content);
         isChanged = true;
     }
     const Bytes record = printCardRecord(after.record);

@@ -60,6 +60,13 @@ void writeNewFile(const std::string& path, const Bytes& content) {
 
 } // namespace
 
+std::string joinPath(const std::string& directory, const std::string& name) {
+    std::string path = directory;
+    path += '/';
+    path += name;
+    return path;
+}
+
 bool FileStamp::operator==(const FileStamp& other) const {
     return device == other.device && inode == other.inode && size == other.size &&
            sameTime(modified, other.modified) && sameTime(changed, other.changed);

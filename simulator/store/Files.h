@@ -19,8 +19,11 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Path of an entry of a directory.
+std::string joinPath(const std::string& directory, const std::string& name);
+
 /// No file of a card is larger: a damaged deck must not fill the memory.
-constexpr std::size_t largestFile = 1024 * 1024;
+constexpr std::size_t largestFile = 1048576;
 
 /// Which version of a file one has seen: two equal stamps mean an unchanged file.
 struct FileStamp {

@@ -15,7 +15,7 @@ namespace {
 
 /// A value that is a flag or a class or a text, as it is; of any other its size alone.
 std::string valueText(const CK_ATTRIBUTE& attribute) {
-    const std::string size = "[" + std::to_string(attribute.ulValueLen) + "]";
+    std::string size = "[" + std::to_string(attribute.ulValueLen) + "]";
     if (attribute.pValue == nullptr)
         return size;
     if (attribute.type == CKA_CLASS && attribute.ulValueLen == sizeof(CK_OBJECT_CLASS)) {
@@ -71,11 +71,7 @@ Call& Call::property(const char* name) {
     return text("name", Trace::encoded(m_facts.name));
 }
 
-Call& Call::wanted(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    return written(attributes, count);
-}
-
-Call& Call::written(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
+Call& Call::given(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
     for (CK_ULONG i = 0; attributes != nullptr && i < count; ++i)
         m_facts.attributes.push_back(attributes[i].type);
     return text("attributes", listOf(attributes, count, true));

@@ -15,7 +15,7 @@ namespace {
 std::vector<std::optional<FileStamp>> stampsOf(const std::string& directory, const Card& card) {
     std::vector<std::optional<FileStamp>> stamps = {stampOf(recordPath(directory))};
     for (const auto& [file, content] : card.contents)
-        stamps.push_back(stampOf(directory + "/" + file));
+        stamps.push_back(stampOf(joinPath(directory, file)));
     return stamps;
 }
 
@@ -48,7 +48,7 @@ void Deck::rescan() {
     for (const std::string& name : directoryNames()) {
         Entry& entry = m_entries[name];
         entry.slot.name = name;
-        entry.slot.directory = m_directory + "/" + name;
+        entry.slot.directory = joinPath(m_directory, name);
     }
     for (auto& [name, entry] : m_entries)
         look(entry);

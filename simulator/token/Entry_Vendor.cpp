@@ -9,7 +9,6 @@
 
 using orselsim::Bytes;
 using orselsim::Call;
-using orselsim::Refusal;
 using orselsim::Runtime;
 using orselsim::SessionView;
 

@@ -14,6 +14,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include "simulator/store/Files.h"
 #include "simulator/store/Hex.h"
 #include "simulator/token/Refusal.h"
 
@@ -59,7 +60,7 @@ std::string findInSearchPath(const std::string& program) {
     const char* searchPath = std::getenv("PATH");
     std::istringstream directories(searchPath == nullptr ? "" : searchPath);
     for (std::string directory; std::getline(directories, directory, ':');) {
-        const std::string path = directory + "/" + program;
+        std::string path = joinPath(directory, program);
         if (!directory.empty() && access(path.c_str(), X_OK) == 0)
             return path;
     }

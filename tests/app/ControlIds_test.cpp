@@ -25,3 +25,11 @@ TEST(ControlIds, OfTheWorkerAndTheContextMenuRunFrom5453To5464) {
     std::iota(expected.begin(), expected.end(), 5453);
     EXPECT_EQ(ids, expected);
 }
+
+TEST(ControlIds, OfTheDialogsStandBetweenAndBehindThose) {
+    EXPECT_THAT((std::vector<int>{ID_TEST_CLOSE, ID_TEST_SIGN, ID_TEST_VERIFY}),
+                testing::ElementsAre(5447, 5448, 5449));
+    EXPECT_THAT((std::vector<int>{ID_INFOBOX_CLOSE, ID_INFOBOX_LIST, ID_INFOBOX_ENCRYPT}),
+                testing::ElementsAre(5450, 5451, 5452));
+    EXPECT_THAT((std::vector<int>{ID_NOPERSB_WRITE, ID_NOPERSB_CLOSE}), testing::ElementsAre(5465, 5466));
+}

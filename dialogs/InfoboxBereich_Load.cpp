@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+// From the card to the list.
+#include "dialogs/InfoboxBereich.h"
+
+#include <wx/app.h>
+#include <wx/button.h>
+#include <wx/listbox.h>
+
+#include <algorithm>
+#include <cstdio>
+
+#include "card/CallP11.h"
+#include "card/CardLimits.h"
+#include "card/tkPKCS11.h"
+
+using Velmor::ByteArray;
+using Velmor::tkPKCS11;
+
+/// How far a data object is looked at to tell whether it is blank.
+static constexpr size_t BLANK_SPAN = 128;
+
+static std::string TwoHexDigits(unsigned char number) {
+    char digits[3];
+    std::snprintf(digits, sizeof(digits), "%02x", number);
+    return digits;
+}
+
+/// Label of the data object of a container's entry, such as "0x0a".
+std::string InfoboxBereich::LabelOfTag(unsigned char tag) {
+    return "0x" + TwoHexDigits(tag);
+}
+
+void InfoboxBereich::evt_OnTimer(wxTimerEvent& /*event*/) {
+    MyEnable(false);
+    wxYield(); // draws it disabled
+    m_pP11->GetTokenInfo(static_cast<unsigned long>(m_nSlot), m_TokenInfo);
+    button_encrypt->Enable(false);
+    if (m_TokenInfo.m_HasInfobox) {
+        m_bInfoboxKonzept = true;
+        LoadInfobox();
+    } else {
+        list_box->Insert(L"Personenbindung", 0);
+        list_box->Insert(L"RFU1", 1);
+        list_box->Insert(L"RFU2", 2);
+    }
+    MyEnable(true);
+    if (list_box->GetCount() == 0)
+        ShowNoPersB();
+}
+
+bool InfoboxBereich::LoadInfobox() {
+    list_box->Clear();
+    ByteArray file;
+    if (!LoadInfoboxData("INFOBOX", file))
+        return false;
+    m_InfoboxFS.Clear();
+    if (!m_InfoboxFS.ParseInfoboxData(file))
+        return false;
+    unsigned int position = 0;
+    for (const unsigned char tag : m_InfoboxFS.GetTagList()) {
+        std::string label = m_InfoboxFS.TagToLabel(tag);
+        if (label.empty())
+            label = "Unbekannt";
+        list_box->Insert(wxString::FromUTF8((TwoHexDigits(tag) + " " + label).c_str()), position++);
+    }
+    list_box->DeselectAll();
+    button_encrypt->Enable(false);
+    return true;
+}
+
+static bool IsBlank(const ByteArray& bytes) {
+    const auto end = bytes.begin() + static_cast<std::ptrdiff_t>(std::min(bytes.size(), BLANK_SPAN));
+    return std::all_of(bytes.begin(), end, [](unsigned char byte) { return byte == 0; });
+}
+
+bool InfoboxBereich::LoadInfoboxData(std::string label, ByteArray& out) {
+    m_CachedContent.clear();
+    const bool isRead = ReadDataObject(label, out);
+    m_pP11->CloseSession(); // also after a failed open
+    if (isRead && IsBlank(out))
+        out.clear();
+    if (!out.empty())
+        m_CachedContent = out;
+    return isRead;
+}
+
+/// The session that it opens is left for the caller to close, whatever the result.
+bool InfoboxBereich::ReadDataObject(const std::string& label, ByteArray& out) {
+    CK_OBJECT_HANDLE object = 0;
+    if (!FindDataObject(label, false, object))
+        return false;
+    Velmor::ObjectValue value;
+    CK_ATTRIBUTE asked = {CKA_VALUE, value.bytes, sizeof(value.bytes)};
+    if (Velmor::CallP11(tkPKCS11::Proc_C_GetAttributeValue, m_pP11->m_hSession, object, &asked, 1) != CKR_OK)
+        return false;
+    value.length = asked.ulValueLen;
+    if (!value.fits())
+        return false;
+    out.clear();
+    out.Add(value.bytes, value.length);
+    return true;
+}
+
+/// Opens a session and finds the first data object with this label. The caller closes the session, whatever
+/// the result.
+bool InfoboxBereich::FindDataObject(const std::string& label, bool readWrite, CK_OBJECT_HANDLE& object) {
+    CK_OBJECT_CLASS objectClass = CKO_DATA;
+    CK_ATTRIBUTE wanted[] = {
+        {CKA_CLASS, &objectClass, sizeof(objectClass)},
+        {CKA_LABEL, const_cast<char*>(label.data()), label.size()},
+    };
+    unsigned long objects[Velmor::MAX_OBJECTS] = {};
+    unsigned long found = 0;
+    if (!m_pP11->OpenSession(m_nSlot, readWrite) ||
+        !m_pP11->FindObjects(wanted, 2, objects, Velmor::MAX_OBJECTS, &found))
+        return false;
+    object = objects[0];
+    return found != 0;
+}
