@@ -22,9 +22,9 @@ wxBEGIN_EVENT_TABLE(InfoboxBereich, wxDialog)
     EVT_LISTBOX(ID_INFOBOX_LIST, InfoboxBereich::evt_listbox)
     EVT_TIMER(ID_START_TIMER, InfoboxBereich::evt_OnTimer)
 wxEND_EVENT_TABLE()
-// clang-format on
+    // clang-format on
 
-InfoboxBereich::InfoboxBereich(wxWindow* parent, Velmor::TokenType type)
+    InfoboxBereich::InfoboxBereich(wxWindow* parent, Velmor::TokenType type)
     : wxDialog(parent, wxID_ANY, Translate("Infoboxbereich"), wxDefaultPosition, wxDefaultSize,
                wxDEFAULT_DIALOG_STYLE),
       m_TokenType(type) {
@@ -64,8 +64,8 @@ void InfoboxBereich::set_properties() {
     SetTitle(L"Infoboxbereich"); // the untranslated word is what stays
     SetSize(wxSize(600, 400));
     // Columns of hexadecimal digits line up.
-    text_binary->SetFont(wxFont(10, wxFONTFAMILY_TELETYPE, wxFONTSTYLE_NORMAL, wxFONTWEIGHT_NORMAL, false,
-                                "Courier New"));
+    text_binary->SetFont(
+        wxFont(10, wxFONTFAMILY_TELETYPE, wxFONTSTYLE_NORMAL, wxFONTWEIGHT_NORMAL, false, "Courier New"));
 }
 
 static void FillPage(wxPanel* page, wxTextCtrl* text) {
@@ -111,8 +111,8 @@ int InfoboxBereich::ShowModal() {
 
 void InfoboxBereich::MyEnable(bool enable) {
     wxWindow* const controls[] = {
-        list_box, text_inhalt, panel_inhalt, text_binary, panel_text, text_text, notebook, button_close,
-        nullptr,
+        list_box,  text_inhalt, panel_inhalt, text_binary, panel_text,
+        text_text, notebook,    button_close, nullptr,
     };
     for (wxWindow* const* control = controls; *control != nullptr; ++control)
         (*control)->Enable(enable);

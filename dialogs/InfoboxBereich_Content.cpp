@@ -54,8 +54,7 @@ void InfoboxBereich::listboxInfoboxKonzept(wxString row) {
     if (!m_InfoboxFS.GetEntry(tag, attributes, data))
         return;
     data.clear();
-    const ContentType type =
-        tag == LibInfobox::PERSONENBINDUNG_INDEX ? CONTENT_PERSONENBINDUNG : CONTENT_RAW;
+    const ContentType type = tag == LibInfobox::PERSONENBINDUNG_INDEX ? CONTENT_PERSONENBINDUNG : CONTENT_RAW;
     LabelEncryptButton(attributes);
     if (LoadInfoboxData(LabelOfTag(tag), data)) {
         SetContent(data, type);
@@ -65,7 +64,8 @@ void InfoboxBereich::listboxInfoboxKonzept(wxString row) {
     }
 }
 
-/// A row begins with its tag in two hexadecimal digits and a blank. 0, which no entry has, for any other text.
+/// A row begins with its tag in two hexadecimal digits and a blank. 0, which no entry has, for any other
+/// text.
 unsigned char InfoboxBereich::TagOfRow(const wxString& row) {
     const std::string digits = Velmor::WxStr2MB(row.Left(3));
     return static_cast<unsigned char>(std::strtol(digits.c_str(), nullptr, 16) & 0xFF);
@@ -91,9 +91,9 @@ static wxString TextOf(ByteArray& identityLink) {
     Velmor::Personenbindung fields;
     fields.parse(identityLink.data(), static_cast<int>(identityLink.size()));
     const auto decoded = [](const std::string& text) { return wxString::FromUTF8(text.c_str()); };
-    return "Vorname: " + decoded(fields.getGivenName()) +               //
-           "\r\nNachname: " + decoded(fields.getFamilyName()) +         //
-           "\r\nGeburtsdatum: " + decoded(fields.getDateOfBirth()) +    //
+    return "Vorname: " + decoded(fields.getGivenName()) +                     //
+           "\r\nNachname: " + decoded(fields.getFamilyName()) +               //
+           "\r\nGeburtsdatum: " + decoded(fields.getDateOfBirth()) +          //
            "\r\n\r\nIssuerTemplate: " + decoded(fields.getIssuerTemplate()) + //
            "\r\nIssueInstant: " + decoded(fields.getIssueInstant()) + "\r\n";
 }

@@ -62,7 +62,7 @@ protected:
     wxButton* button_close;
     wxPanel* panel_height; ///< keeps the status row 38 pixels high
 
-    wxTimer m_fadeTimer; ///< without an owner until SetP11 has found a key: a status then stays
+    wxTimer m_fadeTimer; ///< its ticks reach nobody until SetP11 has found a key: a status stays until then
     FadeOut m_fade;
     Velmor::tkPKCS11* m_pP11 = nullptr; ///< not owned
     int m_nSlot = 0;

@@ -6,6 +6,7 @@
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 
+#include "app/ControlIds.h"
 #include "app/I18N.h"
 #include "app/wxHelper.h"
 #include "card/tkPKCS11.h"

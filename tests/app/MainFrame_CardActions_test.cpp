@@ -237,12 +237,12 @@ TEST_F(TheSelectedCard, TellsWhatWentWrongWithItsPin) {
     m_deck.answerPins({"cancel"});
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), "Abbruch durch Benutzer");
-    m_deck.answerPins({"999999"});
+    m_deck.answerPins({"999999", "111111", "111111"});
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), Utf8("Fehler beim PIN Ändern! PIN falsch!"));
-    m_deck.answerPins({"999999"});
+    m_deck.answerPins({"999999", "111111", "111111"});
     Press(ID_SIG_CHANGE_PIN);
-    m_deck.answerPins({"999999"});
+    m_deck.answerPins({"999999", "111111", "111111"});
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), Utf8("Fehler beim PIN Ändern! PIN Gesperrt"));
     m_deck.answerPins({"12345678", "777777", "777777"});
