@@ -5,7 +5,6 @@
 #include <array>
 #include <ctime>
 #include <functional>
-#include <iomanip>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -126,10 +125,10 @@ Texts Behind(const std::string& marker, const std::string& output) {
 /// "Jan 31 08:15:02 2016 GMT" as the wrapper writes it.
 std::string Date(const std::string& text) {
     std::tm fields{};
-    std::istringstream(text) >> std::get_time(&fields, "%b %d %H:%M:%S %Y");
-    std::ostringstream out;
-    out << std::put_time(&fields, "%Y-%m-%d %H:%M:%S");
-    return out.str();
+    strptime(text.c_str(), "%b %d %H:%M:%S %Y", &fields);
+    std::array<char, 32> date;
+    std::strftime(date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &fields);
+    return date.data();
 }
 
 /// "AB:CD" as the command writes bytes.
