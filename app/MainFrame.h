@@ -15,6 +15,7 @@ class wxButton;
 class wxImageList;
 class wxListCtrl;
 class wxListEvent;
+class wxMenu;
 class wxPanel;
 class wxStaticBitmap;
 class wxStaticBox;
@@ -46,6 +47,22 @@ public:
     void SetStatus(wxString text, bool error);
     void SetStatusPinChange(Velmor::PKCS11Return result);
     void SetStatusPinUnblock(Velmor::PKCS11Return result);
+
+    // --- The selected card ---------------------------------------------------------------------------------
+
+    /// Card number and token type of the selected row; selects the top row when none is. On an empty list the
+    /// number is empty and type stays as it is.
+    void GetSelectedItem(std::string& cardNumber, Velmor::TokenType& type);
+
+    /// Finds the selected card among the cards that are present now. An empty card is refused on the status
+    /// line; a card that has gone is false without a word.
+    bool GetSlotIdxForSelectedCard(int& slotIndex, Velmor::TokenType& type);
+
+    /// Opens the session in which a command works.
+    bool OpenSessionForSelectedCard();
+
+    /// Hands the signature or the encryption certificate to the external viewer. True when that was started.
+    bool ShowCert(bool signature);
 
     // --- Event handlers ------------------------------------------------------------------------------------
 
@@ -106,12 +123,17 @@ protected:
     wxTimer m_fadeTimer;
     FadeOut m_fade;
 
+    static void FillCardMenu(wxMenu& menu, Velmor::TokenType type);
+
 private:
     void CreateControls();
     void set_properties();
     void do_layout();
     void CreateColumns();
     wxString FullTitle(const std::string& version);
+    void ChangePin(Velmor::ApplType appl);
+    void UnblockPin(Velmor::ApplType appl);
+    void TestSignature(const char* title, Velmor::ApplType appl);
     void StopRefresh();
     void RenewLayout();
 

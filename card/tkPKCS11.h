@@ -281,7 +281,8 @@ public:
 
     // --- Card data and updates -----------------------------------------------------------------------------
 
-    /// Health insurance properties as raw bytes; len is the capacity on entry and the length on return.
+    /// Health insurance properties as raw bytes, on e-cards; len is the capacity of out on entry and the
+    /// length on return, as the library tells it also when this fails. A null out asks for the length.
     bool ReadEHIC(unsigned char* out, unsigned long& len);
     bool ReadGrunddaten(unsigned char* out, unsigned long& len);
 

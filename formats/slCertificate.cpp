@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include <openssl/pem.h>
 
@@ -19,7 +20,11 @@ namespace {
 
 constexpr int LoggedPemSize = 8000;
 
-using FileHandle = OpenSslHandle<FILE, std::fclose>;
+struct FileCloser {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+using FileHandle = std::unique_ptr<FILE, FileCloser>;
 
 /// Without an answer of our own libcrypto asks at the terminal for the password of an encrypted text.
 int RefusePassword(char*, int, int, void*) {

@@ -71,11 +71,7 @@ Call& Call::property(const char* name) {
     return text("name", Trace::encoded(m_facts.name));
 }
 
-Call& Call::wanted(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    return written(attributes, count);
-}
-
-Call& Call::written(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
+Call& Call::given(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
     for (CK_ULONG i = 0; attributes != nullptr && i < count; ++i)
         m_facts.attributes.push_back(attributes[i].type);
     return text("attributes", listOf(attributes, count, true));

@@ -26,10 +26,9 @@ public:
     Call& session(CK_SESSION_HANDLE handle);
     Call& number(const char* key, unsigned long value);
     Call& text(const char* key, const std::string& value);
-    Call& property(const char* name);                              ///< of the card
-    Call& wanted(const CK_ATTRIBUTE* attributes, CK_ULONG count);  ///< a search: types and values
-    Call& written(const CK_ATTRIBUTE* attributes, CK_ULONG count); ///< types, and sizes but for flags
-    Call& asked(const CK_ATTRIBUTE* attributes, CK_ULONG count);   ///< types alone
+    Call& property(const char* name);                            ///< of the card
+    Call& given(const CK_ATTRIBUTE* attributes, CK_ULONG count); ///< types, and values that tell no secret
+    Call& asked(const CK_ATTRIBUTE* attributes, CK_ULONG count); ///< types alone
 
     /// The card's own delay is spent: the access takes long on a real card.
     Call& slow();

@@ -100,7 +100,7 @@ bool readsValue(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
 
 CK_RV C_FindObjectsInit(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_ULONG count) {
     Call call("C_FindObjectsInit");
-    return call.session(session).wanted(attributes, count).run([&](Runtime& runtime) {
+    return call.session(session).given(attributes, count).run([&](Runtime& runtime) {
         const SessionView view = runtime.session(session);
         if (view.session.search)
             throw Refusal{CKR_OPERATION_ACTIVE};

@@ -141,7 +141,7 @@ void writeObject(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const 
 CK_RV C_SetAttributeValue(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle, CK_ATTRIBUTE* attributes,
                           CK_ULONG count) {
     Call call("C_SetAttributeValue");
-    call.session(session).number("object", handle).written(attributes, count).slow();
+    call.session(session).number("object", handle).given(attributes, count).slow();
     return call.run([&](Runtime& runtime) {
         const SessionView view = runtime.session(session);
         const TokenObject* object = view.card->object(handle);

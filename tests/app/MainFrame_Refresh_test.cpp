@@ -167,7 +167,7 @@ TEST_F(ARefresh, SeesCardsThatCameAndWent) {
 }
 
 TEST_F(ARefresh, KeepsTheWindowDisabledBehindTheBusyDialogUntilItIsDone) {
-    m_deck.add("acos-a04", CardOptions().delayMs(400));
+    m_deck.add("acos-a03", CardOptions().delayMs(400));
     Open();
     wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
     m_frame->button_reload->GetEventHandler()->ProcessEvent(click);

@@ -2,11 +2,9 @@
 // The card class on the simulated token library.
 #include "card/tkPKCS11.h"
 
-#include "tests/card/TokenLibraryMock.h"
-#include "tests/support/SimDeck.h"
+#include "tests/card/TokenTest.h"
 
 using orseltest::CardOptions;
-using orseltest::SimDeck;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -14,18 +12,8 @@ using namespace Velmor;
 
 namespace {
 
-class TheCardClass : public testing::Test {
+class TheCardClass : public TokenTest {
 protected:
-    void TearDown() override {
-        if (m_card)
-            m_card->Destroy();
-    }
-    /// Binds the library to the deck as it stands now.
-    ProbedCard& Card() {
-        if (!m_card)
-            m_card = std::make_unique<ProbedCard>();
-        return *m_card;
-    }
     std::vector<std::string> Serials(bool withEmptyCards) {
         std::vector<SlotStruct*> slots;
         EXPECT_TRUE(Card().GetSlots(slots, withEmptyCards));
@@ -34,9 +22,6 @@ protected:
             serials.push_back(slot->m_Serial);
         return serials;
     }
-
-    SimDeck m_deck;
-    std::unique_ptr<ProbedCard> m_card;
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -13,7 +14,34 @@
 
 #include "tests/e2e/Desktop.h"
 
-Program::Program(const std::string& folder) : m_outputFile(folder + "/output.txt") {
+namespace {
+
+/// The layer above the real "/etc".
+void writeConfiguration(const std::string& folder, const std::string& text) {
+    std::filesystem::create_directories(folder + "/etc/velmor/orselclient");
+    std::filesystem::create_directories(folder + "/etc-work");
+    std::ofstream(folder + "/etc/velmor/orselclient/config") << text;
+}
+
+[[noreturn]] void becomeProgram(const std::string& folder, bool withConfiguration) {
+    setenv("HOME", folder.c_str(), 1);
+    setenv("LD_LIBRARY_PATH", ORSEL_SIMULATOR_DIR, 1);
+    if (withConfiguration) {
+        const std::string script = "mount -t overlay overlay -o lowerdir=/etc,upperdir=" + folder +
+                                   "/etc,workdir=" + folder + "/etc-work /etc && exec " ORSEL_PROGRAM;
+        execlp("unshare", "unshare", getuid() == 0 ? "--mount" : "-rm", "sh", "-c", script.c_str(), nullptr);
+    } else {
+        execl(ORSEL_PROGRAM, "orselcards", nullptr);
+    }
+    _exit(127);
+}
+
+} // namespace
+
+Program::Program(const std::string& folder, const std::string& systemConfiguration)
+    : m_outputFile(folder + "/output.txt") {
+    if (!systemConfiguration.empty())
+        writeConfiguration(folder, systemConfiguration);
     m_pid = fork();
     if (m_pid < 0)
         throw std::runtime_error("cannot start the program");
@@ -21,10 +49,7 @@ Program::Program(const std::string& folder) : m_outputFile(folder + "/output.txt
         const int file = open(m_outputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         dup2(file, STDOUT_FILENO);
         dup2(file, STDERR_FILENO);
-        setenv("HOME", folder.c_str(), 1);
-        setenv("LD_LIBRARY_PATH", ORSEL_SIMULATOR_DIR, 1);
-        execl(ORSEL_PROGRAM, "orselcards", nullptr);
-        _exit(127);
+        becomeProgram(folder, !systemConfiguration.empty());
     }
 }
 

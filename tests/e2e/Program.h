@@ -11,7 +11,9 @@
 /// Its output goes to a file in the folder that it is given, which is its home too.
 class Program {
 public:
-    explicit Program(const std::string& folder);
+    /// With a text for the system's configuration file the program sees an "/etc" that has it, laid over the
+    /// real one in a mount namespace of its own.
+    explicit Program(const std::string& folder, const std::string& systemConfiguration = "");
     ~Program();
     Program(const Program&) = delete; // one process, one owner
     Program& operator=(const Program&) = delete;

@@ -195,10 +195,14 @@ TEST(SlCertificateLoading, ABadBufferEmptiesTheObjectAndLeavesTheReplacedCertifi
 }
 
 TEST(SlCertificateLoading, AGoodBufferLeavesTheReplacedCertificateAlive) {
+    const Bytes der = CertificateBuilder().Serial("08").Der();
     slCertificate certificate = CertificateBuilder().Serial("07").Wrapped();
-    const KeptAlive replaced(certificate);
-    EXPECT_TRUE(certificate.LoadFromBuffer(CertificateBuilder().Serial("08").Der()));
-    EXPECT_EQ("7", replaced.Serial());
+    const KeptAlive first(certificate);
+    EXPECT_TRUE(certificate.LoadFromBuffer(der));
+    EXPECT_EQ("7", first.Serial());
+    const KeptAlive second(certificate);
+    EXPECT_TRUE(certificate.LoadFromBuffer(der.data(), static_cast<unsigned int>(der.size())));
+    EXPECT_EQ("8", second.Serial());
     EXPECT_EQ("0x08", certificate.GetSerialNumber());
 }
 
@@ -242,8 +246,10 @@ TEST(SlCertificateLoading, AnEncryptedTextIsRefusedWithoutAskingForAPassword) {
     const TempDir dir;
     const std::string path = dir.File("encrypted.pem", encrypted);
     slCertificate certificate;
+    testing::internal::CaptureStderr(); // where libcrypto asks if there is no terminal
     EXPECT_FALSE(certificate.LoadFromB64(encrypted));
     EXPECT_FALSE(certificate.LoadFromFile(path));
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
 
 TEST(SlCertificateLoading, ReadsPemAndDerFiles) {

@@ -2,6 +2,7 @@
 #include "simulator/deck/CardMaker.h"
 
 #include <gmock/gmock.h>
+#include <openssl/x509v3.h>
 
 #include "simulator/deck/IdentityLink.h"
 #include "tests/support/SimDeck.h"
@@ -190,6 +191,13 @@ TEST_F(NewCards, HaveTwoCertificatesOfTheHolderForTheirOwnKeys) {
         EXPECT_LT(contentOf(card, certificateLabel).size(), 5012U);
     }
     EXPECT_NE(contentOf(card, "SK.CH.SIG"), contentOf(card, "SK.CH.EKEY"));
+}
+
+TEST_F(NewCards, HaveCertificatesThatSayWhatTheirKeyIsFor) {
+    const Card card = make("ecard-g2");
+    EXPECT_EQ(unsigned(KU_NON_REPUDIATION), X509_get_key_usage(certificateOf(card, "C.CH.SIG").get()));
+    EXPECT_EQ(unsigned(KU_DIGITAL_SIGNATURE | KU_KEY_ENCIPHERMENT),
+              X509_get_key_usage(certificateOf(card, "C.CH.EKEY").get()));
 }
 
 TEST_F(NewCards, HaveCertificatesOfTheDecksAuthority) {

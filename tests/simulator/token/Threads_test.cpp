@@ -26,7 +26,7 @@ void inThreads(int count, const std::function<void(int)>& work) {
         thread.join();
 }
 
-long millisecondsSince(std::chrono::steady_clock::time_point start) {
+long long millisecondsSince(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start)
         .count();
 }
@@ -68,7 +68,7 @@ TEST(ManyThreads, OfWhichOneSpendsADelayDoNotWaitForIt) {
     deck.add("empty");
     const TokenLibrary library;
     library.slots();
-    std::atomic<long> spent{0};
+    std::atomic<long long> spent{0};
     inThreads(2, [&](int number) {
         const auto start = std::chrono::steady_clock::now();
         library.open(number == 0 ? 1 : 2);
