@@ -90,12 +90,17 @@ void InfoboxBereich::ShowNoPersB() {
 static wxString TextOf(ByteArray& identityLink) {
     Velmor::Personenbindung fields;
     fields.parse(identityLink.data(), static_cast<int>(identityLink.size()));
-    const auto decoded = [](const std::string& text) { return wxString::FromUTF8(text.c_str()); };
-    return "Vorname: " + decoded(fields.getGivenName()) +                     //
-           "\r\nNachname: " + decoded(fields.getFamilyName()) +               //
-           "\r\nGeburtsdatum: " + decoded(fields.getDateOfBirth()) +          //
-           "\r\n\r\nIssuerTemplate: " + decoded(fields.getIssuerTemplate()) + //
-           "\r\nIssueInstant: " + decoded(fields.getIssueInstant()) + "\r\n";
+    wxString text;
+    const auto append = [&text](const char* label, const std::string& field) {
+        text += label + wxString::FromUTF8(field.c_str());
+    };
+    append("Vorname: ", fields.getGivenName());
+    append("\r\nNachname: ", fields.getFamilyName());
+    append("\r\nGeburtsdatum: ", fields.getDateOfBirth());
+    append("\r\n\r\nIssuerTemplate: ", fields.getIssuerTemplate());
+    append("\r\nIssueInstant: ", fields.getIssueInstant());
+    append("\r\n", "");
+    return text;
 }
 
 /// Up to the first zero byte. Bytes that the local character set does not know give an empty text.

@@ -16,6 +16,11 @@
 using Velmor::ApplEncryption;
 using Velmor::ApplSignature;
 
+/// The identity link has no key.
+static bool HasKey(Velmor::ApplType appl) {
+    return appl == ApplSignature || appl == ApplEncryption;
+}
+
 void TestDialog::SetP11(Velmor::tkPKCS11* p11, int slot, Velmor::ApplType appl) {
     m_pP11 = p11;
     m_nSlot = slot;
@@ -24,7 +29,7 @@ void TestDialog::SetP11(Velmor::tkPKCS11* p11, int slot, Velmor::ApplType appl) 
         return;
     Velmor::TokenInfoStruct2 info;
     m_pP11->GetTokenInfo(static_cast<unsigned long>(slot), info); // a failure leaves keys of no bits
-    if (appl != ApplSignature && appl != ApplEncryption)
+    if (!HasKey(appl))
         return SetStatus(Translate("Ungültige Karte"), true);
 
     const bool isSignature = appl == ApplSignature;
@@ -83,7 +88,7 @@ bool TestDialog::GetHashAlgorithm(Velmor::HashAlgorithm& out) {
 bool TestDialog::HashDocument(std::vector<unsigned char>& hash) {
     const std::string text = Velmor::WxStr2MB(text_document->GetValue());
     const std::vector<unsigned char> bytes(text.begin(), text.end());
-    Velmor::HashAlgorithm algorithm;
+    auto algorithm = Velmor::HASH_SHA1;
     if (!GetHashAlgorithm(algorithm))
         return false;
     if (Velmor::Hash(bytes, hash, algorithm, false))
@@ -103,7 +108,7 @@ bool TestDialog::OpenSession() {
 void TestDialog::evt_sign(wxCommandEvent& /*event*/) {
     SetStatus(wxEmptyString, true);
     text_signature->SetValue(wxEmptyString);
-    if (m_pP11 == nullptr || (m_ApplType != ApplSignature && m_ApplType != ApplEncryption))
+    if (m_pP11 == nullptr || !HasKey(m_ApplType))
         return;
     const char* const key = m_ApplType == ApplSignature ? "SK.CH.SIG" : "SK.CH.EKEY";
     std::vector<unsigned char> hash;
@@ -122,7 +127,7 @@ void TestDialog::evt_sign(wxCommandEvent& /*event*/) {
 
 void TestDialog::evt_verify(wxCommandEvent& /*event*/) {
     SetStatus(wxEmptyString, true);
-    if (m_ApplType != ApplSignature && m_ApplType != ApplEncryption)
+    if (!HasKey(m_ApplType))
         return;
     const char* const key = m_ApplType == ApplSignature ? "PK.CH.SIG" : "PK.CH.EKEY";
     std::vector<unsigned char> hash;

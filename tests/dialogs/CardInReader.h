@@ -24,11 +24,16 @@ protected:
 
     /// Binds the library anew, with the faults that are planned by now, and begins the trace anew.
     void Bind() {
+        BindTraced();
+        m_deck.clearTrace();
+    }
+    /// The same with a trace that begins with the binding.
+    void BindTraced() {
         Unbind();
+        m_deck.clearTrace();
         m_p11 = std::make_unique<Velmor::tkPKCS11>();
         std::vector<Velmor::SlotStruct*> slots;
         EXPECT_TRUE(m_p11->GetSlots(slots, true));
-        m_deck.clearTrace();
     }
     void BindWithFault(const std::string& fault) {
         m_deck.planFaults({fault});

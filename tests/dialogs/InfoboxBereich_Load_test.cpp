@@ -24,6 +24,10 @@ constexpr KindRow KINDS[] = {
     {"ecard-g3b", true}, {"ecard-g4", true}, {"cardos-53", true}, {"unknown", false},
 };
 
+void PrintTo(const KindRow& row, std::ostream* out) {
+    *out << row.kind;
+}
+
 class AnInfoboxOnEachKindOfCard : public AnInfoboxOnACard, public testing::WithParamInterface<KindRow> {};
 
 INSTANTIATE_TEST_SUITE_P(Kinds, AnInfoboxOnEachKindOfCard, testing::ValuesIn(KINDS), [](const auto& row) {

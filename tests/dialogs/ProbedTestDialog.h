@@ -54,7 +54,7 @@ public:
     std::vector<std::string> Hashes() {
         std::vector<std::string> rows;
         for (const wxString& row : combo_hash->GetStrings())
-            rows.push_back(row.utf8_string());
+            rows.emplace_back(row.utf8_str());
         return rows;
     }
 };

@@ -63,7 +63,7 @@ protected:
     }
     std::vector<unsigned char> Signature() {
         std::vector<unsigned char> bytes;
-        Velmor::b64decode(m_dialog->text_signature->GetValue().utf8_string(), bytes);
+        Velmor::b64decode(std::string(m_dialog->text_signature->GetValue().utf8_str()), bytes);
         return bytes;
     }
     void ExpectStatus(const char* text, const char* const* icon) {
@@ -108,6 +108,10 @@ constexpr KeyRow KEYS[] = {
     {"unknown", ApplSignature, "RSA", 0}, // nothing is known of its keys
     {"unknown", ApplEncryption, "RSA", 0},
 };
+
+void PrintTo(const KeyRow& row, std::ostream* out) {
+    *out << row.kind << (row.appl == ApplSignature ? ", signature key" : ", encryption key");
+}
 
 class TheSignatureTestOfAKey : public TheSignatureTestOnACard, public testing::WithParamInterface<KeyRow> {};
 
@@ -235,7 +239,7 @@ TEST_F(TheSignatureTestOnACard, SignsABareHashWithAnRsaKeyToo) {
 TEST_F(TheSignatureTestOnACard, MakesASignatureThatTheCardsKeyConfirmsOutsideOfIt) {
     OpenOn("acos-a04", ApplEncryption);
     Sign(ENCRYPTION_PIN);
-    const std::string text = m_dialog->text_document->GetValue().utf8_string();
+    const std::string text(m_dialog->text_document->GetValue().utf8_str());
     std::vector<unsigned char> hash;
     Velmor::Hash(std::vector<unsigned char>(text.begin(), text.end()), hash, Velmor::HASH_SHA256, false);
 
