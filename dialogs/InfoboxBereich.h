@@ -40,7 +40,7 @@ public:
     /// Comes before the dialog is shown. p11 stays the caller's, slot is an index into its last slot list.
     void SetP11(Velmor::tkPKCS11* p11, int slot);
 
-    /// Runs the dialog, which loads its list two milliseconds later. Always gives 0.
+    /// Runs the dialog, which loads its list two milliseconds later.
     int ShowModal() override;
 
     /// Enables or disables the list and the pages, without panel_binary and the encrypt button.

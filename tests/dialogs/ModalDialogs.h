@@ -5,9 +5,10 @@
 
 #include <wx/dialog.h>
 #include <wx/modalhook.h>
+#include <wx/stopwatch.h>
+#include <wx/timer.h>
 
 #include <functional>
-#include <vector>
 
 #include "tests/app/GuiTest.h"
 
@@ -17,32 +18,49 @@ inline bool Press(wxWindow& window, int id) {
     return window.GetEventHandler()->ProcessEvent(click);
 }
 
-/// Runs the dialog modally and does this as soon as its event loop runs. The result of the run, which has to
-/// be ended by what is done.
-inline int RunModal(wxDialog& dialog, const std::function<void()>& whileOpen) {
-    dialog.CallAfter(whileOpen);
+/// Runs the dialog modally and acts once, as soon as it is ready. The action has to end the run, and gives
+/// the result. A dialog that is not ready within ten seconds fails the test and ends with -99.
+inline int RunModal(
+    wxDialog& dialog, const std::function<void()>& act,
+    const std::function<bool()>& isReady = [] { return true; }) {
+    const wxStopWatch watch;
+    wxTimer poll;
+    poll.Bind(wxEVT_TIMER, [&](wxTimerEvent&) {
+        if (watch.Time() > 10000) {
+            ADD_FAILURE() << "the dialog never became ready";
+            dialog.EndModal(-99);
+        } else if (dialog.IsModal() && isReady()) {
+            poll.Stop();
+            act();
+        }
+    });
+    poll.Start(5);
     return dialog.ShowModal();
 }
 
-/// Ends every modal dialog at once with this answer, and counts them. They never come on the screen.
+/// Ends every modal dialog of this title at once with this answer, and counts them. They never come on the
+/// screen. Other dialogs run as usual.
 class ModalDialogsAnswered : public wxModalDialogHook {
 public:
-    explicit ModalDialogsAnswered(int answer) : m_answer(answer) { Register(); }
+    ModalDialogsAnswered(const wxString& title, int reply) : answer(reply), m_title(title) { Register(); }
     ~ModalDialogsAnswered() override { Unregister(); }
 
+    int answer;
+    int count = 0;
     /// Called with each dialog before it is answered.
     std::function<void(wxDialog&)> inspect = [](wxDialog&) {};
-    std::vector<wxString> titles;
 
 protected:
     int Enter(wxDialog* dialog) override {
-        titles.push_back(dialog->GetTitle());
+        if (dialog->GetTitle() != m_title)
+            return wxID_NONE;
+        ++count;
         inspect(*dialog);
-        return m_answer;
+        return answer;
     }
 
 private:
-    int m_answer;
+    const wxString m_title;
 };
 
 #endif
