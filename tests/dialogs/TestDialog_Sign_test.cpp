@@ -96,11 +96,6 @@ struct KeyRow {
     size_t hashes; ///< offered, of SHA-1, RIPEMD-160, SHA-256
 };
 
-/// Names a row by its card, so that a test keeps its name from run to run.
-void PrintTo(const KeyRow& row, std::ostream* out) {
-    *out << row.kind;
-}
-
 constexpr KeyRow KEYS[] = {
     {"acos-a03", ApplSignature, "ECC", 2},  {"acos-a03", ApplEncryption, "RSA", 3},
     {"acos-a04", ApplSignature, "ECC", 3},  {"acos-a04", ApplEncryption, "RSA", 3},
