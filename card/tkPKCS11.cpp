@@ -276,13 +276,14 @@ bool tkPKCS11::GetSlots(std::vector<SlotStruct*>& slots, bool withEmptyCards) {
         return false;
     }
     CK_SLOT_ID ids[MAX_SLOTS] = {};
-    count = std::min(count, MAX_SLOTS);
+    const CK_ULONG offered = std::min(count, MAX_SLOTS);
+    count = offered;
     rv = CallP11(Proc_C_GetSlotList, CK_TRUE, ids, &count);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_GetSlotList(2) ERROR", rv);
         return false;
     }
-    count = std::min(count, MAX_SLOTS);
+    count = std::min(count, offered); // behind these nothing has been written
     for (CK_ULONG i = 0; i < count; ++i)
         AppendSlot(ids[i], withEmptyCards);
     slots = m_Slots;

@@ -198,6 +198,17 @@ TEST_F(GetSlots, NeverReadsBehindItsRoomWhateverCountComesBack) {
     EXPECT_THAT(slots, IsEmpty());
 }
 
+TEST_F(GetSlots, AsksAboutNoMoreTokensThanItOfferedRoomFor) {
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), Pointee(1U)))
+        .WillOnce(DoAll(SetArgPointee<1>(7), SetArgPointee<2>(3), Return(CKR_OK)));
+    EXPECT_CALL(m_library, GetTokenInfo(7, _)).WillOnce(Return(CKR_TOKEN_NOT_PRESENT));
+    std::vector<SlotStruct*> slots;
+    EXPECT_TRUE(m_card.GetSlots(slots, true));
+}
+
 TEST_F(GetSlots, GoesOnBehindATokenOrASlotThatCannotBeQueried) {
     const InSequence inThisOrder;
     EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))

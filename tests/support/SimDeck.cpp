@@ -243,8 +243,12 @@ bool SimDeck::hasPin(const std::string& card, const std::string& pin, const std:
     return secret && secret->matches(digits);
 }
 
+// A new file each time: one rewritten in the same moment could look like the old one to the library.
 void SimDeck::planFaults(const std::vector<std::string>& faults) {
-    writeLines(file(faultsFile), faults);
+    std::string text;
+    for (const std::string& fault : faults)
+        text += fault + '\n';
+    orselsim::replaceFile(file(faultsFile), orselsim::bytesOf(text));
     setVariable("ORSELSIM_FAULTS", file(faultsFile));
 }
 
