@@ -121,24 +121,6 @@ TEST_F(APerson, LooksAtBothCertificates) {
     EXPECT_EQ(WhatTheViewerShows(), OnCard(card, "C.CH.EKEY"));
 }
 
-TEST_F(APerson, ChangesAPinAndUnblocksItAfterThreeWrongTries) {
-    m_deck.add("acos-a04");
-    Start(1);
-    m_deck.answerPins({"123456", "654321", "654321", "999999", "111111", "111111", "999999", "111111",
-                       "111111", "999999", "111111", "111111", "12345678", "222222", "222222"});
-    Press(SIGNATURE, CHANGE_PIN);
-    ASSERT_TRUE(desktop::waitFor([this] { return m_deck.trace("C_SetAttributeValue").size() == 1; }));
-    EXPECT_EQ(m_deck.trace("C_SetAttributeValue").back().result, "CKR_OK");
-    for (size_t calls = 2; calls <= 4; ++calls) {
-        Press(SIGNATURE, CHANGE_PIN);
-        ASSERT_TRUE(desktop::waitFor([=] { return m_deck.trace("C_SetAttributeValue").size() == calls; }));
-    }
-    EXPECT_EQ(m_deck.trace("C_SetAttributeValue").back().result, "CKR_PIN_LOCKED");
-    Press(SIGNATURE, UNBLOCK_PIN);
-    ASSERT_TRUE(desktop::waitFor([this] { return m_deck.trace("C_SetAttributeValue").size() == 5; }));
-    EXPECT_EQ(m_deck.trace("C_SetAttributeValue").back().result, "CKR_OK");
-}
-
 TEST_F(APerson, TriesASignature) {
     m_deck.add("ecard-g3b");
     m_deck.answerPins({"123456"});
