@@ -45,10 +45,10 @@ wxBEGIN_EVENT_TABLE(MainFrame, wxFrame)
     EVT_LIST_KEY_DOWN(ID_CARD_LIST, MainFrame::evt_ListKeyDown)
     EVT_MENU(ID_THREAD_FINISHED, MainFrame::evt_ThreadFinished)
 wxEND_EVENT_TABLE()
-    // clang-format on
+// clang-format on
 
-    /// The rows' images. The list control does not own them, and they live as long as the process.
-    static wxImageList* NewChipImages(int& chipImage) {
+/// The rows' images. The list control does not own them, and they live as long as the process.
+static wxImageList* NewChipImages(int& chipImage) {
     auto* images = new wxImageList(31, 22, true, 1);
     chipImage = images->Add(wxIcon(chip_small_xpm));
     return images;
