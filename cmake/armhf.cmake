@@ -16,6 +16,7 @@ list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES ORSEL_ROOT)
 
 set(triplet arm-linux-gnueabihf)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
+set(CMAKE_CXX_FLAGS_INIT "-Wno-psabi") # news of an older compiler's calls
 set(CMAKE_SYSROOT "${ORSEL_ROOT}")
 set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm-static -L "${ORSEL_ROOT}")
