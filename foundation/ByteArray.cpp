@@ -62,7 +62,7 @@ ByteArray ByteArray::SubArray(unsigned int start, unsigned int count) const {
     ByteArray part;
     if (start < size()) {
         const auto first = begin() + start;
-        part.assign(first, first + std::min<difference_type>(count, end() - first));
+        part.assign(first, first + std::min<size_type>(count, size() - start));
     }
     return part;
 }

@@ -18,6 +18,9 @@ namespace Velmor {
 
 namespace {
 
+// With 32 bits neither a large file nor the entries of a large disk's directories can be looked at.
+static_assert(sizeof(off_t) == 8, "build with _FILE_OFFSET_BITS=64");
+
 struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
 };

@@ -79,6 +79,13 @@ void PrintTo(const Placement& placement, std::ostream* out) {
          << placement.border << "}";
 }
 
+std::vector<wxWindow*> ChildrenOf(const wxWindow& window) {
+    std::vector<wxWindow*> children;
+    for (wxWindow* child : window.GetChildren())
+        children.push_back(child);
+    return children;
+}
+
 std::vector<Placement> PlacementsIn(const wxSizer& sizer) {
     std::vector<Placement> placements;
     for (const wxSizerItem* item : sizer.GetChildren())

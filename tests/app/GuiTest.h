@@ -30,6 +30,9 @@ inline wxString Utf8(const char* text) {
     return wxString::FromUTF8(text);
 }
 
+/// The windows inside another one, in tab order.
+std::vector<wxWindow*> ChildrenOf(const wxWindow& window);
+
 /// What a sizer was told about one item.
 struct Placement {
     wxWindow* window; ///< null for a nested sizer

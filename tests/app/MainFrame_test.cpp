@@ -122,8 +122,7 @@ TEST_F(TheMainWindow, HasItsControlsInAFixedOrderOnOnePanel) {
         m_frame->panel_status_right,
         m_frame->panel_status_height,
     };
-    const wxWindowList& list = m_frame->panel_main->GetChildren();
-    EXPECT_THAT(std::vector<wxWindow*>(list.begin(), list.end()), ElementsAreArray(expected));
+    EXPECT_THAT(ChildrenOf(*m_frame->panel_main), ElementsAreArray(expected));
 }
 
 TEST_F(TheMainWindow, ShowsTheBannerAndTheReloadPicture) {

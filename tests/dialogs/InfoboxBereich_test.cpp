@@ -49,10 +49,8 @@ TEST_F(TheInfoboxDialog, HasAListAndTwoButtons) {
     EXPECT_EQ(m_dialog.button_encrypt->GetLabel(), Utf8("unverschlüsselt speichern"));
     EXPECT_EQ(m_dialog.button_close->GetId(), 5450);
     EXPECT_EQ(m_dialog.button_close->GetLabel(), Utf8("Schließen"));
-    const wxWindowList& children = m_dialog.GetChildren();
-    EXPECT_THAT(
-        std::vector<wxWindow*>(children.begin(), children.end()),
-        ElementsAre(m_dialog.notebook, m_dialog.list_box, m_dialog.button_encrypt, m_dialog.button_close));
+    EXPECT_THAT(ChildrenOf(m_dialog), ElementsAre(m_dialog.notebook, m_dialog.list_box,
+                                                  m_dialog.button_encrypt, m_dialog.button_close));
 }
 
 TEST_F(TheInfoboxDialog, ShowsTwoPagesAndKeepsAThirdOutOfSight) {

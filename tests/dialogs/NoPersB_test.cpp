@@ -67,8 +67,7 @@ TEST_F(TheDialogForACardWithoutIdentityLink, HasTwoButtonsBetweenTwoSpringsAndTh
     for (const wxPanel* spring : {m_dialog.panel_left, m_dialog.panel_right})
         EXPECT_EQ(spring->GetWindowStyle() & (wxTAB_TRAVERSAL | wxBORDER_MASK),
                   wxTAB_TRAVERSAL | wxBORDER_NONE);
-    const wxWindowList& children = m_dialog.GetChildren();
-    EXPECT_THAT(std::vector<wxWindow*>(children.begin(), children.end()),
+    EXPECT_THAT(ChildrenOf(m_dialog),
                 ElementsAre(m_dialog.panel_left, m_dialog.button_write, m_dialog.button_close,
                             m_dialog.panel_right, &m_dialog.Text(0), &m_dialog.Text(1), &m_dialog.Text(2)));
 }

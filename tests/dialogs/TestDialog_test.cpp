@@ -79,8 +79,7 @@ TEST_F(TheSignatureTest, OffersTwoHashesBeforeItKnowsTheCard) {
 
 TEST_F(TheSignatureTest, HasItsControlsInAFixedOrder) {
     wxSizer& algorithms = *m_dialog.combo_hash->GetContainingSizer();
-    const wxWindowList& children = m_dialog.GetChildren();
-    EXPECT_THAT(std::vector<wxWindow*>(children.begin(), children.end()),
+    EXPECT_THAT(ChildrenOf(m_dialog),
                 ElementsAre(m_dialog.text_document, m_dialog.text_signature, m_dialog.combo_hash,
                             m_dialog.panel_gap, m_dialog.label_algorithm, m_dialog.panel_left,
                             m_dialog.bitmap_status, m_dialog.label_status, m_dialog.panel_right,

@@ -45,6 +45,10 @@ protected:
     std::unique_ptr<Program> m_program;
 };
 
+/// Where the toolkit looks for the data directory: with the program's name, and before wxWidgets 3.2 without,
+/// since the name is not set yet when the language is.
+constexpr const char* DataDirVariables[] = {"WX_ORSELCARDS_DATA_DIR", "WX__DATA_DIR"};
+
 std::string WithVersion(const std::string& version) {
     return "<orselclient><orsel_Client><Version>" + version + "</Version></orsel_Client></orselclient>";
 }
@@ -84,11 +88,13 @@ TEST_F(AConfiguredProgram, NeverWritesASetting) {
 }
 
 TEST_F(AConfiguredProgram, SpeaksEnglishWithTheCatalogue) {
-    setenv("WX_ORSELCARDS_DATA_DIR", ORSEL_CATALOGUE_DIR, 1);
+    for (const char* variable : DataDirVariables)
+        setenv(variable, ORSEL_CATALOGUE_DIR, 1);
     Start(WithVersion("1.2.3"));
     EXPECT_EQ(Title(), "Card manager (1.2.3, x86)");
     Close();
-    unsetenv("WX_ORSELCARDS_DATA_DIR");
+    for (const char* variable : DataDirVariables)
+        unsetenv(variable);
 }
 
 TEST_F(AConfiguredProgram, TakesAnUnknownLanguageForTheSystems) {

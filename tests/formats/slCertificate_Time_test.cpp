@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "formats/slCertificate.h"
 
+#include <cstdint>
 #include <ctime>
 
 #include <gtest/gtest.h>
@@ -22,7 +23,7 @@ std::time_t Seconds(int type, const std::string& text) {
     return ASN1_TIME_to_time_t(TestTime(type, text).Get());
 }
 
-/// What the C library makes of local time; a 32-bit time_t ends in 2038.
+/// What the C library makes of local time.
 std::time_t Local(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
     std::tm fields{};
     fields.tm_year = year - 1900;
@@ -82,6 +83,14 @@ TEST(Asn1Time, TwoDigitYearsReachFrom1950To2049) {
     EXPECT_EQ(Local(1969, 12, 31), Seconds(Utc, "691231000000Z"));
     EXPECT_EQ(Local(1950, 1, 1), Seconds(Generalized, "500101000000"));
     EXPECT_EQ(Local(2049, 12, 31, 23, 59, 59), Seconds(Generalized, "491231235959"));
+}
+
+// A time_t of 32 bits ends in 2038 and is -1 behind that.
+TEST(Asn1Time, After2038IsToldOnEveryPlatform) {
+    const TimeZone utc("UTC0");
+    EXPECT_EQ(std::int64_t{2147483648}, Seconds(Utc, "380119031408Z"));
+    EXPECT_EQ(std::int64_t{2524607999}, Seconds(Utc, "491231235959Z"));
+    EXPECT_EQ(std::int64_t{253402300799}, Seconds(Generalized, "99991231235959Z"));
 }
 
 TEST(Asn1Time, AUtcTimeOfUpToNineCharactersIsZero) {

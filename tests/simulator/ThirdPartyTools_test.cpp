@@ -26,7 +26,7 @@ struct Outcome {
 Outcome runCommand(const std::string& command) {
     // The tools are not instrumented: a sanitizer in the library has to be loaded before them.
     const std::string line =
-        std::string("env ") + ORSELSIM_TOOL_ENVIRONMENT + " " + command + " 2>&1 </dev/null";
+        std::string("env " ORSELSIM_TOOL_ENVIRONMENT " " ORSELSIM_TOOLS) + command + " 2>&1 </dev/null";
     const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(line.c_str(), "r"), [](FILE*) { return 0; });
     std::string out;
     std::array<char, 4096> block{};
