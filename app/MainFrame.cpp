@@ -20,6 +20,7 @@
 #include "foundation/Config.h"
 #include "foundation/ProgramConfig.h"
 #include "images/Images.h"
+#include "images/OpaqueXpm.h"
 
 const std::string EMPTY_CARD = "0000000000000000";
 
@@ -45,10 +46,10 @@ wxBEGIN_EVENT_TABLE(MainFrame, wxFrame)
     EVT_LIST_KEY_DOWN(ID_CARD_LIST, MainFrame::evt_ListKeyDown)
     EVT_MENU(ID_THREAD_FINISHED, MainFrame::evt_ThreadFinished)
 wxEND_EVENT_TABLE()
-    // clang-format on
+// clang-format on
 
-    /// The rows' images. The list control does not own them, and they live as long as the process.
-    static wxImageList* NewChipImages(int& chipImage) {
+/// The rows' images. The list control does not own them, and they live as long as the process.
+static wxImageList* NewChipImages(int& chipImage) {
     auto* images = new wxImageList(31, 22, true, 1);
     chipImage = images->Add(wxIcon(chip_small_xpm));
     return images;
@@ -104,7 +105,7 @@ void MainFrame::CreateControls() {
     sizer_enc_box = new wxStaticBox(panel_main, wxID_ANY, Translate("Geheimhaltungszertifikat"));
     sizer_pers_box = new wxStaticBox(panel_main, wxID_ANY, Translate("Infoboxbereich"));
     sizer_sig_box = new wxStaticBox(panel_main, wxID_ANY, Translate("Signaturzertifikat"));
-    bitmap_banner = new wxStaticBitmap(panel_main, wxID_ANY, wxBitmap(VelmorBanner));
+    bitmap_banner = new wxStaticBitmap(panel_main, wxID_ANY, wxBitmap(ReadOpaqueXpm(VelmorBanner)));
     list_cards = new wxListCtrl(panel_main, ID_CARD_LIST, wxDefaultPosition, wxDefaultSize,
                                 wxLC_REPORT | wxLC_SINGLE_SEL | wxSUNKEN_BORDER);
     button_reload = new wxBitmapButton(panel_main, ID_RELOAD, wxBitmap(ButtonReload), wxDefaultPosition,

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "card/CallP11.h"
+#include "card/CardLimits.h"
 #include "card/LoadFreeLib.h"
 #include "card/tkPKCS11Logging.h"
 #include "formats/slCertificate.h"
@@ -435,6 +436,12 @@ bool tkPKCS11::FindObjects(CK_ATTRIBUTE* tmpl, unsigned long count, unsigned lon
         return false;
     }
     return *found <= maxHandles; // a library that claims more has written nothing that can be trusted
+}
+
+/// All objects of one class, MAX_OBJECTS at most.
+bool tkPKCS11::FindObjectsOfClass(CK_OBJECT_CLASS objectClass, unsigned long* handles, unsigned long* found) {
+    CK_ATTRIBUTE tmpl = {CKA_CLASS, &objectClass, sizeof(objectClass)};
+    return FindObjects(&tmpl, 1, handles, MAX_OBJECTS, found);
 }
 
 bool tkPKCS11::FindObject(const char* label, unsigned long objectClass, unsigned long* handle) {

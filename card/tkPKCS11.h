@@ -378,7 +378,7 @@ protected:
 private:
     bool RequireSession();
     bool TakeCertificateApart();
-    bool FindPrivateKeys(unsigned long* handles, unsigned long* found);
+    bool FindObjectsOfClass(CK_OBJECT_CLASS objectClass, unsigned long* handles, unsigned long* found);
     bool ReadProperty(const char* name, const char* failure, unsigned char* out, unsigned long& len);
     bool UpdateIdentityLinkInSession(const std::vector<unsigned char>& data, std::string& error);
     bool LogoutAndClose(bool result);

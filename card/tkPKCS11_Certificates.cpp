@@ -89,11 +89,9 @@ bool tkPKCS11::TakeCertificateApart() {
 }
 
 unsigned long tkPKCS11::getSigningCertificateHandle(bool sigCert) {
-    CK_OBJECT_CLASS objectClass = CKO_CERTIFICATE;
-    CK_ATTRIBUTE tmpl = {CKA_CLASS, &objectClass, sizeof(objectClass)};
     unsigned long handles[MAX_OBJECTS] = {};
     unsigned long found = 0;
-    if (!FindObjects(&tmpl, 1, handles, MAX_OBJECTS, &found)) {
+    if (!FindObjectsOfClass(CKO_CERTIFICATE, handles, &found)) {
         LogError("PKCS11 FindObjects ERROR");
         return 0;
     }
@@ -163,11 +161,9 @@ bool tkPKCS11::LoadAllCerts() {
 bool tkPKCS11::loadAllCertsInSession() {
     if (m_hSession == 0)
         return false;
-    CK_OBJECT_CLASS objectClass = CKO_CERTIFICATE;
-    CK_ATTRIBUTE tmpl = {CKA_CLASS, &objectClass, sizeof(objectClass)};
     unsigned long handles[MAX_OBJECTS] = {};
     unsigned long found = 0;
-    if (!FindObjects(&tmpl, 1, handles, MAX_OBJECTS, &found)) {
+    if (!FindObjectsOfClass(CKO_CERTIFICATE, handles, &found)) {
         LogError("PKCS11 FindObjects");
         return false;
     }

@@ -197,13 +197,6 @@ bool tkPKCS11::hashString(unsigned char* data, unsigned long len, std::vector<un
     return Hash(copy, out, hash, digestInfo);
 }
 
-/// Searches all private keys through FindObjects.
-bool tkPKCS11::FindPrivateKeys(unsigned long* handles, unsigned long* found) {
-    CK_OBJECT_CLASS objectClass = CKO_PRIVATE_KEY;
-    CK_ATTRIBUTE tmpl = {CKA_CLASS, &objectClass, sizeof(objectClass)};
-    return FindObjects(&tmpl, 1, handles, MAX_OBJECTS, found);
-}
-
 // --- signString --------------------------------------------------------------------------------------------
 
 bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
@@ -213,7 +206,7 @@ bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char*
         return false;
     unsigned long handles[MAX_OBJECTS] = {};
     unsigned long found = 0;
-    if (!FindPrivateKeys(handles, &found)) {
+    if (!FindObjectsOfClass(CKO_PRIVATE_KEY, handles, &found)) {
         LogError("PKCS11 FindObjects ERROR");
         return false;
     }
@@ -303,7 +296,7 @@ bool tkPKCS11::Sign(const std::string& label, const std::vector<unsigned char>& 
         return false;
     unsigned long handles[MAX_OBJECTS] = {};
     unsigned long found = 0;
-    if (!FindPrivateKeys(handles, &found)) {
+    if (!FindObjectsOfClass(CKO_PRIVATE_KEY, handles, &found)) {
         LogError("PKCS11 FindObjects");
         return false;
     }
@@ -400,11 +393,9 @@ bool tkPKCS11::Sign(const std::wstring& thumbprint, const std::vector<unsigned c
 bool tkPKCS11::findCertAndKey(const std::wstring& thumbprint, slCertificate& cert, std::string& label) {
     if (m_hSession == 0)
         return false;
-    CK_OBJECT_CLASS objectClass = CKO_CERTIFICATE;
-    CK_ATTRIBUTE tmpl = {CKA_CLASS, &objectClass, sizeof(objectClass)};
     unsigned long handles[MAX_OBJECTS] = {};
     unsigned long found = 0;
-    if (!FindObjects(&tmpl, 1, handles, MAX_OBJECTS, &found)) {
+    if (!FindObjectsOfClass(CKO_CERTIFICATE, handles, &found)) {
         LogError("PKCS11 FindObjects");
         return false;
     }

@@ -22,9 +22,9 @@ wxBEGIN_EVENT_TABLE(InfoboxBereich, wxDialog)
     EVT_LISTBOX(ID_INFOBOX_LIST, InfoboxBereich::evt_listbox)
     EVT_TIMER(ID_START_TIMER, InfoboxBereich::evt_OnTimer)
 wxEND_EVENT_TABLE()
-    // clang-format on
+// clang-format on
 
-    InfoboxBereich::InfoboxBereich(wxWindow* parent, Velmor::TokenType type)
+InfoboxBereich::InfoboxBereich(wxWindow* parent, Velmor::TokenType type)
     : wxDialog(parent, wxID_ANY, Translate("Infoboxbereich"), wxDefaultPosition, wxDefaultSize,
                wxDEFAULT_DIALOG_STYLE),
       m_TokenType(type) {

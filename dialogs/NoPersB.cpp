@@ -22,9 +22,9 @@ wxBEGIN_EVENT_TABLE(NoPersB, wxDialog)
     EVT_BUTTON(ID_NOPERSB_WRITE, NoPersB::evt_write_persb)
     EVT_BUTTON(ID_NOPERSB_CLOSE, NoPersB::evt_close_dlg)
 wxEND_EVENT_TABLE()
-    // clang-format on
+// clang-format on
 
-    static wxPanel* NewSpring(wxWindow* parent) {
+static wxPanel* NewSpring(wxWindow* parent) {
     return new wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxNO_BORDER | wxTAB_TRAVERSAL);
 }
 

@@ -8,6 +8,9 @@
 
 #include "app/I18N.h"
 
+static const wxSize DIALOG_SIZE(220, 100);
+static constexpr int MOST_CORRECTIONS = 5; ///< of one showing: no endless struggle with the window manager
+
 PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wxPoint& pos,
                        const wxSize& size, long /*style*/)
     : wxDialog(parent, id, title, pos, size, 0) {
@@ -18,11 +21,15 @@ PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wx
     set_properties();
     do_layout();
     Bind(wxEVT_SHOW, &PleaseWait::evt_Show, this);
+    Bind(wxEVT_MOVE, &PleaseWait::evt_Placed, this);
+    Bind(wxEVT_SIZE, &PleaseWait::evt_Placed, this);
     Show(false);
 }
 
 bool PleaseWait::Show(bool show) {
     m_wanted = show;
+    m_place = GetPosition();
+    m_corrections = MOST_CORRECTIONS;
     return wxDialog::Show(show);
 }
 
@@ -32,9 +39,17 @@ void PleaseWait::evt_Show(wxShowEvent& event) {
     event.Skip();
 }
 
+void PleaseWait::evt_Placed(wxEvent& event) {
+    event.Skip();
+    if (!IsShown() || m_corrections == 0 || GetRect() == wxRect(m_place, DIALOG_SIZE))
+        return;
+    --m_corrections;
+    SetSize(wxRect(m_place, DIALOG_SIZE));
+}
+
 void PleaseWait::set_properties() {
     SetTitle(Translate("Bitte warten"));
-    SetSize(wxSize(220, 100));
+    SetSize(DIALOG_SIZE);
 }
 
 void PleaseWait::do_layout() {

@@ -14,15 +14,19 @@ public:
                const wxSize& size = wxDefaultSize, long style = wxDEFAULT_DIALOG_STYLE);
 
     /// Under X11 the first showing waits for the window manager, and a hiding that comes before it would be
-    /// undone: what was asked for last holds.
+    /// undone: what was asked for last holds. And there a window without a caption comes up in the corner and
+    /// too low, as if it had one: it is put back to its place and size.
     bool Show(bool show = true) override;
 
 private:
     void set_properties();
     void do_layout();
     void evt_Show(wxShowEvent& event);
+    void evt_Placed(wxEvent& event);
 
     bool m_wanted = false;
+    wxPoint m_place;       ///< where it stood when it was last shown or hidden
+    int m_corrections = 0; ///< left for this showing
 
 protected:
     wxPanel* panel_left;

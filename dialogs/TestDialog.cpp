@@ -29,10 +29,10 @@ wxBEGIN_EVENT_TABLE(TestDialog, wxDialog)
     EVT_BUTTON(ID_TEST_CLOSE, TestDialog::evt_closedlg)
     EVT_TIMER(ID_FADE_TIMER, TestDialog::evt_OnFadeOut)
 wxEND_EVENT_TABLE()
-    // clang-format on
+// clang-format on
 
-    TestDialog::TestDialog(wxWindow* parent, int id, const wxString& title, const wxPoint& pos,
-                           const wxSize& size, long style)
+TestDialog::TestDialog(wxWindow* parent, int id, const wxString& title, const wxPoint& pos,
+                       const wxSize& size, long style)
     : wxDialog(parent, id, title, pos, size, style) {
     CreateControls();
     set_properties();

@@ -2,36 +2,26 @@
 // Every call that a command of these dialogs makes fails once, in each of the ways in which token libraries
 // fail. The dialog stays alive and enabled, says what it has to say, closes its session, and the same command
 // works the next time.
-#include <algorithm>
 #include <iostream>
 
 #include "tests/dialogs/ProbedInfobox.h"
 #include "tests/dialogs/ProbedTestDialog.h"
+#include "tests/support/FaultCases.h"
 
 using orselsim::Bytes;
+using orseltest::CardCall;
+using orseltest::CardFault;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
-constexpr const char* RETURN_CODES[] = {
-    "CKR_DEVICE_REMOVED",         "CKR_DEVICE_ERROR",     "CKR_GENERAL_ERROR",
-    "CKR_SESSION_HANDLE_INVALID", "CKR_BUFFER_TOO_SMALL", "CKR_FUNCTION_NOT_SUPPORTED",
-};
-
-/// One call of a command.
-struct CardCall {
-    std::string function;
-    int ofFunction; ///< which call of this function since the library was bound, from 1
-    size_t ofAll;   ///< which call of the command, from 0
-};
-
 /// A command on a card, with what has to hold around it.
 struct Command {
     std::function<void()> prepare; ///< opens the dialog, up to the command
     std::function<void()> run;
-    std::function<void(const CardCall&)> checkFailed; ///< after a fault in this call
+    std::function<void(const CardFault&)> checkFailed; ///< after this fault
     std::function<void()> prepareAgain = [] {};
     std::function<void()> checkDone;
 };
@@ -44,19 +34,18 @@ protected:
         const orselsim::Card untouched = m_deck.read(m_card);
         const std::vector<CardCall> calls = Learn(command);
         ASSERT_FALSE(calls.empty());
+        int cases = 0;
         for (const CardCall& call : calls) {
-            for (const std::string& effect : EffectsOn(call.function)) {
-                const std::string fault =
-                    call.function + " call=" + std::to_string(call.ofFunction) + " " + effect;
-                SCOPED_TRACE(fault);
-                ++m_faults;
+            for (const CardFault& fault : orseltest::faultsOf(call)) {
+                SCOPED_TRACE(fault.line());
+                ++cases;
                 m_deck.change(m_card, [&](orselsim::Card& card) { card = untouched; });
-                m_deck.planFaults({fault});
+                m_deck.planFaults({fault.line()});
                 BindTraced();
-                RunOne(command, call, effect);
+                RunOne(command, fault);
             }
         }
-        std::cout << m_faults << " faults of " << calls.size() << " calls\n";
+        std::cout << cases << " faults of " << calls.size() << " calls\n";
     }
 
     /// The calls of the command when nothing fails.
@@ -66,48 +55,19 @@ protected:
         const size_t before = Calls().size();
         command.run();
         command.checkDone();
-        const std::vector<std::string> all = Calls();
-        std::vector<CardCall> calls;
-        for (size_t i = before; i < all.size(); ++i) {
-            const auto end = all.begin() + static_cast<std::ptrdiff_t>(i) + 1;
-            calls.push_back({all[i], static_cast<int>(std::count(all.begin(), end, all[i])), i - before});
-        }
-        return calls;
+        return orseltest::callsOfCommand(m_deck.trace(), before);
     }
 
-    void RunOne(const Command& command, const CardCall& call, const std::string& effect) {
+    void RunOne(const Command& command, const CardFault& fault) {
         command.prepare();
         m_deck.clearTrace();
         command.run();
-        const auto trace = m_deck.trace(call.function);
-        const bool isMet = std::any_of(trace.begin(), trace.end(),
-                                       [&](const auto& record) { return "rv=" + record.result == effect; });
-        EXPECT_TRUE(isMet || effect.compare(0, 7, "length=") == 0); // lengths stand in no trace
-        command.checkFailed(call);
-        ExpectEverySessionClosed();
+        EXPECT_TRUE(fault.isMetIn(m_deck.trace()));
+        command.checkFailed(fault);
+        EXPECT_THAT(orseltest::sessionsNobodyClosed(m_deck.trace()), IsEmpty());
         command.prepareAgain();
         command.run();
         command.checkDone();
-    }
-
-    static std::vector<std::string> EffectsOn(const std::string& function) {
-        std::vector<std::string> effects;
-        for (const char* code : RETURN_CODES)
-            effects.push_back(std::string("rv=") + code);
-        const bool reportsLength =
-            function == "C_GetAttributeValue" || function == "C_Sign" || function == "C_FindObjects";
-        if (reportsLength)
-            effects.push_back("length=" + std::to_string(BeyondReason));
-        return effects;
-    }
-
-    void ExpectEverySessionClosed() {
-        const std::vector<std::string> closed = SessionsOf("C_CloseSession");
-        for (const auto& record : m_deck.trace("C_OpenSession")) {
-            if (record.result == "CKR_OK") {
-                EXPECT_THAT(closed, testing::Contains(record.value("session")));
-            }
-        }
     }
 
     void ExpectAlive() {
@@ -124,10 +84,7 @@ protected:
         m_dialog->Show(true);
     }
 
-    static constexpr CK_ULONG BeyondReason = CK_ULONG{0x7FFFFFFF};
-
     std::unique_ptr<ProbedTestDialog> m_test;
-    int m_faults = 0;
 };
 
 } // namespace
@@ -167,9 +124,9 @@ TEST_F(ASignatureTestUnderFaults, FailsToSignWithAMessage) {
     Command sign;
     sign.prepare = [this] { Prepare(); };
     sign.run = [this] { m_test->Sign(); };
-    sign.checkFailed = [this](const CardCall& call) {
-        ExpectAfterFault(call, "Fehler beim Signieren", "Signatur erfolgreich!");
-        EXPECT_EQ(m_test->text_signature->IsEmpty(), call.function != "C_CloseSession");
+    sign.checkFailed = [this](const CardFault& fault) {
+        ExpectAfterFault(fault.call, "Fehler beim Signieren", "Signatur erfolgreich!");
+        EXPECT_EQ(m_test->text_signature->IsEmpty(), fault.call.function != "C_CloseSession");
     };
     sign.checkDone = [this] { EXPECT_EQ(m_test->Status(), "Signatur erfolgreich!"); };
     RunAllFaults(sign);
@@ -186,8 +143,8 @@ TEST_F(ASignatureTestUnderFaults, FailsToVerifyWithAMessage) {
         m_test->text_signature->SetValue(signature);
     };
     verify.run = [this] { m_test->Verify(); };
-    verify.checkFailed = [this, signature](const CardCall& call) {
-        ExpectAfterFault(call, "Fehler beim Verifizieren der Signatur", "Signaturprüfung erfolgreich!");
+    verify.checkFailed = [this, signature](const CardFault& fault) {
+        ExpectAfterFault(fault.call, "Fehler beim Verifizieren der Signatur", "Signaturprüfung erfolgreich!");
         EXPECT_EQ(m_test->text_signature->GetValue(), signature);
     };
     verify.checkDone = [this] { EXPECT_EQ(m_test->Status(), Utf8("Signaturprüfung erfolgreich!")); };
@@ -197,19 +154,23 @@ TEST_F(ASignatureTestUnderFaults, FailsToVerifyWithAMessage) {
 // --- Infobox -----------------------------------------------------------------------------------------------
 
 TEST_F(ACommandUnderFaults, LeavesTheListEmptyWhenTheContainerCannotBeLoaded) {
+    const std::string FIXED = "Personenbindung,RFU1,RFU2,";
+    const std::string LISTED = "01 PERSONENBINDUNG,02 RFU1,0a RFU2,";
     Insert("acos-a04");
     Command load;
     load.prepare = [this] { PrepareInfobox(); };
     load.run = [this] { m_dialog->Load(); };
-    load.checkFailed = [this](const CardCall& call) {
+    load.checkFailed = [&](const CardFault& fault) {
         ExpectAlive();
         EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled());
-        const bool isUnknown = call.function == "C_GetSlotList" || call.function == "C_GetTokenInfo";
-        if (isUnknown) {
-            EXPECT_THAT(m_dialog->Rows(), ElementsAre("Personenbindung", "RFU1", "RFU2"));
-        } else if (call.function != "C_CloseSession") {
-            EXPECT_THAT(m_dialog->Rows(), IsEmpty());
-        }
+        std::string rows;
+        for (const std::string& row : m_dialog->Rows())
+            rows += row + ",";
+        EXPECT_EQ(rows, fault.lookUp({{"C_GetSlotList", FIXED},
+                                      {"C_GetSlotList#2 length", LISTED}, // there is a card with this index
+                                      {"C_GetTokenInfo", FIXED},
+                                      {"C_CloseSession", LISTED}},
+                                     ""));
         EXPECT_EQ(m_noPersB.count, m_dialog->Rows().empty() ? 1 : 0);
     };
     load.checkDone = [this] {
@@ -250,9 +211,9 @@ TEST_P(ASelectionUnderFaults, LeavesThePagesBlank) {
         m_dialog->Load();
     };
     select.run = [this] { m_dialog->Select(GetParam().row); };
-    select.checkFailed = [this](const CardCall& call) {
+    select.checkFailed = [this](const CardFault& fault) {
         ExpectAlive();
-        const bool isShown = call.function == "C_CloseSession";
+        const bool isShown = fault.call.function == "C_CloseSession";
         EXPECT_EQ(m_dialog->text_binary->IsEmpty(), !isShown);
         EXPECT_EQ(m_noPersB.count, isShown ? 0 : GetParam().told);
         EXPECT_EQ(m_dialog->button_encrypt->IsThisEnabled(), isShown && m_dialog->m_bInfoboxKonzept);
@@ -287,15 +248,15 @@ TEST_P(AToggleUnderFaults, ChangesNothingOrLosesTheListThatItCannotReadAnew) {
         shown = m_dialog->text_binary->GetValue();
     };
     toggle.run = [&] { m_dialog->Encrypt(); };
-    toggle.checkFailed = [&](const CardCall& call) {
+    toggle.checkFailed = [&](const CardFault& fault) {
         ExpectAlive();
         EXPECT_EQ(m_noPersB.count, 0);
         EXPECT_EQ(m_deck.trace("C_CloseSession").size(), m_deck.trace("C_OpenSession").size());
-        if (call.ofAll <= write) {
+        if (fault.call.position <= write) {
             EXPECT_EQ(m_dialog->text_binary->GetValue(), shown);
             EXPECT_EQ(m_dialog->list_box->GetSelection(), 2);
             EXPECT_TRUE(m_dialog->button_encrypt->IsThisEnabled());
-        } else if (call.function != "C_CloseSession") {
+        } else if (fault.call.function != "C_CloseSession") {
             EXPECT_THAT(m_dialog->Rows(), IsEmpty());
             EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
         }

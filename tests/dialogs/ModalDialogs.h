@@ -9,6 +9,7 @@
 #include <wx/timer.h>
 
 #include <functional>
+#include <utility>
 
 #include "tests/app/GuiTest.h"
 
@@ -37,6 +38,48 @@ inline int RunModal(
     poll.Start(5);
     return dialog.ShowModal();
 }
+
+/// Presses the closing button of each modal dialog of a class that opens while this lives, as soon as it is
+/// ready and has been looked at. A dialog that is not ready within twenty seconds fails the test.
+template <typename Dialog>
+class ModalDialogsClosed {
+public:
+    ModalDialogsClosed(
+        int closingButton, std::function<void(Dialog&)> look,
+        std::function<bool(Dialog&)> isReady = [](Dialog&) { return true; })
+        : m_closingButton(closingButton), m_look(std::move(look)), m_isReady(std::move(isReady)) {
+        m_poll.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Poll(); });
+        m_poll.Start(5);
+    }
+
+private:
+    void Poll() {
+        Dialog* const dialog = FindModal();
+        if (dialog == nullptr) {
+            m_watch.Start();
+        } else if (m_watch.Time() > 20000) {
+            ADD_FAILURE() << "the dialog never became ready";
+            dialog->EndModal(-99);
+        } else if (m_isReady(*dialog)) {
+            m_look(*dialog);
+            Press(*dialog, m_closingButton);
+        }
+    }
+    static Dialog* FindModal() {
+        for (wxWindow* window : wxTopLevelWindows) {
+            auto* dialog = dynamic_cast<Dialog*>(window);
+            if (dialog != nullptr && dialog->IsModal())
+                return dialog;
+        }
+        return nullptr;
+    }
+
+    const int m_closingButton;
+    const std::function<void(Dialog&)> m_look;
+    const std::function<bool(Dialog&)> m_isReady;
+    wxStopWatch m_watch;
+    wxTimer m_poll;
+};
 
 /// Ends every modal dialog of this title at once with this answer, and counts them. They never come on the
 /// screen. Other dialogs run as usual.

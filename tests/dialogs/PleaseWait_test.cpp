@@ -5,6 +5,8 @@
 #include <wx/panel.h>
 #include <wx/stattext.h>
 
+#include <cstdlib>
+
 #include "tests/app/GuiTest.h"
 
 using testing::ElementsAre;
@@ -61,4 +63,27 @@ TEST_F(TheBusyDialog, ShowsItsWholeTextAndGoesAgain) {
     m_dialog.Show(false);
     RunFor(300);
     EXPECT_FALSE(m_dialog.IsShown());
+}
+
+// Told by the display, not by what the toolkit remembers.
+TEST_F(TheBusyDialog, ComesUpInTheMiddleOfItsWindowInItsFullSizeEachTime) {
+    wxFrame frame(nullptr, wxID_ANY, "Fenster", wxDefaultPosition, wxSize(800, 600));
+    frame.Show(true);
+    RunFor(300);
+    Probed dialog{&frame, wxID_ANY, ""};
+    for (int showing = 0; showing < 3; ++showing) {
+        dialog.Centre(wxBOTH);
+        dialog.Show(true);
+        const auto isInPlace = [&] {
+            const wxPoint middle = dialog.ClientToScreen(wxPoint(0, 0)) + wxSize(110, 50);
+            const wxPoint wanted = frame.GetPosition() + frame.GetSize() / 2;
+            const wxPoint off = middle - wanted;
+            return std::abs(off.x) < 30 && std::abs(off.y) < 30 && dialog.GetClientSize().GetHeight() > 95;
+        };
+        EXPECT_TRUE(RunUntil(isInPlace, 5000)) << showing;
+        RunFor(200);
+        EXPECT_TRUE(isInPlace()) << dialog.ClientToScreen(wxPoint(0, 0)).x << " and stays " << showing;
+        dialog.Show(false);
+        RunFor(100);
+    }
 }

@@ -85,19 +85,29 @@ Screen Screen::capture() {
     return screen;
 }
 
+bool Screen::shows(const Pixel& pixel, int x, int y) const {
+    const int column = x + pixel.x;
+    const int row = y + pixel.y;
+    if (column >= m_width || row >= m_height)
+        return false;
+    const size_t offset =
+        3 * (static_cast<size_t>(row) * static_cast<size_t>(m_width) + static_cast<size_t>(column));
+    return isClose(&m_bytes[offset], pixel.colour.data());
+}
+
+/// A place where none of a few pixels out of all parts of the picture is right is passed over at once: most
+/// are.
 bool Screen::matches(const std::vector<Pixel>& picture, int x, int y) const {
+    const size_t stride = picture.size() / 5 + 1;
+    bool isLikely = false;
+    for (size_t i = stride / 2; i < picture.size() && !isLikely; i += stride)
+        isLikely = shows(picture[i], x, y);
     size_t misses = 0;
-    for (const Pixel& pixel : picture) {
-        const int column = x + pixel.x;
-        const int row = y + pixel.y;
-        if (column >= m_width || row >= m_height)
-            return false;
-        const size_t offset =
-            3 * (static_cast<size_t>(row) * static_cast<size_t>(m_width) + static_cast<size_t>(column));
-        if (!isClose(&m_bytes[offset], pixel.colour.data()) && ++misses * 20 > picture.size())
-            return false;
+    for (size_t i = 0; i < picture.size() && isLikely; ++i) {
+        if (!shows(picture[i], x, y) && ++misses * 20 > picture.size())
+            isLikely = false;
     }
-    return true;
+    return isLikely;
 }
 
 std::vector<Point> Screen::find(const char* const* xpm) const {
@@ -110,6 +120,23 @@ std::vector<Point> Screen::find(const char* const* xpm) const {
         }
     }
     return places;
+}
+
+bool Screen::looksLike(const Screen& other, Point upperLeft, Point lowerRight) const {
+    if (m_bytes.size() != other.m_bytes.size())
+        return false;
+    int differences = 0;
+    for (int y = upperLeft.y; y < lowerRight.y; ++y) {
+        for (int x = upperLeft.x; x < lowerRight.x; ++x) {
+            const auto offset = 3 * static_cast<size_t>(y * m_width + x);
+            differences += isClose(&m_bytes[offset], &other.m_bytes[offset]) ? 0 : 1;
+        }
+    }
+    return differences * 100 < (lowerRight.x - upperLeft.x) * (lowerRight.y - upperLeft.y);
+}
+
+void pointAt(Point point) {
+    xdotool(at(point));
 }
 
 void click(Point point) {
@@ -135,6 +162,23 @@ std::vector<std::string> windows(const std::string& title) {
     while (ids >> id)
         found.push_back(id);
     return found;
+}
+
+std::optional<Point> placeOf(const std::string& title) {
+    const std::vector<std::string> ids = windows(title);
+    if (ids.empty())
+        return std::nullopt;
+    // The corner without the window manager's frame, which xdotool does not tell.
+    std::istringstream words(outputOf("xwininfo -id " + ids.front() +
+                                      " 2>/dev/null | sed -n 's/.*Absolute upper-left [XY]: *//p'"));
+    Point place = {};
+    if (!(words >> place.x >> place.y))
+        return std::nullopt;
+    return place;
+}
+
+std::string clipboard() {
+    return outputOf("timeout 5 xclip -out -selection clipboard 2>/dev/null");
 }
 
 void close(const std::string& window) {
@@ -163,6 +207,15 @@ bool waitFor(const std::function<bool()>& condition, int seconds) {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
     }
     return true;
+}
+
+bool actUntil(const std::function<void()>& act, const std::function<bool()>& hasEffect) {
+    for (int attempt = 0; attempt < 4; ++attempt) {
+        act();
+        if (waitFor(hasEffect, 10))
+            return true;
+    }
+    return false;
 }
 
 } // namespace desktop

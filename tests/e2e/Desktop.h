@@ -25,10 +25,14 @@ public:
     /// must be there: the frame around a selected row covers a few.
     std::vector<Point> find(const char* const* xpm) const;
 
+    /// Whether a rectangle looks the same on another picture of the display, but for a hundredth of it.
+    bool looksLike(const Screen& other, Point upperLeft, Point lowerRight) const;
+
     int width() const { return m_width; }
     int height() const { return m_height; }
 
 private:
+    bool shows(const struct Pixel& pixel, int x, int y) const;
     bool matches(const std::vector<struct Pixel>& picture, int x, int y) const;
 
     int m_width = 0;
@@ -41,11 +45,20 @@ void click(Point point);
 void rightClick(Point point);
 void doubleClick(Point point);
 
+/// Moves the pointer there.
+void pointAt(Point point);
+
 /// Presses keys by their X names, such as "ctrl+c".
 void press(const std::string& keys);
 
 /// Ids of the visible windows whose title matches a regular expression.
 std::vector<std::string> windows(const std::string& title);
+
+/// Upper left corner of a visible window's content on the display, if there is one whose title matches.
+std::optional<Point> placeOf(const std::string& title);
+
+/// What was copied last.
+std::string clipboard();
 
 /// Closes a window as a person does, with Alt and F4.
 void close(const std::string& window);
@@ -55,6 +68,10 @@ std::string outputOf(const std::string& command);
 
 /// Waits until the condition holds; false after that many seconds without it.
 bool waitFor(const std::function<bool()>& condition, int seconds = 20);
+
+/// Acts and waits until the effect shows. A press is lost on a window that is busy at that moment, so without
+/// the effect within ten seconds it acts again. False when nothing helps.
+bool actUntil(const std::function<void()>& act, const std::function<bool()>& hasEffect);
 
 } // namespace desktop
 

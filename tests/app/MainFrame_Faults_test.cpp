@@ -1,0 +1,346 @@
+// SPDX-License-Identifier: MIT
+// Every call that a command of the window makes goes wrong once, in each of the ways in which token libraries
+// fail, and once takes two seconds. The window stays alive and enabled, says what it has to say and no more,
+// leaves no session open, and the same command works the next time.
+#include "app/MainFrame.h"
+
+#include <wx/combobox.h>
+#include <wx/listbox.h>
+#include <wx/utils.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <set>
+
+#include "dialogs/InfoboxBereich.h"
+#include "dialogs/TestDialog.h"
+#include "foundation/FileAndDirectory.h"
+#include "tests/app/CardWindow.h"
+#include "tests/dialogs/ModalDialogs.h"
+#include "tests/support/FaultCases.h"
+
+using orseltest::CardCall;
+using orseltest::CardFault;
+using orseltest::CardOptions;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+using Table = std::map<std::string, std::string>;
+
+constexpr const char* LABEL = "Karte von Erika, mit 32 Zeichen."; // fills its field
+constexpr const char* CARD_IN_LIST = "8004000011112222 | Erika Probe | Orsel Carta ACOS 03";
+
+/// A command of the window. Its outcome is everything that a person sees of it, as one text.
+struct WindowCommand {
+    std::string name;
+    int button;    ///< none: a double click on the list
+    int menuEntry; ///< the same command in the context menu; none: only the button
+    std::string done;
+    std::string failed;                    ///< after a fault in a call
+    Table otherwise = {};                  ///< that is not one of these
+    std::vector<std::string> answers = {}; ///< to its questions for PINs
+    std::string card = "acos-a03";
+};
+
+constexpr int NONE = 0;
+
+void PrintTo(const WindowCommand& command, std::ostream* out) {
+    *out << command.name;
+}
+
+/// What every command does first and last. A card that is not found is passed over without a word, and so is
+/// a session that does not open. Too great a number of slots is none that harms.
+Table WithCardFound(const std::string& done, const Table& more = {}) {
+    Table table = {
+        {"C_GetSlotList#1", ""},
+        {"C_GetSlotList#2", ""},
+        {"C_GetSlotList#1 length", done},
+        {"C_GetSlotList#2 length", done},
+        {"C_GetSlotInfo", ""},
+        {"C_GetTokenInfo#1", ""},
+        {"C_OpenSession", ""},
+        {"C_CloseSession", done},
+    };
+    for (const auto& [key, outcome] : more)
+        table[key] = outcome;
+    return table;
+}
+
+WindowCommand Change(const char* name, int button, int menuEntry, const char* pin) {
+    const std::string done = "PIN Änderung erfolgreich!";
+    return {name, button, menuEntry, done, "Fehler beim PIN Ändern!", WithCardFound(done), {pin, pin, pin}};
+}
+
+WindowCommand Unblock(const char* name, int button, int menuEntry, const char* pin) {
+    const std::string done = "PIN Entsperren erfolgreich!";
+    return {name,
+            button,
+            menuEntry,
+            done,
+            "Fehler beim PIN entsperren!",
+            WithCardFound(done),
+            {"12345678", pin, pin}};
+}
+
+WindowCommand Show(const char* name, int button, int menuEntry, const char* certificate) {
+    return {name, button, menuEntry, certificate, "", WithCardFound(certificate)};
+}
+
+/// Another certificate is shown when anything is amiss with the first.
+WindowCommand DoubleClick() {
+    return {"DoubleClick", NONE,
+            NONE,          "C.CH.EKEY",
+            "C.CH.SIG",    {{"C_GetSlotList length", "C.CH.EKEY"}, {"C_CloseSession", "C.CH.EKEY"}}};
+}
+
+/// A card that cannot be queried is one without hashes.
+WindowCommand Test(const char* name, int button, int menuEntry, const std::string& title,
+                   const std::string& hashes) {
+    const std::string done = title + ":" + hashes;
+    return {name, button,      menuEntry,
+            done, title + ":", WithCardFound(done, {{"C_GetSlotList#4 length", done}})};
+}
+
+/// A card that cannot be queried is one without a container.
+WindowCommand OpenInfobox(const char* name, const char* card, const std::string& rows,
+                          const std::string& failed) {
+    const std::string done = "Infoboxbereich:" + rows;
+    const std::string fixed = "Infoboxbereich: Personenbindung RFU1 RFU2";
+    return {name,
+            ID_PERS_SHOW,
+            ID_POPUP_INFOBOX,
+            done,
+            failed,
+            WithCardFound(done, {{"C_GetSlotList", fixed},
+                                 {"C_GetSlotList#4 length", done},
+                                 {"C_GetTokenInfo", fixed},
+                                 {"C_OpenSession", failed}}),
+            {},
+            card};
+}
+
+/// A card that does not answer has no row, one without a certificate has no holder, one that cannot be
+/// queried only its label.
+WindowCommand Reload() {
+    const std::string unnamed = "8004000011112222 | unbekannt | Orsel Carta ACOS 03";
+    const std::string unknown = "8004000011112222 | Erika Probe | " + std::string(LABEL);
+    return {"Reload",
+            ID_RELOAD,
+            NONE,
+            CARD_IN_LIST,
+            unnamed,
+            WithCardFound(CARD_IN_LIST, {{"C_GetSlotList", unknown},
+                                         {"C_GetSlotList#4 length", CARD_IN_LIST},
+                                         {"C_GetTokenInfo", unknown}})};
+}
+
+const WindowCommand COMMANDS[] = {
+    Change("ChangeSignaturePin", ID_SIG_CHANGE_PIN, ID_POPUP_SIG_CHANGE, "123456"),
+    Change("ChangeEncryptionPin", ID_ENC_CHANGE_PIN, ID_POPUP_ENC_CHANGE, "1234"),
+    Change("ChangeIdentityLinkPin", ID_PERS_CHANGE, ID_POPUP_PERS_CHANGE, "1234"),
+    Unblock("UnblockSignaturePin", ID_SIG_PUK, ID_POPUP_SIG_PUK, "123456"),
+    Unblock("UnblockEncryptionPin", ID_ENC_PUK, ID_POPUP_ENC_PUK, "1234"),
+    Unblock("UnblockIdentityLinkPin", ID_PERS_PUK, ID_POPUP_PERS_PUK, "1234"),
+    Show("ShowSignatureCertificate", ID_SIG_SHOW_CERT, ID_POPUP_SIG_SHOW, "C.CH.SIG"),
+    Show("ShowEncryptionCertificate", ID_ENC_SHOW, ID_POPUP_ENC_SHOW, "C.CH.EKEY"),
+    DoubleClick(),
+    Test("TestSignatureKey", ID_SIG_TEST, ID_POPUP_SIG_TEST,
+         "Unterschriftentest mit Signaturschlüssel (6-stellige PIN)", " SHA-1 RIPEMD-160"),
+    Test("TestEncryptionKey", ID_ENC_TEST, ID_POPUP_ENC_TEST,
+         "Unterschriftentest mit Geheimhaltungsschlüssel (4-stellige PIN)", " SHA-1 RIPEMD-160 SHA-256"),
+    OpenInfobox("OpenFixedInfobox", "acos-a03", " Personenbindung RFU1 RFU2", ""),
+    OpenInfobox("OpenInfobox", "acos-a04", " 01 PERSONENBINDUNG 02 RFU1 0a RFU2",
+                "Infoboxbereich: Keine Personenbindung"),
+    Reload(),
+};
+
+std::string Rows(const wxArrayString& rows) {
+    std::string text;
+    for (const wxString& row : rows)
+        text += " " + std::string(row.utf8_str());
+    return text;
+}
+
+template <typename Control>
+Control* ChildOf(const wxWindow& window) {
+    for (wxWindow* child : window.GetChildren()) {
+        if (auto* control = dynamic_cast<Control*>(child))
+            return control;
+    }
+    return nullptr;
+}
+
+wxListBox* ListOf(const wxWindow& dialog) {
+    return ChildOf<wxListBox>(dialog);
+}
+
+class ACommandOfTheWindow : public CardWindowTest<>, public testing::WithParamInterface<WindowCommand> {
+protected:
+    void SetUp() override {
+        m_oldPath = std::getenv("PATH");
+        setenv("PATH", "/nowhere", 1); // there is no viewer, which nobody notices
+        setenv("TMPDIR", m_deck.folder().c_str(), 1);
+        m_card = m_deck.add(GetParam().card,
+                            CardOptions().serial("8004000011112222").holder("Erika Probe").label(LABEL));
+        m_pristine = m_deck.read(m_card);
+        for (int run = 0; run < 2; ++run)
+            m_deck.answerPins(GetParam().answers);
+        Open();
+        for (const wxWindow* control : m_frame->Commands())
+            m_enabled.push_back(control->IsThisEnabled());
+    }
+    void TearDown() override {
+        setenv("PATH", m_oldPath.c_str(), 1);
+        unsetenv("TMPDIR");
+    }
+
+    /// Runs the command by its button on the card as it was, over a library that is bound anew.
+    std::string RunAnew(const std::vector<std::string>& faults) {
+        m_deck.change(m_card, [this](orselsim::Card& card) { card = m_pristine; });
+        m_deck.planFaults(faults);
+        m_frame->m_p11->destroy();
+        delete m_frame->m_p11;
+        m_deck.clearTrace();
+        m_frame->m_p11 = new Velmor::tkPKCS11;
+        return Run([this] { PressOrDoubleClick(); });
+    }
+    /// Runs it again, by the context menu where that offers it.
+    std::string RunAgain() {
+        return Run([this] {
+            if (GetParam().menuEntry == NONE)
+                return PressOrDoubleClick();
+            wxCommandEvent click(wxEVT_MENU, GetParam().menuEntry);
+            m_frame->evt_OnPopupClick(click);
+        });
+    }
+    std::string Run(const std::function<void()>& command) {
+        m_frame->SetStatus("", false);
+        Velmor::RemoveFile(CertificateFile());
+        m_dialogs.clear();
+        m_noPersB.count = 0;
+        command();
+        EXPECT_TRUE(RunUntil([this] { return Idle(); }));
+        return Outcome();
+    }
+    void PressOrDoubleClick() {
+        if (GetParam().button != NONE)
+            return Press(GetParam().button);
+        wxListEvent doubleClick(wxEVT_LIST_ITEM_ACTIVATED, ID_CARD_LIST);
+        m_frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
+    }
+
+    /// The status line, the certificate that the viewer got, the dialogs that came up, and the list if it was
+    /// to be read.
+    std::string Outcome() {
+        std::string outcome(Status().utf8_str());
+        for (const char* label : {"C.CH.SIG", "C.CH.EKEY"}) {
+            Velmor::ByteArray file;
+            if (Velmor::LoadFromFile(CertificateFile(), file) && file == m_deck.objectContent(m_card, label))
+                outcome += label;
+        }
+        outcome += m_dialogs;
+        if (m_noPersB.count > 0)
+            outcome += " Keine Personenbindung";
+        if (GetParam().button == ID_RELOAD)
+            outcome += CardList();
+        return outcome;
+    }
+    std::string CardList() {
+        std::string list;
+        for (long row = 0; row < m_frame->list_cards->GetItemCount(); ++row) {
+            for (const wxString& text : m_frame->Row(row))
+                list += (list.empty() ? "" : " | ") + std::string(text.utf8_str());
+        }
+        return list;
+    }
+
+    void ExpectAlive() {
+        EXPECT_TRUE(m_frame->IsShown());
+        EXPECT_TRUE(m_frame->IsThisEnabled());
+        std::vector<bool> enabled;
+        for (const wxWindow* control : m_frame->Commands())
+            enabled.push_back(control->IsThisEnabled());
+        EXPECT_EQ(enabled, m_enabled);
+        for (const wxWindow* window : wxTopLevelWindows)
+            EXPECT_TRUE(window == m_frame.get() || !window->IsShown()) << window->GetLabel();
+        EXPECT_FALSE(wxIsBusy());
+        EXPECT_THAT(orseltest::sessionsNobodyClosed(m_deck.trace()), IsEmpty());
+    }
+
+    /// The calls of a run without faults, which has to end well.
+    std::vector<CardCall> FindCalls() {
+        EXPECT_EQ(RunAnew({}), GetParam().done);
+        ExpectAlive();
+        const std::vector<std::string> binding = {"C_Initialize", "C_GetInfo"};
+        return orseltest::callsOfCommand(m_deck.trace(), binding.size());
+    }
+    void ExpectStatedOutcome(const CardFault& fault) {
+        SCOPED_TRACE(fault.line());
+        EXPECT_EQ(RunAnew({fault.line()}), fault.lookUp(GetParam().otherwise, GetParam().failed));
+        EXPECT_TRUE(fault.isMetIn(m_deck.trace()));
+        ExpectAlive();
+        EXPECT_EQ(RunAgain(), GetParam().done);
+        ExpectAlive();
+    }
+
+    static std::string CertificateFile() {
+        return Velmor::CombinePaths(Velmor::GetTempDir(), "orselcards_cert.cer");
+    }
+
+    std::string m_card;
+    orselsim::Card m_pristine;
+    std::string m_dialogs; ///< titles and rows of those that came up
+    std::vector<bool> m_enabled;
+    std::string m_oldPath;
+
+private:
+    ModalDialogsAnswered m_noPersB{"Keine Personenbindung", 0};
+    ModalDialogsClosed<TestDialog> m_tests{ID_TEST_CLOSE, [this](TestDialog& dialog) {
+                                               m_dialogs += std::string(dialog.GetTitle().utf8_str()) + ":" +
+                                                            Rows(ChildOf<wxComboBox>(dialog)->GetStrings());
+                                           }};
+    ModalDialogsClosed<InfoboxBereich> m_infoboxes{
+        ID_INFOBOX_CLOSE,
+        [this](InfoboxBereich& dialog) {
+            m_dialogs += "Infoboxbereich:" + Rows(ListOf(dialog)->GetStrings());
+        },
+        [this](InfoboxBereich& dialog) {
+            const bool isLoaded = ListOf(dialog)->GetCount() > 0 || m_noPersB.count > 0;
+            return isLoaded && ListOf(dialog)->IsThisEnabled();
+        }};
+};
+
+INSTANTIATE_TEST_SUITE_P(Commands, ACommandOfTheWindow, testing::ValuesIn(COMMANDS),
+                         [](const auto& command) { return command.param.name; });
+
+} // namespace
+
+TEST_P(ACommandOfTheWindow, HasTheStatedOutcomeWhicheverCallFails) {
+    const std::vector<CardCall> calls = FindCalls();
+    ASSERT_THAT(calls, Not(IsEmpty()));
+    size_t cases = 0;
+    for (const CardCall& call : calls) {
+        for (const CardFault& fault : orseltest::faultsOf(call)) {
+            ExpectStatedOutcome(fault);
+            ++cases;
+        }
+    }
+    std::cout << GetParam().name << ": " << calls.size() << " calls, " << cases << " cases\n";
+}
+
+TEST_P(ACommandOfTheWindow, WaitsForACardThatTakesTwoSecondsForACall) {
+    std::set<std::string> delayed;
+    for (const CardCall& call : FindCalls()) {
+        if (!delayed.insert(call.function).second)
+            continue;
+        SCOPED_TRACE(call.function);
+        EXPECT_EQ(RunAnew({call.function + " call=" + std::to_string(call.numberInTotal) + " delay=2000"}),
+                  GetParam().done);
+        EXPECT_GE(m_deck.trace(call.function).front().microseconds, 2000000);
+        ExpectAlive();
+    }
+    std::cout << GetParam().name << ": " << delayed.size() << " delays\n";
+}

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+#include "tests/e2e/Person.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "images/Images.h"
+
+namespace fs = std::filesystem;
+using desktop::Point;
+using testing::SizeIs;
+
+// A certificate viewer that keeps what it is shown.
+void APerson::SetUp() {
+    const std::string viewer = m_deck.folder() + "/certViewerApp";
+    std::ofstream(viewer) << "#!/bin/sh\ncp \"$1\" '" << Shown() << ".part' && mv '" << Shown() << ".part' '"
+                          << Shown() << "'\n";
+    fs::permissions(viewer, fs::perms::owner_all);
+    m_oldPath = std::getenv("PATH");
+    setenv("PATH", (m_deck.folder() + ":" + m_oldPath).c_str(), 1);
+    setenv("TMPDIR", m_deck.folder().c_str(), 1);
+}
+
+void APerson::TearDown() {
+    setenv("PATH", m_oldPath.c_str(), 1);
+    unsetenv("TMPDIR");
+    if (m_program == nullptr || HasFatalFailure())
+        return;
+    // A window that is still busy with its first refresh does not close yet.
+    EXPECT_TRUE(desktop::waitFor([this] {
+        for (const std::string& window : desktop::windows(MAIN_WINDOW))
+            desktop::close(window);
+        return !m_program->runs();
+    }));
+    EXPECT_EQ(m_program->waitForEnd(), 0);
+    EXPECT_EQ(m_program->output(), "");
+    EXPECT_THAT(m_deck.trace("C_Finalize"), SizeIs(1));
+    EXPECT_EQ(Calls("C_OpenSession"), m_deck.trace("C_CloseSession").size());
+}
+
+void APerson::Start(size_t cards, const std::string& configuration) {
+    m_program = std::make_unique<Program>(m_deck.folder(), configuration);
+    ASSERT_TRUE(desktop::waitFor([=] {
+        return desktop::Screen::capture().find(chip_small_xpm).size() == cards;
+    })) << m_program->output();
+    ASSERT_TRUE(desktop::waitFor([] { return desktop::windows("^(Bitte warten|Please wait)").empty(); }));
+    const auto reload = desktop::Screen::capture().find(ButtonReload);
+    ASSERT_THAT(reload, SizeIs(1));
+    m_reload = reload.front();
+    PointAway();
+    m_atStart = desktop::Screen::capture();
+}
+
+// --- Main window -------------------------------------------------------------------------------------------
+
+// The places of everything hang on that of the reload button's picture.
+Point APerson::PlaceOf(Column column, Row row) const {
+    const int columns[] = {-619, -353, -89};
+    const int rows[] = {89, 129, 175, 215};
+    return {m_reload.x + columns[column], m_reload.y + rows[row]};
+}
+
+/// Off every button, onto the banner.
+void APerson::PointAway() const {
+    desktop::pointAt({m_reload.x - 353, m_reload.y - 300});
+}
+
+void APerson::PressOn(Column column, Row row) {
+    desktop::click(PlaceOf(column, row));
+}
+
+void APerson::Press(Column column, Row row) {
+    const size_t before = m_deck.trace().size();
+    EXPECT_TRUE(
+        desktop::actUntil([=] { PressOn(column, row); }, [=] { return m_deck.trace().size() > before; }));
+}
+
+void APerson::PressReload() {
+    desktop::click({m_reload.x + 16, m_reload.y + 16});
+}
+
+void APerson::Open(Column column, Row row, const char* title) {
+    Press(column, row);
+    ASSERT_TRUE(WaitForWindow(title));
+}
+
+bool APerson::ButtonsAreReady() {
+    PointAway();
+    return desktop::waitFor([this] {
+        return desktop::Screen::capture().looksLike(m_atStart, {m_reload.x - 739, m_reload.y + 50},
+                                                    {m_reload.x + 40, m_reload.y + 235});
+    });
+}
+
+// --- Any window --------------------------------------------------------------------------------------------
+
+bool APerson::ClickIn(const char* title, Point place) {
+    const auto corner = desktop::placeOf(title);
+    if (corner)
+        desktop::click({corner->x + place.x, corner->y + place.y});
+    return corner.has_value();
+}
+
+bool APerson::WaitForWindow(const char* title) {
+    return desktop::waitFor([=] { return !desktop::windows(title).empty(); });
+}
+
+void APerson::CloseWindow(const char* title) {
+    EXPECT_TRUE(desktop::waitFor([=] {
+        for (const std::string& window : desktop::windows(title))
+            desktop::close(window);
+        return desktop::windows(title).empty();
+    }));
+}
+
+std::string APerson::TextIn(const char* title, Point place) {
+    ClickIn(title, place);
+    desktop::press("ctrl+a ctrl+c");
+    return desktop::clipboard();
+}
+
+bool APerson::Shows(const char* const* picture) {
+    return desktop::waitFor([=] { return !desktop::Screen::capture().find(picture).empty(); }, 5);
+}
+
+// --- Behind the screen -------------------------------------------------------------------------------------
+
+size_t APerson::Calls(const char* function, const char* result) {
+    const auto trace = m_deck.trace(function);
+    return static_cast<size_t>(std::count_if(trace.begin(), trace.end(),
+                                             [=](const auto& record) { return record.result == result; }));
+}
+
+size_t APerson::Searches(const std::string& label) {
+    const auto trace = m_deck.trace("C_FindObjectsInit");
+    return static_cast<size_t>(std::count_if(trace.begin(), trace.end(), [&](const auto& record) {
+        return record.value("attributes") == "CKA_CLASS:CKO_DATA,CKA_LABEL:" + label;
+    }));
+}
+
+bool APerson::WaitForCalls(const char* function, const char* result, size_t count) {
+    return desktop::waitFor([=] { return Calls(function, result) == count; });
+}
+
+std::string APerson::WhatTheViewerShows() {
+    if (!desktop::waitFor([this] { return fs::exists(Shown()); }))
+        return "";
+    std::ifstream file(Shown(), std::ios::binary);
+    const std::string content(std::istreambuf_iterator<char>(file), {});
+    fs::remove(Shown());
+    return content;
+}
+
+std::string APerson::OnCard(const std::string& card, const char* label) {
+    const auto bytes = m_deck.objectContent(card, label);
+    return std::string(bytes.begin(), bytes.end());
+}

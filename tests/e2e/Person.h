@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+// A person before the built program: a deck of its own, the windows by their titles, real presses and keys.
+#ifndef ORSEL_TESTS_E2E_PERSON_H
+#define ORSEL_TESTS_E2E_PERSON_H
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "tests/e2e/Desktop.h"
+#include "tests/e2e/Program.h"
+#include "tests/support/SimDeck.h"
+
+/// Titles of the windows, as regular expressions.
+constexpr const char* MAIN_WINDOW = "^(Kartenverwaltung|Card manager)";
+constexpr const char* SIGNATURE_TEST = "^(Unterschriftentest|Signature test)";
+constexpr const char* INFOBOX = "^Infoboxbereich";
+constexpr const char* NO_IDENTITY_LINK = "^(Keine Personenbindung|No identity link)";
+
+/// The main window's three boxes of buttons.
+enum Column { SIGNATURE, ENCRYPTION, IDENTITY_LINK };
+enum Row { CHANGE_PIN, UNBLOCK_PIN, SHOW, TEST };
+
+/// Places in the dialogs, from the upper left corner of their content.
+constexpr desktop::Point SIGN_BUTTON = {176, 261};
+constexpr desktop::Point VERIFY_BUTTON = {297, 261};
+constexpr desktop::Point DOCUMENT = {297, 55};
+constexpr desktop::Point ENCRYPT_BUTTON = {251, 297};
+constexpr desktop::Point CONTENT = {374, 154};
+constexpr desktop::Point BINARY_TAB = {261, 22};
+
+class APerson : public testing::Test {
+protected:
+    void SetUp() override;
+
+    /// Closes the window and expects that nothing is amiss: a good end, no output, no open session.
+    void TearDown() override;
+
+    /// Starts the program, with a text for the system's configuration file if there is one, and waits until
+    /// the list shows this many cards.
+    void Start(size_t cards, const std::string& configuration = "");
+
+    /// Presses a button of the three boxes once.
+    void PressOn(Column column, Row row);
+    /// Presses it, and again if need be, until the program turns to the card.
+    void Press(Column column, Row row);
+    void PressReload();
+    /// Presses that button until the window that it opens is there.
+    void Open(Column column, Row row, const char* title);
+    /// Waits until the main window's buttons look as they did at the start.
+    bool ButtonsAreReady();
+
+    /// Clicks into a window. False when there is none of this title.
+    static bool ClickIn(const char* title, desktop::Point place);
+    static bool WaitForWindow(const char* title);
+    static void CloseWindow(const char* title);
+    /// The whole text of the field at this place.
+    static std::string TextIn(const char* title, desktop::Point place);
+
+    /// Whether the tick or the cross comes on the screen.
+    static bool Shows(const char* const* picture);
+
+    /// How many calls of a function ended like this.
+    size_t Calls(const char* function, const char* result = "CKR_OK");
+    /// How often an object with this label was searched for.
+    size_t Searches(const std::string& label);
+    bool WaitForCalls(const char* function, const char* result, size_t count);
+
+    /// What the certificate viewer was shown last; empty when nothing was.
+    std::string WhatTheViewerShows();
+    std::string OnCard(const std::string& card, const char* label);
+
+    orseltest::SimDeck m_deck;
+    std::unique_ptr<Program> m_program;
+
+private:
+    desktop::Point PlaceOf(Column column, Row row) const;
+    std::string Shown() const { return m_deck.folder() + "/shown.cer"; }
+    void PointAway() const;
+
+    desktop::Point m_reload = {}; ///< the reload button's picture
+    desktop::Screen m_atStart;
+    std::string m_oldPath;
+};
+
+#endif
