@@ -1,0 +1,49 @@
+# The two Debian packages, made by `cpack -G DEB`; scripts/make-packages does everything from the build on.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "The orselcards authors <orselcards@orselcards.example.org>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # would become the first line of both packages' own
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+set(CPACK_COMPONENTS_ALL orselcards orselcards-debian simulator simulator-debian)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabihf)
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf) # not the building machine's own
+endif()
+
+set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_NAME orselcards)
+set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_SECTION utils)
+# No package has a token library yet; whoever packs one may provide this name.
+set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_SUGGESTS "orsel-token-library | orselcards-simulator")
+set(CPACK_DEBIAN_ORSELCARDS_DESCRIPTION "card manager for citizen smart cards
+Lists every citizen smart card that the card readers offer and works on the
+selected one: shows its certificates and its infobox area with the identity
+link, has its PINs changed or unblocked, and tries a signature.
+.
+Cards are reached through a PKCS#11 token library, libOrselP11.so, which is
+loaded at run time and not part of this package. Without one the list stays
+empty.")
+
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME orselcards-simulator)
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS "orselcards (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_RECOMMENDS "pinentry-gtk2 | pinentry")
+set(CPACK_DEBIAN_SIMULATOR_DESCRIPTION "simulated citizen smart cards for orselcards
+A PKCS#11 token library whose cards are directories on disk, with real keys,
+certificates and signatures, and the tool that makes decks of such cards. The
+command orselcards-demo starts the card manager on a deck of its own.
+.
+The library stands in a directory that the loader does not look through, so it
+never gets in the way of a real one.")
+
+include(CPack)
+foreach(package orselcards simulator)
+    cpack_add_component_group(${package})
+    cpack_add_component(${package} GROUP ${package})
+    cpack_add_component(${package}-debian GROUP ${package})
+endforeach()
