@@ -82,11 +82,19 @@ bool OpenSslCommand::Verifies(const Bytes& certificate, const std::string& diges
     const std::string key = "'" + File("pub") + "'";
     if (!Run("x509 -inform DER -in '" + File("cert") + "' -noout -pubkey -out " + key))
         return false;
-    Write("sig", IsEcKey("-pubin -in " + key) ? DerOfPlain(signature) : signature);
-    if (digest.empty())
-        return Run("pkeyutl -verify -pubin -inkey " + key + " -sigfile '" + File("sig") + "' -in '" +
+    const bool isEc = IsEcKey("-pubin -in " + key);
+    Write("sig", isEc ? DerOfPlain(signature) : signature);
+    if (!isEc && !digest.empty())
+        return Run("dgst -" + digest + " -verify " + key + " -signature '" + File("sig") + "' '" +
                    File("data") + "'");
-    return Run("dgst -" + digest + " -verify " + key + " -signature '" + File("sig") + "' '" + File("data") +
+    // An EC signature is over the bare hash. OpenSSL 1.1 takes the newer digests alone in one step.
+    std::string signedFile = File("data");
+    if (!digest.empty()) {
+        signedFile = File("hash");
+        if (!Run("dgst -" + digest + " -binary -out '" + signedFile + "' '" + File("data") + "'"))
+            return false;
+    }
+    return Run("pkeyutl -verify -pubin -inkey " + key + " -sigfile '" + File("sig") + "' -in '" + signedFile +
                "'");
 }
 

@@ -1,48 +1,48 @@
 // SPDX-License-Identifier: MIT
-// The built program with the product family's configuration files in place.
-#include <gmock/gmock.h>
-
+// The built program with the product family's configuration files in place, and in another language.
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 
 #include "images/Images.h"
-#include "tests/e2e/Desktop.h"
-#include "tests/e2e/Program.h"
-#include "tests/support/SimDeck.h"
+#include "tests/e2e/Person.h"
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
 
 namespace {
 
-class AConfiguredProgram : public testing::Test {
+class AConfiguredProgram : public APerson {
 protected:
-    void SetUp() override { m_deck.add("acos-a04"); }
-
-    /// Starts it with this system configuration and waits for its list.
-    void Start(const std::string& configuration) {
-        m_program = std::make_unique<Program>(m_deck.folder(), configuration);
-        ASSERT_TRUE(desktop::waitFor([] {
-            return desktop::Screen::capture().find(chip_small_xpm).size() == 1;
-        })) << m_program->output();
-    }
-    static std::string Title() {
-        return desktop::outputOf(
-            "xdotool search --onlyvisible --name '\\(.*x86\\)' getwindowname 2>/dev/null");
-    }
-    void Close() {
-        desktop::close(desktop::windows("x86").front());
-        EXPECT_EQ(m_program->waitForEnd(), 0);
-        EXPECT_EQ(m_program->output(), "");
+    void SetUp() override {
+        APerson::SetUp();
+        m_card = m_deck.add("acos-a04");
     }
     static std::string Content(const fs::path& path) {
         std::ifstream file(path, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(file), {});
     }
+    /// Opens every dialog, reads the card, writes to it.
+    void UseEverything() {
+        for (const Column column : {SIGNATURE, ENCRYPTION}) {
+            Press(column, SHOW);
+            EXPECT_NE(WhatTheViewerShows(), "");
+            Open(column, TEST, SIGNATURE_TEST);
+            CloseWindow(SIGNATURE_TEST);
+        }
+        Open(IDENTITY_LINK, SHOW, INFOBOX);
+        CloseWindow(INFOBOX);
+        m_deck.removeObject(m_card, "INFOBOX");
+        Open(IDENTITY_LINK, SHOW, NO_IDENTITY_LINK);
+        CloseWindow(NO_IDENTITY_LINK);
+        CloseWindow(INFOBOX);
+        m_deck.answerPins({"123456", "654321", "654321"});
+        Press(SIGNATURE, CHANGE_PIN);
+        EXPECT_TRUE(Shows(ButtonOk));
+    }
 
-    orseltest::SimDeck m_deck;
-    std::unique_ptr<Program> m_program;
+    std::string m_card;
 };
 
 /// Where the toolkit looks for the data directory: with the program's name, and before wxWidgets 3.2 without,
@@ -56,21 +56,18 @@ std::string WithVersion(const std::string& version) {
 } // namespace
 
 TEST_F(AConfiguredProgram, ShowsItsVersionInTheTitle) {
-    Start(WithVersion("1.2.3"));
-    EXPECT_EQ(Title(), "Kartenverwaltung (1.2.3, x86)");
-    Close();
+    Start(1, WithVersion("1.2.3"));
+    EXPECT_EQ(TitleOf(MAIN_WINDOW), "Kartenverwaltung (1.2.3, x86)");
 }
 
 TEST_F(AConfiguredProgram, HasTheShortTitleWithAnEmptyVersion) {
-    Start(WithVersion(""));
-    EXPECT_EQ(Title(), "Kartenverwaltung (x86)");
-    Close();
+    Start(1, WithVersion(""));
+    EXPECT_EQ(TitleOf(MAIN_WINDOW), "Kartenverwaltung (x86)");
 }
 
 TEST_F(AConfiguredProgram, HasTheShortTitleWithADamagedFile) {
-    Start("<orselclient><orsel_Client><Version>1.2");
-    EXPECT_EQ(Title(), "Kartenverwaltung (x86)");
-    Close();
+    Start(1, "<orselclient><orsel_Client><Version>1.2");
+    EXPECT_EQ(TitleOf(MAIN_WINDOW), "Kartenverwaltung (x86)");
 }
 
 TEST_F(AConfiguredProgram, NeverWritesASetting) {
@@ -80,25 +77,106 @@ TEST_F(AConfiguredProgram, NeverWritesASetting) {
     std::ofstream(user) << text;
     const auto old = fs::last_write_time(user) - std::chrono::hours(1);
     fs::last_write_time(user, old);
-    Start(WithVersion("1.2.3"));
+    Start(1, WithVersion("1.2.3"));
+    UseEverything();
     Close();
     EXPECT_EQ(fs::last_write_time(user), old);
     EXPECT_EQ(Content(user), text);
+    EXPECT_EQ(std::distance(fs::directory_iterator(user.parent_path()), fs::directory_iterator()), 1);
     EXPECT_EQ(Content(m_deck.folder() + "/etc/velmor/orselclient/config"), WithVersion("1.2.3"));
 }
 
-TEST_F(AConfiguredProgram, SpeaksEnglishWithTheCatalogue) {
-    for (const char* variable : DataDirVariables)
-        setenv(variable, ORSEL_CATALOGUE_DIR, 1);
-    Start(WithVersion("1.2.3"));
-    EXPECT_EQ(Title(), "Card manager (1.2.3, x86)");
-    Close();
-    for (const char* variable : DataDirVariables)
-        unsetenv(variable);
+TEST_F(AConfiguredProgram, TakesAnUnknownLanguageForTheSystems) {
+    Start(1, "<orselclient><orsel_Client><Language>99999</Language></orsel_Client></orselclient>");
+    EXPECT_EQ(TitleOf(MAIN_WINDOW), "Kartenverwaltung (x86)");
 }
 
-TEST_F(AConfiguredProgram, TakesAnUnknownLanguageForTheSystems) {
-    Start("<orselclient><orsel_Client><Language>99999</Language></orsel_Client></orselclient>");
-    EXPECT_EQ(Title(), "Kartenverwaltung (x86)");
-    Close();
+namespace {
+
+struct SystemLanguage {
+    const char* name;
+    const char* definition; ///< of the locale
+    std::vector<std::string> titles;
+};
+
+void PrintTo(const SystemLanguage& language, std::ostream* out) {
+    *out << language.definition;
+}
+
+/// The title of the infobox dialog stands in no catalogue.
+const std::vector<std::string> ENGLISH = {
+    "Card manager (x86)", "Signature test with the signature key (6-digit PIN)",
+    "Signature test with the encryption key (4-digit PIN)", "No identity link", "Infoboxbereich"};
+const std::vector<std::string> GERMAN = {"Kartenverwaltung (x86)",
+                                         "Unterschriftentest mit Signaturschlüssel (6-stellige PIN)",
+                                         "Unterschriftentest mit Geheimhaltungsschlüssel (4-stellige PIN)",
+                                         "Keine Personenbindung", "Infoboxbereich"};
+
+/// With the catalogue where the program looks for it, on a system with one locale, made for the test.
+class AProgramOnASystem : public AConfiguredProgram, public testing::WithParamInterface<SystemLanguage> {
+protected:
+    void SetUp() override {
+        AConfiguredProgram::SetUp();
+        const std::string locale = std::string(GetParam().definition) + ".UTF-8";
+        const std::string folder = m_deck.folder() + "/locales";
+        fs::create_directory(folder);
+        EXPECT_EQ(desktop::outputOf("localedef -f UTF-8 -i " + std::string(GetParam().definition) + " " +
+                                    folder + "/" + locale + " 2>&1"),
+                  "");
+        m_before = std::getenv("LC_ALL");
+        setenv("LOCPATH", folder.c_str(), 1);
+        setenv("LC_ALL", locale.c_str(), 1);
+        for (const char* variable : DataDirVariables)
+            setenv(variable, ORSEL_CATALOGUE_DIR, 1);
+    }
+    void TearDown() override {
+        AConfiguredProgram::TearDown();
+        for (const char* variable : DataDirVariables)
+            unsetenv(variable);
+        unsetenv("LOCPATH");
+        setenv("LC_ALL", m_before.c_str(), 1);
+    }
+    /// The titles of all windows that a person meets.
+    std::vector<std::string> Titles() {
+        std::vector<std::string> titles = {TitleOf(MAIN_WINDOW)};
+        for (const Column column : {SIGNATURE, ENCRYPTION}) {
+            Press(column, TEST);
+            EXPECT_TRUE(WaitForWindow(SIGNATURE_TEST));
+            titles.push_back(TitleOf(SIGNATURE_TEST));
+            CloseWindow(SIGNATURE_TEST);
+        }
+        m_deck.removeObject(m_card, "INFOBOX");
+        Press(IDENTITY_LINK, SHOW);
+        EXPECT_TRUE(WaitForWindow(NO_IDENTITY_LINK));
+        titles.push_back(TitleOf(NO_IDENTITY_LINK));
+        CloseWindow(NO_IDENTITY_LINK);
+        titles.push_back(TitleOf(INFOBOX));
+        CloseWindow(INFOBOX);
+        return titles;
+    }
+
+private:
+    std::string m_before;
+};
+
+INSTANTIATE_TEST_SUITE_P(Languages, AProgramOnASystem,
+                         testing::Values(SystemLanguage{"English", "en_US", ENGLISH},
+                                         SystemLanguage{"BritishEnglish", "en_GB", ENGLISH},
+                                         SystemLanguage{"German", "de_AT", GERMAN}),
+                         [](const auto& language) { return language.param.name; });
+
+} // namespace
+
+TEST_P(AProgramOnASystem, SpeaksItsLanguageInEveryWindow) {
+    Start(1);
+    EXPECT_EQ(Titles(), GetParam().titles);
+}
+
+TEST_F(AConfiguredProgram, SpeaksEnglishOnASystemWithoutALanguage) {
+    for (const char* variable : DataDirVariables)
+        setenv(variable, ORSEL_CATALOGUE_DIR, 1);
+    Start(1, WithVersion("1.2.3"));
+    for (const char* variable : DataDirVariables)
+        unsetenv(variable);
+    EXPECT_EQ(TitleOf(MAIN_WINDOW), "Card manager (1.2.3, x86)");
 }

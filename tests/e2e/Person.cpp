@@ -29,16 +29,20 @@ void APerson::TearDown() {
     unsetenv("TMPDIR");
     if (m_program == nullptr || HasFatalFailure())
         return;
-    // A window that is still busy with its first refresh does not close yet.
+    Close();
+    EXPECT_EQ(m_program->output(), "");
+    EXPECT_THAT(m_deck.trace("C_Finalize"), SizeIs(1));
+    EXPECT_EQ(Calls("C_OpenSession"), m_deck.trace("C_CloseSession").size());
+}
+
+// A window that is still busy with its first refresh does not close yet.
+void APerson::Close() {
     EXPECT_TRUE(desktop::waitFor([this] {
         for (const std::string& window : desktop::windows(MAIN_WINDOW))
             desktop::close(window);
         return !m_program->runs();
     }));
     EXPECT_EQ(m_program->waitForEnd(), 0);
-    EXPECT_EQ(m_program->output(), "");
-    EXPECT_THAT(m_deck.trace("C_Finalize"), SizeIs(1));
-    EXPECT_EQ(Calls("C_OpenSession"), m_deck.trace("C_CloseSession").size());
 }
 
 void APerson::Start(size_t cards, const std::string& configuration) {
@@ -114,6 +118,11 @@ void APerson::CloseWindow(const char* title) {
             desktop::close(window);
         return desktop::windows(title).empty();
     }));
+}
+
+std::string APerson::TitleOf(const char* title) {
+    return desktop::outputOf("xdotool search --onlyvisible --name '" + std::string(title) +
+                             "' getwindowname 2>/dev/null");
 }
 
 std::string APerson::TextIn(const char* title, Point place) {

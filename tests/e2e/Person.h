@@ -23,24 +23,28 @@ constexpr const char* NO_IDENTITY_LINK = "^(Keine Personenbindung|No identity li
 enum Column { SIGNATURE, ENCRYPTION, IDENTITY_LINK };
 enum Row { CHANGE_PIN, UNBLOCK_PIN, SHOW, TEST };
 
-/// Places in the dialogs, from the upper left corner of their content.
+/// Places in the dialogs, from the upper left corner of their content. The infobox' list is laid out once
+/// without its rows and once with them, so that everything on its right may stand a little farther.
 constexpr desktop::Point SIGN_BUTTON = {176, 261};
 constexpr desktop::Point VERIFY_BUTTON = {297, 261};
 constexpr desktop::Point DOCUMENT = {297, 55};
 constexpr desktop::Point ENCRYPT_BUTTON = {251, 297};
 constexpr desktop::Point CONTENT = {374, 154};
-constexpr desktop::Point BINARY_TAB = {261, 22};
+constexpr desktop::Point BINARY_TAB = {284, 22};
 
 class APerson : public testing::Test {
 protected:
     void SetUp() override;
 
-    /// Closes the window and expects that nothing is amiss: a good end, no output, no open session.
+    /// Closes the program and expects that nothing is amiss: no output, no open session.
     void TearDown() override;
 
     /// Starts the program, with a text for the system's configuration file if there is one, and waits until
     /// the list shows this many cards.
     void Start(size_t cards, const std::string& configuration = "");
+
+    /// Closes the main window and expects a good end.
+    void Close();
 
     /// Presses a button of the three boxes once.
     void PressOn(Column column, Row row);
@@ -56,6 +60,8 @@ protected:
     static bool ClickIn(const char* title, desktop::Point place);
     static bool WaitForWindow(const char* title);
     static void CloseWindow(const char* title);
+    /// The whole title.
+    static std::string TitleOf(const char* title);
     /// The whole text of the field at this place.
     static std::string TextIn(const char* title, desktop::Point place);
 
