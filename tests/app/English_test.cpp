@@ -4,6 +4,7 @@
 #include "app/I18N.h"
 
 #include <wx/ctrlsub.h>
+#include <wx/listbox.h>
 #include <wx/menu.h>
 #include <wx/notebook.h>
 
@@ -210,9 +211,7 @@ TEST_F(TheProgramInEnglish, KeepsTheInfoboxDialogGerman) {
     Open();
     const ModalDialogsClosed<InfoboxBereich> closer(
         ID_INFOBOX_CLOSE, [this](InfoboxBereich& dialog) { Collect(dialog, m_texts); },
-        [](InfoboxBereich& dialog) {
-            return dynamic_cast<wxItemContainer*>(dialog.FindWindow(ID_INFOBOX_LIST))->GetCount() == 3;
-        });
+        [](InfoboxBereich& dialog) { return ChildOf<wxListBox>(dialog)->GetCount() == 3; });
     Press(ID_PERS_SHOW);
     EXPECT_THAT(GermanIn(m_texts), ElementsAre("Infoboxbereich", "Personenbindung", "Schließen"));
     for (const char* text : {"Inhalt", "Binary", "unverschlüsselt speichern"})

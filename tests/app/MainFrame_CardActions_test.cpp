@@ -2,13 +2,19 @@
 // Selection and commands on the selected card, over the simulated token library.
 #include "app/MainFrame.h"
 
+#include <wx/combobox.h>
+#include <wx/listbox.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
+#include "dialogs/InfoboxBereich.h"
+#include "dialogs/TestDialog.h"
 #include "foundation/FileAndDirectory.h"
 #include "tests/app/CardWindow.h"
+#include "tests/dialogs/ModalDialogs.h"
 
 using orseltest::CardOptions;
 using testing::ElementsAre;
@@ -369,4 +375,66 @@ TEST_F(ShowingACertificate, CountsAsStartedWithoutAViewer) {
     Open();
     setenv("PATH", "/nowhere", 1);
     EXPECT_TRUE(m_frame->ShowCert(true));
+}
+
+// --- Dialogs -----------------------------------------------------------------------------------------------
+
+namespace {
+
+/// Opens the dialogs by their buttons and closes them once they have read the card.
+class OpeningADialog : public CardWindowTest<> {
+protected:
+    void Open(int button) {
+        m_deck.clearTrace();
+        m_rows.clear();
+        Press(button);
+    }
+
+    std::vector<wxString> m_rows; ///< of the hashes, or of the infobox
+    ModalDialogsAnswered m_noPersB{"Keine Personenbindung", 0};
+
+private:
+    void Keep(const wxArrayString& rows) { m_rows.assign(rows.begin(), rows.end()); }
+
+    ModalDialogsClosed<TestDialog> m_tests{
+        ID_TEST_CLOSE, [this](TestDialog& dialog) { Keep(ChildOf<wxComboBox>(dialog)->GetStrings()); }};
+    ModalDialogsClosed<InfoboxBereich> m_infoboxes{
+        ID_INFOBOX_CLOSE, [this](InfoboxBereich& dialog) { Keep(ChildOf<wxListBox>(dialog)->GetStrings()); },
+        [this](InfoboxBereich& dialog) {
+            return ChildOf<wxListBox>(dialog)->GetCount() > 0 || !m_deck.trace("C_CloseSession").empty();
+        }};
+};
+
+} // namespace
+
+TEST_F(OpeningADialog, ReadsTheSelectedCardAndNotTheFirst) {
+    m_deck.add("acos-a03");
+    m_deck.add("acos-a04");
+    CardWindowTest::Open(); // the second is on top and selected
+    Open(ID_SIG_TEST);
+    EXPECT_THAT(m_rows, ElementsAre("SHA-1", "RIPEMD-160", "SHA-256"));
+    Open(ID_PERS_SHOW);
+    EXPECT_THAT(m_rows, ElementsAre("01 PERSONENBINDUNG", "02 RFU1", "0a RFU2"));
+    Select(1);
+    Open(ID_SIG_TEST);
+    EXPECT_THAT(m_rows, ElementsAre("SHA-1", "RIPEMD-160"));
+    Open(ID_PERS_SHOW);
+    EXPECT_THAT(m_rows, ElementsAre("Personenbindung", "RFU1", "RFU2"));
+}
+
+TEST_F(OpeningADialog, TellsOfAMissingIdentityLinkButNotOnAnECard) {
+    for (const auto& [kind, told] : {std::pair<const char*, int>{"acos-a04", 1}, {"ecard-g4", 0}}) {
+        SCOPED_TRACE(kind);
+        const std::string card = m_deck.add(kind);
+        m_deck.removeObject(card, "INFOBOX");
+        if (m_frame == nullptr)
+            CardWindowTest::Open();
+        else
+            Reload();
+        m_noPersB.count = 0;
+        Open(ID_PERS_SHOW);
+        EXPECT_THAT(m_rows, IsEmpty());
+        EXPECT_EQ(m_noPersB.count, told);
+        m_deck.remove(card);
+    }
 }

@@ -164,15 +164,6 @@ std::string Rows(const wxArrayString& rows) {
     return text;
 }
 
-template <typename Control>
-Control* ChildOf(const wxWindow& window) {
-    for (wxWindow* child : window.GetChildren()) {
-        if (auto* control = dynamic_cast<Control*>(child))
-            return control;
-    }
-    return nullptr;
-}
-
 wxListBox* ListOf(const wxWindow& dialog) {
     return ChildOf<wxListBox>(dialog);
 }

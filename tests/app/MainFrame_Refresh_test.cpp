@@ -185,6 +185,23 @@ TEST_F(ARefresh, KeepsTheWindowDisabledBehindTheBusyDialogUntilItIsDone) {
     EXPECT_EQ(m_frame->list_cards->GetItemCount(), 1);
 }
 
+TEST_F(ARefresh, HasItsBusyDialogInTheMiddleOfTheWindowWhereverThatIs) {
+    m_deck.add("acos-a03", CardOptions().delayMs(1500));
+    Open();
+    for (const wxPoint place : {wxPoint(0, 30), wxPoint(400, 200)}) {
+        m_frame->Move(place);
+        RunFor(200);
+        wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
+        m_frame->button_reload->GetEventHandler()->ProcessEvent(click);
+        EXPECT_TRUE(RunUntil([this] {
+            const wxPoint middle = m_frame->m_pleaseWait.ClientToScreen(wxPoint(110, 50));
+            const wxPoint off = middle - (m_frame->GetPosition() + m_frame->GetSize() / 2);
+            return m_frame->m_pleaseWait.IsShown() && std::abs(off.x) < 30 && std::abs(off.y) < 30;
+        })) << place.x;
+        ASSERT_TRUE(RunUntil([this] { return Idle(); }));
+    }
+}
+
 TEST_F(ARefresh, LeavesNoBusyDialogBehindHoweverShortItWas) {
     Open();
     for (int i = 0; i < 10; ++i)

@@ -19,6 +19,16 @@ inline bool Press(wxWindow& window, int id) {
     return window.GetEventHandler()->ProcessEvent(click);
 }
 
+/// The first control of a class in a dialog; null without one.
+template <typename Control>
+Control* ChildOf(const wxWindow& window) {
+    for (wxWindow* child : window.GetChildren()) {
+        if (auto* control = dynamic_cast<Control*>(child))
+            return control;
+    }
+    return nullptr;
+}
+
 /// Runs the dialog modally and acts once, as soon as it is ready. The action has to end the run, and gives
 /// the result. A dialog that is not ready within ten seconds fails the test and ends with -99.
 inline int RunModal(
