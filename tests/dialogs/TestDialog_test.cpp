@@ -272,6 +272,10 @@ protected:
     void SetUp() override {
         m_dialog.m_fadeTimer.SetOwner(&m_dialog, 5445); // as a card does
         m_dialog.Show(true);
+        // On a busy machine the window manager takes its time with the border, and the layout follows it.
+        ASSERT_TRUE(RunUntil([this] {
+            return m_dialog.GetSize() != m_dialog.GetClientSize() && m_dialog.panel_left->GetSize().x > 100;
+        }));
         RunFor(100);
     }
     /// Steps until that many have been made since the status was set.
