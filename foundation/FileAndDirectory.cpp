@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -40,15 +41,15 @@ void LogError(const std::string& text) {
 
 /// The size by seeking; the position is at the start afterwards. A directory opens like a file, but its size
 /// says nothing: it counts as empty, as does what cannot seek.
-unsigned long SizeOf(FILE* file) {
+std::uint64_t SizeOf(FILE* file) {
     struct stat status = {};
     if (fstat(fileno(file), &status) != 0 || S_ISDIR(status.st_mode)) {
         return 0;
     }
-    std::fseek(file, 0, SEEK_END);
-    const long size = std::ftell(file);
+    fseeko(file, 0, SEEK_END); // a long ends at 2 GiB on 32 bits
+    const off_t size = ftello(file);
     std::rewind(file);
-    return static_cast<unsigned long>(std::max(size, 0L));
+    return static_cast<std::uint64_t>(std::max<off_t>(size, 0));
 }
 
 bool StartsWithSeparator(const std::string& path) {
@@ -66,8 +67,8 @@ std::string Variable(const char* name, const std::string& otherwise) {
 
 void CopyBlocks(FILE* source, const std::string& from, FILE* target, const std::string& to) {
     std::array<char, 1024> block = {};
-    for (unsigned long remaining = SizeOf(source); remaining > 0 && std::feof(source) == 0;) {
-        const std::size_t length = std::min<unsigned long>(block.size(), remaining);
+    for (std::uint64_t remaining = SizeOf(source); remaining > 0 && std::feof(source) == 0;) {
+        const std::size_t length = static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), remaining));
         if (std::fread(block.data(), length, 1, source) != 1) {
             for (const std::string& text :
                  {std::string("WARNING: error during copy from"), from, std::string("to"), to}) {
@@ -158,7 +159,8 @@ bool ReadCompleteFileBinary(const std::string& path, char*& data, unsigned long&
     if (file == nullptr) {
         return false;
     }
-    size = SizeOf(file.get());
+    const std::uint64_t whole = SizeOf(file.get());
+    size = whole <= PTRDIFF_MAX ? static_cast<unsigned long>(whole) : 0; // what no memory can hold fails
     data = new char[size];
     return std::fread(data, size, 1, file.get()) == 1;
 }
