@@ -125,6 +125,16 @@ void replaceFile(const std::string& path, const Bytes& content) {
     }
 }
 
+OpenDirectory::OpenDirectory(const std::string& directory)
+    : m_descriptor(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+      m_isMissing(m_descriptor < 0 && errno == ENOENT),
+      m_path(m_descriptor < 0 ? directory : "/proc/self/fd/" + std::to_string(m_descriptor)) {}
+
+OpenDirectory::~OpenDirectory() {
+    if (m_descriptor >= 0)
+        close(m_descriptor);
+}
+
 DirectoryLock::DirectoryLock(const std::string& directory)
     : m_descriptor(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
     while (m_descriptor >= 0 && flock(m_descriptor, LOCK_EX) != 0 && errno == EINTR) {

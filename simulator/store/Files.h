@@ -48,6 +48,25 @@ Bytes readFile(const std::string& path);
 /// the new one. Throws FileError and leaves the old file when that fails.
 void replaceFile(const std::string& path, const Bytes& content);
 
+/// A directory that stays the same one while it is read, also when it is renamed meanwhile.
+class OpenDirectory {
+public:
+    explicit OpenDirectory(const std::string& directory);
+    ~OpenDirectory();
+    OpenDirectory(const OpenDirectory&) = delete; // one descriptor, one owner
+    OpenDirectory& operator=(const OpenDirectory&) = delete;
+
+    /// Whether there was no such directory.
+    bool isMissing() const { return m_isMissing; }
+    /// A path that leads to it as long as this object lives; the one given when it cannot be opened.
+    const std::string& path() const { return m_path; }
+
+private:
+    int m_descriptor;
+    bool m_isMissing;
+    std::string m_path;
+};
+
 /// Keeps other processes from changing a card between reading its state and writing it back. A
 /// directory that cannot be locked is used without: a read-only deck can still be read.
 class DirectoryLock {

@@ -85,17 +85,25 @@ void Deck::look(Entry& entry) {
 }
 
 void Deck::read(Entry& entry) {
+    const std::string& shown = entry.slot.directory;
+    const OpenDirectory directory(shown);
+    if (directory.isMissing())
+        return; // taken out, which is no damage; a card that goes from here on is still read as a whole
     std::string complaint;
     try {
         // Taken first: a record that is replaced while the card is read makes the next look read again.
-        const auto recordStamp = stampOf(recordPath(entry.slot.directory));
-        entry.slot.card = TokenCard::load(entry.slot.directory);
-        entry.stamps = stampsOf(entry.slot.directory, entry.slot.card->card());
+        const auto recordStamp = stampOf(recordPath(directory.path()));
+        entry.slot.card = TokenCard::load(directory.path());
+        entry.stamps = stampsOf(directory.path(), entry.slot.card->card());
         entry.stamps.front() = recordStamp;
     } catch (const std::exception& error) {
-        if (!stampOf(entry.slot.directory))
-            return; // taken out while it was read, which is no damage
-        complaint = "OrselP11: card " + entry.slot.name + " is skipped: " + error.what();
+        if (!stampOf(shown))
+            return; // thrown away while it was read
+        std::string reason = error.what();
+        const size_t place = reason.find(directory.path());
+        if (place != std::string::npos)
+            reason.replace(place, directory.path().size(), shown);
+        complaint = "OrselP11: card " + entry.slot.name + " is skipped: " + reason;
     }
     if (!complaint.empty() && complaint != entry.complaint)
         std::cerr << oneLine(complaint) + "\n";
