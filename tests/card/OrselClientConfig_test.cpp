@@ -3,7 +3,7 @@
 #include "card/OrselClientConfig.h"
 
 #include "foundation/Config.h"
-#include "tests/card/TokenLibraryMock.h"
+#include "tests/card/ProbedCard.h"
 #include "tests/foundation/SystemConfig.h"
 
 using testing::ElementsAre;

@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "tests/card/TokenLibraryMock.h"
 
+#define ORSEL_INSTANTIATE_MOCKER(...)                                                                        \
+    template class testing::internal::FunctionMocker<__VA_ARGS__>;                                           \
+    template class testing::internal::TypedExpectation<__VA_ARGS__>;                                         \
+    template class testing::internal::MockSpec<__VA_ARGS__>;
+ORSEL_MOCKED_SIGNATURES(ORSEL_INSTANTIATE_MOCKER)
+
 using testing::_;
 using testing::DoAll;
 using testing::IsNull;
@@ -12,7 +18,6 @@ using Velmor::tkPKCS11;
 namespace {
 
 TokenLibrary* g_library = nullptr;
-std::vector<std::string> g_lines;
 
 /// The plain function that forwards to one mocked method.
 template <auto Method>
@@ -24,6 +29,9 @@ struct Forward<Method> {
 };
 
 } // namespace
+
+TokenLibrary::TokenLibrary() = default;
+TokenLibrary::~TokenLibrary() = default;
 
 void TokenLibrary::Install() {
     g_library = this;
@@ -73,36 +81,6 @@ void TokenLibrary::Remove() {
     tkPKCS11::Proc_C_Verify = nullptr;
     tkPKCS11::Proc_C_CardTransmit = nullptr;
     tkPKCS11::Proc_C_CardAttribute = nullptr;
-}
-
-LogCapture::LogCapture() {
-    g_lines.clear();
-    Velmor::tkPKCS11Logging::SetErrorLoggingFunc(
-        [](const char* line) { g_lines.push_back(std::string("E ") + line); });
-    Velmor::tkPKCS11Logging::SetMessageLoggingFunc(
-        [](const char* line) { g_lines.push_back(std::string("M ") + line); });
-}
-
-LogCapture::~LogCapture() {
-    Velmor::tkPKCS11Logging::SetErrorLoggingFunc(nullptr);
-    Velmor::tkPKCS11Logging::SetMessageLoggingFunc(nullptr);
-}
-
-std::vector<std::string> LogCapture::Lines() {
-    return g_lines;
-}
-
-std::vector<std::string> LogCapture::Errors() {
-    std::vector<std::string> errors;
-    for (const std::string& line : g_lines) {
-        if (line[0] == 'E')
-            errors.push_back(line.substr(2));
-    }
-    return errors;
-}
-
-void LogCapture::Clear() {
-    g_lines.clear();
 }
 
 CK_TOKEN_INFO Token(const std::string& label, const std::string& serial, const std::string& model,

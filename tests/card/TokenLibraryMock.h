@@ -3,9 +3,6 @@
 #ifndef ORSEL_TESTS_CARD_TOKENLIBRARYMOCK_H
 #define ORSEL_TESTS_CARD_TOKENLIBRARYMOCK_H
 
-#include "card/tkPKCS11.h"
-#include "card/tkPKCS11Logging.h"
-
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -13,9 +10,38 @@
 #include <string>
 #include <vector>
 
+#include "tests/card/ProbedCard.h"
+
+// The templates behind the mocked methods are large. They are instantiated in TokenLibraryMock.cpp alone.
+#define ORSEL_MOCKED_SIGNATURES(DO)                                                                          \
+    DO(CK_RV(void*))                                                                                         \
+    DO(CK_RV(CK_INFO*))                                                                                      \
+    DO(CK_RV(CK_BBOOL, CK_SLOT_ID*, CK_ULONG*))                                                              \
+    DO(CK_RV(CK_SLOT_ID, CK_SLOT_INFO*))                                                                     \
+    DO(CK_RV(CK_SLOT_ID, CK_TOKEN_INFO*))                                                                    \
+    DO(CK_RV(CK_SLOT_ID, CK_FLAGS, void*, CK_NOTIFY, CK_SESSION_HANDLE*))                                    \
+    DO(CK_RV(CK_SESSION_HANDLE))                                                                             \
+    DO(CK_RV(CK_SESSION_HANDLE, CK_USER_TYPE, CK_UTF8CHAR*, CK_ULONG))                                       \
+    DO(CK_RV(CK_SESSION_HANDLE, CK_ATTRIBUTE*, CK_ULONG))                                                    \
+    DO(CK_RV(CK_SESSION_HANDLE, CK_OBJECT_HANDLE*, CK_ULONG, CK_ULONG*))                                     \
+    DO(CK_RV(CK_SESSION_HANDLE, CK_OBJECT_HANDLE, CK_ATTRIBUTE*, CK_ULONG))                                  \
+    DO(CK_RV(CK_SESSION_HANDLE, CK_MECHANISM*, CK_OBJECT_HANDLE))                                            \
+    DO(CK_RV(CK_SESSION_HANDLE, CK_BYTE*, CK_ULONG, CK_BYTE*, CK_ULONG*))                                    \
+    DO(CK_RV(CK_SESSION_HANDLE, CK_BYTE*, CK_ULONG, CK_BYTE*, CK_ULONG))                                     \
+    DO(CK_RV(CK_SESSION_HANDLE, const unsigned char*, unsigned long, unsigned char*, unsigned long*))        \
+    DO(CK_RV(CK_SESSION_HANDLE, const char*, unsigned char*, unsigned long*))
+#define ORSEL_DECLARE_MOCKER(...)                                                                            \
+    extern template class testing::internal::FunctionMocker<__VA_ARGS__>;                                    \
+    extern template class testing::internal::TypedExpectation<__VA_ARGS__>;                                  \
+    extern template class testing::internal::MockSpec<__VA_ARGS__>;
+ORSEL_MOCKED_SIGNATURES(ORSEL_DECLARE_MOCKER)
+
 /// One planned or unplanned call for each entry point that the card class calls.
 class TokenLibrary {
 public:
+    TokenLibrary();
+    ~TokenLibrary();
+
     MOCK_METHOD(CK_RV, Initialize, (void*));
     MOCK_METHOD(CK_RV, Finalize, (void*));
     MOCK_METHOD(CK_RV, GetInfo, (CK_INFO*));
@@ -42,32 +68,6 @@ public:
     /// Puts these entry points into the function table, respectively takes everything out of it.
     void Install();
     static void Remove();
-};
-
-/// The card class with its state in sight.
-class ProbedCard : public Velmor::tkPKCS11 {
-public:
-    using tkPKCS11::m_Atr;
-    using tkPKCS11::m_bInitialized;
-    using tkPKCS11::m_CardType;
-    using tkPKCS11::m_CertVector;
-    using tkPKCS11::m_ClientVersion;
-    using tkPKCS11::m_Description;
-    using tkPKCS11::m_hLibrary;
-    using tkPKCS11::m_Manufacturer;
-    using tkPKCS11::m_SlotIndex;
-    using tkPKCS11::m_Slots;
-    using tkPKCS11::m_Version;
-};
-
-/// Everything the card class reports while this stands, errors with "E " and messages with "M " before them.
-class LogCapture {
-public:
-    LogCapture();
-    ~LogCapture();
-    static std::vector<std::string> Lines();
-    static std::vector<std::string> Errors();
-    static void Clear();
 };
 
 /// A card object over mocked entry points; there is no library on the loader path.

@@ -2,7 +2,9 @@
 #ifndef ORSEL_TESTS_CARD_TOKENTEST_H
 #define ORSEL_TESTS_CARD_TOKENTEST_H
 
-#include "tests/card/TokenLibraryMock.h"
+#include <gmock/gmock.h>
+
+#include "tests/card/ProbedCard.h"
 #include "tests/support/SimDeck.h"
 
 #include <memory>

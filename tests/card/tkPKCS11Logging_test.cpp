@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/card/TokenLibraryMock.h"
+#include "tests/card/ProbedCard.h"
 
 #include "card/tkPKCS11Logging.h"
 

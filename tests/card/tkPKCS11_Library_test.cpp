@@ -2,7 +2,7 @@
 // Binding to libraries that lack entry points.
 #include "card/tkPKCS11.h"
 
-#include "tests/card/TokenLibraryMock.h"
+#include "tests/card/ProbedCard.h"
 
 using testing::ElementsAre;
 using namespace Velmor;
