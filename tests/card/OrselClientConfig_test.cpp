@@ -3,6 +3,8 @@
 #include "card/OrselClientConfig.h"
 
 #include "foundation/Config.h"
+#include <gmock/gmock.h>
+
 #include "tests/card/ProbedCard.h"
 #include "tests/foundation/SystemConfig.h"
 

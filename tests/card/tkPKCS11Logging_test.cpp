@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+
 #include "tests/card/ProbedCard.h"
 
 #include "card/tkPKCS11Logging.h"

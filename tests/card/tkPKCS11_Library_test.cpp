@@ -2,6 +2,8 @@
 // Binding to libraries that lack entry points.
 #include "card/tkPKCS11.h"
 
+#include <gmock/gmock.h>
+
 #include "tests/card/ProbedCard.h"
 
 using testing::ElementsAre;
