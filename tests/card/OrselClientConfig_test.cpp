@@ -16,7 +16,11 @@ namespace {
 /// Every test is a process of its own: the file is read once in a process.
 class TheClientsVersion : public testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_system.IsAvailable()); }
+    void SetUp() override {
+        if (!SystemConfig::Obstacle().empty()) {
+            GTEST_SKIP() << SystemConfig::Obstacle();
+        }
+    }
     static void Write(const std::string& version) {
         SystemConfig::MakeDirectory();
         SystemConfig::Write("<orselclient><orsel_Client><Version>" + version +

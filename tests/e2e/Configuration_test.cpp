@@ -8,16 +8,30 @@
 
 #include "images/Images.h"
 #include "tests/e2e/Person.h"
+#include "tests/support/PrivateEtc.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-class AConfiguredProgram : public APerson {
+class AProgramWithACard : public APerson {
 protected:
     void SetUp() override {
         APerson::SetUp();
         m_card = m_deck.add("acos-a04");
+    }
+    std::string m_card;
+};
+
+/// With a file of the system's configuration.
+class AConfiguredProgram : public AProgramWithACard {
+protected:
+    void SetUp() override {
+        AProgramWithACard::SetUp();
+        const std::string obstacle = privateetc::Obstacle();
+        if (!obstacle.empty()) {
+            GTEST_SKIP() << obstacle;
+        }
     }
     static std::string Content(const fs::path& path) {
         std::ifstream file(path, std::ios::binary);
@@ -41,8 +55,6 @@ protected:
         Press(SIGNATURE, CHANGE_PIN);
         EXPECT_TRUE(Shows(ButtonOk));
     }
-
-    std::string m_card;
 };
 
 /// Where the toolkit looks for the data directory: with the program's name, and before wxWidgets 3.2 without,
@@ -113,10 +125,10 @@ const std::vector<std::string> GERMAN = {"Kartenverwaltung (x86)",
                                          "Keine Personenbindung", "Infoboxbereich"};
 
 /// With the catalogue where the program looks for it, on a system with one locale, made for the test.
-class AProgramOnASystem : public AConfiguredProgram, public testing::WithParamInterface<SystemLanguage> {
+class AProgramOnASystem : public AProgramWithACard, public testing::WithParamInterface<SystemLanguage> {
 protected:
     void SetUp() override {
-        AConfiguredProgram::SetUp();
+        AProgramWithACard::SetUp();
         const std::string locale = std::string(GetParam().definition) + ".UTF-8";
         const std::string folder = m_deck.folder() + "/locales";
         fs::create_directory(folder);
@@ -130,7 +142,7 @@ protected:
             setenv(variable, ORSEL_CATALOGUE_DIR, 1);
     }
     void TearDown() override {
-        AConfiguredProgram::TearDown();
+        AProgramWithACard::TearDown();
         for (const char* variable : DataDirVariables)
             unsetenv(variable);
         unsetenv("LOCPATH");

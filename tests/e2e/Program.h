@@ -11,8 +11,8 @@
 /// Its output goes to a file in the folder that it is given, which is its home too.
 class Program {
 public:
-    /// With a text for the system's configuration file the program sees an "/etc" that has it, laid over the
-    /// real one in a mount namespace of its own.
+    /// With a text for the system's configuration file the program sees an "/etc" of its own that has it. A
+    /// machine that allows none is found out before, by privateetc::Obstacle().
     explicit Program(const std::string& folder, const std::string& systemConfiguration = "");
     ~Program();
     Program(const Program&) = delete; // one process, one owner
