@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/e2e/Answer.h"
+
 namespace desktop {
 
 /// One visible pixel of a picture.
@@ -181,8 +183,25 @@ std::string clipboard() {
     return outputOf("timeout 5 xclip -out -selection clipboard 2>/dev/null");
 }
 
+void emptyClipboard() {
+    outputOf("timeout 5 xclip -in -selection clipboard </dev/null >/dev/null 2>&1");
+}
+
 void close(const std::string& window) {
     xdotool("windowactivate --sync " + window + " key --clearmodifiers alt+F4");
+}
+
+bool closeAll(const std::string& title) {
+    const auto areGone = [&title] { return windows(title).empty(); };
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        for (const std::string& window : windows(title)) {
+            close(window);
+        }
+        if (waitFor(areGone, 3)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::string outputOf(const std::string& command) {
@@ -209,11 +228,17 @@ bool waitFor(const std::function<bool()>& condition, int seconds) {
     return true;
 }
 
-bool actUntil(const std::function<void()>& act, const std::function<bool()>& hasEffect) {
+bool actUntil(const std::string& window, const std::function<void()>& act,
+              const std::function<bool()>& hasEffect) {
     for (int attempt = 0; attempt < 4; ++attempt) {
         act();
-        if (waitFor(hasEffect, 10))
-            return true;
+        // By its first answer the program has read the press, by its second it has dealt with it.
+        for (int answer = 0; answer < 2; ++answer) {
+            if (!waitForAnswer(window))
+                return false;
+            if (waitFor(hasEffect, 3))
+                return true;
+        }
     }
     return false;
 }

@@ -59,9 +59,14 @@ std::optional<Point> placeOf(const std::string& title);
 
 /// What was copied last.
 std::string clipboard();
+void emptyClipboard();
 
-/// Closes a window as a person does, with Alt and F4.
+/// Asks a window to close, as a person does with Alt and F4. A window that is busy may not hear it.
 void close(const std::string& window);
+
+/// Asks all windows of a title to close, and those that stay once more, until there is none. False when
+/// nothing helps.
+bool closeAll(const std::string& title);
 
 /// Output of a shell command without its last line end.
 std::string outputOf(const std::string& command);
@@ -69,9 +74,11 @@ std::string outputOf(const std::string& command);
 /// Waits until the condition holds; false after that many seconds without it.
 bool waitFor(const std::function<bool()>& condition, int seconds = 20);
 
-/// Acts and waits until the effect shows. A press is lost on a window that is busy at that moment, so without
-/// the effect within ten seconds it acts again. False when nothing helps.
-bool actUntil(const std::function<void()>& act, const std::function<bool()>& hasEffect);
+/// Acts and waits until the effect shows. A press is lost on a window that is busy at that moment: when the
+/// program has answered behind it and there is no effect, it acts again. `window` is one of the program's.
+/// False when nothing helps.
+bool actUntil(const std::string& window, const std::function<void()>& act,
+              const std::function<bool()>& hasEffect);
 
 } // namespace desktop
 

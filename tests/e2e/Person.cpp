@@ -2,12 +2,14 @@
 #include "tests/e2e/Person.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "images/Images.h"
+#include "tests/e2e/Answer.h"
 
 namespace fs = std::filesystem;
 using desktop::Point;
@@ -35,13 +37,8 @@ void APerson::TearDown() {
     EXPECT_EQ(Calls("C_OpenSession"), m_deck.trace("C_CloseSession").size());
 }
 
-// A window that is still busy with its first refresh does not close yet.
 void APerson::Close() {
-    EXPECT_TRUE(desktop::waitFor([this] {
-        for (const std::string& window : desktop::windows(MAIN_WINDOW))
-            desktop::close(window);
-        return !m_program->runs();
-    }));
+    EXPECT_TRUE(desktop::closeAll(MAIN_WINDOW));
     EXPECT_EQ(m_program->waitForEnd(), 0);
 }
 
@@ -50,7 +47,11 @@ void APerson::Start(size_t cards, const std::string& configuration) {
     ASSERT_TRUE(desktop::waitFor([=] {
         return desktop::Screen::capture().find(chip_small_xpm).size() == cards;
     })) << m_program->output();
+    // The buttons are enabled before the busy dialog goes.
     ASSERT_TRUE(desktop::waitFor([] { return desktop::windows("^(Bitte warten|Please wait)").empty(); }));
+    const auto mainWindows = desktop::windows(MAIN_WINDOW);
+    ASSERT_THAT(mainWindows, SizeIs(1));
+    m_mainWindow = mainWindows.front();
     const auto reload = desktop::Screen::capture().find(ButtonReload);
     ASSERT_THAT(reload, SizeIs(1));
     m_reload = reload.front();
@@ -76,10 +77,11 @@ void APerson::PressOn(Column column, Row row) {
     desktop::click(PlaceOf(column, row));
 }
 
+// Every command begins with the list of slots, which is not asked for at the end of any.
 void APerson::Press(Column column, Row row) {
-    const size_t before = m_deck.trace().size();
-    EXPECT_TRUE(
-        desktop::actUntil([=] { PressOn(column, row); }, [=] { return m_deck.trace().size() > before; }));
+    const size_t before = m_deck.trace("C_GetSlotList").size();
+    EXPECT_TRUE(ActUntil([=] { PressOn(column, row); },
+                         [=] { return m_deck.trace("C_GetSlotList").size() > before; }));
 }
 
 void APerson::PressReload() {
@@ -101,6 +103,10 @@ bool APerson::ButtonsAreReady() {
 
 // --- Any window --------------------------------------------------------------------------------------------
 
+bool APerson::ActUntil(const std::function<void()>& act, const std::function<bool()>& hasEffect) {
+    return desktop::actUntil(m_mainWindow, act, hasEffect);
+}
+
 bool APerson::ClickIn(const char* title, Point place) {
     const auto corner = desktop::placeOf(title);
     if (corner)
@@ -112,12 +118,16 @@ bool APerson::WaitForWindow(const char* title) {
     return desktop::waitFor([=] { return !desktop::windows(title).empty(); });
 }
 
+bool APerson::WaitForFocus(const char* title) {
+    return desktop::waitFor([=] {
+        const auto all = desktop::windows(title);
+        return std::count(all.begin(), all.end(), desktop::outputOf("xdotool getactivewindow 2>/dev/null")) >
+               0;
+    });
+}
+
 void APerson::CloseWindow(const char* title) {
-    EXPECT_TRUE(desktop::waitFor([=] {
-        for (const std::string& window : desktop::windows(title))
-            desktop::close(window);
-        return desktop::windows(title).empty();
-    }));
+    EXPECT_TRUE(desktop::closeAll(title));
 }
 
 std::string APerson::TitleOf(const char* title) {
@@ -125,14 +135,28 @@ std::string APerson::TitleOf(const char* title) {
                              "' getwindowname 2>/dev/null");
 }
 
+// What was copied before is not taken for what the field shows: by its answer the window has copied, or it
+// has lost the keys.
 std::string APerson::TextIn(const char* title, Point place) {
+    const auto all = desktop::windows(title);
+    if (all.empty())
+        return "";
+    desktop::emptyClipboard();
     ClickIn(title, place);
     desktop::press("ctrl+a ctrl+c");
+    desktop::waitForAnswer(all.front());
     return desktop::clipboard();
 }
 
+// The program stands still while it is photographed: the picture fades by the program's own clock, however
+// long a photograph takes.
 bool APerson::Shows(const char* const* picture) {
-    return desktop::waitFor([=] { return !desktop::Screen::capture().find(picture).empty(); }, 5);
+    return desktop::waitFor([=] {
+        m_program->kill(SIGSTOP);
+        const auto places = desktop::Screen::capture().find(picture);
+        m_program->kill(SIGCONT);
+        return !places.empty();
+    });
 }
 
 // --- Behind the screen -------------------------------------------------------------------------------------

@@ -48,7 +48,7 @@ protected:
 
     /// Presses a button of the three boxes once.
     void PressOn(Column column, Row row);
-    /// Presses it, and again if need be, until the program turns to the card.
+    /// Presses it, and again if the press is lost, until the program turns to the card for the command.
     void Press(Column column, Row row);
     void PressReload();
     /// Presses that button until the window that it opens is there.
@@ -56,17 +56,21 @@ protected:
     /// Waits until the main window's buttons look as they did at the start.
     bool ButtonsAreReady();
 
+    /// Acts until the effect shows, and again only when the program has not heard of it.
+    bool ActUntil(const std::function<void()>& act, const std::function<bool()>& hasEffect);
     /// Clicks into a window. False when there is none of this title.
     static bool ClickIn(const char* title, desktop::Point place);
     static bool WaitForWindow(const char* title);
+    /// Waits until keys go to the window of this title.
+    static bool WaitForFocus(const char* title);
     static void CloseWindow(const char* title);
     /// The whole title.
     static std::string TitleOf(const char* title);
-    /// The whole text of the field at this place.
+    /// The whole text of the field at this place, as far as the window takes a click and keys right now.
     static std::string TextIn(const char* title, desktop::Point place);
 
-    /// Whether the tick or the cross comes on the screen.
-    static bool Shows(const char* const* picture);
+    /// Whether the tick or the cross comes on the screen, where it stays for a second and a half only.
+    bool Shows(const char* const* picture);
 
     /// How many calls of a function ended like this.
     size_t Calls(const char* function, const char* result = "CKR_OK");
@@ -86,6 +90,7 @@ private:
     std::string Shown() const { return m_deck.folder() + "/shown.cer"; }
     void PointAway() const;
 
+    std::string m_mainWindow;
     desktop::Point m_reload = {}; ///< the reload button's picture
     desktop::Screen m_atStart;
     std::string m_oldPath;

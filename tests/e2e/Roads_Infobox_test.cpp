@@ -20,7 +20,7 @@ protected:
     /// Clicks a row of the list, until the object behind it is read once more.
     void Select(int row, const std::string& label) {
         const size_t before = Searches(label);
-        EXPECT_TRUE(desktop::actUntil(
+        EXPECT_TRUE(ActUntil(
             [=] {
                 ClickIn(INFOBOX, {60, 17 + 25 * row});
             },
@@ -46,8 +46,8 @@ protected:
     /// Presses the button that switches an entry's protection, and waits for the list to be read anew.
     void Toggle() {
         const size_t before = Searches("INFOBOX");
-        EXPECT_TRUE(desktop::actUntil([] { ClickIn(INFOBOX, ENCRYPT_BUTTON); },
-                                      [=] { return Searches("INFOBOX") == before + 1; }));
+        EXPECT_TRUE(ActUntil([] { ClickIn(INFOBOX, ENCRYPT_BUTTON); },
+                             [=] { return Searches("INFOBOX") == before + 1; }));
     }
 
     std::string m_card;

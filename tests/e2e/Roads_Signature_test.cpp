@@ -12,15 +12,15 @@ protected:
     /// Presses the button that signs. The library is asked for the size of the signature first.
     void Sign() {
         const size_t before = Calls("C_Sign");
-        EXPECT_TRUE(desktop::actUntil([] { ClickIn(SIGNATURE_TEST, SIGN_BUTTON); },
-                                      [=] { return Calls("C_Sign") == before + 2; }));
+        EXPECT_TRUE(ActUntil([] { ClickIn(SIGNATURE_TEST, SIGN_BUTTON); },
+                             [=] { return Calls("C_Sign") == before + 2; }));
         EXPECT_TRUE(Shows(ButtonOk));
     }
     /// Presses the button that verifies, and expects this answer of the card.
     void Verify(const char* result, const char* const* picture) {
         const size_t before = Calls("C_Verify", result);
-        EXPECT_TRUE(desktop::actUntil([] { ClickIn(SIGNATURE_TEST, VERIFY_BUTTON); },
-                                      [=] { return Calls("C_Verify", result) == before + 1; }));
+        EXPECT_TRUE(ActUntil([] { ClickIn(SIGNATURE_TEST, VERIFY_BUTTON); },
+                             [=] { return Calls("C_Verify", result) == before + 1; }));
         EXPECT_TRUE(Shows(picture));
     }
     /// Presses a key at the end of the text, once the dialog has shown by giving the text that it listens.
@@ -66,8 +66,11 @@ TEST_F(APersonWithAKey, SeesTheVerificationFailAsLongAsTheTextIsAnotherOne) {
     m_deck.answerPins({"123456"});
     Start(1);
     Open(SIGNATURE, TEST, SIGNATURE_TEST);
-    const std::string text = TextIn(SIGNATURE_TEST, DOCUMENT);
-    EXPECT_THAT(text, testing::StartsWith("Das ist ein Test!"));
+    std::string text;
+    EXPECT_TRUE(desktop::waitFor([&text] {
+        text = TextIn(SIGNATURE_TEST, DOCUMENT);
+        return text.rfind("Das ist ein Test!", 0) == 0;
+    })) << text;
     Sign();
     Edit("x", text, text + "x");
     Verify("CKR_SIGNATURE_INVALID", ButtonCancel);
@@ -81,8 +84,9 @@ TEST_F(APersonWithAKey, SignsByTheKeyboardAlone) {
     m_deck.answerPins({"123456"});
     Start(1);
     Open(SIGNATURE, TEST, SIGNATURE_TEST);
-    EXPECT_TRUE(desktop::actUntil([] { desktop::press("space"); }, // the focus is on the button that signs
-                                  [this] { return Calls("C_Sign") == 2; }));
+    ASSERT_TRUE(WaitForFocus(SIGNATURE_TEST));
+    EXPECT_TRUE(ActUntil([] { desktop::press("space"); }, // the focus is on the button that signs
+                         [this] { return Calls("C_Sign") == 2; }));
     EXPECT_TRUE(Shows(ButtonOk));
     CloseWindow(SIGNATURE_TEST);
 }

@@ -4,10 +4,11 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
-#include <thread>
+#include <optional>
 
 #include <gmock/gmock.h>
 
+#include "tests/simulator/token/SleepingThread.h"
 #include "tests/support/SimDeck.h"
 
 using orselsim::Bytes;
@@ -87,17 +88,13 @@ TEST_F(FilesOfADeck, HaveAStampThatChangesWithThem) {
 
 TEST_F(FilesOfADeck, AreLockedByOneAtATime) {
     std::atomic<bool> isFree{false}; // a sanitizer does not know that the lock orders the two
-    std::thread other;
-    {
-        const orselsim::DirectoryLock lock(deck.path());
-        other = std::thread([&] {
-            const orselsim::DirectoryLock second(deck.path());
-            EXPECT_TRUE(isFree);
-        });
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        isFree = true;
-    }
-    other.join();
+    std::optional<orselsim::DirectoryLock> lock(deck.path());
+    const orseltest::SleepingThread other([&] {
+        const orselsim::DirectoryLock second(deck.path());
+        EXPECT_TRUE(isFree);
+    });
+    isFree = true;
+    lock.reset();
 }
 
 TEST_F(FilesOfADeck, CanBeUsedWithoutALock) {

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include "tests/simulator/token/SleepingThread.h"
 #include "tests/simulator/token/TokenLibrary.h"
 #include "tests/support/SimDeck.h"
 
@@ -12,7 +13,10 @@ using orseltest::Bytes;
 using orseltest::CardOptions;
 using orseltest::Rv;
 using orseltest::SimDeck;
+using orseltest::SleepingThread;
+using orseltest::SLOW_MS;
 using orseltest::TokenLibrary;
+using testing::ElementsAre;
 
 namespace {
 
@@ -40,6 +44,13 @@ protected:
     void plan(const std::vector<std::string>& faults) {
         deck.planFaults(faults);
         library.emplace();
+    }
+    /// One argument of all calls of a function, in the order in which the calls ended.
+    std::vector<std::string> valuesOf(const std::string& function, const std::string& argument) const {
+        std::vector<std::string> values;
+        for (const auto& record : deck.trace(function))
+            values.push_back(record.value(argument));
+        return values;
     }
 
     SimDeck deck;
@@ -94,9 +105,14 @@ TEST_F(PlannedFaults, HitFunctionsThatAreNotSupported) {
 }
 
 TEST_F(PlannedFaults, DelayACallAndLetItRun) {
-    plan({"C_GetTokenInfo slot=1 delay=200"});
-    EXPECT_GE(millisecondsOf([&] { EXPECT_EQ(Rv(CKR_OK), tokenInfo(*library, 1)); }), 200);
-    EXPECT_LT(millisecondsOf([&] { EXPECT_EQ(Rv(CKR_OK), tokenInfo(*library, 2)); }), 200);
+    plan({"C_GetTokenInfo slot=1 delay=" + std::to_string(SLOW_MS)});
+    {
+        const SleepingThread slow([this] {
+            EXPECT_GE(millisecondsOf([this] { EXPECT_EQ(Rv(CKR_OK), tokenInfo(*library, 1)); }), SLOW_MS);
+        });
+        EXPECT_EQ(Rv(CKR_OK), tokenInfo(*library, 2));
+    }
+    EXPECT_THAT(valuesOf("C_GetTokenInfo", "slot"), ElementsAre("2", "1")) << "the other slot has no delay";
 }
 
 TEST_F(PlannedFaults, ReportAnAbsurdLength) {
@@ -171,16 +187,29 @@ TEST_F(PlannedFaults, InAFileThatIsNotThereAreReported) {
     unsetenv("ORSELSIM_FAULTS");
 }
 
+// What has no delay comes to its end while the slow call is still asleep.
 TEST_F(PlannedFaults, MeetACardsOwnDelay) {
-    deck.change("1", [](orselsim::Card& card) { card.record.delayMs = 200; });
+    deck.change("1", [](orselsim::Card& card) { card.record.delayMs = SLOW_MS; });
     plan({});
     CK_SESSION_HANDLE session = 0;
-    EXPECT_GE(millisecondsOf([&] { session = library->open(1); }), 200);
-    EXPECT_LT(millisecondsOf([&] { library->open(2); }), 200);
+    {
+        const SleepingThread slow(
+            [&] { EXPECT_GE(millisecondsOf([&] { session = library->open(1); }), SLOW_MS); });
+        library->open(2);
+    }
+    EXPECT_THAT(valuesOf("C_OpenSession", "slot"), ElementsAre("2", "1"));
+
     const CK_OBJECT_HANDLE object = library->findOne(session, CKO_DATA, "RFU1");
     Bytes value(64);
     CK_ATTRIBUTE asked = orseltest::attributeOver(CKA_VALUE, value);
-    EXPECT_GE(millisecondsOf([&] { (*library)->C_GetAttributeValue(session, object, &asked, 1); }), 200);
-    CK_ATTRIBUTE label = orseltest::attributeOver(CKA_LABEL, value);
-    EXPECT_LT(millisecondsOf([&] { (*library)->C_GetAttributeValue(session, object, &label, 1); }), 200);
+    Bytes text(64);
+    CK_ATTRIBUTE label = orseltest::attributeOver(CKA_LABEL, text);
+    {
+        const SleepingThread slow([&] {
+            const auto read = [&] { (*library)->C_GetAttributeValue(session, object, &asked, 1); };
+            EXPECT_GE(millisecondsOf(read), SLOW_MS);
+        });
+        EXPECT_EQ(Rv(CKR_OK), (*library)->C_GetAttributeValue(session, object, &label, 1));
+    }
+    EXPECT_THAT(valuesOf("C_GetAttributeValue", "attributes"), ElementsAre("CKA_LABEL", "CKA_VALUE"));
 }

@@ -1,22 +1,35 @@
 // SPDX-License-Identifier: MIT
 // Several threads in one library at a time; ThreadSanitizer watches them too.
-#include <atomic>
-#include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include "tests/simulator/token/SleepingThread.h"
 #include "tests/simulator/token/TokenLibrary.h"
 #include "tests/support/SimDeck.h"
 
 using orseltest::CardOptions;
 using orseltest::Rv;
 using orseltest::SimDeck;
+using orseltest::SleepingThread;
+using orseltest::SLOW_MS;
 using orseltest::TokenLibrary;
+using orseltest::waitUntil;
+using testing::ElementsAre;
+
+namespace fs = std::filesystem;
 
 namespace {
+
+std::vector<std::string> slotsOf(const std::vector<orseltest::TraceRecord>& records) {
+    std::vector<std::string> slots;
+    for (const auto& record : records)
+        slots.push_back(record.value("slot"));
+    return slots;
+}
 
 void inThreads(int count, const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
@@ -26,10 +39,48 @@ void inThreads(int count, const std::function<void(int)>& work) {
         thread.join();
 }
 
-long long millisecondsSince(std::chrono::steady_clock::time_point start) {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start)
-        .count();
-}
+/// Puts a program in place of pinentry that notes in the folder that it is asked, and answers once it finds a
+/// file there that lets it go.
+class APersonWhoTakesTime {
+public:
+    explicit APersonWhoTakesTime(const std::string& folder)
+        : m_folder(folder), m_pathBefore(std::getenv("PATH")) {
+        const std::string program = folder + "/bin/pinentry";
+        fs::create_directory(folder + "/bin");
+        std::ofstream(program) << "#!/bin/sh\n"
+                                  "echo OK\n"
+                                  "while read -r line; do\n"
+                                  "    case $line in GETPIN)\n"
+                                  "        : >'" +
+                                      folder +
+                                      "/asked'\n"
+                                      "        for try in $(seq 6000); do\n"
+                                      "            [ ! -e '" +
+                                      folder +
+                                      "/go' ] || break\n"
+                                      "            sleep 0.01\n"
+                                      "        done\n"
+                                      "        echo 'D 1234'\n"
+                                      "    esac\n"
+                                      "    echo OK\n"
+                                      "done\n";
+        fs::permissions(program, fs::perms::owner_all);
+        setenv("PATH", (folder + "/bin:" + m_pathBefore).c_str(), 1);
+        unsetenv("ORSELSIM_PIN_SCRIPT");
+    }
+    ~APersonWhoTakesTime() { setenv("PATH", m_pathBefore.c_str(), 1); }
+    APersonWhoTakesTime(const APersonWhoTakesTime&) = delete; // restores once
+    APersonWhoTakesTime& operator=(const APersonWhoTakesTime&) = delete;
+
+    void waitUntilAsked() const {
+        waitUntil([this] { return fs::exists(m_folder + "/asked"); });
+    }
+    void answer() const { std::ofstream(m_folder + "/go") << '\n'; }
+
+private:
+    const std::string m_folder;
+    const std::string m_pathBefore;
+};
 
 } // namespace
 
@@ -64,18 +115,15 @@ TEST(ManyThreads, WriteWholeLinesOfTheTrace) {
 
 TEST(ManyThreads, OfWhichOneSpendsADelayDoNotWaitForIt) {
     SimDeck deck;
-    deck.add("empty", CardOptions().delayMs(400));
+    deck.add("empty", CardOptions().delayMs(SLOW_MS));
     deck.add("empty");
     const TokenLibrary library;
     library.slots();
-    std::atomic<long long> spent{0};
-    inThreads(2, [&](int number) {
-        const auto start = std::chrono::steady_clock::now();
-        library.open(number == 0 ? 1 : 2);
-        if (number == 1)
-            spent = millisecondsSince(start);
-    });
-    EXPECT_LT(spent, 300);
+    {
+        const SleepingThread slow([&] { library.open(1); });
+        library.open(2);
+    }
+    EXPECT_THAT(slotsOf(deck.trace("C_OpenSession")), ElementsAre("2", "1"));
 }
 
 TEST(ManyThreads, SeeCardsComeAndGo) {
@@ -104,44 +152,38 @@ TEST(ManyThreads, SeeCardsComeAndGo) {
 
 TEST(ManyThreads, MayFindTheLibraryFinalisedWhenTheyWakeUp) {
     SimDeck deck;
-    deck.add("empty", CardOptions().delayMs(150));
+    deck.add("empty", CardOptions().delayMs(SLOW_MS));
     const TokenLibrary library;
     library.slots();
-    std::thread sleeper([&] {
-        CK_SESSION_HANDLE session = 0;
-        EXPECT_EQ(Rv(CKR_CRYPTOKI_NOT_INITIALIZED),
-                  library->C_OpenSession(1, CKF_SERIAL_SESSION, nullptr, nullptr, &session));
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(Rv(CKR_OK), library->C_Finalize(nullptr));
-    sleeper.join();
+    {
+        const SleepingThread sleeper([&] {
+            CK_SESSION_HANDLE session = 0;
+            EXPECT_EQ(Rv(CKR_CRYPTOKI_NOT_INITIALIZED),
+                      library->C_OpenSession(1, CKF_SERIAL_SESSION, nullptr, nullptr, &session));
+        });
+        EXPECT_EQ(Rv(CKR_OK), library->C_Finalize(nullptr));
+    }
+    // A call that begins in a finalised library is not in the trace.
+    const auto trace = deck.trace();
+    ASSERT_GE(trace.size(), 2U);
+    EXPECT_EQ("C_Finalize", trace[trace.size() - 2].function);
+    EXPECT_EQ("C_OpenSession", trace.back().function);
+    EXPECT_EQ("CKR_CRYPTOKI_NOT_INITIALIZED", trace.back().result);
 }
 
 TEST(ManyThreads, DoNotWaitForAUserWhoIsAskedForAPin) {
     SimDeck deck;
     deck.add("ecard-g2");
     deck.add("empty");
-    const std::string bin = deck.folder() + "/bin";
-    std::filesystem::create_directory(bin);
-    std::ofstream(bin + "/pinentry") << "#!/bin/sh\n"
-                                        "echo OK\n"
-                                        "while read -r line; do\n"
-                                        "    case $line in GETPIN) sleep 0.5; echo 'D 1234'; esac\n"
-                                        "    echo OK\n"
-                                        "done\n";
-    std::filesystem::permissions(bin + "/pinentry", std::filesystem::perms::owner_all);
-    const std::string pathBefore = std::getenv("PATH");
-    setenv("PATH", (bin + ":" + pathBefore).c_str(), 1);
-    unsetenv("ORSELSIM_PIN_SCRIPT");
+    const APersonWhoTakesTime person(deck.folder());
     const TokenLibrary library;
     const CK_SESSION_HANDLE session = library.openFirst();
     std::thread asked([&] { EXPECT_EQ(Rv(CKR_OK), library->C_Login(session, CKU_USER, nullptr, 0)); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    const auto start = std::chrono::steady_clock::now();
+    person.waitUntilAsked();
     library.open(2);
-    EXPECT_LT(millisecondsSince(start), 300);
+    person.answer();
     asked.join();
-    setenv("PATH", pathBefore.c_str(), 1);
+    EXPECT_EQ("C_Login", deck.trace().back().function);
 }
 
 TEST(ManyThreads, SignWithTheSameCard) {
