@@ -68,6 +68,10 @@ void RunFor(int milliseconds) {
     RunUntil([&watch, milliseconds] { return watch.Time() >= milliseconds; }, milliseconds + 1000);
 }
 
+bool HasBorder(const wxWindow& window) {
+    return window.GetSize() != window.GetClientSize();
+}
+
 bool Placement::operator==(const Placement& other) const {
     return window == other.window && proportion == other.proportion && flags == other.flags &&
            border == other.border;

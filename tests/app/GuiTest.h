@@ -22,8 +22,13 @@ inline void PrintTo(const wxString& text, std::ostream* out) {
 /// Lets the toolkit work until the condition holds. False after that many milliseconds without it.
 bool RunUntil(const std::function<bool()>& condition, int milliseconds = 20000);
 
-/// Lets the toolkit work for a while.
+/// Lets the toolkit work for a while, in which nothing more happens or what must not happen could. It is
+/// never what a test waits with for an effect.
 void RunFor(int milliseconds);
+
+/// Whether the window manager has put its border around a window, some time after the window was shown: its
+/// size includes it from then on.
+bool HasBorder(const wxWindow& window);
 
 /// UTF-8 literal as the toolkit's text.
 inline wxString Utf8(const char* text) {

@@ -153,11 +153,11 @@ class ControlKey {
 public:
     ControlKey() {
         Keyboard("keydown Control_L");
-        RunFor(200);
+        EXPECT_TRUE(RunUntil([] { return wxGetKeyState(WXK_CONTROL); }));
     }
     ~ControlKey() {
         Keyboard("keyup Control_L");
-        RunFor(100);
+        EXPECT_TRUE(RunUntil([] { return !wxGetKeyState(WXK_CONTROL); }));
     }
     ControlKey(const ControlKey&) = delete;
     ControlKey& operator=(const ControlKey&) = delete;

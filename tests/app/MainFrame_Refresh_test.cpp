@@ -189,8 +189,9 @@ TEST_F(ARefresh, HasItsBusyDialogInTheMiddleOfTheWindowWhereverThatIs) {
     m_deck.add("acos-a03", CardOptions().delayMs(1500));
     Open();
     for (const wxPoint place : {wxPoint(0, 30), wxPoint(400, 200)}) {
+        const wxPoint before = m_frame->ClientToScreen(wxPoint(0, 0));
         m_frame->Move(place);
-        RunFor(200);
+        ASSERT_TRUE(RunUntil([&] { return m_frame->ClientToScreen(wxPoint(0, 0)) != before; }));
         wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
         m_frame->button_reload->GetEventHandler()->ProcessEvent(click);
         EXPECT_TRUE(RunUntil([this] {
@@ -208,7 +209,7 @@ TEST_F(ARefresh, LeavesNoBusyDialogBehindHoweverShortItWas) {
         Reload();
     RunFor(1500); // longer than a window manager may take to show it
     EXPECT_FALSE(m_frame->m_pleaseWait.IsShown());
-    EXPECT_FALSE(IsOnScreen("Bitte warten"));
+    EXPECT_TRUE(RunUntil([] { return !IsOnScreen("Bitte warten"); }));
 }
 
 // --- Failures ----------------------------------------------------------------------------------------------

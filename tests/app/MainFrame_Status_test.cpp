@@ -75,8 +75,7 @@ TEST_F(TheStatusLine, ShowsAnErrorWithTheCross) {
 }
 
 TEST_F(TheStatusLine, KeepsTheWindowsSizeAndItsRowOf32Pixels) {
-    // The window manager puts its border on some time after the showing, and the size then includes it.
-    ASSERT_TRUE(RunUntil([this] { return m_frame->GetSize() != m_frame->GetClientSize(); }));
+    ASSERT_TRUE(RunUntil([this] { return HasBorder(*m_frame); }));
     const wxSize before = m_frame->GetSize();
     m_frame->SetStatus("Eine Meldung", false);
     RunFor(100);

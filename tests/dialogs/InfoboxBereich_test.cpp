@@ -60,9 +60,8 @@ TEST_F(TheInfoboxDialog, ShowsTwoPagesAndKeepsAThirdOutOfSight) {
     EXPECT_EQ(m_dialog.notebook->GetPage(1), m_dialog.panel_binary);
     EXPECT_EQ(m_dialog.notebook->GetPageText(1), "Binary");
     m_dialog.Show(true);
-    RunFor(200);
+    EXPECT_TRUE(RunUntil([this] { return m_dialog.text_inhalt->IsShownOnScreen(); }));
     EXPECT_EQ(m_dialog.notebook->GetSelection(), 0);
-    EXPECT_TRUE(m_dialog.text_inhalt->IsShownOnScreen());
     m_dialog.text_text->SetValue("ungesehen");
     EXPECT_EQ(m_dialog.text_text->GetValue(), "ungesehen");
 }
@@ -126,7 +125,8 @@ TEST_F(TheInfoboxDialog, GivesTheListAQuarterOfTheWidth) {
 TEST_F(TheInfoboxDialog, StandsInTheMiddleOfItsParent) {
     wxFrame parent(nullptr, wxID_ANY, "", wxPoint(100, 100), wxSize(800, 600));
     parent.Show(true);
-    RunFor(300);
+    ASSERT_TRUE(RunUntil([&parent] { return HasBorder(parent); }));
+    RunFor(100);
     const ProbedInfobox child(&parent, Velmor::TOKEN_ACOS_04);
     const wxRect outside = parent.GetScreenRect();
     const wxRect inside = child.GetRect();

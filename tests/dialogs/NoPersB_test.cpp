@@ -114,8 +114,11 @@ TEST_F(TheDialogForACardWithoutIdentityLink, PlacesTextsAndButtonsBelowEachOther
 
 TEST_F(TheDialogForACardWithoutIdentityLink, ShowsOneButtonInTheMiddleAndAllOfItsTexts) {
     m_dialog.Show(true);
-    RunFor(300);
-    EXPECT_TRUE(m_dialog.button_close->IsShownOnScreen());
+    ASSERT_TRUE(RunUntil([this] {
+        return HasBorder(m_dialog) && m_dialog.button_close->IsShownOnScreen() &&
+               m_dialog.panel_left->GetSize().GetWidth() > 1;
+    }));
+    RunFor(100);
     EXPECT_NEAR(m_dialog.panel_left->GetSize().GetWidth(), m_dialog.panel_right->GetSize().GetWidth(), 1);
     for (const size_t position : {0U, 1U, 2U}) {
         const wxStaticText& text = m_dialog.Text(position);
@@ -203,7 +206,7 @@ protected:
     }
     /// How the program was called: its path and its arguments, a bar behind each.
     std::string Called() {
-        RunUntil([this] { return std::filesystem::exists(Record()); }, 5000);
+        RunUntil([this] { return std::filesystem::exists(Record()); });
         return ContentOf(Record());
     }
 
@@ -243,7 +246,7 @@ TEST_F(TheExternalProgram, IsNotWaitedFor) {
     EXPECT_NE(Called(), "");
     EXPECT_FALSE(std::filesystem::exists(m_folder.Path("ended")));
     m_folder.File("go", "");
-    EXPECT_TRUE(RunUntil([this] { return std::filesystem::exists(m_folder.Path("ended")); }, 5000));
+    EXPECT_TRUE(RunUntil([this] { return std::filesystem::exists(m_folder.Path("ended")); }));
 }
 
 TEST_F(TheExternalProgram, ThatIsMissingClosesTheDialogAsOneThatStarts) {

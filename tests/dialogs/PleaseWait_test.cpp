@@ -57,19 +57,20 @@ TEST_F(TheBusyDialog, HasPanelsWithoutBorder) {
 
 TEST_F(TheBusyDialog, ShowsItsWholeTextAndGoesAgain) {
     m_dialog.Show(true);
-    RunFor(300);
     const wxWindow* label = m_dialog.GetSizer()->GetItem(1)->GetWindow();
-    EXPECT_GE(label->GetSize().GetWidth(), label->GetBestSize().GetWidth());
+    EXPECT_TRUE(RunUntil([this, label] {
+        return m_dialog.IsShownOnScreen() && label->GetSize().GetWidth() >= label->GetBestSize().GetWidth();
+    }));
     m_dialog.Show(false);
-    RunFor(300);
-    EXPECT_FALSE(m_dialog.IsShown());
+    EXPECT_TRUE(RunUntil([this] { return !m_dialog.IsShownOnScreen(); }));
 }
 
 // Told by the display, not by what the toolkit remembers.
 TEST_F(TheBusyDialog, ComesUpInTheMiddleOfItsWindowInItsFullSizeEachTime) {
     wxFrame frame(nullptr, wxID_ANY, "Fenster", wxDefaultPosition, wxSize(800, 600));
     frame.Show(true);
-    RunFor(300);
+    ASSERT_TRUE(RunUntil([&frame] { return HasBorder(frame); }));
+    RunFor(100);
     Probed dialog{&frame, wxID_ANY, ""};
     for (int showing = 0; showing < 3; ++showing) {
         dialog.Centre(wxBOTH);
@@ -80,7 +81,7 @@ TEST_F(TheBusyDialog, ComesUpInTheMiddleOfItsWindowInItsFullSizeEachTime) {
             const wxPoint off = middle - wanted;
             return std::abs(off.x) < 30 && std::abs(off.y) < 30 && dialog.GetClientSize().GetHeight() > 95;
         };
-        EXPECT_TRUE(RunUntil(isInPlace, 5000)) << showing;
+        EXPECT_TRUE(RunUntil(isInPlace)) << showing;
         RunFor(200);
         EXPECT_TRUE(isInPlace()) << dialog.ClientToScreen(wxPoint(0, 0)).x << " and stays " << showing;
         dialog.Show(false);

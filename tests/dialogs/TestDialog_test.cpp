@@ -104,7 +104,7 @@ TEST_F(TheSignatureTest, KeepsItsControlsAtLeastAsLargeAsStated) {
 
 TEST_F(TheSignatureTest, BeginsWithTheFocusOnTheButtonThatSigns) {
     m_dialog.Show(true);
-    EXPECT_TRUE(RunUntil([this] { return m_dialog.button_sign->HasFocus(); }, 3000));
+    EXPECT_TRUE(RunUntil([this] { return m_dialog.button_sign->HasFocus(); }));
 }
 
 // --- Layout ------------------------------------------------------------------------------------------------
@@ -152,8 +152,8 @@ TEST_F(TheSignatureTest, PlacesTheButtonsInOneRowAndTheStatusBetweenTwoSprings) 
 
 TEST_F(TheSignatureTest, KeepsAStatusRowOf38PixelsWithNothingInIt) {
     m_dialog.Show(true);
-    RunFor(200);
-    EXPECT_EQ(m_dialog.label_status->GetContainingSizer()->GetSize().GetHeight(), 38);
+    const wxSizer& row = *m_dialog.label_status->GetContainingSizer();
+    EXPECT_TRUE(RunUntil([&row] { return row.GetSize().GetHeight() == 38; }));
     m_dialog.SetStatus("Fertig", false);
     EXPECT_EQ(m_dialog.label_status->GetContainingSizer()->GetSize().GetHeight(), 38);
 }
@@ -273,9 +273,8 @@ protected:
         m_dialog.m_fadeTimer.SetOwner(&m_dialog, 5445); // as a card does
         m_dialog.Show(true);
         // On a busy machine the window manager takes its time with the border, and the layout follows it.
-        ASSERT_TRUE(RunUntil([this] {
-            return m_dialog.GetSize() != m_dialog.GetClientSize() && m_dialog.panel_left->GetSize().x > 100;
-        }));
+        ASSERT_TRUE(
+            RunUntil([this] { return HasBorder(m_dialog) && m_dialog.panel_left->GetSize().x > 100; }));
         RunFor(100);
     }
     /// Steps until that many have been made since the status was set.

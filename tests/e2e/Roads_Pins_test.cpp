@@ -5,7 +5,7 @@
 #include "tests/e2e/Person.h"
 
 using testing::HasSubstr;
-using testing::Not;
+using testing::SizeIs;
 
 namespace {
 
@@ -58,6 +58,7 @@ TEST_P(APersonWithAPin, ChangesIt) {
     Run(CHANGE_PIN, "CKR_FUNCTION_CANCELED", ButtonCancel);
     EXPECT_TRUE(m_deck.hasPin(card, GetParam().pin, GetParam().newDigits));
     EXPECT_THAT(State(card), HasSubstr("3 of 3 tries left"));
+    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), SizeIs(2)); // no command ran twice
 }
 
 TEST_P(APersonWithAPin, BlocksItAndUnblocksIt) {
@@ -75,6 +76,7 @@ TEST_P(APersonWithAPin, BlocksItAndUnblocksIt) {
     Run(UNBLOCK_PIN, "CKR_OK", ButtonOk);
     EXPECT_THAT(State(card), HasSubstr("3 of 3 tries left"));
     EXPECT_TRUE(m_deck.hasPin(card, GetParam().pin, GetParam().newDigits));
+    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), SizeIs(4));
 }
 
 TEST_P(APersonWithAPin, LosesTriesOfThePukToo) {
