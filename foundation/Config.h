@@ -29,10 +29,10 @@ enum ConfigBackend : int {
 
 /// One row of the key table: where a setting lives.
 struct sConfig {
-    ConfigType m_Type;
+    ConfigType m_Type = CONFIG_TYPE_USER;
     std::string m_Path; ///< the key's directory, with a backslash between levels
     std::string m_Key;  ///< the name under the path, may be empty
-    SysType m_SysType;
+    SysType m_SysType = SYS_TYPE_0;
 };
 
 /// What a configuration is stored in. The order of the virtual operations is part of the interface.

@@ -4,7 +4,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <locale>
 #include <sstream>
+#include <type_traits>
 
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
@@ -30,6 +32,18 @@ constexpr int DeepestTree = 1000;
 
 pt::path TreePath(const std::string& path) {
     return pt::path(path, '.');
+}
+
+/// What turns a value into text: a number without a locale's grouping of digits, since other processes read
+/// it.
+template <typename T>
+auto TranslatorOf() {
+    using Translator = typename pt::translator_between<std::string, T>::type;
+    if constexpr (std::is_constructible_v<Translator, std::locale>) {
+        return Translator(std::locale::classic());
+    } else {
+        return Translator();
+    }
 }
 
 /// Makes the directories above `base`/`directory`/`name` and gives the path of the file in it.
@@ -118,7 +132,7 @@ bool ConfigImpl_XML::setValue(sConfig* row, const T& value) {
         if (path.empty() || path.back() == '.') {
             return false;
         }
-        GetPT(row->m_Type).root.put(TreePath(path), value);
+        GetPT(row->m_Type).root.put(TreePath(path), value, TranslatorOf<T>());
         return write(row->m_Type);
     } catch (...) {
         return false;

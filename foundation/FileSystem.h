@@ -22,7 +22,7 @@ enum BasePath : int {
 
 /// One row of the path table.
 struct _PathConfig { // NOLINT(bugprone-reserved-identifier): the name that the family shares
-    BasePath m_Base;
+    BasePath m_Base = BASE_PATH_USER;
     std::string m_Path; ///< relative directory, with forward slashes once stored
     std::string m_File; ///< file name, may be empty
 };

@@ -51,8 +51,8 @@ enum FunctionInOut : int {
 
 /// One entry of the ring.
 struct LogEntry {
-    std::time_t m_Time;
-    DebugLevel m_Level;
+    std::time_t m_Time = 0;
+    DebugLevel m_Level = DEBUG_LEVEL_ERROR;
     std::string m_Text; ///< without the line's time and word
 };
 

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/Config.h"
 
+#include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 #include "tests/foundation/ConfigFixture.h"
+#include "tests/foundation/GlobalLocale.h"
+#include "tests/foundation/UsedMemory.h"
 
 using namespace Velmor;
 
@@ -33,6 +37,21 @@ protected:
     }
 };
 
+/// The slot of a virtual operation, which its member pointer holds: the offset in the table, and a mark in
+/// the lowest bit on some platforms.
+template <typename Operation>
+std::size_t SlotOf(Operation iConfigImpl::*operation) {
+    std::size_t offset = 0;
+    std::memcpy(&offset, &operation, sizeof(offset));
+    return (offset & ~std::size_t{1}) / sizeof(void*);
+}
+
+/// A locale in which a small letter stays what it is.
+class WithoutCapitals : public std::ctype<char> {
+protected:
+    char do_toupper(char letter) const override { return letter; }
+};
+
 } // namespace
 
 TEST(ConfigTypes, TakeAnyNumber) {
@@ -50,6 +69,34 @@ TEST(ConfigRow, IsMadeOfTypePathKeyAndSysType) {
     EXPECT_EQ("path", row.m_Path);
     EXPECT_EQ("key", row.m_Key);
     EXPECT_EQ(SYS_TYPE_1, row.m_SysType);
+}
+
+TEST(ConfigRow, StartsAtZeroAndKeepsItsOrder) {
+    static_assert(offsetof(sConfig, m_Type) == 0);
+    static_assert(offsetof(sConfig, m_Type) < offsetof(sConfig, m_Path));
+    static_assert(offsetof(sConfig, m_Path) < offsetof(sConfig, m_Key));
+    static_assert(offsetof(sConfig, m_Key) < offsetof(sConfig, m_SysType));
+    const OnUsedMemory<sConfig> row;
+    EXPECT_EQ(CONFIG_TYPE_USER, row->m_Type);
+    EXPECT_EQ(SYS_TYPE_0, row->m_SysType);
+}
+
+TEST(TheInterfaceOfAStore, HasItsOperationsInTheirOrder) {
+    using Store = iConfigImpl;
+    // Behind the destructor, which takes two slots.
+    EXPECT_EQ(2U, SlotOf(&Store::SetInteger));
+    EXPECT_EQ(3U, SlotOf(&Store::SetString));
+    EXPECT_EQ(4U, SlotOf(&Store::SetBoolean));
+    EXPECT_EQ(5U, SlotOf(&Store::SetBinary));
+    EXPECT_EQ(6U, SlotOf(&Store::GetInteger));
+    EXPECT_EQ(7U, SlotOf(&Store::GetString));
+    EXPECT_EQ(8U, SlotOf(&Store::GetBoolean));
+    EXPECT_EQ(9U, SlotOf(&Store::GetBinary));
+    EXPECT_EQ(10U, SlotOf<Texts(sConfig*, const std::string&)>(&Store::EnumSubDirs));
+    EXPECT_EQ(11U, SlotOf(&Store::RemoveKey));
+    EXPECT_EQ(12U, SlotOf(&Store::RemovePath));
+    EXPECT_EQ(13U, SlotOf(&Store::DoInit));
+    EXPECT_EQ(14U, SlotOf(&Store::DoDestroy));
 }
 
 TEST(BuildRegPath, JoinsPartsWithBackslashes) {
@@ -98,6 +145,15 @@ TEST_F(NoConfiguration, GivesNullForAnIdThatNobodyRegistered) {
     Config::GetHandle(0);
     EXPECT_EQ(nullptr, Config::GetHandle(1));
     EXPECT_EQ(nullptr, Config::GetHandle(2));
+}
+
+TEST_F(NoConfiguration, LeavesAnInstanceAloneWhoseSlotIsNull) {
+    const unsigned int id = Config::Register();
+    Config* const config = Config::GetHandle(id);
+    ConfigVector::vector()[id] = nullptr;
+    config->Destroy();
+    ConfigVector::vector()[id] = config;
+    EXPECT_FALSE(config->AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0)); // and is still there
 }
 
 TEST_F(AConfiguration, IsEmptyAgainAfterDestroy) {
@@ -283,6 +339,27 @@ TEST_F(AConfiguration, ReadsABooleanFromAWord) {
         EXPECT_TRUE(Default().GetStringBoolean(1, value)) << row.text;
         EXPECT_EQ(row.expected, value) << row.text;
     }
+}
+
+TEST_F(AConfiguration, ReadsABooleanByTheLettersOfTheGlobalLocale) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    const GlobalLocale locale(new WithoutCapitals);
+    for (const auto& [text, expected] : {std::pair("YES", true), std::pair("yes", false)}) {
+        ASSERT_TRUE(Default().SetString(1, text));
+        bool value = !expected;
+        EXPECT_TRUE(Default().GetStringBoolean(1, value));
+        EXPECT_EQ(expected, value) << text;
+    }
+}
+
+TEST_F(AConfiguration, WritesAndReadsANumberTheSameInEveryLocale) {
+    Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
+    const GlobalLocale locale(new PointsBetweenDigits<char>);
+    long number = 0;
+    EXPECT_TRUE(Default().SetInteger(1, 1031));
+    EXPECT_EQ("1031", Stored());
+    EXPECT_TRUE(Default().GetInteger(1, number));
+    EXPECT_EQ(1031, number);
 }
 
 TEST_F(AConfiguration, LeavesABooleanAloneWhenItCannotBeRead) {

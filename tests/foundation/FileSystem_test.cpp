@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/FileSystem.h"
 
+#include <cstddef>
 #include <filesystem>
 
 #include <gtest/gtest.h>
 
 #include "tests/foundation/Seconds.h"
 #include "tests/foundation/TempDir.h"
+#include "tests/foundation/UsedMemory.h"
 
 using namespace Velmor;
 
@@ -34,6 +36,14 @@ protected:
 TEST(PathConstants, AreTheNamesOfTheFamily) {
     EXPECT_STREQ(".velmor", VELMOR_PATH_USR);
     EXPECT_STREQ("velmor", VELMOR_PATH_SYS);
+}
+
+TEST(PathRow, IsMadeOfBasePathAndFileAndStartsAtZero) {
+    static_assert(offsetof(_PathConfig, m_Base) == 0);
+    static_assert(offsetof(_PathConfig, m_Base) < offsetof(_PathConfig, m_Path));
+    static_assert(offsetof(_PathConfig, m_Path) < offsetof(_PathConfig, m_File));
+    const OnUsedMemory<_PathConfig> row;
+    EXPECT_EQ(BASE_PATH_USER, row->m_Base);
 }
 
 TEST(FileSystem, IsOneInstanceThatStartsEmpty) {

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/Logging.h"
 
+#include <cstddef>
+
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "foundation/LoggerVector.h"
 #include "tests/foundation/LoggerFixture.h"
 #include "tests/foundation/Seconds.h"
+#include "tests/foundation/UsedMemory.h"
 
 using namespace Velmor;
 
@@ -104,6 +107,25 @@ TEST_F(AnEmptyLoggerRegistry, HandsADestroyedIdOutAgain) {
     ASSERT_NE(nullptr, fresh);
     EXPECT_FALSE(fresh->IsEnabled());
     EXPECT_EQ(fresh, LoggerVector::vector()[id]);
+}
+
+TEST_F(AnEmptyLoggerRegistry, LeavesALoggerAloneWhoseSlotIsNull) {
+    const unsigned int id = LibLogging::Register();
+    LibLogging* const logger = LibLogging::GetHandle(id);
+    LoggerVector::vector()[id] = nullptr;
+    logger->Destroy();
+    LoggerVector::vector()[id] = logger;
+    logger->Enabled(true); // so it is still there
+    EXPECT_TRUE(LibLogging::GetHandle(id)->IsEnabled());
+}
+
+TEST(ALogEntry, StartsAtZeroAndKeepsItsOrder) {
+    static_assert(offsetof(LogEntry, m_Time) == 0);
+    static_assert(offsetof(LogEntry, m_Time) < offsetof(LogEntry, m_Level));
+    static_assert(offsetof(LogEntry, m_Level) < offsetof(LogEntry, m_Text));
+    const OnUsedMemory<LogEntry> entry;
+    EXPECT_EQ(0, entry->m_Time);
+    EXPECT_EQ(DEBUG_LEVEL_ERROR, entry->m_Level);
 }
 
 TEST_F(ALogger, StartsWithItsDefaults) {
@@ -273,6 +295,7 @@ TEST_F(ALogger, NamesTheTypesOfALine) {
     for (int type = 0; type < 7; ++type) {
         EXPECT_EQ(words[type], LibLogging::LogTypeToString(Type(type)));
     }
+    EXPECT_EQ("MESSAGE", LibLogging::LogTypeToString(DEBUG_LEVEL_RAW)); // whose line shows no word
     EXPECT_EQ("MESSAGE", LibLogging::LogTypeToString(Type(8)));
     EXPECT_EQ("MESSAGE", LibLogging::LogTypeToString(Type(-3)));
 }
