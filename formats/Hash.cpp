@@ -49,14 +49,23 @@ constexpr DigestInfo DigestInfos[] = {
     {HASH_SHA384, Sha384Pkcs01DigestInfo, Sha384Pkcs01DigestInfoLen},
 };
 
-/// The digest of an algorithm if `capacity` bytes can take it, else null.
-const EVP_MD* GetFittingDigest(HashAlgorithm algo, unsigned long capacity, unsigned long& length) {
+/// A digest that has begun, of an algorithm whose result `capacity` bytes can take; else null. `length`
+/// becomes the result's size. What libcrypto knows and cannot begin, since a provider is missing or forbids
+/// it, is as good as unknown: nothing would write the result.
+MdContextHandle BeginDigest(HashAlgorithm algo, unsigned long capacity, unsigned long& length) {
     const EVP_MD* digest = intern::GetHashAlgo(algo, length);
-    if (digest != nullptr && capacity < length) {
+    if (digest == nullptr) {
+        return nullptr;
+    }
+    MdContextHandle context(EVP_MD_CTX_new());
+    if (EVP_DigestInit_ex(context.get(), digest, nullptr) != 1) {
+        return nullptr;
+    }
+    if (capacity < length) {
         LibCrypto::LogError("PKCS11 outputsize ist zu klein");
         return nullptr;
     }
-    return digest;
+    return context;
 }
 
 /// Updates the digest with the rest of the file, block by block; the last block may be empty. False on a read
@@ -98,13 +107,13 @@ bool Hash(const unsigned char* data, unsigned long len, unsigned char* out, unsi
         return false;
     }
     unsigned long length = 0;
-    const EVP_MD* digest = GetFittingDigest(algo, outLen, length);
-    if (digest == nullptr) {
+    const MdContextHandle context = BeginDigest(algo, outLen, length);
+    if (context == nullptr) {
         return false;
     }
     outLen = length;
-    EVP_Digest(data, len, out, nullptr, digest, nullptr);
-    return true;
+    return EVP_DigestUpdate(context.get(), data, len) == 1 &&
+           EVP_DigestFinal_ex(context.get(), out, nullptr) == 1;
 }
 
 bool Hash(const std::vector<unsigned char>& data, std::vector<unsigned char>& out, HashAlgorithm algo,
@@ -136,18 +145,13 @@ bool HashFile(FILE* file, unsigned char* out, unsigned long& outLen, HashAlgorit
         return false;
     }
     unsigned long length = 0;
-    const EVP_MD* digest = GetFittingDigest(algo, outLen, length);
-    if (digest == nullptr) {
+    const MdContextHandle context = BeginDigest(algo, outLen, length);
+    if (context == nullptr) {
         return false;
     }
     outLen = length;
-    const MdContextHandle context(EVP_MD_CTX_new());
-    if (EVP_DigestInit_ex(context.get(), digest, nullptr) != 1) {
-        return false; // an uninitialised context must not be updated
-    }
     const bool complete = UpdateFromFile(context.get(), file);
-    EVP_DigestFinal_ex(context.get(), out, nullptr);
-    return complete;
+    return EVP_DigestFinal_ex(context.get(), out, nullptr) == 1 && complete;
 }
 
 bool HashFile(FILE* file, std::vector<unsigned char>& out, HashAlgorithm algo) {

@@ -122,7 +122,7 @@ std::string ReadUtf8String(unsigned char* buf, int& pos) {
 }
 
 std::string OID2Str(unsigned char* oid, int len, char separator) {
-    if (len < 1) {
+    if (oid == nullptr) {
         return {};
     }
     const int first = oid[0] / 40;

@@ -49,7 +49,8 @@ bool ReadBitString(unsigned char* buf, int& pos, unsigned char* out, int& size);
 std::string ReadUtf8String(unsigned char* buf, int& pos);
 
 /// Numbers joined with `separator`. Each byte behind the first is one number: parts above 127 come out wrong,
-/// on purpose. Empty for no bytes.
+/// on purpose. The first byte is always read and gives two numbers, also with a `len` of 0. Empty for a null
+/// pointer.
 std::string OID2Str(unsigned char* oid, int len, char separator);
 
 /// Begins at the tag. Copies the value to `out`, which must be large enough, and moves `pos` behind it. Fails

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <locale>
 #include <sstream>
 
 #include "formats/Hash.h"
@@ -154,6 +155,7 @@ std::wstring slCertificate::GetThumbprint() const {
     std::vector<unsigned char> thumbprint;
     GetThumbprint(thumbprint, HASH_SHA1);
     std::wostringstream text;
+    text.imbue(std::locale::classic()); // no grouping of digits, whatever the process asks for
     text << std::uppercase << std::hex;
     for (const unsigned int byte : thumbprint) {
         text << byte; // without leading zeros: thumbprints of this form are compared with each other

@@ -238,6 +238,37 @@ TEST_F(HashTest, AnUnknownAlgorithmFailsInEveryFormAndLogsNothing) {
     EXPECT_EQ((Texts{}), Errors);
 }
 
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+/// No provider offers a digest of these properties, so that libcrypto starts none.
+class WithoutAnyDigest : public HashTest {
+protected:
+    void SetUp() override { ASSERT_EQ(1, EVP_set_default_properties(nullptr, "provider=none")); }
+    void TearDown() override { EVP_set_default_properties(nullptr, ""); }
+};
+
+TEST_F(WithoutAnyDigest, AnAlgorithmIsAsGoodAsUnknownInEveryForm) {
+    for (const HashAlgorithm algorithm : {Velmor::HASH_SHA1, Velmor::HASH_SHA256, Velmor::HASH_RIPEMD160}) {
+        const Bytes data = BytesOf("abc");
+        Bytes buffer(64, 0xee);
+        for (const unsigned long capacity : {64UL, 0UL}) { // too small as well, but that is looked at later
+            unsigned long length = capacity;
+            EXPECT_FALSE(Hash(data.data(), data.size(), buffer.data(), length, algorithm));
+            EXPECT_EQ(capacity, length);
+            const FileHandle file = FileOf("abc");
+            EXPECT_FALSE(HashFile(file.get(), buffer.data(), length, algorithm));
+            EXPECT_EQ(capacity, length);
+        }
+        EXPECT_EQ(Bytes(64, 0xee), buffer);
+        Bytes out = {1, 2};
+        EXPECT_FALSE(Hash(data, out, algorithm, true));
+        const FileHandle file = FileOf("abc");
+        EXPECT_FALSE(HashFile(file.get(), out, algorithm));
+        EXPECT_EQ((Bytes{1, 2}), out);
+    }
+    EXPECT_EQ((Texts{}), Errors);
+}
+#endif
+
 TEST_F(HashTest, ABufferThatIsTooSmallIsLeftAlone) {
     const Bytes data = BytesOf("abc");
     Bytes buffer(20, 0xee);

@@ -235,6 +235,14 @@ TEST(Oid2Str, WritesEachByteAsOneNumber) {
     }
 }
 
+TEST(Oid2Str, GivesTheFirstTwoNumbersForNoLengthToo) {
+    Bytes oid = {0x2a, 0x86};
+    for (const int length : {1, 0, -1}) {
+        EXPECT_EQ("1.2", Velmor::OID2Str(oid.data(), length, '.')) << length;
+    }
+    EXPECT_EQ("", Velmor::OID2Str(nullptr, 0, '.'));
+}
+
 TEST(ParseValue, KnowsSixKinds) {
     const struct {
         unsigned char tag;

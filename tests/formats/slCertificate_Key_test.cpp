@@ -7,6 +7,7 @@
 
 #include "foundation/Base64.h"
 #include "tests/formats/CertificateBuilder.h"
+#include "tests/foundation/GlobalLocale.h"
 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations" // the interface hands out keys of the old types
 
@@ -272,6 +273,14 @@ TEST(SlCertificateThumbprint, TextOfTwoSmallBytesIsTwoDigits) {
     constexpr wchar_t digits[] = L"0123456789ABCDEF";
     const std::wstring expected = {digits[thumbprint[0]], digits[thumbprint[1]]};
     EXPECT_EQ(expected, certificate.GetThumbprint().substr(0, 2));
+}
+
+TEST(SlCertificateThumbprint, TextIsTheSameInEveryLocale) {
+    const slCertificate certificate =
+        WithThumbprintOf([](const Bytes& thumbprint) { return thumbprint[0] >= 16; });
+    const std::wstring expected = certificate.GetThumbprint();
+    const GlobalLocale locale(new PointsBetweenDigits<wchar_t>);
+    EXPECT_EQ(expected, certificate.GetThumbprint());
 }
 
 TEST(SlCertificateThumbprint, OfAnEmptyObjectIsEmptyAndOutputsStayUntouched) {
