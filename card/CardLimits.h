@@ -4,6 +4,7 @@
 
 #include <p11-kit/pkcs11.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -32,9 +33,11 @@ struct AttributeBuffer {
     bool contains(const std::string& wanted) const {
         return std::strstr(text().c_str(), wanted.c_str()) != nullptr;
     }
-    /// Whether the buffer, whatever its length, begins with `wanted`.
+    /// Whether the buffer, whatever its length, begins with `wanted`. As with strncmp, a zero byte in both
+    /// ends the comparison: what stands behind it does not count.
     bool beginsWith(const std::string& wanted) const {
-        return wanted.size() <= Capacity && std::memcmp(bytes, wanted.data(), wanted.size()) == 0;
+        const size_t compared = std::min(wanted.size(), std::strlen(wanted.c_str()) + 1);
+        return compared <= Capacity && std::memcmp(bytes, wanted.c_str(), compared) == 0;
     }
 };
 

@@ -169,7 +169,10 @@ bool tkPKCS11::Init() {
 /// Loads the library and its one indispensable entry point. A library that lacks it stays loaded.
 bool tkPKCS11::LoadLibraryFile() {
     LogMessage("PKCS11 LoadLibrary");
+    void* const held = m_hLibrary;
     m_hLibrary = tk_dlopen(TOKEN_LIBRARY);
+    if (held != nullptr)
+        tk_dlclose(held); // a failed Init has left it: the loader counts, and Destroy closes once
     if (m_hLibrary == nullptr) {
         const char* reason = tk_dlerror();
         std::fprintf(stderr, "%s\n", reason != nullptr ? reason : TOKEN_LIBRARY);

@@ -29,9 +29,10 @@ using CK_C_CardTransmit = CK_RV (*)(CK_SESSION_HANDLE session, const unsigned ch
 /// All contact with smart cards: loads the token library libOrselP11.so, lists the tokens that are present,
 /// holds one session at a time and works on the card in it.
 ///
-/// No operation throws by itself; failures are a false, empty or negative result plus a message through
-/// tkPKCS11Logging. The object has no lock: its users keep out of each other's way. The function table and
-/// the flag beside it are shared by all objects of the process.
+/// Failures are a false, empty or negative result plus a message through tkPKCS11Logging. No operation throws
+/// by itself but one: SendAPDU_HEX lets through what its conversion throws. The object has no lock: its users
+/// keep out of each other's way. The function table and the flag beside it are shared by all objects of the
+/// process.
 class tkPKCS11 {
 public:
     /// Tries Init and ignores its outcome: without a library every operation fails quietly.
@@ -51,7 +52,8 @@ public:
     bool Init();
     bool init();
 
-    /// Finalises and unloads the library if this object loaded it. Always true.
+    /// Finalises and unloads the library if this object loaded it, however often Init has failed in between.
+    /// Always true.
     bool Destroy();
     bool destroy();
 
@@ -282,7 +284,8 @@ public:
     // --- Card data and updates -----------------------------------------------------------------------------
 
     /// Health insurance properties as raw bytes, on e-cards; len is the capacity of out on entry and the
-    /// length on return, as the library tells it also when this fails. A null out asks for the length.
+    /// length on return, as the library tells it also when this fails. A null out asks for the length, and so
+    /// does a capacity of 0, whatever out is.
     bool ReadEHIC(unsigned char* out, unsigned long& len);
     bool ReadGrunddaten(unsigned char* out, unsigned long& len);
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "card/tkPKCS11Logging.h"
 
+#include <locale>
 #include <sstream>
 
 namespace Velmor::tkPKCS11Logging {
@@ -36,6 +37,7 @@ void LogError(std::string msg, std::string value) {
 
 void LogError(std::string msg, unsigned long code) {
     std::ostringstream text;
+    text.imbue(std::locale::classic()); // no grouping of digits, whatever the process asks for
     text << msg << "0x" << std::hex << code;
     LogError(text.str());
 }

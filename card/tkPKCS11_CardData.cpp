@@ -4,6 +4,7 @@
 #include "card/tkPKCS11.h"
 
 #include <algorithm>
+#include <locale>
 #include <sstream>
 
 #include "card/CallP11.h"
@@ -51,6 +52,10 @@ bool FindIdentityLink(CK_SESSION_HANDLE session, unsigned long& handle) {
         LogError("PKCS11 Proc_C_FindObjectsFinal ERROR", rv);
         return false;
     }
+    if (count > 1) {
+        LogError("PKCS11 Proc_C_FindObjects ERROR", CKR_BUFFER_TOO_SMALL);
+        return false;
+    }
     if (count == 0) {
         LogError("PKCS11 Anzahl Objekte <1");
         return false;
@@ -60,13 +65,14 @@ bool FindIdentityLink(CK_SESSION_HANDLE session, unsigned long& handle) {
 
 } // namespace
 
-/// Reads a property straight into the caller's buffer. Without a buffer this asks for the length.
+/// Reads a property straight into the caller's buffer. Without a buffer, or with one of no capacity, this
+/// asks for the length.
 bool tkPKCS11::ReadProperty(const char* name, const char* failure, unsigned char* out, unsigned long& len) {
     if (Proc_C_CardAttribute == nullptr)
         return false;
     const unsigned long capacity = len;
     CK_RV rv = Proc_C_CardAttribute(m_hSession, name, out, &len);
-    if (rv == CKR_OK && out != nullptr && len > capacity)
+    if (rv == CKR_OK && out != nullptr && capacity != 0 && len > capacity)
         rv = CKR_BUFFER_TOO_SMALL;
     if (rv != CKR_OK)
         LogError(failure, rv);
@@ -194,6 +200,7 @@ bool tkPKCS11::updateCertInSession(const std::vector<unsigned char>& cert, bool 
     if (rv == CKR_OK)
         return true;
     std::ostringstream text;
+    text.imbue(std::locale::classic()); // no grouping of digits, whatever the process asks for
     text << "Fehler beim Modifizieren des Kartenobjektes. Code = 0x" << std::hex << rv;
     return Refuse(error, text.str());
 }

@@ -170,14 +170,16 @@ bool tkPKCS11::loadAllCertsInSession() {
     for (unsigned long i = 0; i < found; ++i) {
         ObjectText label;
         ObjectValue value;
-        const CK_RV rv = ReadLabelAndValue(m_hSession, handles[i], label, value);
+        CK_RV rv = ReadLabelAndValue(m_hSession, handles[i], label, value);
+        if (rv == CKR_OK && !value.fits()) {
+            LogError("buffer to short", rv);
+            return false;
+        }
+        if (rv == CKR_OK && !label.fits())
+            rv = CKR_BUFFER_TOO_SMALL;
         if (rv != CKR_OK) {
             LogError("PKCS11 Proc_C_GetAttributeValue", rv);
             continue;
-        }
-        if (!value.fits()) {
-            LogError("buffer to short", rv);
-            return false;
         }
         auto* certificate = new slCertificate;
         certificate->LoadFromBuffer(std::vector<unsigned char>(value.bytes, value.bytes + value.length));

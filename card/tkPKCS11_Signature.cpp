@@ -100,7 +100,11 @@ bool FindPrivateKeysDirectly(CK_SESSION_HANDLE session, unsigned long* handles, 
         LogError("PKCS11 Proc_C_FindObjectsFinal ERROR", rv);
         return false;
     }
-    return *found <= MAX_OBJECTS;
+    if (*found > MAX_OBJECTS) {
+        LogError("PKCS11 Proc_C_FindObjects ERROR", CKR_BUFFER_TOO_SMALL);
+        return false;
+    }
+    return true;
 }
 
 /// Walks the handles for a key whose label begins with this one. A failed read moves on to the next; with
@@ -408,20 +412,23 @@ bool tkPKCS11::findCertAndKey(const std::wstring& thumbprint, slCertificate& cer
             {CKA_VALUE, value.bytes, sizeof(value.bytes)},
             {CKA_ID, id.bytes, sizeof(id.bytes)},
         };
-        const CK_RV rv = CallP11(Proc_C_GetAttributeValue, m_hSession, handles[i], attributes, 3);
+        CK_RV rv = CallP11(Proc_C_GetAttributeValue, m_hSession, handles[i], attributes, 3);
+        certLabel.length = attributes[0].ulValueLen;
         value.length = attributes[1].ulValueLen;
         id.length = attributes[2].ulValueLen;
+        if (rv == CKR_OK && !value.fits()) {
+            LogError("buffer to short"); // misworded as it is
+            return false;
+        }
+        if (rv == CKR_OK && (!certLabel.fits() || !id.fits()))
+            rv = CKR_BUFFER_TOO_SMALL;
         if (rv != CKR_OK) {
             LogError("PKCS11 Proc_C_GetAttributeValue", rv);
             continue;
         }
-        if (!value.fits()) {
-            LogError("buffer to short"); // misworded as it is
-            return false;
-        }
         slCertificate candidate;
         candidate.LoadFromBuffer(value.bytes, static_cast<unsigned int>(value.length));
-        if (!id.fits() || candidate.GetThumbprint() != thumbprint)
+        if (candidate.GetThumbprint() != thumbprint)
             continue;
         cert = candidate;
         return findPrivateKeyFromID(id.text(), label);

@@ -191,13 +191,10 @@ void AddReading(MatrixTable& table) {
         unsigned long length = sizeof(out);
         return Text(context.card->ReadGrunddaten(out, length));
     });
-    table.Add("ReadPers")
-        .Gives("true", "false")
-        .But({{"C_FindObjects length", "true"}}) // only none at all is too few
-        .Runs([](Context& context) {
-            Personenbindung record;
-            return Text(context.card->ReadPers(&record));
-        });
+    table.Add("ReadPers").Gives("true", "false").Runs([](Context& context) {
+        Personenbindung record;
+        return Text(context.card->ReadPers(&record));
+    });
 }
 
 const std::string NO_CARD = "false Keine Smartcard gefunden für CIN=8004000011112222";

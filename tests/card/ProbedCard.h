@@ -17,10 +17,17 @@ public:
     using tkPKCS11::m_CertVector;
     using tkPKCS11::m_ClientVersion;
     using tkPKCS11::m_Description;
+    using tkPKCS11::m_Fingerprint;
     using tkPKCS11::m_hLibrary;
+    using tkPKCS11::m_Issuer;
     using tkPKCS11::m_Manufacturer;
+    using tkPKCS11::m_PublicKey;
+    using tkPKCS11::m_SerialNumber;
+    using tkPKCS11::m_SigningCert;
     using tkPKCS11::m_SlotIndex;
     using tkPKCS11::m_Slots;
+    using tkPKCS11::m_Subject;
+    using tkPKCS11::m_SubjectCN;
     using tkPKCS11::m_Version;
 };
 

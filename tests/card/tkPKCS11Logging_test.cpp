@@ -4,6 +4,7 @@
 #include "tests/card/ProbedCard.h"
 
 #include "card/tkPKCS11Logging.h"
+#include "tests/foundation/GlobalLocale.h"
 
 using testing::ElementsAre;
 using namespace Velmor::tkPKCS11Logging;
@@ -33,6 +34,13 @@ TEST(tkPKCS11Logging, ACodeFollowsInLowerCaseHexadecimalWithoutABlank) {
     LogError("rv = ", 0xE0ABUL);
     LogError("", 0UL);
     EXPECT_THAT(log.Errors(), ElementsAre("PKCS11 Proc_C_OpenSession ERROR0x7", "rv = 0xe0ab", "0x0"));
+}
+
+TEST(tkPKCS11Logging, ACodeIsWrittenTheSameInEveryLocale) {
+    const GlobalLocale locale(new PointsBetweenDigits<char>);
+    const LogCapture log;
+    LogError("rv = ", 0x80000001UL);
+    EXPECT_THAT(log.Errors(), ElementsAre("rv = 0x80000001"));
 }
 
 TEST(tkPKCS11Logging, AValueFollowsBehindOneBlank) {

@@ -201,6 +201,19 @@ TEST_F(CinCsn, OfAnUnknownCardIsReadLikeThatOfMost) {
     EXPECT_TRUE(m_card.GetCinCsn(cin));
 }
 
+TEST_F(CinCsn, AsksForTheAtrASecondTimeWhenTheFirstAnswerIsAFailure) {
+    EXPECT_CALL(m_library, CardAttribute(9, testing::StrEq("ATR"), _, _))
+        .InSequence(m_order)
+        .WillOnce(testing::Return(CKR_DEVICE_ERROR));
+    PlanAtr(m_cardOs);
+    Plan(SELECT_ROOT, OK); // so the second answer has told the card's type
+    Plan(SELECT_EF_DEC, OK);
+    Plan(READ_BINARY, Counting(8));
+    std::string cin;
+    EXPECT_TRUE(m_card.GetCinCsn(cin));
+    EXPECT_EQ(m_card.m_CardType, CARD_CARDOS);
+}
+
 TEST_F(CinCsn, NeedsTenBytes) {
     PlanAtr(m_eCard);
     Plan(SELECT_DF_DEC, OK);

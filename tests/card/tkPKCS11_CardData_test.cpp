@@ -5,6 +5,7 @@
 #include "formats/slCertificate.h"
 #include "tests/card/MockedObjects.h"
 #include "tests/formats/CertificateBuilder.h"
+#include "tests/foundation/GlobalLocale.h"
 
 using testing::_;
 using testing::DoAll;
@@ -105,6 +106,17 @@ TEST_F(InsuranceData, MayFillItsBufferAndTellsItsSizeWithoutOne) {
     }
 }
 
+TEST_F(InsuranceData, TellsItsSizeToABufferOfNoCapacityToo) {
+    for (const Row& row : ROWS) {
+        m_length = 0;
+        EXPECT_CALL(m_library, CardAttribute(_, _, m_out, Pointee(0U)))
+            .WillOnce(DoAll(SetArgPointee<3>(700), Return(CKR_OK)));
+        EXPECT_TRUE((m_card.*row.read)(m_out, m_length));
+        EXPECT_EQ(m_length, 700U);
+    }
+    EXPECT_THAT(m_log.Lines(), IsEmpty());
+}
+
 TEST_F(InsuranceData, ReportsAFailureWithItsCode) {
     for (const Row& row : ROWS) {
         m_log.Clear();
@@ -194,6 +206,12 @@ TEST_F(IdentityLink, ThatCannotBeSearchedForIsReportedFromTheSecondCallOn) {
     EXPECT_FALSE(m_card.ReadPers(&m_record));
     EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_FindObjects ERROR0x30",
                                             "PKCS11 Proc_C_FindObjectsFinal ERROR0x30"));
+}
+
+TEST_F(IdentityLink, OfASearchThatClaimsMoreThanItCouldHandOutIsNotRead) {
+    PlanSearchClaiming(2, IDENTITY_LINK, 1);
+    EXPECT_FALSE(m_card.ReadPers(&m_record));
+    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_FindObjects ERROR0x150"));
 }
 
 TEST_F(IdentityLink, ThatTheCardDoesNotHaveIsReportedAndLeavesTheRecordAlone) {
@@ -414,6 +432,15 @@ TEST_F(UpdateOfCertificate, TellsTheCodeOfAFailedWrite) {
     PlanWrite(63, m_new, CKR_PIN_INCORRECT + 0xB);
     EXPECT_FALSE(m_card.updateCertInSession(m_new, true, m_error));
     EXPECT_EQ(m_error, "Fehler beim Modifizieren des Kartenobjektes. Code = 0xab");
+}
+
+TEST_F(UpdateOfCertificate, TellsTheCodeTheSameInEveryLocale) {
+    const GlobalLocale locale(new PointsBetweenDigits<char>);
+    PlanCertificateOnCard(m_old);
+    PlanHandle(63);
+    PlanWrite(63, m_new, CKR_VENDOR_DEFINED | 1);
+    EXPECT_FALSE(m_card.updateCertInSession(m_new, true, m_error));
+    EXPECT_EQ(m_error, "Fehler beim Modifizieren des Kartenobjektes. Code = 0x80000001");
 }
 
 TEST_F(UpdateOfCertificate, GivesAHandleOfZeroToTheLibraryAsItIs) {

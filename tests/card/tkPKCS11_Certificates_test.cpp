@@ -477,3 +477,12 @@ TEST_F(AllCertificates, EndAtOneThatClaimsToBeTooLong) {
     EXPECT_THAT(Holders(), ElementsAre("Anna"));
     EXPECT_THAT(m_log.Lines(), ElementsAre("E buffer to short0x0"));
 }
+
+TEST_F(AllCertificates, PassOverOneWhoseLabelClaimsToBeTooLong) {
+    PlanSearch(ANY_CERT, {1, 2});
+    PlanRead(1, {Claiming(257, Label("C.CH.SIG")), Value(OfHolder("Anna").Der())});
+    PlanRead(2, {Label("C.CH.EKEY"), Value(OfHolder("Eva").Der())});
+    EXPECT_TRUE(m_card.loadAllCertsInSession());
+    EXPECT_THAT(Holders(), ElementsAre("Eva"));
+    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x150"));
+}

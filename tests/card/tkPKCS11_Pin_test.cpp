@@ -198,6 +198,16 @@ TEST_F(Pins, ALibraryThatRefusesTheScreenIsAskedAgainWithoutThatWish) {
                                        ElementsAre(Attribute(CHANGE, 1))));
 }
 
+TEST_F(Pins, TheScreenIsAnnouncedBeforeTheKeyIsLookedFor) {
+    m_card.m_CardType = CARD_ACOS_A04;
+    SetClientVersion(2, 0, 0, 0);
+    EXPECT_CALL(m_library, FindObjectsInit(_, _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_EQ(m_card.InitPIN(ApplSignature), P11_ERROR);
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M InitPIN", "M tkPKCS11::_GenericPINCommand: force Software Pin",
+                                           "E PKCS11 Proc_C_FindObjectsInit0x30",
+                                           "E tkPKCS11::FindObject: FindObjects error"));
+}
+
 TEST_F(Pins, AnOldClientAsksAgainWithAnEmptyList) {
     m_card.m_CardType = CARD_ACOS_A04;
     SetClientVersion(1, 0, 0, 0);
@@ -308,6 +318,17 @@ TEST_F(PinStatus, AFailedQueryReadsAsABlockedPin) {
         EXPECT_EQ(m_tries, 0);
     }
     EXPECT_THAT(m_log.Errors(), IsEmpty());
+}
+
+TEST_F(PinStatus, TheByteOfAFailedQueryCounts) {
+    for (const auto& [byte, state, tries] :
+         {std::tuple<unsigned char, PINState, int>{3, PIN_STATE_OK, 3}, {0xFF, PIN_STATE_UNKNOWN, -1}}) {
+        EXPECT_CALL(m_library, CardAttribute(_, _, _, _))
+            .WillOnce(DoAll(SetArgPointee<2>(byte), Return(CKR_DEVICE_REMOVED)));
+        EXPECT_EQ(m_card.GetPINStatus(ApplSignature, m_state, m_tries), -1);
+        EXPECT_EQ(m_state, state);
+        EXPECT_EQ(m_tries, tries);
+    }
 }
 
 TEST_F(PinStatus, AMissingEntryPointIsAQueryThatTheLibraryDoesNotHave) {

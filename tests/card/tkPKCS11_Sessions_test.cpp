@@ -74,6 +74,17 @@ TEST_F(Sessions, AReadWriteSessionBySlotIdClosesTheOpenOneFirst) {
     EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 Proc_C_CloseSession"));
 }
 
+TEST_F(Sessions, AReadWriteSessionBySlotIdClosesAlsoWhereNoneIsOpen) {
+    ASSERT_EQ(m_card.m_hSession, 0U);
+    const InSequence inThisOrder;
+    EXPECT_CALL(m_library, CloseSession(0)).WillOnce(Return(CKR_SESSION_HANDLE_INVALID));
+    PlanOpen(101, 6, 77);
+    EXPECT_TRUE(m_card.OpenSessionWithSlotId(101, true));
+    EXPECT_EQ(m_card.m_hSession, 77U);
+    EXPECT_EQ(m_card.m_SlotIndex, 1);
+    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 Proc_C_CloseSession"));
+}
+
 TEST_F(Sessions, AReadOnlySessionBySlotIdClosesNothing) {
     m_card.m_hSession = 55;
     PlanOpen(100, 4, 56);

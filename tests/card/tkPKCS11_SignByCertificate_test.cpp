@@ -97,6 +97,25 @@ TEST_F(ByCertificate, AnIdThatClaimsToBeTooLongIsPassedOver) {
     PlanKeyOfId("\x02", "SK.CH.EKEY");
     EXPECT_TRUE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
     EXPECT_EQ(m_label, "SK.CH.EKEY");
+    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x150"));
+}
+
+TEST_F(ByCertificate, ALabelThatClaimsToBeTooLongIsPassedOver) {
+    PlanSearch(ANY_CERT, {1, 2});
+    PlanRead(1, {Claiming(257, Label("egal")), Value(m_der), Id("\x01")});
+    PlanRead(2, Read(m_der, "\x02"));
+    PlanKeyOfId("\x02", "SK.CH.EKEY");
+    EXPECT_TRUE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
+    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x150"));
+}
+
+TEST_F(ByCertificate, WithoutItsKeyIsHandedOutAllTheSame) {
+    PlanSearch(ANY_CERT, {1});
+    PlanRead(1, Read(m_der, "\x01"));
+    PlanSearch({CKO_PRIVATE_KEY, "", "\x01"}, {});
+    EXPECT_FALSE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
+    EXPECT_EQ(m_certificate.ToBin(), m_der);
+    EXPECT_EQ(m_label, "");
 }
 
 TEST_F(ByCertificate, TheKeyHasToBeTheOnlyOneOfItsId) {

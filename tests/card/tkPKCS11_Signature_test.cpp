@@ -92,6 +92,18 @@ TEST_F(Signatures, AreMadeWithTheFirstKeyWhoseLabelBeginsAsWanted) {
                                            "E PKCS11 Proc_C_GetAttributeValue0x150"));
 }
 
+TEST_F(Signatures, CompareLabelsUpToAZeroByte) {
+    PlanKeys({1, KEY});
+    PlanReadOfKey(1, std::string("SK.C\0A", 6), CKK_RSA);
+    PlanReadOfKey(KEY, std::string("SK.CH\0A", 7), CKK_RSA);
+    PlanSignInit(CKM_RSA_PKCS);
+    PlanSize({1}, 2);
+    PlanSign({1}, 2, {7, 8});
+    Bytes signature;
+    EXPECT_TRUE(m_card.Sign(std::string("SK.CH\0B", 7), {1}, signature, HASH_RAW));
+    EXPECT_EQ(signature, (Bytes{7, 8}));
+}
+
 TEST_F(Signatures, FailWithoutAWordWithoutASessionOrAKey) {
     m_card.m_hSession = 0;
     EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature, HASH_SHA1));
@@ -298,6 +310,13 @@ TEST_F(KindOfKey, NeedsASessionAndASearch) {
         EXPECT_THAT(m_log.Errors(), ElementsAre(texts[call]));
     }
     EXPECT_EQ(m_key, 17);
+}
+
+TEST_F(KindOfKey, TrustsNoSearchThatClaimsMoreThanItCouldHandOut) {
+    PlanSearchClaiming(11, {CKO_PRIVATE_KEY});
+    EXPECT_FALSE(m_card.GetSignKeyType(m_key, true));
+    EXPECT_EQ(m_key, 17);
+    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_FindObjects ERROR0x150"));
 }
 
 TEST_F(KindOfKey, AndTheCardDecideTheHash) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "card/tkPKCS11.h"
 
+#include <cstddef>
+
 #include "tests/card/TokenLibraryMock.h"
 
 using testing::_;
@@ -37,6 +39,17 @@ TEST(ACardWithoutALibrary, StartsWithEverythingAtZero) {
     EXPECT_EQ(card.m_SlotIndex, -1);
     EXPECT_THAT(card.m_ClientVersion, ElementsAre(0, 0, 0, 0));
     EXPECT_EQ(card.CertVectorBegin(), card.CertVectorEnd());
+}
+
+TEST(ACardWithoutALibrary, HasItsMembersInTheirOrder) {
+    ProbedCard card;
+    const void* const members[] = {
+        &card.m_Slots,        &card.m_hSession, &card.m_hLibrary,  &card.m_Manufacturer,  &card.m_Description,
+        &card.m_Version,      &card.m_Subject,  &card.m_SubjectCN, &card.m_Atr,           &card.m_SigningCert,
+        &card.m_CertVector,   &card.m_CardType, &card.m_SlotIndex, &card.m_ClientVersion, &card.m_Fingerprint,
+        &card.m_SerialNumber, &card.m_Issuer,   &card.m_PublicKey,
+    };
+    EXPECT_TRUE(std::is_sorted(std::begin(members), std::end(members)));
 }
 
 TEST(ACardWithoutALibrary, TriesAgainAtEachInitAndIsDestroyedWithoutACall) {
@@ -87,6 +100,28 @@ TEST(CardTypes, HaveTheNumbersThatOtherProgramsShare) {
     EXPECT_THAT((std::vector<int>{CARD_UNKNOWN, CARD_ACOS_A03, CARD_ECARD_G2, CARD_ELU, CARD_ACOS_A04,
                                   CARD_ACOS_A05, CARD_ECARD_G3A, CARD_ECARD_G3B, CARD_CARDOS}),
                 ElementsAre(0, 1, 3, 4, 5, 6, 7, 8, 9));
+}
+
+TEST(CardTypes, HaveTheirFieldsInTheirOrder) {
+    static_assert(offsetof(SlotStruct, m_SlotId) == 0);
+    static_assert(offsetof(SlotStruct, m_SlotId) < offsetof(SlotStruct, m_Label));
+    static_assert(offsetof(SlotStruct, m_Label) < offsetof(SlotStruct, m_Serial));
+
+    static_assert(offsetof(TokenInfoStruct, m_Label) == 0);
+    static_assert(offsetof(TokenInfoStruct, m_Label) < offsetof(TokenInfoStruct, m_ManufacturerId));
+    static_assert(offsetof(TokenInfoStruct, m_ManufacturerId) < offsetof(TokenInfoStruct, m_Model));
+    static_assert(offsetof(TokenInfoStruct, m_Model) < offsetof(TokenInfoStruct, m_Serial));
+
+    static_assert(offsetof(TokenInfoStruct2, m_Label) == 0);
+    static_assert(offsetof(TokenInfoStruct2, m_Label) < offsetof(TokenInfoStruct2, m_ManufacturerId));
+    static_assert(offsetof(TokenInfoStruct2, m_ManufacturerId) < offsetof(TokenInfoStruct2, m_Model));
+    static_assert(offsetof(TokenInfoStruct2, m_Model) < offsetof(TokenInfoStruct2, m_Serial));
+    static_assert(offsetof(TokenInfoStruct2, m_Serial) < offsetof(TokenInfoStruct2, m_EncKeyType));
+    static_assert(offsetof(TokenInfoStruct2, m_EncKeyType) < offsetof(TokenInfoStruct2, m_EncKeyBits));
+    static_assert(offsetof(TokenInfoStruct2, m_EncKeyBits) < offsetof(TokenInfoStruct2, m_SigKeyType));
+    static_assert(offsetof(TokenInfoStruct2, m_SigKeyType) < offsetof(TokenInfoStruct2, m_SigKeyBits));
+    static_assert(offsetof(TokenInfoStruct2, m_SigKeyBits) < offsetof(TokenInfoStruct2, m_TokenType));
+    static_assert(offsetof(TokenInfoStruct2, m_TokenType) < offsetof(TokenInfoStruct2, m_HasInfobox));
 }
 
 TEST(CardTypes, AFreshTokenRecordStandsForAnUnknownCard) {
