@@ -3,6 +3,7 @@
 
 #include <wx/filename.h>
 #include <wx/intl.h>
+#include <wx/log.h>
 #include <wx/stdpaths.h>
 #include <wx/translation.h>
 
@@ -57,6 +58,7 @@ int I18N::Initialize(long language) {
     const int wanted = systemLanguage ? wxLANGUAGE_DEFAULT : static_cast<int>(language);
     const bool available = wxLocale::IsAvailable(wanted);
     int result = available ? 0 : 2;
+    const wxLogNull silence; // a locale that this machine has not generated is no news for the user
 
     FreeLocale();
     m_locale = new wxLocale;

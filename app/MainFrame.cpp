@@ -191,9 +191,10 @@ void MainFrame::do_layout() {
 wxString MainFrame::FullTitle(const std::string& version) {
     const wxString name = Translate("Kartenverwaltung");
     const wxString arch = Translate("x86");
-    if (version.empty())
+    const wxString decoded = wxString::FromUTF8(version.c_str()); // empty for bytes that are no UTF-8
+    if (decoded.empty())
         return wxString::Format("%s (%s)", name, arch);
-    return wxString::Format("%s (%s, %s)", name, wxString::FromUTF8(version.c_str()), arch);
+    return wxString::Format("%s (%s, %s)", name, decoded, arch);
 }
 
 void MainFrame::CreateColumns() {

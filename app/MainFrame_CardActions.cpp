@@ -215,7 +215,7 @@ void MainFrame::evt_pers_show(wxCommandEvent& /*event*/) {
         return;
     InfoboxBereich dialog(this, type);
     dialog.SetP11(m_p11, slotIndex);
-    dialog.Centre(wxBOTH);
+    dialog.Centre(wxBOTH | wxCENTRE_ON_SCREEN);
     wxSafeYield(nullptr, false);
     dialog.ShowModal();
 }

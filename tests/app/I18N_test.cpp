@@ -2,6 +2,7 @@
 #include "app/I18N.h"
 
 #include <wx/intl.h>
+#include <wx/log.h>
 #include <wx/stdpaths.h>
 #include <wx/translation.h>
 
@@ -9,6 +10,7 @@
 #include <cstdlib>
 
 #include "tests/app/GuiTest.h"
+#include "tests/foundation/Seconds.h"
 
 namespace {
 
@@ -45,6 +47,18 @@ TEST_F(Language, ANumberThatIsNoLanguageGivesTheSystemsWithTwo) {
 
 TEST_F(Language, ALocaleThatTheSystemLacksGivesTheSystemsWithTwo) {
     EXPECT_EQ(I18N::GetHandle()->Initialize(wxLANGUAGE_JAPANESE), 2);
+}
+
+TEST_F(Language, OfTheSystemGivesOneSilentlyWhereItsLocaleIsNotGenerated) {
+    const ScopedVariable all("LC_ALL", "fr_CA.UTF-8");
+    const ScopedVariable language("LANG", "fr_CA.UTF-8");
+    ASSERT_EQ(std::setlocale(LC_ALL, ""), nullptr) << "this machine has the locale";
+    wxLogBuffer messages;
+    wxLog* const before = wxLog::SetActiveTarget(&messages);
+    EXPECT_EQ(I18N::GetHandle()->Initialize(), 1); // the second attempt with the default is in place
+    wxLog::SetActiveTarget(before);
+    EXPECT_NE(wxGetLocale(), nullptr);
+    EXPECT_EQ(messages.GetBuffer(), "");
 }
 
 TEST_F(Language, MayBeSetAgainAndGivenUp) {

@@ -381,6 +381,8 @@ TEST_F(ShowingACertificate, CountsAsStartedWithoutAViewer) {
 
 namespace {
 
+using InfoboxOfACard = CardWindowTest<>;
+
 /// Opens the dialogs by their buttons and closes them once they have read the card.
 class OpeningADialog : public CardWindowTest<> {
 protected:
@@ -437,4 +439,23 @@ TEST_F(OpeningADialog, TellsOfAMissingIdentityLinkButNotOnAnECard) {
         EXPECT_EQ(m_noPersB.count, told);
         m_deck.remove(card);
     }
+}
+
+TEST_F(InfoboxOfACard, OpensInTheMiddleOfTheScreenWhereverTheWindowIs) {
+    m_deck.add("acos-a04");
+    Open();
+    m_frame->Move(0, 30);
+    RunFor(200);
+    bool isInTheMiddle = false;
+    const ModalDialogsClosed<InfoboxBereich> infobox(
+        ID_INFOBOX_CLOSE, [&isInTheMiddle](InfoboxBereich&) { isInTheMiddle = true; },
+        [](InfoboxBereich& dialog) {
+            const wxRect screen = wxGetClientDisplayRect();
+            const wxRect window = dialog.GetScreenRect();
+            const wxPoint off =
+                window.GetPosition() + window.GetSize() / 2 - (screen.GetPosition() + screen.GetSize() / 2);
+            return std::abs(off.x) < 40 && std::abs(off.y) < 40;
+        });
+    Press(ID_PERS_SHOW);
+    EXPECT_TRUE(isInTheMiddle);
 }

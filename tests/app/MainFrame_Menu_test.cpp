@@ -184,6 +184,18 @@ TEST_F(TheKeyboard, CopiesTheCardNumberAloneWithControlAndC) {
     }
 }
 
+TEST_F(TheKeyboard, LeavesAClipboardAloneThatItCannotOpen) {
+    m_deck.add("acos-a04", CardOptions().serial("1111222233334444"));
+    Open();
+    const ControlKey control;
+    ASSERT_TRUE(wxTheClipboard->Open()); // by somebody else, and it opens only once
+    wxTheClipboard->SetData(new wxTextDataObject("von jemand anderem"));
+    EXPECT_TRUE(KeyOn(*m_frame, 'c'));
+    EXPECT_TRUE(wxTheClipboard->IsOpened());
+    wxTheClipboard->Close();
+    EXPECT_EQ(Clipboard(), "von jemand anderem");
+}
+
 TEST_F(TheKeyboard, PassesOtherKeysOnAndCopiesNothing) {
     m_deck.add("acos-a04");
     Open();

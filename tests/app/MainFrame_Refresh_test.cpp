@@ -242,6 +242,25 @@ TEST_F(ARefresh, ShowsTheLabelOfACardWhoseTokenInformationIsGoneByThen) {
     EXPECT_EQ(m_frame->list_cards->GetItemData(0), 8U);
 }
 
+TEST_F(ARefresh, ShowsNoNumberAndNoLabelThatIsNoUtf8) {
+    m_deck.add("acos-a04");
+    Open();
+    static const auto getTokenInfo = Velmor::tkPKCS11::Proc_C_GetTokenInfo;
+    Velmor::tkPKCS11::Proc_C_GetTokenInfo = [](CK_SLOT_ID slot, CK_TOKEN_INFO* info) {
+        const CK_RV rv = getTokenInfo(slot, info);
+        info->label[0] = info->serialNumber[0] = 0xFC; // an umlaut of another encoding
+        info->model[0] = '?';                          // so that the label stands for the kind
+        return rv;
+    };
+    Reload();
+    Velmor::tkPKCS11::Proc_C_GetTokenInfo = getTokenInfo;
+    ASSERT_EQ(m_frame->list_cards->GetItemCount(), 1);
+    EXPECT_EQ(Column(0).front(), "");
+    EXPECT_NE(Column(1).front(), "");
+    EXPECT_EQ(Column(2).front(), "");
+    EXPECT_EQ(m_frame->list_cards->GetItemData(0), 8U);
+}
+
 TEST_F(ARefresh, WhoseThreadDoesNotStartKeepsTheBusyDialogOnTheScreen) {
     m_deck.add("acos-a04");
     Open();

@@ -82,3 +82,7 @@ TEST(wxHelper, AsciiTextStaysAsItIs) {
     EXPECT_EQ(Velmor::WxStr2Ascii("Karte 7"), "Karte 7");
     EXPECT_EQ(Velmor::WxStr2Ascii(""), "");
 }
+
+TEST(wxHelper, WhatIsBeyondAsciiBecomesAnUnderscore) {
+    EXPECT_EQ(Velmor::WxStr2Ascii(Utf8("Grüße \u20AC")), "Gr__e _");
+}
