@@ -93,7 +93,7 @@ public:
 
     // --- Objects -------------------------------------------------------------------------------------------
 
-    /// Searches the card once for at most maxHandles objects. True also when nothing matched.
+    /// Searches the card once for at most maxHandles objects; more is a failure. True also for no match.
     bool FindObjects(CK_ATTRIBUTE* tmpl, unsigned long count, unsigned long* handles,
                      unsigned long maxHandles, unsigned long* found);
 

@@ -42,7 +42,8 @@ const EVP_MD* GetHashAlgo(HashAlgorithm algo, unsigned long& length);
 } // namespace intern
 
 /// Hashes `len` bytes. `outLen` is the capacity of `out` in bytes and becomes the digest's size; both stay
-/// untouched on failure.
+/// untouched on failure. An algorithm that libcrypto cannot begin, since a provider is missing or forbids it,
+/// counts as unknown here and in the other forms.
 bool Hash(const unsigned char* data, unsigned long len, unsigned char* out, unsigned long& outLen,
           HashAlgorithm algo);
 

@@ -56,7 +56,7 @@ TEST_F(Language, OfTheSystemGivesOneSilentlyWhereItsLocaleIsNotGenerated) {
     wxLogBuffer messages;
     wxLog* const before = wxLog::SetActiveTarget(&messages);
     EXPECT_EQ(I18N::GetHandle()->Initialize(), 1); // the second attempt with the default is in place
-    EXPECT_EQ(messages.GetBuffer(), ""); // looked at now: the change back empties it
+    EXPECT_EQ(messages.GetBuffer(), "");           // looked at now: the change back empties it
     wxLog::SetActiveTarget(before);
     EXPECT_NE(wxGetLocale(), nullptr);
 }

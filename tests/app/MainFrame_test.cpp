@@ -2,7 +2,9 @@
 // Construction and layout of the main window. There is no token library on the loader path.
 #include "app/MainFrame.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 #include "app/ControlIds.h"
 #include "images/Images.h"
@@ -93,6 +95,44 @@ TEST_F(TheMainWindow, HasElevenCommandsWithTheirIdsAndLabels) {
         EXPECT_EQ(row.button->GetWindowStyle() & wxBORDER_MASK, 0);
         EXPECT_EQ(wxWindow::FindWindowById(row.id, m_frame.get()), row.button);
     }
+}
+
+TEST_F(TheMainWindow, HasItsMembersInTheirOrder) {
+    const ProbedFrame& frame = *m_frame;
+    const void* const members[] = {
+        &frame.sizer_pers_box,
+        &frame.sizer_enc_box,
+        &frame.sizer_sig_box,
+        &frame.bitmap_banner,
+        &frame.list_cards,
+        &frame.button_reload,
+        &frame.button_sig_change_pin,
+        &frame.button_sig_puk,
+        &frame.button_sig_show_cert,
+        &frame.button_sig_test,
+        &frame.button_enc_change_pin,
+        &frame.button_enc_puk,
+        &frame.button_enc_show,
+        &frame.button_enc_test,
+        &frame.button_pers_change,
+        &frame.button_pers_puk,
+        &frame.button_pers_show,
+        &frame.panel_status_left,
+        &frame.bitmap_status,
+        &frame.label_status,
+        &frame.panel_status_right,
+        &frame.panel_main,
+        &frame.panel_status_height,
+        &frame.m_imageList,
+        &frame.m_chipImage,
+        &frame.m_startTimer,
+        &frame.m_p11,
+        &frame.m_refreshThread,
+        &frame.m_pleaseWait,
+        &frame.m_fadeTimer,
+        &frame.m_fade,
+    };
+    EXPECT_TRUE(std::is_sorted(std::begin(members), std::end(members)));
 }
 
 TEST_F(TheMainWindow, HasThreeLabelledBoxes) {

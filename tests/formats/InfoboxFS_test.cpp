@@ -2,6 +2,7 @@
 #include "formats/InfoboxFS.h"
 
 #include <climits>
+#include <cstddef>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -48,6 +49,9 @@ static_assert(LibInfobox::PERSONENBINDUNG_INDEX == 1 && LibInfobox::RFU1_INDEX =
               LibInfobox::RFU2_INDEX == 3 && LibInfobox::INFOBOX_ATTR_ENCRYPTED == 1);
 
 TEST(InfoboxFsEntry, ANewOneIsEmpty) {
+    static_assert(offsetof(InfoboxFSEntry, m_Tag) == 0);
+    static_assert(offsetof(InfoboxFSEntry, m_Tag) < offsetof(InfoboxFSEntry, m_Attributes));
+    static_assert(offsetof(InfoboxFSEntry, m_Attributes) < offsetof(InfoboxFSEntry, m_Data));
     const InfoboxFSEntry entry;
     EXPECT_EQ(0, entry.m_Tag);
     EXPECT_EQ(0, entry.m_Attributes);
