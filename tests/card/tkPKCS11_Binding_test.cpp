@@ -4,7 +4,7 @@
 
 #include <dlfcn.h>
 
-#include "tests/card/TokenLibraryMock.h"
+#include "tests/card/ProbedCard.h"
 #include "tests/card/scripted/Script.h"
 
 using testing::ElementsAre;
