@@ -92,6 +92,21 @@ MainFrame::~MainFrame() {
     m_p11 = nullptr;
 }
 
+bool MainFrame::ProcessEvent(wxEvent& event) {
+    ++m_eventsInWork;
+    const bool isProcessed = wxFrame::ProcessEvent(event);
+    --m_eventsInWork;
+    if (m_isToGo && m_eventsInWork == 0) {
+        wxFrame::Destroy();
+    }
+    return isProcessed;
+}
+
+bool MainFrame::Destroy() {
+    m_isToGo = true;
+    return m_eventsInWork > 0 || wxFrame::Destroy();
+}
+
 static wxPanel* NewPanel(wxWindow* parent) {
     return new wxPanel(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_NONE);
 }

@@ -36,6 +36,11 @@ public:
     explicit MainFrame(wxWindow* parent);
     ~MainFrame() override;
 
+    /// Handlers let the toolkit work in between, which may close the window. Such a window goes when the
+    /// outermost event that it has in work is over.
+    bool ProcessEvent(wxEvent& event) override;
+    bool Destroy() override;
+
     /// Enables or disables all commands and the window itself. Enabling ends with what the selected card
     /// does not allow.
     void MyEnable(bool enable);
@@ -136,6 +141,9 @@ private:
     void TestSignature(const char* title, Velmor::ApplType appl);
     void StopRefresh();
     void RenewLayout();
+
+    int m_eventsInWork = 0; ///< one inside the other
+    bool m_isToGo = false;
 
     wxDECLARE_EVENT_TABLE();
 };

@@ -4,6 +4,7 @@
 
 #include <wx/app.h>
 #include <wx/utils.h>
+#include <wx/weakref.h>
 
 #include <cstdlib>
 
@@ -65,6 +66,20 @@ protected:
 
     SimDeck m_deck;
     FramePtr m_frame;
+};
+
+/// A window whose cards have been read, with the news of it waiting.
+class AWindowBeforeItsRowsCome : public ARefresh {
+protected:
+    void SetUp() override {
+        m_deck.add("acos-a03");
+        Open();
+        ProbedFrame* const frame = m_frame.release(); // it goes by itself
+        m_window = frame;
+        wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
+        frame->ProcessEvent(click);
+    }
+    wxWeakRef<ProbedFrame> m_window;
 };
 
 } // namespace
@@ -347,4 +362,13 @@ TEST_F(ARefresh, OfTenCardsMayBeRepeatedFiftyTimes) {
     EXPECT_EQ(m_frame->list_cards->GetItemCount(), 10);
     EXPECT_THAT(m_deck.trace("C_CloseSession"), testing::SizeIs(510));
     EXPECT_FALSE(m_frame->m_pleaseWait.IsShown());
+}
+
+TEST_F(AWindowBeforeItsRowsCome, GoesWhenTheyStandThereIfItIsClosedMeanwhile) {
+    m_window->CallAfter([this] { m_window->Close(); }); // by the handler's own wait for the screen
+    wxCommandEvent finished(wxEVT_MENU, ID_THREAD_FINISHED);
+    m_window->ProcessEvent(finished);
+    ASSERT_TRUE(m_window);
+    EXPECT_EQ(m_window->list_cards->GetItemCount(), 1);
+    EXPECT_TRUE(RunUntil([this] { return !m_window; }));
 }

@@ -4,7 +4,9 @@
 
 #include <dlfcn.h>
 
-#include "tests/card/ProbedCard.h"
+#include <gmock/gmock.h>
+
+#include "tests/card/TokenLibraryMock.h"
 #include "tests/card/scripted/Script.h"
 
 using testing::ElementsAre;
