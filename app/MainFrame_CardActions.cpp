@@ -8,19 +8,17 @@
 #include <wx/listctrl.h>
 #include <wx/utils.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <memory>
-
 #include "app/I18N.h"
 #include "app/OrselCardsLogger.h"
 #include "app/wxHelper.h"
 #include "card/tkPKCS11.h"
 #include "dialogs/InfoboxBereich.h"
 #include "dialogs/TestDialog.h"
+#include "formats/NewFile.h"
 #include "formats/slCertificate.h"
 #include "foundation/FileAndDirectory.h"
 #include "foundation/Logging.h"
+#include <algorithm>
 
 using Velmor::SlotStruct;
 using Velmor::TokenType;
@@ -30,17 +28,6 @@ namespace {
 /// One file for both certificates and all cards. It stays behind for the viewer; the next one replaces it.
 constexpr const char* CERTIFICATE_FILE = "orselcards_cert.cer";
 constexpr unsigned long CERTIFICATE_CAPACITY = 5012;
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-
-bool WriteFile(const std::string& path, const unsigned char* bytes, size_t size) {
-    std::unique_ptr<FILE, CloseFile> file(std::fopen(path.c_str(), "wb"));
-    if (file == nullptr || std::fwrite(bytes, 1, size, file.get()) != size)
-        return false;
-    return std::fclose(file.release()) == 0;
-}
 
 } // namespace
 
@@ -166,8 +153,8 @@ bool MainFrame::ShowCert(bool signature) {
     unsigned char buffer[CERTIFICATE_CAPACITY];
     unsigned long size = sizeof(buffer);
     const bool shown = m_p11->LoadSigningCertificate(signature) &&
-                       m_p11->GetSigningCertificate(buffer, size) && WriteFile(path, buffer, size) &&
-                       Velmor::ShowCertificate(path);
+                       m_p11->GetSigningCertificate(buffer, size) &&
+                       Velmor::WriteNewFile(path, buffer, size) && Velmor::ShowCertificate(path);
     if (!shown)
         OrselCardsLogger::GetHandle()->LogError("error writing cert to file");
     m_p11->CloseSession();

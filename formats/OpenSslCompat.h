@@ -75,6 +75,13 @@ inline EC_KEY* DuplicateEcKey(EVP_PKEY* key) {
     return ec != nullptr ? EC_KEY_dup(ec) : nullptr;
 }
 
+/// NID of the key's named curve; NID_undef for a key without one.
+inline int CurveOf(EVP_PKEY* key) {
+    const auto* ec = EVP_PKEY_get0_EC_KEY(key);
+    const EC_GROUP* group = ec != nullptr ? EC_KEY_get0_group(ec) : nullptr;
+    return group != nullptr ? EC_GROUP_get_curve_name(group) : NID_undef;
+}
+
 #pragma GCC diagnostic pop
 
 } // namespace Velmor

@@ -10,6 +10,7 @@
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
 
+#include "formats/CertificateFields.h"
 #include "formats/KeyTypes.h"
 
 namespace Velmor {
@@ -176,6 +177,40 @@ public:
     std::vector<std::string> Get_AIA_OCSP() const;
     std::vector<std::string> Get_AIA_CAIssuers() const;
     std::vector<std::string> Get_CRL_Dp() const;
+
+    // --- Everything, for somebody to look at ---------------------------------------------------------------
+
+    // A getter of an extension gives nothing also for one that is malformed or there twice.
+
+    /// PEM with its armour.
+    std::string ToPem() const;
+    /// 1 to 3; 0 for an empty object.
+    long GetVersion() const;
+    /// In the certificate's order.
+    std::vector<CertificateNameField> GetSubjectFields() const;
+    std::vector<CertificateNameField> GetIssuerFields() const;
+    /// Unlike ValidFrom and ValidTo without a shift by the local zone.
+    CertificateTime GetNotBefore() const;
+    CertificateTime GetNotAfter() const;
+    CertificateKey GetKey() const;
+    CertificateOid GetSignatureAlgorithm() const;
+    std::vector<unsigned char> GetSignatureValue() const;
+
+    /// All of them, in the certificate's order.
+    std::vector<CertificateExtension> GetExtensions() const;
+    /// Numbers of the bits that are set, ascending (RFC 5280, section 4.2.1.3).
+    std::vector<int> GetKeyUsage() const;
+    std::vector<CertificateOid> GetExtendedKeyUsage() const;
+    bool GetBasicConstraints(CertificateBasicConstraints& out) const;
+    std::vector<CertificateName> GetSubjectAltNames() const;
+    std::vector<CertificateName> GetIssuerAltNames() const;
+    /// Without the DER header that GetSKI has.
+    std::vector<unsigned char> GetSubjectKeyId() const;
+    bool GetAuthorityKeyId(CertificateAuthorityKey& out) const;
+    std::vector<CertificatePolicy> GetPolicies() const;
+    std::vector<CertificateAccess> GetAccess() const;
+    /// The names of all distribution points.
+    std::vector<CertificateName> GetCrlNames() const;
 
     /// Sends `message`, ": " and the PEM text, of which at most 8000 bytes, to SLCERT_LogDebug.
     bool LogCertificate(std::string message) const;

@@ -4,9 +4,12 @@
 #include <openssl/objects.h>
 #include <openssl/x509v3.h>
 
+#include "formats/CertificateDecoding.h"
 #include "formats/OpenSslHandle.h"
 
 namespace Velmor {
+
+using intern::DecodeExtension;
 
 namespace {
 
@@ -26,15 +29,6 @@ void CollectNames(const GENERAL_NAMES* names, int type, std::vector<std::string>
             out.push_back(TextOf(name->d.ia5));
         }
     }
-}
-
-/// The decoded extension, if there is exactly one of this kind.
-template <typename Handle>
-Handle DecodeExtension(const X509* certificate, int nid) {
-    using Type = typename Handle::element_type;
-    return Handle(certificate != nullptr
-                      ? static_cast<Type*>(X509_get_ext_d2i(certificate, nid, nullptr, nullptr))
-                      : nullptr);
 }
 
 std::vector<std::string> WithoutPrefix(const std::vector<std::string>& texts, const std::string& prefix) {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace Velmor {
@@ -21,14 +22,34 @@ constexpr char ViewerName[] = "certViewerApp";
     _exit(-1);
 }
 
+/// Never returns. Starts the viewer and ends at once, so that the viewer becomes a child of the system's
+/// first process, which waits for it: nobody here does, and it would stay a zombie while this program runs.
+[[noreturn]] void StartViewerAndEnd(const char* path) {
+    const pid_t viewer = fork();
+    if (viewer == 0) {
+        BecomeViewer(path);
+    }
+    _exit(viewer != -1 ? 0 : 1);
+}
+
+/// Whether the child, which ends at once, has ended well. An end that somebody else has seen tells nothing.
+bool EndsWell(pid_t child) {
+    int status = 0;
+    pid_t ended = 0;
+    do {
+        ended = waitpid(child, &status, 0);
+    } while (ended == -1 && errno == EINTR);
+    return ended == -1 || (WIFEXITED(status) && WEXITSTATUS(status) == 0);
+}
+
 } // namespace
 
 bool ShowCertificate(std::string path) {
     const pid_t child = fork();
     if (child == 0) {
-        BecomeViewer(path.c_str());
+        StartViewerAndEnd(path.c_str());
     }
-    return child != -1;
+    return child != -1 && EndsWell(child);
 }
 
 } // namespace Velmor

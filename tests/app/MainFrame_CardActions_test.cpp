@@ -360,6 +360,22 @@ TEST_F(ShowingACertificate, RemovesTheFileOfTheOneBeforeAlsoWhenItFails) {
     EXPECT_EQ(Status(), "");
 }
 
+TEST_F(ShowingACertificate, MakesTheFileForThisUserAloneAndNeverWritesThroughALink) {
+    const std::string card = m_deck.add("acos-a04");
+    const std::string other = m_deck.folder() + "/other.txt";
+    std::ofstream(other) << "mine";
+    std::filesystem::create_symlink(other, File());
+    Open();
+    const auto before = umask(0);
+    Press(ID_SIG_SHOW_CERT);
+    umask(before);
+    EXPECT_EQ(Shown(), OnCard(card, "C.CH.SIG"));
+    EXPECT_EQ(Content(other), "mine");
+    EXPECT_FALSE(std::filesystem::is_symlink(File()));
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(File()).permissions(), perms::owner_read | perms::owner_write);
+}
+
 TEST_F(ShowingACertificate, FailsWhereItsFileCannotBeWritten) {
     m_deck.add("acos-a04");
     Open();

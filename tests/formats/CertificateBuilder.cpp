@@ -57,9 +57,10 @@ KeyHandle MakeKey(TestKey kind) {
 NameHandle MakeName(const NameFields& fields) {
     NameHandle name(X509_NAME_new());
     for (const auto& [field, text] : fields) {
-        Require(X509_NAME_add_entry_by_txt(name.get(), field.c_str(), MBSTRING_UTF8,
-                                           reinterpret_cast<const unsigned char*>(text.data()),
-                                           static_cast<int>(text.size()), -1, 0) == 1,
+        const bool belongsToTheLast = field[0] == '+';
+        Require(X509_NAME_add_entry_by_txt(name.get(), field.c_str() + (belongsToTheLast ? 1 : 0),
+                                           MBSTRING_UTF8, reinterpret_cast<const unsigned char*>(text.data()),
+                                           static_cast<int>(text.size()), -1, belongsToTheLast ? -1 : 0) == 1,
                 "name entry");
     }
     return name;
@@ -96,6 +97,16 @@ CertificateBuilder& CertificateBuilder::Key(TestKey kind) {
 
 CertificateBuilder& CertificateBuilder::Subject(const NameFields& fields) {
     Require(X509_set_subject_name(m_Certificate.get(), MakeName(fields).get()) == 1, "subject");
+    return *this;
+}
+
+CertificateBuilder& CertificateBuilder::RawSubject(int nid, int type, const std::string& bytes) {
+    const NameHandle name(X509_NAME_new());
+    Require(X509_NAME_add_entry_by_NID(name.get(), nid, type,
+                                       reinterpret_cast<const unsigned char*>(bytes.data()),
+                                       static_cast<int>(bytes.size()), -1, 0) == 1 &&
+                X509_set_subject_name(m_Certificate.get(), name.get()) == 1,
+            "raw subject");
     return *this;
 }
 

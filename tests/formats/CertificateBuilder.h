@@ -15,7 +15,8 @@ enum class TestKey { Rsa1536, Rsa2048, P192, P256, Ed25519 };
 /// A key of this kind, made once in a process and owned by this function.
 EVP_PKEY* GetTestKey(TestKey kind);
 
-/// Fields of a name in order: short name and UTF-8 text.
+/// Fields of a name in order: short name and UTF-8 text. A "+" before the name makes a multi-valued part of
+/// this field and the one before it.
 using NameFields = std::vector<std::pair<std::string, std::string>>;
 
 /// Makes one signed certificate with libcrypto. A new builder makes a plain one: RSA 2048, serial 1A, valid
@@ -26,6 +27,8 @@ public:
 
     CertificateBuilder& Key(TestKey kind);
     CertificateBuilder& Subject(const NameFields& fields);
+    /// A subject of one field with these bytes, taken as they are; `type` is V_ASN1_BIT_STRING or the like.
+    CertificateBuilder& RawSubject(int nid, int type, const std::string& bytes);
     CertificateBuilder& Issuer(const NameFields& fields);
     CertificateBuilder& Serial(const std::string& hex);
     /// Raw texts, taken as they are; `type` is V_ASN1_UTCTIME or V_ASN1_GENERALIZEDTIME.

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -51,6 +52,16 @@ private:
     int m_Before;
 };
 
+/// For the life of the object orphans below this process become its children, as they become those of the
+/// system's first process otherwise: so a test can wait for a viewer.
+class Guardian {
+public:
+    Guardian() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
+    Guardian(const Guardian&) = delete;
+    Guardian& operator=(const Guardian&) = delete;
+    ~Guardian() { prctl(PR_SET_CHILD_SUBREAPER, 0); }
+};
+
 /// Waits for the one child of this process and returns its exit code.
 int ExitCodeOfTheChild() {
     int status = 0;
@@ -76,6 +87,7 @@ void MakeViewer(const TempDir& dir, const std::string& script) {
 } // namespace
 
 TEST(ShowCertificate, StartsTheViewerOnThePathWithTheFileAsItsOneArgument) {
+    const Guardian guardian;
     const TempDir dir;
     MakeViewer(dir, "printf '%s|%s|' \"$#\" \"$1\" >\"${0%/*}/arguments\"\n");
     const SearchPath path(dir.Path());
@@ -85,6 +97,7 @@ TEST(ShowCertificate, StartsTheViewerOnThePathWithTheFileAsItsOneArgument) {
 }
 
 TEST(ShowCertificate, DoesNotWaitForTheViewer) {
+    const Guardian guardian;
     const TempDir dir;
     // The viewer ends only when this test lets it.
     ASSERT_EQ(0, mkfifo(dir.Path("gate").c_str(), 0600));
@@ -98,6 +111,7 @@ TEST(ShowCertificate, DoesNotWaitForTheViewer) {
 }
 
 TEST(ShowCertificate, SaysOnStandardErrorThatThereIsNoViewer) {
+    const Guardian guardian;
     const TempDir dir;
     const SearchPath path(dir.Path());
     {
@@ -110,6 +124,7 @@ TEST(ShowCertificate, SaysOnStandardErrorThatThereIsNoViewer) {
 }
 
 TEST(ShowCertificate, AChildWithoutAViewerRunsNoExitHandlers) {
+    const Guardian guardian;
     const TempDir dir;
     const SearchPath path(dir.Path());
     Parent = getpid();
@@ -119,6 +134,38 @@ TEST(ShowCertificate, AChildWithoutAViewerRunsNoExitHandlers) {
     EXPECT_TRUE(ShowCertificate("cert.cer"));
     ExitCodeOfTheChild();
     EXPECT_EQ("", ContentOf(ExitMark));
+}
+
+TEST(ShowCertificate, LeavesNoChildBehind) {
+    const TempDir dir;
+    ASSERT_EQ(0, mkfifo(dir.Path("gate").c_str(), 0600));
+    MakeViewer(dir, "echo ready >\"${0%/*}/gate\"\n");
+    const SearchPath path(dir.Path());
+    EXPECT_TRUE(ShowCertificate("cert.cer"));
+    EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)); // neither one that runs nor a zombie
+    EXPECT_EQ(ECHILD, errno);
+    EXPECT_EQ("ready\n", ContentOf(dir.Path("gate")));
+}
+
+TEST(ShowCertificate, WorksWhereTheEndsOfChildrenAreIgnored) {
+    const Guardian guardian;
+    const TempDir dir;
+    const SearchPath path(dir.Path());
+    const StandardErrorTo file(dir.Path("stderr"));
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_TRUE(ShowCertificate("cert.cer"));
+    std::signal(SIGCHLD, before);
+}
+
+TEST(ShowCertificate, IsFalseIfOnlyTheFirstOfItsTwoProcessesCanBeStarted) {
+    const pid_t limited = fork();
+    if (limited == 0) {
+        // As a user of whom no process runs: two of them are this one and the first below it.
+        const rlimit two{2, 2};
+        const bool isLimited = setrlimit(RLIMIT_NPROC, &two) == 0 && (getuid() != 0 || setuid(54321) == 0);
+        _exit(isLimited && !ShowCertificate("cert.cer") ? 0 : 1);
+    }
+    EXPECT_EQ(0, ExitCodeOfTheChild());
 }
 
 TEST(ShowCertificate, IsFalseIfNoProcessCanBeStarted) {

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#include "formats/NewFile.h"
+
+#include <cstdio>
+#include <memory>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace Velmor {
+
+namespace {
+
+struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+using FileHandle = std::unique_ptr<FILE, CloseFile>;
+
+FileHandle MakeFile(const std::string& path) {
+    constexpr mode_t ownerAlone = 0600;
+    const int descriptor =
+        open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerAlone);
+    if (descriptor == -1) {
+        return nullptr;
+    }
+    FileHandle file(fdopen(descriptor, "wb"));
+    if (file == nullptr) {
+        close(descriptor);
+    }
+    return file;
+}
+
+} // namespace
+
+bool WriteNewFile(const std::string& path, const unsigned char* bytes, std::size_t size) {
+    FileHandle file = MakeFile(path);
+    if (file == nullptr || std::fwrite(bytes, 1, size, file.get()) != size) {
+        return false;
+    }
+    return std::fclose(file.release()) == 0;
+}
+
+} // namespace Velmor
