@@ -70,22 +70,26 @@ std::string Unquoted(const std::string& line) {
     return text;
 }
 
-/// Every word of the template, without its header.
+/// Every word of the card manager in the template, without its header.
 std::vector<std::string> Words() {
     std::ifstream file(ORSEL_TEMPLATE);
     std::vector<std::string> words;
     bool isWord = false;
+    bool isOurs = false; // and not of the certificate viewer alone
     for (std::string line; std::getline(file, line);) {
-        if (line.compare(0, 6, "msgid ") == 0) {
-            words.push_back(Unquoted(line));
-            isWord = true;
+        if (line.compare(0, 2, "#:") == 0) {
+            isOurs = line.find(" app/") != std::string::npos || line.find(" dialogs/") != std::string::npos;
+        } else if (line.compare(0, 6, "msgid ") == 0) {
+            isWord = isOurs;
+            if (isWord) {
+                words.push_back(Unquoted(line));
+            }
         } else if (isWord && line.compare(0, 1, "\"") == 0) {
             words.back() += Unquoted(line);
         } else {
             isWord = false;
         }
     }
-    words.erase(words.begin());
     return words;
 }
 
