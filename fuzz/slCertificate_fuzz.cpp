@@ -44,6 +44,22 @@ void ReadDatesAndExtensions(const slCertificate& certificate) {
     certificate.IsValid(0);
 }
 
+/// Everything that the viewer shows.
+void ReadForTheViewer(const slCertificate& certificate) {
+    using C = slCertificate;
+    CallAll(certificate, &C::ToPem, &C::GetVersion, &C::GetSubjectFields, &C::GetIssuerFields,
+            &C::GetNotBefore, &C::GetNotAfter, &C::GetKey, &C::GetSignatureAlgorithm, &C::GetSignatureValue,
+            &C::GetExtensions, &C::GetKeyUsage, &C::GetExtendedKeyUsage, &C::GetSubjectAltNames,
+            &C::GetIssuerAltNames, &C::GetSubjectKeyId, &C::GetPolicies, &C::GetAccess, &C::GetCrlNames,
+            &C::IsRsaKey);
+    Velmor::CertificateBasicConstraints constraints;
+    certificate.GetBasicConstraints(constraints);
+    Velmor::CertificateAuthorityKey authority;
+    certificate.GetAuthorityKeyId(authority);
+    Bytes fingerprint;
+    Require(certificate.GetThumbprint(fingerprint, Velmor::HASH_SHA256) && fingerprint.size() == 32);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -51,6 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (certificate.LoadFromBuffer(data, static_cast<unsigned int>(size))) {
         ReadNamesAndKey(certificate);
         ReadDatesAndExtensions(certificate);
+        ReadForTheViewer(certificate);
         certificate.LogCertificate("fuzz");
     }
     slCertificate().LoadFromB64(TextOf(data, size));

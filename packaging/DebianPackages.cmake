@@ -1,13 +1,13 @@
-# The two Debian packages, made by `cpack -G DEB`; scripts/make-packages does everything from the build on.
+# The three Debian packages, made by `cpack -G DEB`; scripts/make-packages does everything from the build on.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "The orselcards authors <orselcards@orselcards.example.org>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # would become the first line of both packages' own
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # would become the first line of the packages' own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
-set(CPACK_COMPONENTS_ALL orselcards orselcards-debian simulator simulator-debian)
+set(CPACK_COMPONENTS_ALL orselcards orselcards-debian certviewer certviewer-debian simulator simulator-debian)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -20,6 +20,7 @@ set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_NAME orselcards)
 set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_SECTION utils)
 # No package has a token library yet; whoever packs one may provide this name.
 set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_SUGGESTS "orsel-token-library | orselcards-simulator")
+set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_RECOMMENDS orselcards-certviewer)
 set(CPACK_DEBIAN_ORSELCARDS_DESCRIPTION "card manager for citizen smart cards
 Lists every citizen smart card that the card readers offer and works on the
 selected one: shows its certificates and its infobox area with the identity
@@ -28,6 +29,18 @@ link, has its PINs changed or unblocked, and tries a signature.
 Cards are reached through a PKCS#11 token library, libOrselP11.so, which is
 loaded at run time and not part of this package. Without one the list stays
 empty.")
+
+set(CPACK_DEBIAN_CERTVIEWER_PACKAGE_NAME orselcards-certviewer)
+set(CPACK_DEBIAN_CERTVIEWER_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_CERTVIEWER_PACKAGE_CONTROL_EXTRA
+    "${CMAKE_CURRENT_SOURCE_DIR}/debian/certviewer/postinst;${CMAKE_CURRENT_SOURCE_DIR}/debian/certviewer/prerm")
+set(CPACK_DEBIAN_CERTVIEWER_DESCRIPTION "certificate viewer of the card manager orselcards
+Shows everything that an X.509 certificate in a PEM or DER file says, in a
+window or as text: names, dates, key, extensions, fingerprints. Saves it as
+PEM or DER.
+.
+Offers itself as certViewerApp, the program that the card manager shows
+certificates with.")
 
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME orselcards-simulator)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION utils)
@@ -42,7 +55,7 @@ The library stands in a directory that the loader does not look through, so it
 never gets in the way of a real one.")
 
 include(CPack)
-foreach(package orselcards simulator)
+foreach(package orselcards certviewer simulator)
     cpack_add_component_group(${package})
     cpack_add_component(${package} GROUP ${package})
     cpack_add_component(${package}-debian GROUP ${package})

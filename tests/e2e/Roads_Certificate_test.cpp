@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+// From the main window to the certificate viewer that belongs to it, by pointer and by keyboard.
+#include <filesystem>
+
+#include "tests/e2e/Person.h"
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+constexpr const char* VIEWER = " – (Zertifikat|Certificate)$";
+
+/// A person whose search path has the viewer itself under the name that the program looks for.
+class APersonWithTheViewer : public APerson {
+protected:
+    void SetUp() override {
+        APerson::SetUp();
+        const std::string name = m_deck.folder() + "/certViewerApp";
+        fs::remove(name);
+        fs::create_symlink(ORSEL_VIEWER, name);
+    }
+
+    /// Presses a button until the viewer is there, and gives it the keyboard.
+    void OpenViewer(Column column) {
+        ASSERT_TRUE(desktop::actUntil([=] { PressOn(column, SHOW); },
+                                      [] { return !desktop::windows(VIEWER).empty(); }));
+    }
+    /// What the keys copy. They are pressed again until something is there: a window may still be busy.
+    static std::string Copied(const std::string& keys, const std::string& begin) {
+        std::string text;
+        EXPECT_TRUE(desktop::actUntil([&] { desktop::press(keys); },
+                                      [&] {
+                                          text = desktop::clipboard();
+                                          return text.compare(0, begin.size(), begin) == 0;
+                                      }))
+            << text;
+        return text;
+    }
+    static bool ViewerIsGone() {
+        return desktop::waitFor([] { return desktop::windows(VIEWER).empty(); });
+    }
+    /// The program's children, those included that have ended and that nobody has waited for.
+    static std::string Children() {
+        return desktop::outputOf("ps -o stat=,comm= --ppid $(xdotool search --onlyvisible --name '" +
+                                 std::string(MAIN_WINDOW) + "' getwindowpid)");
+    }
+};
+
+} // namespace
+
+TEST_F(APersonWithTheViewer, LooksAtTheSignatureCertificate) {
+    m_deck.add("ecard-g4", orseltest::CardOptions().holder("Erika Muster"));
+    Start(1);
+    OpenViewer(SIGNATURE);
+    EXPECT_THAT(TitleOf(VIEWER), StartsWith("Erika Muster"));
+    EXPECT_THAT(Copied("ctrl+c", "Name (CN): "), HasSubstr("Erika Muster"));
+    desktop::press("Escape");
+    EXPECT_TRUE(ViewerIsGone());
+    EXPECT_EQ(Children(), "");
+}
+
+TEST_F(APersonWithTheViewer, OpensOneViewerBesideTheOther) {
+    m_deck.add("acos-a04");
+    Start(1);
+    OpenViewer(SIGNATURE);
+    ASSERT_TRUE(desktop::actUntil([this] { PressOn(ENCRYPTION, SHOW); },
+                                  [] { return desktop::windows(VIEWER).size() >= 2; }));
+    CloseWindow(VIEWER);
+    EXPECT_EQ(Children(), "");
+}
+
+TEST_F(APersonWithTheViewer, OpensItByTheKeyboardFromTheList) {
+    m_deck.add("acos-a04");
+    Start(1);
+    ClickIn(MAIN_WINDOW, {200, 205});
+    ASSERT_TRUE(desktop::actUntil([] { desktop::press("Return"); },
+                                  [] { return !desktop::windows(VIEWER).empty(); }));
+    desktop::press("ctrl+Next");
+    desktop::press("ctrl+w");
+    EXPECT_TRUE(ViewerIsGone());
+}
+
+TEST_F(APersonWithTheViewer, KeepsTheViewerWhenTheCardManagerIsClosed) {
+    m_deck.add("acos-a04");
+    Start(1);
+    OpenViewer(SIGNATURE);
+    Close();
+    EXPECT_EQ(desktop::windows(VIEWER).size(), 1U);
+    CloseWindow(VIEWER);
+    m_program.reset();
+}
