@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <utility>
 
 #include <openssl/objects.h>
 
@@ -190,10 +191,11 @@ void AddCrl(const slCertificate& certificate, const CertificateExtension& extens
     }
 }
 
-void AddBytes(const CertificateExtension& extension, Rows& rows) {
+/// Takes the bytes out of the extension: they may be many.
+void AddBytes(CertificateExtension& extension, Rows& rows) {
     const wxString label = Marked(FromUtf8(OidText(extension.m_Oid)), extension);
     rows.push_back(extension.m_Content.empty() ? Row::OfText(label, ToUtf8(Translate("ohne Inhalt")))
-                                               : Row::OfBytes(label, extension.m_Content));
+                                               : Row::OfBytes(label, std::move(extension.m_Content)));
 }
 
 /// The extensions that have words, by heading, in the order in which they are shown.
@@ -221,12 +223,12 @@ class Headed {
 public:
     explicit Headed(Rows& rows) : m_Rows(rows) {}
     void SetHeading(const char* heading) { m_Heading = heading; }
-    void Add(const Rows& rows) {
+    void Add(Rows&& rows) {
         if (!rows.empty() && m_Heading != nullptr) {
             m_Rows.push_back(Row::Heading(Translate(m_Heading)));
             m_Heading = nullptr;
         }
-        m_Rows.insert(m_Rows.end(), rows.begin(), rows.end());
+        std::move(rows.begin(), rows.end(), std::back_inserter(m_Rows));
     }
 
 private:
@@ -237,7 +239,7 @@ private:
 } // namespace
 
 void AddExtensions(const slCertificate& certificate, std::vector<Row>& rows) {
-    const std::vector<CertificateExtension> extensions = certificate.GetExtensions();
+    std::vector<CertificateExtension> extensions = certificate.GetExtensions();
     std::vector<bool> isShown(extensions.size(), false);
     Headed headed(rows);
     for (const Section& section : SECTIONS) {
@@ -250,7 +252,7 @@ void AddExtensions(const slCertificate& certificate, std::vector<Row>& rows) {
                 section.m_Add(certificate, extensions[i], own);
             }
             isShown[i] = isShown[i] || !own.empty();
-            headed.Add(own);
+            headed.Add(std::move(own));
         }
     }
     headed.SetHeading(Word("Weitere Erweiterungen"));
@@ -259,7 +261,7 @@ void AddExtensions(const slCertificate& certificate, std::vector<Row>& rows) {
         if (!isShown[i]) {
             AddBytes(extensions[i], own);
         }
-        headed.Add(own);
+        headed.Add(std::move(own));
     }
 }
 

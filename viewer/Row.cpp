@@ -2,6 +2,7 @@
 #include "viewer/Row.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "viewer/VisibleText.h"
 
@@ -13,9 +14,8 @@ constexpr char DIGITS[] = "0123456789ABCDEF";
 
 } // namespace
 
-Row::Row(const wxString& label, const std::string& text, const std::vector<unsigned char>& bytes,
-         bool isHeading)
-    : m_Label(label), m_Text(text), m_Bytes(bytes), m_IsHeading(isHeading) {}
+Row::Row(const wxString& label, const std::string& text, std::vector<unsigned char> bytes, bool isHeading)
+    : m_Label(label), m_Text(text), m_Bytes(std::move(bytes)), m_IsHeading(isHeading) {}
 
 Row Row::Heading(const wxString& label) {
     return Row(label, {}, {}, true);
@@ -25,8 +25,8 @@ Row Row::OfText(const wxString& label, const std::string& text) {
     return Row(label, text, {}, false);
 }
 
-Row Row::OfBytes(const wxString& label, const std::vector<unsigned char>& bytes) {
-    return Row(label, {}, bytes, false);
+Row Row::OfBytes(const wxString& label, std::vector<unsigned char> bytes) {
+    return Row(label, {}, std::move(bytes), false);
 }
 
 std::string Row::Value(std::size_t limit) const {

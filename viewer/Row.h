@@ -16,7 +16,7 @@ public:
     static Row Heading(const wxString& label);
     /// `text` is UTF-8 that VisibleText has been through.
     static Row OfText(const wxString& label, const std::string& text);
-    static Row OfBytes(const wxString& label, const std::vector<unsigned char>& bytes);
+    static Row OfBytes(const wxString& label, std::vector<unsigned char> bytes);
 
     const wxString& Label() const { return m_Label; }
     bool IsHeading() const { return m_IsHeading; }
@@ -27,8 +27,7 @@ public:
                              std::size_t limit) const;
 
 private:
-    Row(const wxString& label, const std::string& text, const std::vector<unsigned char>& bytes,
-        bool isHeading);
+    Row(const wxString& label, const std::string& text, std::vector<unsigned char> bytes, bool isHeading);
 
     wxString m_Label;
     std::string m_Text;
