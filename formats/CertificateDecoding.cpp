@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "formats/CertificateDecoding.h"
 
+#include <algorithm>
 #include <array>
 
 #include <arpa/inet.h>
@@ -142,6 +143,7 @@ CertificateName NameOf(const GENERAL_NAME* name) {
 
 std::vector<CertificateName> NamesOf(const GENERAL_NAMES* names) {
     std::vector<CertificateName> all;
+    all.reserve(static_cast<std::size_t>(std::max(sk_GENERAL_NAME_num(names), 0)));
     for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
         all.push_back(NameOf(sk_GENERAL_NAME_value(names, i)));
     }

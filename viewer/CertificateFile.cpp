@@ -48,7 +48,7 @@ wxString WithReason(const wxString& sentence, const std::string& path, int error
 
 /// Whether everything could be read; one byte more than the limit is enough to know that it is too much.
 bool ReadAll(int descriptor, std::string& content) {
-    constexpr std::size_t block = 1024 * 1024;
+    constexpr std::size_t block = 1024UL * 1024;
     std::size_t size = 0;
     while (size <= LARGEST_FILE) {
         content.resize(size + block);

@@ -78,7 +78,7 @@ wxTextCtrl* NewTextView(wxWindow* parent, long style) {
 
 CertificateFrame::CertificateFrame(wxWindow* parent, const Velmor::slCertificate& certificate,
                                    std::time_t now)
-    : wxFrame(parent, wxID_ANY, wxEmptyString, wxDefaultPosition, wxDefaultSize, wxDEFAULT_FRAME_STYLE),
+    : wxFrame(parent, wxID_ANY, wxEmptyString, wxDefaultPosition, wxSize(760, 640), wxDEFAULT_FRAME_STYLE),
       m_Certificate(certificate),
       m_State(viewer::StateAt(m_Certificate, now)),
       m_Rows(viewer::RowsOf(m_Certificate)) {
@@ -174,7 +174,6 @@ void CertificateFrame::do_layout() {
     auto* frame = new wxBoxSizer(wxVERTICAL);
     frame->Add(panel_main, 1, wxEXPAND, 0);
     SetSizer(frame);
-    SetSize(wxSize(760, 640));
     Layout();
     Centre(wxBOTH);
 }
