@@ -8,6 +8,8 @@
 #include <wx/listctrl.h>
 #include <wx/utils.h>
 
+#include <algorithm>
+
 #include "app/I18N.h"
 #include "app/OrselCardsLogger.h"
 #include "app/wxHelper.h"
@@ -18,7 +20,6 @@
 #include "formats/slCertificate.h"
 #include "foundation/FileAndDirectory.h"
 #include "foundation/Logging.h"
-#include <algorithm>
 
 using Velmor::SlotStruct;
 using Velmor::TokenType;
