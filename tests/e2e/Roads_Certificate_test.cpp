@@ -22,19 +22,19 @@ protected:
         fs::create_symlink(ORSEL_VIEWER, name);
     }
 
-    /// Presses a button until the viewer is there, and gives it the keyboard.
     void OpenViewer(Column column) {
-        ASSERT_TRUE(desktop::actUntil([=] { PressOn(column, SHOW); },
-                                      [] { return !desktop::windows(VIEWER).empty(); }));
+        Open(column, SHOW, VIEWER);
+        ASSERT_TRUE(WaitForFocus(VIEWER));
     }
-    /// What the keys copy. They are pressed again until something is there: a window may still be busy.
+    /// What the keys copy.
     static std::string Copied(const std::string& keys, const std::string& begin) {
         std::string text;
-        EXPECT_TRUE(desktop::actUntil([&] { desktop::press(keys); },
-                                      [&] {
-                                          text = desktop::clipboard();
-                                          return text.compare(0, begin.size(), begin) == 0;
-                                      }))
+        const auto isThere = [&] {
+            text = desktop::clipboard();
+            return text.compare(0, begin.size(), begin) == 0;
+        };
+        EXPECT_TRUE(desktop::actUntil(
+            desktop::windows(VIEWER).front(), [&] { desktop::press(keys); }, isThere))
             << text;
         return text;
     }
@@ -65,8 +65,8 @@ TEST_F(APersonWithTheViewer, OpensOneViewerBesideTheOther) {
     m_deck.add("acos-a04");
     Start(1);
     OpenViewer(SIGNATURE);
-    ASSERT_TRUE(desktop::actUntil([this] { PressOn(ENCRYPTION, SHOW); },
-                                  [] { return desktop::windows(VIEWER).size() >= 2; }));
+    Press(ENCRYPTION, SHOW);
+    ASSERT_TRUE(desktop::waitFor([] { return desktop::windows(VIEWER).size() == 2; }));
     CloseWindow(VIEWER);
     EXPECT_EQ(Children(), "");
 }
@@ -75,8 +75,10 @@ TEST_F(APersonWithTheViewer, OpensItByTheKeyboardFromTheList) {
     m_deck.add("acos-a04");
     Start(1);
     ClickIn(MAIN_WINDOW, {200, 205});
-    ASSERT_TRUE(desktop::actUntil([] { desktop::press("Return"); },
-                                  [] { return !desktop::windows(VIEWER).empty(); }));
+    const size_t before = Calls("C_GetSlotList");
+    ASSERT_TRUE(ActUntil([] { desktop::press("Return"); }, [=] { return Calls("C_GetSlotList") > before; }));
+    ASSERT_TRUE(WaitForWindow(VIEWER));
+    ASSERT_TRUE(WaitForFocus(VIEWER));
     desktop::press("ctrl+Next");
     desktop::press("ctrl+w");
     EXPECT_TRUE(ViewerIsGone());
