@@ -8,11 +8,15 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace Velmor {
 
 /// Objects that a search returns at most.
 constexpr unsigned long MAX_OBJECTS = 10;
+/// Bytes of an object's value, a certificate's among them, and of its label or id.
+constexpr size_t MAX_OBJECT_VALUE = 5012;
+constexpr size_t MAX_OBJECT_TEXT = 256;
 /// Cards that a walk over all cards looks at.
 constexpr int MAX_CARDS = 128;
 
@@ -27,9 +31,10 @@ struct AttributeBuffer {
 
     /// False for a length that no honest library reports.
     bool fits() const { return length <= Capacity; }
-    /// Needs a length that fits.
+    // These need a length that fits.
     std::string text() const { return std::string(bytes, bytes + length); }
-    /// Whether the text up to its first zero byte has `wanted` in it. Needs a length that fits.
+    std::vector<unsigned char> data() const { return {bytes, bytes + length}; }
+    /// Whether the text up to its first zero byte has `wanted` in it.
     bool contains(const std::string& wanted) const {
         return std::strstr(text().c_str(), wanted.c_str()) != nullptr;
     }
@@ -41,8 +46,8 @@ struct AttributeBuffer {
     }
 };
 
-using ObjectText = AttributeBuffer<256>;
-using ObjectValue = AttributeBuffer<5012>;
+using ObjectText = AttributeBuffer<MAX_OBJECT_TEXT>;
+using ObjectValue = AttributeBuffer<MAX_OBJECT_VALUE>;
 
 } // namespace Velmor
 

@@ -62,6 +62,20 @@ enum CardType : int {
     CARD_CARDOS = 9,
 };
 
+/// Serial of a card that nobody has personalised.
+inline constexpr char EMPTY_SERIAL[] = "0000000000000000";
+
+/// Whether this is one of the e-cards, on which nobody unblocks a PIN with a PUK and which are not offered an
+/// identity link.
+constexpr bool IsECardToken(TokenType type) {
+    return type >= TOKEN_ECARD_G2 && type <= TOKEN_ECARD_G4;
+}
+
+/// Whether the card has a PIN of the identity link's own.
+constexpr bool HasIdentityLinkPin(TokenType type) {
+    return type == TOKEN_ACOS_03;
+}
+
 /// One token that was present at the last tkPKCS11::GetSlots.
 struct SlotStruct {
     CK_SLOT_ID m_SlotId = 0;

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
+// Slots and tokens, sessions, the search for objects.
 #include "card/tkPKCS11.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
 
 #include "card/CallP11.h"
-#include "card/CardLimits.h"
-#include "card/LoadFreeLib.h"
+#include "card/CardObjects.h"
+#include "card/FixedFields.h"
 #include "card/tkPKCS11Logging.h"
-#include "formats/slCertificate.h"
 
 namespace Velmor {
 
@@ -17,24 +15,9 @@ using namespace tkPKCS11Logging;
 
 namespace {
 
-constexpr const char* TOKEN_LIBRARY = "libOrselP11.so";
 constexpr CK_ULONG MAX_SLOTS = 128;
 /// More tokens than any reader stack offers; a library that reports more is broken, not rich.
 constexpr CK_ULONG MAX_PLAUSIBLE_TOKENS = 0x10000;
-/// Serial of a card that nobody has personalised.
-const std::string EMPTY_SERIAL(16, '0');
-
-/// A fixed field of a PKCS#11 record up to its first zero byte; the field need not be terminated.
-template <size_t Width>
-std::string UntilZero(const CK_UTF8CHAR (&field)[Width]) {
-    return std::string(field, std::find(field, field + Width, 0));
-}
-
-/// A fixed field in its whole width.
-template <size_t Width>
-std::string WholeField(const CK_UTF8CHAR (&field)[Width]) {
-    return std::string(field, field + Width);
-}
 
 bool BeginsWith(const std::string& text, const std::string& prefix) {
     return text.compare(0, prefix.size(), prefix) == 0;
@@ -80,52 +63,6 @@ void Classify(TokenInfoStruct2& info) {
 
 } // namespace
 
-bool tkPKCS11::m_bInitialized = false;
-
-CK_C_Initialize tkPKCS11::Proc_C_Initialize = nullptr;
-CK_C_GetSlotList tkPKCS11::Proc_C_GetSlotList = nullptr;
-CK_C_WaitForSlotEvent tkPKCS11::Proc_C_WaitForSlotEvent = nullptr;
-CK_C_GetTokenInfo tkPKCS11::Proc_C_GetTokenInfo = nullptr;
-CK_C_GetSlotInfo tkPKCS11::Proc_C_GetSlotInfo = nullptr;
-CK_C_OpenSession tkPKCS11::Proc_C_OpenSession = nullptr;
-CK_C_CloseSession tkPKCS11::Proc_C_CloseSession = nullptr;
-CK_C_DigestInit tkPKCS11::Proc_C_DigestInit = nullptr;
-CK_C_DigestUpdate tkPKCS11::Proc_C_DigestUpdate = nullptr;
-CK_C_DigestFinal tkPKCS11::Proc_C_DigestFinal = nullptr;
-CK_C_Login tkPKCS11::Proc_C_Login = nullptr;
-CK_C_Logout tkPKCS11::Proc_C_Logout = nullptr;
-CK_C_FindObjectsInit tkPKCS11::Proc_C_FindObjectsInit = nullptr;
-CK_C_FindObjects tkPKCS11::Proc_C_FindObjects = nullptr;
-CK_C_FindObjectsFinal tkPKCS11::Proc_C_FindObjectsFinal = nullptr;
-CK_C_SignInit tkPKCS11::Proc_C_SignInit = nullptr;
-CK_C_Sign tkPKCS11::Proc_C_Sign = nullptr;
-CK_C_VerifyInit tkPKCS11::Proc_C_VerifyInit = nullptr;
-CK_C_Verify tkPKCS11::Proc_C_Verify = nullptr;
-CK_C_GenerateKey tkPKCS11::Proc_C_GenerateKey = nullptr;
-CK_C_EncryptInit tkPKCS11::Proc_C_EncryptInit = nullptr;
-CK_C_EncryptUpdate tkPKCS11::Proc_C_EncryptUpdate = nullptr;
-CK_C_Encrypt tkPKCS11::Proc_C_Encrypt = nullptr;
-CK_C_EncryptFinal tkPKCS11::Proc_C_EncryptFinal = nullptr;
-CK_C_WrapKey tkPKCS11::Proc_C_WrapKey = nullptr;
-CK_C_UnwrapKey tkPKCS11::Proc_C_UnwrapKey = nullptr;
-CK_C_DecryptInit tkPKCS11::Proc_C_DecryptInit = nullptr;
-CK_C_DecryptUpdate tkPKCS11::Proc_C_DecryptUpdate = nullptr;
-CK_C_Decrypt tkPKCS11::Proc_C_Decrypt = nullptr;
-CK_C_DecryptFinal tkPKCS11::Proc_C_DecryptFinal = nullptr;
-CK_C_GetAttributeValue tkPKCS11::Proc_C_GetAttributeValue = nullptr;
-CK_C_DestroyObject tkPKCS11::Proc_C_DestroyObject = nullptr;
-CK_C_CreateObject tkPKCS11::Proc_C_CreateObject = nullptr;
-CK_C_SetPIN tkPKCS11::Proc_C_SetPIN = nullptr;
-CK_C_SetAttributeValue tkPKCS11::Proc_C_SetAttributeValue = nullptr;
-CK_C_GetInfo tkPKCS11::Proc_C_GetInfo = nullptr;
-CK_C_Finalize tkPKCS11::Proc_C_Finalize = nullptr;
-CK_C_SeedRandom tkPKCS11::Proc_C_SeedRandom = nullptr;
-CK_C_GenerateRandom tkPKCS11::Proc_C_GenerateRandom = nullptr;
-CK_C_GetMechanismList tkPKCS11::Proc_C_GetMechanismList = nullptr;
-CK_C_GetMechanismInfo tkPKCS11::Proc_C_GetMechanismInfo = nullptr;
-CK_C_CardTransmit tkPKCS11::Proc_C_CardTransmit = nullptr;
-CK_C_CardAttribute tkPKCS11::Proc_C_CardAttribute = nullptr;
-
 tkPKCS11::tkPKCS11() {
     Init();
 }
@@ -133,133 +70,6 @@ tkPKCS11::tkPKCS11() {
 tkPKCS11::~tkPKCS11() {
     DeleteSlots();
     ClearCertVector();
-}
-
-// --- Binding -----------------------------------------------------------------------------------------------
-
-bool tkPKCS11::init() {
-    return Init();
-}
-
-bool tkPKCS11::Init() {
-    if (m_bInitialized)
-        return true;
-    LogMessage("PKCS11 INIT");
-    if (!LoadLibraryFile())
-        return false;
-    ResolveEntryPoints();
-
-    CK_RV rv = CallP11(Proc_C_Initialize, nullptr);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Aufruf Proc_C_Initialize() ERROR", rv);
-        return false;
-    }
-    CK_INFO info = {};
-    rv = CallP11(Proc_C_GetInfo, &info);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Aufruf Proc_C_GetInfo(&info) ERROR", rv);
-        return false;
-    }
-    ReadLibraryInfo(info);
-    LoadOrselClientVersion(m_ClientVersion);
-    m_bInitialized = true;
-    return true;
-}
-
-/// Loads the library and its one indispensable entry point. A library that lacks it stays loaded.
-bool tkPKCS11::LoadLibraryFile() {
-    LogMessage("PKCS11 LoadLibrary");
-    void* const held = m_hLibrary;
-    m_hLibrary = tk_dlopen(TOKEN_LIBRARY);
-    if (held != nullptr)
-        tk_dlclose(held); // a failed Init has left it: the loader counts, and Destroy closes once
-    if (m_hLibrary == nullptr) {
-        const char* reason = tk_dlerror();
-        std::fprintf(stderr, "%s\n", reason != nullptr ? reason : TOKEN_LIBRARY);
-        LogError("PKCS11 LoadLibrary ERROR");
-        return false;
-    }
-    LogMessage("PKCS11 Proc_C_Initialize");
-    Proc_C_Initialize = reinterpret_cast<CK_C_Initialize>(tk_dlsym(m_hLibrary, "C_Initialize"));
-    if (Proc_C_Initialize == nullptr) {
-        LogError("PKCS11 Proc_C_Initialize ERROR");
-        return false;
-    }
-    return true;
-}
-
-/// Stores every other entry point as the loader finds it, null included.
-void tkPKCS11::ResolveEntryPoints() {
-    const auto resolve = [this](const char* name, auto& entryPoint) {
-        entryPoint =
-            reinterpret_cast<std::remove_reference_t<decltype(entryPoint)>>(tk_dlsym(m_hLibrary, name));
-    };
-    resolve("C_GetSlotList", Proc_C_GetSlotList);
-    resolve("C_WaitForSlotEvent", Proc_C_WaitForSlotEvent);
-    resolve("C_GetTokenInfo", Proc_C_GetTokenInfo);
-    resolve("C_GetSlotInfo", Proc_C_GetSlotInfo);
-    resolve("C_OpenSession", Proc_C_OpenSession);
-    resolve("C_CloseSession", Proc_C_CloseSession);
-    resolve("C_DigestInit", Proc_C_DigestInit);
-    resolve("C_DigestUpdate", Proc_C_DigestUpdate);
-    resolve("C_DigestFinal", Proc_C_DigestFinal);
-    resolve("C_Login", Proc_C_Login);
-    resolve("C_Logout", Proc_C_Logout);
-    resolve("C_FindObjectsInit", Proc_C_FindObjectsInit);
-    resolve("C_FindObjects", Proc_C_FindObjects);
-    resolve("C_FindObjectsFinal", Proc_C_FindObjectsFinal);
-    resolve("C_SignInit", Proc_C_SignInit);
-    resolve("C_Sign", Proc_C_Sign);
-    resolve("C_VerifyInit", Proc_C_VerifyInit);
-    resolve("C_Verify", Proc_C_Verify);
-    resolve("C_GenerateKey", Proc_C_GenerateKey);
-    resolve("C_EncryptInit", Proc_C_EncryptInit);
-    resolve("C_EncryptUpdate", Proc_C_EncryptUpdate);
-    resolve("C_Encrypt", Proc_C_Encrypt);
-    resolve("C_EncryptFinal", Proc_C_EncryptFinal);
-    resolve("C_WrapKey", Proc_C_WrapKey);
-    resolve("C_UnwrapKey", Proc_C_UnwrapKey);
-    resolve("C_DecryptInit", Proc_C_DecryptInit);
-    resolve("C_DecryptUpdate", Proc_C_DecryptUpdate);
-    resolve("C_Decrypt", Proc_C_Decrypt);
-    resolve("C_DecryptFinal", Proc_C_DecryptFinal);
-    resolve("C_GetAttributeValue", Proc_C_GetAttributeValue);
-    resolve("C_DestroyObject", Proc_C_DestroyObject);
-    resolve("C_CreateObject", Proc_C_CreateObject);
-    resolve("C_SetPIN", Proc_C_SetPIN);
-    resolve("C_SetAttributeValue", Proc_C_SetAttributeValue);
-    resolve("C_GetInfo", Proc_C_GetInfo);
-    resolve("C_Finalize", Proc_C_Finalize);
-    resolve("C_SeedRandom", Proc_C_SeedRandom);
-    resolve("C_GenerateRandom", Proc_C_GenerateRandom);
-    resolve("C_GetMechanismList", Proc_C_GetMechanismList);
-    resolve("C_GetMechanismInfo", Proc_C_GetMechanismInfo);
-    resolve("C_CardTransmit", Proc_C_CardTransmit);
-    resolve("C_CardAttribute", Proc_C_CardAttribute);
-}
-
-void tkPKCS11::ReadLibraryInfo(const CK_INFO& info) {
-    m_Manufacturer = UntilZero(info.manufacturerID);
-    m_Description = UntilZero(info.libraryDescription);
-    m_Version = std::to_string(info.libraryVersion.major) + "." + std::to_string(info.libraryVersion.minor);
-    LogMessage("m_Manufacturer:", m_Manufacturer);
-    LogMessage("m_Description:", m_Description);
-    LogMessage("m_Version:", m_Version);
-}
-
-bool tkPKCS11::destroy() {
-    return Destroy();
-}
-
-bool tkPKCS11::Destroy() {
-    LogMessage("PKCS11 Destroy");
-    if (m_hLibrary == nullptr)
-        return true;
-    CallP11(Proc_C_Finalize, nullptr);
-    tk_dlclose(m_hLibrary);
-    m_hLibrary = nullptr;
-    m_bInitialized = false;
-    return true;
 }
 
 // --- Slots and tokens --------------------------------------------------------------------------------------
@@ -421,40 +231,34 @@ bool tkPKCS11::CloseSession() {
 
 bool tkPKCS11::FindObjects(CK_ATTRIBUTE* tmpl, unsigned long count, unsigned long* handles,
                            unsigned long maxHandles, unsigned long* found) {
-    if (m_hSession == 0)
-        return false;
-    CK_RV rv = CallP11(Proc_C_FindObjectsInit, m_hSession, tmpl, count);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_FindObjectsInit", rv);
-        return false;
-    }
-    rv = CallP11(Proc_C_FindObjects, m_hSession, handles, maxHandles, found);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_FindObjects", rv);
-        return false; // the search stays open on purpose
-    }
-    rv = CallP11(Proc_C_FindObjectsFinal, m_hSession);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_FindObjectsFinal", rv);
-        return false;
-    }
-    return *found <= maxHandles; // a library that claims more has written nothing that can be trusted
+    static constexpr SearchTexts TEXTS = {
+        "PKCS11 Proc_C_FindObjectsInit",
+        "PKCS11 Proc_C_FindObjects",
+        "PKCS11 Proc_C_FindObjectsFinal",
+        nullptr,
+    };
+    return m_hSession != 0 && SearchObjects(m_hSession, tmpl, count, handles, maxHandles, found, TEXTS);
+}
+
+bool tkPKCS11::Search(ObjectTemplate& wanted, FoundObjects& found) {
+    return FindObjects(wanted.Attributes(), wanted.Count(), found.handles, MAX_OBJECTS, &found.count);
 }
 
 /// All objects of one class, MAX_OBJECTS at most.
-bool tkPKCS11::FindObjectsOfClass(CK_OBJECT_CLASS objectClass, unsigned long* handles, unsigned long* found) {
-    CK_ATTRIBUTE tmpl = {CKA_CLASS, &objectClass, sizeof(objectClass)};
-    return FindObjects(&tmpl, 1, handles, MAX_OBJECTS, found);
+bool tkPKCS11::SearchClass(CK_OBJECT_CLASS objectClass, FoundObjects& found, const char* failure) {
+    ObjectTemplate wanted(objectClass);
+    const bool isDone = Search(wanted, found);
+    if (!isDone) {
+        LogError(failure);
+    }
+    return isDone;
 }
 
 bool tkPKCS11::FindObject(const char* label, unsigned long objectClass, unsigned long* handle) {
-    CK_OBJECT_CLASS wantedClass = objectClass;
-    CK_ATTRIBUTE tmpl[] = {
-        {CKA_CLASS, &wantedClass, sizeof(wantedClass)},
-        {CKA_LABEL, const_cast<char*>(label), std::strlen(label)},
-    };
+    const std::string wantedLabel = label;
+    ObjectTemplate wanted(objectClass, CKA_LABEL, wantedLabel);
     unsigned long found = 0;
-    if (!FindObjects(tmpl, 2, handle, 1, &found)) {
+    if (!FindObjects(wanted.Attributes(), wanted.Count(), handle, 1, &found)) {
         LogError("tkPKCS11::FindObject: FindObjects error");
         return false;
     }

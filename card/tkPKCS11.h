@@ -13,8 +13,10 @@
 
 namespace Velmor {
 
+class ObjectTemplate;
 class Personenbindung;
 class slCertificate;
+struct FoundObjects;
 
 /// Vendor entry point: reads a named card property. *outLen is the capacity of out on entry and the length
 /// of the value on return.
@@ -96,6 +98,9 @@ public:
     /// Searches the card once for at most maxHandles objects; more is a failure. True also for no match.
     bool FindObjects(CK_ATTRIBUTE* tmpl, unsigned long count, unsigned long* handles,
                      unsigned long maxHandles, unsigned long* found);
+
+    /// The same for at most ten objects.
+    bool Search(ObjectTemplate& wanted, FoundObjects& found);
 
     /// Finds one object by class (CKO_...) and label. False when there is none.
     bool FindObject(const char* label, unsigned long objectClass, unsigned long* handle);
@@ -356,8 +361,8 @@ protected:
     std::vector<SlotStruct*> m_Slots; ///< owned
 
 public:
-    /// The current session; 0 when none was opened or the last open failed. Public for the dialogs that call
-    /// entry points themselves.
+    /// The current session; 0 when none was opened or the last open failed. Public for the dialogs that
+    /// read and write objects themselves.
     CK_SESSION_HANDLE m_hSession = 0;
 
 protected:
@@ -381,10 +386,10 @@ protected:
 private:
     bool RequireSession();
     bool TakeCertificateApart();
-    bool FindObjectsOfClass(CK_OBJECT_CLASS objectClass, unsigned long* handles, unsigned long* found);
+    bool SearchClass(CK_OBJECT_CLASS objectClass, FoundObjects& found, const char* failure);
     bool ReadProperty(const char* name, const char* failure, unsigned char* out, unsigned long& len);
     bool UpdateIdentityLinkInSession(const std::vector<unsigned char>& data, std::string& error);
-    bool LogoutAndClose(bool result);
+    bool LogOut(bool result);
     bool FindProtectedObject(ApplType appl, unsigned long* handle);
     bool ReadCardFile(const std::vector<unsigned char>& selectDirectory,
                       const std::vector<unsigned char>& selectFile, std::vector<unsigned char>& content);

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "card/CallP11.h"
+#include "card/CardObjects.h"
+#include "card/SessionGuard.h"
 #include "card/tkPKCS11Logging.h"
 #include "foundation/Conversion.h"
 
@@ -45,8 +46,7 @@ bool tkPKCS11::SendAPDU(std::vector<unsigned char> apdu, std::vector<unsigned ch
     std::vector<unsigned char> buffer(RESPONSE_CAPACITY);
     unsigned long length = buffer.size();
     CK_RV rv = Proc_C_CardTransmit(m_hSession, apdu.data(), apdu.size(), buffer.data(), &length);
-    if (rv == CKR_OK && length > buffer.size())
-        rv = CKR_BUFFER_TOO_SMALL;
+    rv = CheckedLength(rv, length, buffer.size());
     if (rv != CKR_OK) {
         LogError("Failed C_CardTransmit, rv = ", rv);
         return false;
@@ -158,15 +158,16 @@ bool tkPKCS11::OpenSessionWithChipId(std::string chipId, bool closeFirst) {
         return false;
     }
     for (int index = 0; index < static_cast<int>(slots.size()); ++index) {
-        if (!OpenSession(index, closeFirst))
+        SessionGuard session(this, OpenSession(index, closeFirst));
+        if (!session.IsOpen())
             continue;
         std::string id;
         GetChipId(id);
         if (id == chipId) {
+            session.Keep();
             m_SlotIndex = index;
             return true;
         }
-        CloseSession();
     }
     LogError("OpenSessionWithChipId failed, chipid not found");
     return false;

@@ -8,7 +8,9 @@
 #include <sstream>
 
 #include "card/CallP11.h"
-#include "card/CardLimits.h"
+#include "card/CardLabels.h"
+#include "card/CardObjects.h"
+#include "card/SessionGuard.h"
 #include "card/tkPKCS11Logging.h"
 #include "formats/Personenbindung.h"
 #include "formats/slCertificate.h"
@@ -29,38 +31,23 @@ bool Refuse(std::string& error, const std::string& text) {
     return false;
 }
 
-/// The identity link object's label; writable, as the templates of PKCS#11 want it.
-CK_ATTRIBUTE LabelOfIdentityLink() {
-    static char cLabelPersonenbindung[] = "PERSONENBINDUNG";
-    return {CKA_LABEL, cLabelPersonenbindung, sizeof(cLabelPersonenbindung) - 1};
+/// Template of the identity link object.
+ObjectTemplate IdentityLink() {
+    static std::string cLabelPersonenbindung = IDENTITY_LINK_LABEL;
+    return ObjectTemplate(CKO_DATA, CKA_LABEL, cLabelPersonenbindung);
 }
 
-/// Searches with calls of its own, each of which reports its failure but the first.
+/// Searches with texts of its own; a search that does not even begin is silent.
 bool FindIdentityLink(CK_SESSION_HANDLE session, unsigned long& handle) {
-    CK_OBJECT_CLASS objectClass = CKO_DATA;
-    CK_ATTRIBUTE tmpl[] = {{CKA_CLASS, &objectClass, sizeof(objectClass)}, LabelOfIdentityLink()};
-    if (CallP11(tkPKCS11::Proc_C_FindObjectsInit, session, tmpl, 2) != CKR_OK)
-        return false;
+    SearchTexts texts = DIRECT_SEARCH_TEXTS;
+    texts.init = nullptr;
+    ObjectTemplate wanted = IdentityLink();
     unsigned long count = 0;
-    CK_RV rv = CallP11(tkPKCS11::Proc_C_FindObjects, session, &handle, 1, &count);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_FindObjects ERROR", rv);
+    if (!SearchObjects(session, wanted.Attributes(), wanted.Count(), &handle, 1, &count, texts))
         return false;
-    }
-    rv = CallP11(tkPKCS11::Proc_C_FindObjectsFinal, session);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_FindObjectsFinal ERROR", rv);
-        return false;
-    }
-    if (count > 1) {
-        LogError("PKCS11 Proc_C_FindObjects ERROR", CKR_BUFFER_TOO_SMALL);
-        return false;
-    }
-    if (count == 0) {
+    if (count == 0)
         LogError("PKCS11 Anzahl Objekte <1");
-        return false;
-    }
-    return true;
+    return count != 0;
 }
 
 } // namespace
@@ -72,8 +59,8 @@ bool tkPKCS11::ReadProperty(const char* name, const char* failure, unsigned char
         return false;
     const unsigned long capacity = len;
     CK_RV rv = Proc_C_CardAttribute(m_hSession, name, out, &len);
-    if (rv == CKR_OK && out != nullptr && capacity != 0 && len > capacity)
-        rv = CKR_BUFFER_TOO_SMALL;
+    if (out != nullptr && capacity != 0)
+        rv = CheckedLength(rv, len, capacity);
     if (rv != CKR_OK)
         LogError(failure, rv);
     return rv == CKR_OK;
@@ -93,17 +80,13 @@ bool tkPKCS11::ReadPers(Personenbindung* pers) {
     if (!RequireSession() || !FindIdentityLink(m_hSession, handle))
         return false;
     ObjectValue value;
-    CK_ATTRIBUTE attribute = {CKA_VALUE, value.bytes, sizeof(value.bytes)};
-    CK_RV rv = CallP11(Proc_C_GetAttributeValue, m_hSession, handle, &attribute, 1);
-    value.length = attribute.ulValueLen;
-    if (rv == CKR_OK && !value.fits())
-        rv = CKR_BUFFER_TOO_SMALL;
+    const CK_RV rv = ReadAttributes(m_hSession, handle, {Wanted(CKA_VALUE, value)});
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_GetAttributeValue(2) ERROR", rv);
         return false;
     }
     // A buffer of exactly the value's size, so that the parser meets its end where the value ends.
-    std::vector<unsigned char> bytes(value.bytes, value.bytes + value.length);
+    std::vector<unsigned char> bytes = value.data();
     return pers->parse(bytes.data(), static_cast<int>(bytes.size()));
 }
 
@@ -126,48 +109,41 @@ bool tkPKCS11::UpdatePersonenbindung(const std::string& cin, const std::vector<u
         LogError("Falsche Update Daten für die Smartcard (2)");
         return false;
     }
-    if (!OpenSession(index, true))
+    const SessionGuard session(this, OpenSession(index, true));
+    if (!session.IsOpen())
         return Refuse(error, "Fehler beim öffnen der Kartensession");
     return UpdateIdentityLinkInSession(data, error);
 }
 
-/// Writes the object and closes the session on every way out.
+/// Writes the object and logs out on every way out but that of a failed log-in.
 bool tkPKCS11::UpdateIdentityLinkInSession(const std::vector<unsigned char>& data, std::string& error) {
-    CK_OBJECT_CLASS objectClass = CKO_DATA;
-    CK_ATTRIBUTE tmpl[] = {{CKA_CLASS, &objectClass, sizeof(objectClass)}, LabelOfIdentityLink()};
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjects(tmpl, 2, handles, MAX_OBJECTS, &found)) {
-        Refuse(error, "PKCS11 FindObjects");
-        return LogoutAndClose(false);
-    }
-    if (found == 0) {
-        Refuse(error, "Das Objekt 'PERSONENBINDUNG' wurde nicht gefunden.");
-        return LogoutAndClose(false);
-    }
+    ObjectTemplate wanted = IdentityLink();
+    FoundObjects found;
+    if (!Search(wanted, found))
+        return LogOut(Refuse(error, "PKCS11 FindObjects"));
+    if (found.empty())
+        return LogOut(Refuse(error, "Das Objekt 'PERSONENBINDUNG' wurde nicht gefunden."));
     unsigned char noPin[] = ""; // the library asks for the PIN itself
     CK_RV rv = CallP11(Proc_C_Login, m_hSession, CKU_USER, noPin, 0);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_Login", rv);
         error = "Fehler beim Initialisieren des Kartenobjektes. (CLogin)";
-        CloseSession(); // without a logout: nobody is logged in
         return false;
     }
     std::vector<unsigned char> buffer(UPDATE_CAPACITY, 0xFF);
     std::copy(data.begin(), data.end(), buffer.begin());
     CK_ATTRIBUTE attribute = {CKA_VALUE, buffer.data(), data.size()}; // the filling does not go to the card
-    rv = CallP11(Proc_C_SetAttributeValue, m_hSession, handles[0], &attribute, 1);
+    rv = WriteAttributes(m_hSession, found.first(), &attribute, 1);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_SetAttributeValue", rv);
         error = "Fehler beim modifizieren des Kartenobjektes. (C_SetAttributeValue)";
     }
-    return LogoutAndClose(rv == CKR_OK);
+    return LogOut(rv == CKR_OK);
 }
 
 /// The result of a log-out is nobody's business; hands the given result through.
-bool tkPKCS11::LogoutAndClose(bool result) {
+bool tkPKCS11::LogOut(bool result) {
     CallP11(Proc_C_Logout, m_hSession);
-    CloseSession();
     return result;
 }
 
@@ -176,9 +152,10 @@ bool tkPKCS11::UpdateCertificate(const std::string& cin, const std::vector<unsig
     const int index = findSlotForCin(cin);
     if (index < 0)
         return Refuse(error, "Keine Smartcard gefunden für CIN=" + cin);
-    if (!OpenSession(index, false))
-        return true; // a failed open counts as success, on purpose; its own log line tells of it
-    return LogoutAndClose(updateCertInSession(cert, sigCert, error));
+    const SessionGuard session(this, OpenSession(index, false));
+    if (!session.IsOpen())
+        return true; // counts as success: the log line of the open alone tells of it
+    return LogOut(updateCertInSession(cert, sigCert, error));
 }
 
 bool tkPKCS11::updateCertInSession(const std::vector<unsigned char>& cert, bool sigCert, std::string& error) {
@@ -195,8 +172,7 @@ bool tkPKCS11::updateCertInSession(const std::vector<unsigned char>& cert, bool 
 
     std::vector<unsigned char> value = cert;
     CK_ATTRIBUTE attribute = {CKA_VALUE, value.data(), value.size()};
-    const CK_RV rv =
-        CallP11(Proc_C_SetAttributeValue, m_hSession, getSigningCertificateHandle(sigCert), &attribute, 1);
+    const CK_RV rv = WriteAttributes(m_hSession, getSigningCertificateHandle(sigCert), &attribute, 1);
     if (rv == CKR_OK)
         return true;
     std::ostringstream text;

@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 
 #include <openssl/x509.h>
 
-#include "card/CallP11.h"
-#include "card/CardLimits.h"
+#include "card/CardLabels.h"
+#include "card/CardObjects.h"
+#include "card/SessionGuard.h"
 #include "card/tkPKCS11Logging.h"
 #include "formats/slCertificate.h"
 
@@ -18,22 +20,47 @@ using namespace tkPKCS11Logging;
 
 namespace {
 
-const char* CertificateLabel(bool sigCert) {
-    return sigCert ? "C.CH.SIG" : "C.CH.EKEY";
+/// One certificate object of the card.
+struct CertificateObject {
+    ObjectText label;
+    ObjectValue value;
+    ObjectText id; ///< read for those alone who look for the key
+};
+
+CK_RV ReadLabelAndValue(CK_SESSION_HANDLE session, unsigned long handle, CertificateObject& object) {
+    return ReadAttributes(session, handle,
+                          {Wanted(CKA_LABEL, object.label), Wanted(CKA_VALUE, object.value)});
 }
 
-/// Label and value of one object, in one call through buffers of fixed size. CKR_OK does not yet mean that
-/// the reported lengths fit.
-CK_RV ReadLabelAndValue(CK_SESSION_HANDLE session, unsigned long handle, ObjectText& label,
-                        ObjectValue& value) {
-    CK_ATTRIBUTE attributes[] = {
-        {CKA_LABEL, label.bytes, sizeof(label.bytes)},
-        {CKA_VALUE, value.bytes, sizeof(value.bytes)},
-    };
-    const CK_RV rv = CallP11(tkPKCS11::Proc_C_GetAttributeValue, session, handle, attributes, 2);
-    label.length = attributes[0].ulValueLen;
-    value.length = attributes[1].ulValueLen;
-    return rv;
+CK_RV ReadLabelValueAndId(CK_SESSION_HANDLE session, unsigned long handle, CertificateObject& object) {
+    return ReadAttributes(
+        session, handle,
+        {Wanted(CKA_LABEL, object.label), Wanted(CKA_VALUE, object.value), Wanted(CKA_ID, object.id)});
+}
+
+enum class Walk {
+    Ended,
+    Stopped, ///< by the visitor
+    TooLong, ///< a value that fits in no buffer ends it
+};
+
+/// Shows each certificate that can be read to a visitor, which returns true to stop. A failed read is
+/// reported and passed over.
+template <typename Read, typename Visit>
+Walk WalkCertificates(CK_SESSION_HANDLE session, const FoundObjects& found, Read read, Visit visit) {
+    for (const unsigned long handle : found) {
+        CertificateObject object;
+        const CK_RV rv = read(session, handle, object);
+        if (!object.value.fits()) {
+            return Walk::TooLong;
+        }
+        if (rv != CKR_OK) {
+            LogError("PKCS11 Proc_C_GetAttributeValue", rv);
+        } else if (visit(object)) {
+            return Walk::Stopped;
+        }
+    }
+    return Walk::Ended;
 }
 
 } // namespace
@@ -41,30 +68,23 @@ CK_RV ReadLabelAndValue(CK_SESSION_HANDLE session, unsigned long handle, ObjectT
 bool tkPKCS11::LoadSigningCertificate(bool sigCert) {
     if (!RequireSession())
         return false;
-    std::string wanted = CertificateLabel(sigCert);
-    CK_OBJECT_CLASS objectClass = CKO_CERTIFICATE;
-    CK_ATTRIBUTE tmpl[] = {
-        {CKA_CLASS, &objectClass, sizeof(objectClass)},
-        {CKA_LABEL, wanted.data(), wanted.size()},
-    };
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjects(tmpl, 2, handles, MAX_OBJECTS, &found)) {
+    const std::string wantedLabel = LabelsOf(sigCert).certificate;
+    ObjectTemplate wanted(CKO_CERTIFICATE, CKA_LABEL, wantedLabel);
+    FoundObjects found;
+    if (!Search(wanted, found)) {
         LogError("PKCS11 FindObjects ERROR");
         return false;
     }
     LogMessage("Objects Found Final Fertig");
-    for (unsigned long i = 0; i < found; ++i) {
-        ObjectText label;
-        ObjectValue value;
-        if (ReadLabelAndValue(m_hSession, handles[i], label, value) != CKR_OK || !label.fits() ||
-            !value.fits())
+    for (const unsigned long handle : found) {
+        CertificateObject object;
+        if (ReadLabelAndValue(m_hSession, handle, object) != CKR_OK)
             continue;
-        LogMessage("Label:", label.text());
-        if (!label.contains(wanted))
+        LogMessage("Label:", object.label.text());
+        if (!object.label.contains(wantedLabel))
             continue;
         LogMessage("PKCS11 Key Found");
-        m_SigningCert.assign(value.bytes, value.bytes + value.length);
+        m_SigningCert = object.value.data();
         return TakeCertificateApart();
     }
     LogMessage("Key not found !!!");
@@ -89,19 +109,15 @@ bool tkPKCS11::TakeCertificateApart() {
 }
 
 unsigned long tkPKCS11::getSigningCertificateHandle(bool sigCert) {
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjectsOfClass(CKO_CERTIFICATE, handles, &found)) {
-        LogError("PKCS11 FindObjects ERROR");
+    FoundObjects found;
+    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects ERROR"))
         return 0;
-    }
-    for (unsigned long i = 0; i < found; ++i) {
+    const std::string wantedLabel = LabelsOf(sigCert).certificate;
+    for (const unsigned long handle : found) {
         ObjectText label;
-        CK_ATTRIBUTE attribute = {CKA_LABEL, label.bytes, sizeof(label.bytes)};
-        const CK_RV rv = CallP11(Proc_C_GetAttributeValue, m_hSession, handles[i], &attribute, 1);
-        label.length = attribute.ulValueLen;
-        if (rv == CKR_OK && label.fits() && label.contains(CertificateLabel(sigCert)))
-            return handles[i];
+        if (ReadAttributes(m_hSession, handle, {Wanted(CKA_LABEL, label)}) == CKR_OK &&
+            label.contains(wantedLabel))
+            return handle;
     }
     return 0;
 }
@@ -132,13 +148,12 @@ bool tkPKCS11::GetCertificate(unsigned long slot, bool sigCert, slCertificate& c
         LogError("nSlot is larger then slot vector size");
         return false;
     }
-    if (!OpenSession(static_cast<int>(slot), false)) {
+    const SessionGuard session(this, OpenSession(static_cast<int>(slot), false));
+    if (!session.IsOpen()) {
         LogError("error open session");
         return false;
     }
-    const bool loaded = GetCertificate(sigCert, cert);
-    CloseSession();
-    return loaded;
+    return GetCertificate(sigCert, cert);
 }
 
 bool tkPKCS11::LoadAllCerts() {
@@ -150,10 +165,9 @@ bool tkPKCS11::LoadAllCerts() {
         return false;
     bool loaded = true;
     for (int index = 0; index < std::min(static_cast<int>(slots.size()), MAX_CARDS); ++index) {
-        if (!OpenSession(index, false))
-            continue; // and does not count as a failure
-        loaded = loadAllCertsInSession() && loaded;
-        CloseSession();
+        const SessionGuard session(this, OpenSession(index, false));
+        if (session.IsOpen()) // one that does not open is no failure
+            loaded = loadAllCertsInSession() && loaded;
     }
     return loaded;
 }
@@ -161,31 +175,42 @@ bool tkPKCS11::LoadAllCerts() {
 bool tkPKCS11::loadAllCertsInSession() {
     if (m_hSession == 0)
         return false;
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjectsOfClass(CKO_CERTIFICATE, handles, &found)) {
-        LogError("PKCS11 FindObjects");
+    FoundObjects found;
+    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects"))
         return false;
-    }
-    for (unsigned long i = 0; i < found; ++i) {
-        ObjectText label;
-        ObjectValue value;
-        CK_RV rv = ReadLabelAndValue(m_hSession, handles[i], label, value);
-        if (rv == CKR_OK && !value.fits()) {
-            LogError("buffer to short", rv);
+    const Walk walk =
+        WalkCertificates(m_hSession, found, ReadLabelAndValue, [this](const CertificateObject& object) {
+            auto certificate = std::make_unique<slCertificate>();
+            certificate->LoadFromBuffer(object.value.data());
+            m_CertVector.push_back(certificate.get()); // also when it could not be parsed
+            static_cast<void>(certificate.release());
             return false;
-        }
-        if (rv == CKR_OK && !label.fits())
-            rv = CKR_BUFFER_TOO_SMALL;
-        if (rv != CKR_OK) {
-            LogError("PKCS11 Proc_C_GetAttributeValue", rv);
-            continue;
-        }
-        auto* certificate = new slCertificate;
-        certificate->LoadFromBuffer(std::vector<unsigned char>(value.bytes, value.bytes + value.length));
-        m_CertVector.push_back(certificate); // also when it could not be parsed
-    }
-    return true;
+        });
+    if (walk == Walk::TooLong)
+        LogError("buffer to short", CKR_OK);
+    return walk != Walk::TooLong;
+}
+
+bool tkPKCS11::findCertAndKey(const std::wstring& thumbprint, slCertificate& cert, std::string& label) {
+    if (m_hSession == 0)
+        return false;
+    FoundObjects found;
+    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects"))
+        return false;
+    std::string id;
+    const Walk walk =
+        WalkCertificates(m_hSession, found, ReadLabelValueAndId, [&](const CertificateObject& object) {
+            slCertificate candidate;
+            candidate.LoadFromBuffer(object.value.data());
+            if (candidate.GetThumbprint() != thumbprint)
+                return false;
+            cert = candidate;
+            id = object.id.text();
+            return true;
+        });
+    if (walk == Walk::TooLong)
+        LogError("buffer to short"); // without the code that the other walk reports
+    return walk == Walk::Stopped && findPrivateKeyFromID(id, label);
 }
 
 void tkPKCS11::ClearCertVector() {

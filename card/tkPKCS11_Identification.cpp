@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "card/CallP11.h"
+#include "card/CardObjects.h"
 #include "card/OrselClientConfig.h"
 #include "card/tkPKCS11Logging.h"
 #include "foundation/Config.h"
@@ -41,13 +41,11 @@ constexpr AtrRule ATR_RULES[] = {
 /// length above the capacity makes this a failed read.
 CK_RV tkPKCS11::ReadCardAttribute(const char* name, std::vector<unsigned char>& value) {
     unsigned long length = value.size();
-    const CK_RV rv = Proc_C_CardAttribute(m_hSession, name, value.data(), &length);
-    if (rv != CKR_OK)
-        return rv;
-    if (length > value.size())
-        return CKR_BUFFER_TOO_SMALL;
-    value.resize(length);
-    return CKR_OK;
+    CK_RV rv = Proc_C_CardAttribute(m_hSession, name, value.data(), &length);
+    rv = CheckedLength(rv, length, value.size());
+    if (rv == CKR_OK)
+        value.resize(length);
+    return rv;
 }
 
 std::string tkPKCS11::ReadATR(bool force) {

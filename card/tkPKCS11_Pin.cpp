@@ -4,6 +4,8 @@
 #include "card/tkPKCS11.h"
 
 #include "card/CallP11.h"
+#include "card/CardLabels.h"
+#include "card/CardObjects.h"
 #include "card/tkPKCS11Logging.h"
 
 namespace Velmor {
@@ -26,9 +28,9 @@ struct ProtectedObject {
 
 /// By ApplType.
 constexpr ProtectedObject PROTECTED_OBJECTS[] = {
-    {"SK.CH.SIG", CKO_PRIVATE_KEY, "SicSig/PIN-Status"},
-    {"SK.CH.EKEY", CKO_PRIVATE_KEY, "GewSig/PIN-Status"},
-    {"PERSONENBINDUNG", CKO_DATA, "GewSig/PIN-Status"},
+    {SIGNATURE_LABELS.privateKey, CKO_PRIVATE_KEY, "SicSig/PIN-Status"},
+    {ENCRYPTION_LABELS.privateKey, CKO_PRIVATE_KEY, "GewSig/PIN-Status"},
+    {IDENTITY_LINK_LABEL, CKO_DATA, "GewSig/PIN-Status"},
 };
 
 /// Null for a number that names no application.
@@ -116,7 +118,7 @@ PKCS11Return tkPKCS11::GenericPINCommand(ApplType appl, unsigned long attribute)
         return P11_ERROR;
     CK_BBOOL value = CK_FALSE;
     CK_ATTRIBUTE command = {attribute, &value, sizeof(value)};
-    return ResultOf(CallP11(Proc_C_SetAttributeValue, m_hSession, handle, &command, 1));
+    return ResultOf(WriteAttributes(m_hSession, handle, &command, 1));
 }
 
 PKCS11Return tkPKCS11::GenericPINCommand(ApplType appl, unsigned long attribute, bool value,
@@ -137,9 +139,9 @@ PKCS11Return tkPKCS11::GenericPINCommand(ApplType appl, unsigned long attribute,
     unsigned long handle = 0;
     if (!FindProtectedObject(appl, &handle))
         return P11_ERROR;
-    CK_RV rv = CallP11(Proc_C_SetAttributeValue, m_hSession, handle, attributes, count);
+    CK_RV rv = WriteAttributes(m_hSession, handle, attributes, count);
     if (rv == CKR_FUNCTION_FAILED && forceSoftwarePin)
-        rv = CallP11(Proc_C_SetAttributeValue, m_hSession, handle, attributes, retryCount);
+        rv = WriteAttributes(m_hSession, handle, attributes, retryCount);
     return ResultOfFormWithFlags(rv);
 }
 
@@ -161,7 +163,7 @@ int tkPKCS11::GetPINStatus(ApplType appl, PINState& state, int& tries) {
         state = status[0] == 0 ? PIN_STATE_BLOCKED : PIN_STATE_OK;
         tries = status[0];
     }
-    if (rv == CKR_OK && length <= sizeof(status))
+    if (CheckedLength(rv, length, sizeof(status)) == CKR_OK)
         return 0;
     return rv == CKR_FUNCTION_NOT_SUPPORTED ? -2 : -1;
 }

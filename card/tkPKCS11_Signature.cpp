@@ -6,7 +6,9 @@
 #include <array>
 
 #include "card/CallP11.h"
-#include "card/CardLimits.h"
+#include "card/CardLabels.h"
+#include "card/CardObjects.h"
+#include "card/SessionGuard.h"
 #include "card/tkPKCS11Logging.h"
 #include "formats/Hash.h"
 #include "formats/slCertificate.h"
@@ -33,10 +35,6 @@ constexpr MechanismRule MECHANISM_RULES[] = {
     {CKK_RSA, HASH_SHA512, CKM_SHA512_RSA_PKCS}, {CKK_RSA, HASH_RAW, CKM_RSA_PKCS},
     {CKK_ECDSA, HASH_SHA1, CKM_ECDSA_SHA1},      {CKK_ECDSA, HASH_RAW, CKM_ECDSA},
 };
-
-std::string KeyLabel(bool sigKey) {
-    return sigKey ? "SK.CH.SIG" : "SK.CH.EKEY";
-}
 
 /// What the signing form with a hash hands to the card: the data itself, or a hash with or without its
 /// DigestInfo.
@@ -81,64 +79,43 @@ struct PrivateKey {
     CK_KEY_TYPE keyType = 0;
 };
 
-/// Searches all private keys with calls of its own, each of which reports its failure.
-bool FindPrivateKeysDirectly(CK_SESSION_HANDLE session, unsigned long* handles, unsigned long* found) {
-    CK_OBJECT_CLASS objectClass = CKO_PRIVATE_KEY;
-    CK_ATTRIBUTE tmpl = {CKA_CLASS, &objectClass, sizeof(objectClass)};
-    CK_RV rv = CallP11(tkPKCS11::Proc_C_FindObjectsInit, session, &tmpl, 1);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_FindObjectsInit ERROR", rv);
-        return false;
-    }
-    rv = CallP11(tkPKCS11::Proc_C_FindObjects, session, handles, MAX_OBJECTS, found);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_FindObjects ERROR", rv);
-        return false; // the search stays open on purpose
-    }
-    rv = CallP11(tkPKCS11::Proc_C_FindObjectsFinal, session);
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_FindObjectsFinal ERROR", rv);
-        return false;
-    }
-    if (*found > MAX_OBJECTS) {
-        LogError("PKCS11 Proc_C_FindObjects ERROR", CKR_BUFFER_TOO_SMALL);
-        return false;
-    }
-    return true;
+/// Searches all private keys with texts of its own.
+bool FindPrivateKeysDirectly(CK_SESSION_HANDLE session, FoundObjects& found) {
+    ObjectTemplate wanted(CKO_PRIVATE_KEY);
+    return SearchObjects(session, wanted.Attributes(), wanted.Count(), found.handles, MAX_OBJECTS,
+                         &found.count, DIRECT_SEARCH_TEXTS);
 }
 
 /// Walks the handles for a key whose label begins with this one. A failed read moves on to the next; with
 /// reportFailures it is reported.
-bool FindKeyByLabel(CK_SESSION_HANDLE session, const unsigned long* handles, unsigned long found,
-                    const std::string& label, PrivateKey& key, bool reportFailures) {
-    for (unsigned long i = 0; i < found; ++i) {
+bool FindKeyByLabel(CK_SESSION_HANDLE session, const FoundObjects& found, const std::string& label,
+                    PrivateKey& key, bool reportFailures) {
+    for (const unsigned long handle : found) {
         ObjectText keyLabel;
         CK_KEY_TYPE keyType = 0;
-        CK_ATTRIBUTE attributes[] = {
-            {CKA_LABEL, keyLabel.bytes, sizeof(keyLabel.bytes)},
-            {CKA_KEY_TYPE, &keyType, sizeof(keyType)},
-        };
-        CK_RV rv = CallP11(tkPKCS11::Proc_C_GetAttributeValue, session, handles[i], attributes, 2);
-        keyLabel.length = attributes[0].ulValueLen;
-        if (rv == CKR_OK && (!keyLabel.fits() || attributes[1].ulValueLen > sizeof(keyType)))
-            rv = CKR_BUFFER_TOO_SMALL;
-        if (rv != CKR_OK) {
-            if (reportFailures)
-                LogError("PKCS11 Proc_C_GetAttributeValue", rv);
-            continue;
-        }
-        if (keyLabel.beginsWith(label)) {
-            key = {handles[i], keyType};
+        const CK_RV rv = ReadAttributes(session, handle,
+                                        {Wanted(CKA_LABEL, keyLabel), WantedNumber(CKA_KEY_TYPE, keyType)});
+        if (rv == CKR_OK && keyLabel.beginsWith(label)) {
+            key = {handle, keyType};
             return true;
         }
+        if (rv != CKR_OK && reportFailures)
+            LogError("PKCS11 Proc_C_GetAttributeValue", rv);
     }
     return false;
 }
 
+/// The kind of key that the signature operations tell apart. False for a key that is neither.
+bool KindOf(CK_KEY_TYPE keyType, SignKey& key) {
+    if (keyType != CKK_RSA && keyType != CKK_ECDSA)
+        return false;
+    key = keyType == CKK_RSA ? KEY_RSA : KEY_ECC;
+    return true;
+}
+
 /// The last two steps of every signString.
-bool SignOnCard(CK_SESSION_HANDLE session, unsigned long handle, unsigned long mechanismType,
-                unsigned char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen) {
-    CK_MECHANISM mechanism = {mechanismType, nullptr, 0};
+bool SignOnCard(CK_SESSION_HANDLE session, unsigned long handle, CK_MECHANISM mechanism, unsigned char* in,
+                unsigned long inLen, unsigned char* out, unsigned long& outLen) {
     CK_RV rv = CallP11(tkPKCS11::Proc_C_SignInit, session, &mechanism, handle);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_SignInit ERROR", rv);
@@ -147,8 +124,7 @@ bool SignOnCard(CK_SESSION_HANDLE session, unsigned long handle, unsigned long m
     LogMessage("PKCS11 Anzeige: Bitte PIN eingeben");
     const unsigned long capacity = outLen;
     rv = CallP11(tkPKCS11::Proc_C_Sign, session, in, inLen, out, &outLen);
-    if (rv == CKR_OK && outLen > capacity)
-        rv = CKR_BUFFER_TOO_SMALL;
+    rv = CheckedLength(rv, outLen, capacity);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_Sign ERROR", rv);
         return false;
@@ -160,36 +136,68 @@ bool SignOnCard(CK_SESSION_HANDLE session, unsigned long handle, unsigned long m
 bool SignInTwoCalls(CK_SESSION_HANDLE session, const std::vector<unsigned char>& data,
                     std::vector<unsigned char>& signature) {
     std::vector<unsigned char> copy = data;
+    std::vector<unsigned char> buffer;
     unsigned long length = 0;
-    CK_RV rv = CallP11(tkPKCS11::Proc_C_Sign, session, copy.data(), copy.size(), nullptr, &length);
-    if (rv == CKR_OK && length > MAX_PLAUSIBLE_SIGNATURE)
-        rv = CKR_BUFFER_TOO_SMALL;
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_Sign", rv);
+    const auto sign = [&](unsigned char* out, unsigned long offered) {
+        const CK_RV answer = CallP11(tkPKCS11::Proc_C_Sign, session, copy.data(), copy.size(), out, &length);
+        const CK_RV rv = CheckedLength(answer, length, offered);
+        if (rv != CKR_OK)
+            LogError("PKCS11 Proc_C_Sign", rv);
+        return rv == CKR_OK;
+    };
+    if (!sign(nullptr, MAX_PLAUSIBLE_SIGNATURE) || length == 0)
         return false;
-    }
-    if (length == 0)
+    buffer.resize(length);
+    if (!sign(buffer.data(), buffer.size()))
         return false;
-    std::vector<unsigned char> buffer(length);
-    rv = CallP11(tkPKCS11::Proc_C_Sign, session, copy.data(), copy.size(), buffer.data(), &length);
-    if (rv == CKR_OK && length > buffer.size())
-        rv = CKR_BUFFER_TOO_SMALL;
-    if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_Sign", rv);
-        return false;
-    }
     signature.insert(signature.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(length));
     return true;
+}
+
+/// What goes to the card in the signing form with a hash.
+struct SignBuffer {
+    std::array<unsigned char, SIGN_BUFFER_SIZE> bytes;
+    unsigned long length = 0;
+};
+
+/// False for more than fits.
+bool Fill(SignBuffer& buffer, const unsigned char* data, unsigned long length) {
+    if (length > buffer.bytes.size())
+        return false;
+    std::copy(data, data + length, buffer.bytes.begin());
+    buffer.length = length;
+    return true;
+}
+
+unsigned long MechanismOf(unsigned long keyType, HashAlgorithm hash) {
+    const auto rule =
+        std::find_if(std::begin(MECHANISM_RULES), std::end(MECHANISM_RULES),
+                     [&](const MechanismRule& r) { return r.keyType == keyType && r.hash == hash; });
+    return rule != std::end(MECHANISM_RULES) ? rule->mechanism : NO_MECHANISM;
+}
+
+/// False, with a message, when there is none.
+bool ChooseMechanism(unsigned long keyType, HashAlgorithm hash, CK_MECHANISM& mechanism) {
+    mechanism = {MechanismOf(keyType, hash), nullptr, 0};
+    if (mechanism.mechanism == NO_MECHANISM)
+        LogError(UNKNOWN_ALGORITHM);
+    return mechanism.mechanism != NO_MECHANISM;
+}
+
+/// The walk of the signString family, which tells of what it finds.
+bool FindKeyAloud(CK_SESSION_HANDLE session, const FoundObjects& found, bool sigKey, PrivateKey& key) {
+    const bool isFound = FindKeyByLabel(session, found, LabelsOf(sigKey).privateKey, key, false);
+    if (isFound)
+        LogMessage("PKCS11 Key Found");
+    else
+        LogError("PKCS11 Key NOT Found");
+    return isFound;
 }
 
 } // namespace
 
 unsigned long tkPKCS11::KeyAndHashAlgoToMechanism(unsigned long keyType, HashAlgorithm hash) {
-    for (const MechanismRule& rule : MECHANISM_RULES) {
-        if (rule.keyType == keyType && rule.hash == hash)
-            return rule.mechanism;
-    }
-    return NO_MECHANISM;
+    return MechanismOf(keyType, hash);
 }
 
 bool tkPKCS11::hashString(unsigned char* data, unsigned long len, std::vector<unsigned char>& out,
@@ -208,24 +216,13 @@ bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char*
     LogMessage("tkPKCS11::signString");
     if (!InputsAreGood(m_hSession != 0, in, inLen, out))
         return false;
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjectsOfClass(CKO_PRIVATE_KEY, handles, &found)) {
-        LogError("PKCS11 FindObjects ERROR");
-        return false;
-    }
+    FoundObjects found;
     PrivateKey key;
-    if (!FindKeyByLabel(m_hSession, handles, found, KeyLabel(sigKey), key, false)) {
-        LogError("PKCS11 Key NOT Found");
-        return false;
-    }
-    LogMessage("PKCS11 Key Found");
-    const unsigned long mechanism = KeyAndHashAlgoToMechanism(key.keyType, HASH_SHA1);
-    if (mechanism == NO_MECHANISM) {
-        LogError(UNKNOWN_ALGORITHM);
-        return false;
-    }
-    return SignOnCard(m_hSession, key.handle, mechanism, in, inLen, out, outLen);
+    CK_MECHANISM mechanism = {};
+    return SearchClass(CKO_PRIVATE_KEY, found, "PKCS11 FindObjects ERROR") &&
+           FindKeyAloud(m_hSession, found, sigKey, key) &&
+           ChooseMechanism(key.keyType, HASH_SHA1, mechanism) &&
+           SignOnCard(m_hSession, key.handle, mechanism, in, inLen, out, outLen);
 }
 
 bool tkPKCS11::signString(char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
@@ -245,46 +242,34 @@ bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char*
     LogMessage("tkPKCS11::signString with HashAlgorithm");
     if (!InputsAreGood(m_hSession != 0, in, inLen, out))
         return false;
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindPrivateKeysDirectly(m_hSession, handles, &found))
-        return false;
+    FoundObjects found;
     PrivateKey privateKey;
-    if (!FindKeyByLabel(m_hSession, handles, found, KeyLabel(sigKey), privateKey, false)) {
-        LogError("PKCS11 Key NOT Found");
+    if (!FindPrivateKeysDirectly(m_hSession, found) || !FindKeyAloud(m_hSession, found, sigKey, privateKey))
         return false;
-    }
-    LogMessage("PKCS11 Key Found");
-    if (privateKey.keyType != CKK_RSA && privateKey.keyType != CKK_ECDSA) {
+    if (!KindOf(privateKey.keyType, key)) {
         LogError(UNKNOWN_ALGORITHM);
         return false;
     }
-    key = privateKey.keyType == CKK_RSA ? KEY_RSA : KEY_ECC;
     const SignPlan plan = PlanOf(key, hash, sigKey);
-
-    std::array<unsigned char, SIGN_BUFFER_SIZE> buffer;
-    unsigned long length = 0;
+    SignBuffer buffer;
     if (plan.input == SignInput::Data) {
-        if (inLen > buffer.size()) {
+        if (!Fill(buffer, in, inLen)) {
             LogError("Data size too long: " + std::to_string(inLen) + " bytes");
             return false;
         }
-        std::copy(in, in + inLen, buffer.begin());
-        length = inLen;
     } else {
         std::vector<unsigned char> digest;
         if (!hashString(in, inLen, digest, hash, plan.input == SignInput::HashWithDigestInfo)) {
             LogError("PKCS11 ERROR hashing data");
             return false;
         }
-        if (digest.size() > buffer.size()) {
+        if (!Fill(buffer, digest.data(), digest.size())) {
             LogError("PKCS11 buffer size error");
             return false;
         }
-        std::copy(digest.begin(), digest.end(), buffer.begin());
-        length = digest.size();
     }
-    return SignOnCard(m_hSession, privateKey.handle, plan.mechanism, buffer.data(), length, out, outLen);
+    return SignOnCard(m_hSession, privateKey.handle, {plan.mechanism, nullptr, 0}, buffer.bytes.data(),
+                      buffer.length, out, outLen);
 }
 
 // --- Sign, Verify ------------------------------------------------------------------------------------------
@@ -296,22 +281,13 @@ bool tkPKCS11::Sign(const std::string& label, const std::vector<unsigned char>& 
 
 bool tkPKCS11::Sign(const std::string& label, const std::vector<unsigned char>& data,
                     std::vector<unsigned char>& signature, HashAlgorithm hash) {
-    if (m_hSession == 0)
-        return false;
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjectsOfClass(CKO_PRIVATE_KEY, handles, &found)) {
-        LogError("PKCS11 FindObjects");
-        return false;
-    }
+    FoundObjects found;
     PrivateKey key;
-    if (!FindKeyByLabel(m_hSession, handles, found, label, key, true))
+    CK_MECHANISM mechanism = {};
+    if (m_hSession == 0 || !SearchClass(CKO_PRIVATE_KEY, found, "PKCS11 FindObjects") ||
+        !FindKeyByLabel(m_hSession, found, label, key, true) ||
+        !ChooseMechanism(key.keyType, hash, mechanism))
         return false;
-    CK_MECHANISM mechanism = {KeyAndHashAlgoToMechanism(key.keyType, hash), nullptr, 0};
-    if (mechanism.mechanism == NO_MECHANISM) {
-        LogError(UNKNOWN_ALGORITHM);
-        return false;
-    }
     const CK_RV rv = CallP11(Proc_C_SignInit, m_hSession, &mechanism, key.handle);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_SignInit", rv);
@@ -329,34 +305,24 @@ bool tkPKCS11::Verify(const std::string& label, const std::vector<unsigned char>
                       std::vector<unsigned char>& data, HashAlgorithm hash) {
     if (m_hSession == 0)
         return false;
-    CK_OBJECT_CLASS objectClass = CKO_PUBLIC_KEY;
-    CK_ATTRIBUTE tmpl[] = {
-        {CKA_CLASS, &objectClass, sizeof(objectClass)},
-        {CKA_LABEL, const_cast<char*>(label.data()), label.size()},
-    };
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjects(tmpl, 2, handles, MAX_OBJECTS, &found)) {
+    ObjectTemplate wanted(CKO_PUBLIC_KEY, CKA_LABEL, label);
+    FoundObjects found;
+    if (!Search(wanted, found)) {
         LogError("PKCS11 FindObjects");
         return false;
     }
-    if (found == 0)
+    if (found.empty())
         return false;
     CK_KEY_TYPE keyType = 0;
-    CK_ATTRIBUTE attribute = {CKA_KEY_TYPE, &keyType, sizeof(keyType)};
-    CK_RV rv = CallP11(Proc_C_GetAttributeValue, m_hSession, handles[0], &attribute, 1);
-    if (rv == CKR_OK && attribute.ulValueLen > sizeof(keyType))
-        rv = CKR_BUFFER_TOO_SMALL;
+    CK_RV rv = ReadAttributes(m_hSession, found.first(), {WantedNumber(CKA_KEY_TYPE, keyType)});
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_GetAttributeValue", rv);
         return false;
     }
-    CK_MECHANISM mechanism = {KeyAndHashAlgoToMechanism(keyType, hash), nullptr, 0};
-    if (mechanism.mechanism == NO_MECHANISM) {
-        LogError(UNKNOWN_ALGORITHM);
+    CK_MECHANISM mechanism = {};
+    if (!ChooseMechanism(keyType, hash, mechanism))
         return false;
-    }
-    rv = CallP11(Proc_C_VerifyInit, m_hSession, &mechanism, handles[0]);
+    rv = CallP11(Proc_C_VerifyInit, m_hSession, &mechanism, found.first());
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_VerifyInit", rv);
         return false;
@@ -381,57 +347,10 @@ bool tkPKCS11::Sign(const std::wstring& thumbprint, const std::vector<unsigned c
     if (!GetSlots(slots) || slots.empty())
         return false;
     for (int index = 0; index < std::min(static_cast<int>(slots.size()), MAX_CARDS); ++index) {
-        if (!OpenSession(index, false))
-            continue;
+        const SessionGuard session(this, OpenSession(index, false));
         std::string label;
-        if (findCertAndKey(thumbprint, cert, label)) {
-            const bool isSigned = Sign(label, data, signature);
-            CloseSession();
-            return isSigned;
-        }
-        CloseSession();
-    }
-    return false;
-}
-
-bool tkPKCS11::findCertAndKey(const std::wstring& thumbprint, slCertificate& cert, std::string& label) {
-    if (m_hSession == 0)
-        return false;
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjectsOfClass(CKO_CERTIFICATE, handles, &found)) {
-        LogError("PKCS11 FindObjects");
-        return false;
-    }
-    for (unsigned long i = 0; i < found; ++i) {
-        ObjectText certLabel;
-        ObjectValue value;
-        ObjectText id;
-        CK_ATTRIBUTE attributes[] = {
-            {CKA_LABEL, certLabel.bytes, sizeof(certLabel.bytes)},
-            {CKA_VALUE, value.bytes, sizeof(value.bytes)},
-            {CKA_ID, id.bytes, sizeof(id.bytes)},
-        };
-        CK_RV rv = CallP11(Proc_C_GetAttributeValue, m_hSession, handles[i], attributes, 3);
-        certLabel.length = attributes[0].ulValueLen;
-        value.length = attributes[1].ulValueLen;
-        id.length = attributes[2].ulValueLen;
-        if (rv == CKR_OK && !value.fits()) {
-            LogError("buffer to short"); // misworded as it is
-            return false;
-        }
-        if (rv == CKR_OK && (!certLabel.fits() || !id.fits()))
-            rv = CKR_BUFFER_TOO_SMALL;
-        if (rv != CKR_OK) {
-            LogError("PKCS11 Proc_C_GetAttributeValue", rv);
-            continue;
-        }
-        slCertificate candidate;
-        candidate.LoadFromBuffer(value.bytes, static_cast<unsigned int>(value.length));
-        if (candidate.GetThumbprint() != thumbprint)
-            continue;
-        cert = candidate;
-        return findPrivateKeyFromID(id.text(), label);
+        if (session.IsOpen() && findCertAndKey(thumbprint, cert, label))
+            return Sign(label, data, signature);
     }
     return false;
 }
@@ -441,25 +360,16 @@ bool tkPKCS11::findPrivateKeyFromID(const std::string& id, std::string& label) {
         LogError("findPrivateKeyFromID, Session not initialized");
         return false;
     }
-    CK_OBJECT_CLASS objectClass = CKO_PRIVATE_KEY;
-    CK_ATTRIBUTE tmpl[] = {
-        {CKA_CLASS, &objectClass, sizeof(objectClass)},
-        {CKA_ID, const_cast<char*>(id.data()), id.size()},
-    };
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindObjects(tmpl, 2, handles, MAX_OBJECTS, &found)) {
+    ObjectTemplate wanted(CKO_PRIVATE_KEY, CKA_ID, id);
+    FoundObjects found;
+    if (!Search(wanted, found)) {
         LogError("PKCS11 FindObjects");
         return false;
     }
-    if (found != 1)
+    if (found.count != 1)
         return false;
     ObjectText keyLabel;
-    CK_ATTRIBUTE attribute = {CKA_LABEL, keyLabel.bytes, sizeof(keyLabel.bytes)};
-    CK_RV rv = CallP11(Proc_C_GetAttributeValue, m_hSession, handles[0], &attribute, 1);
-    keyLabel.length = attribute.ulValueLen;
-    if (rv == CKR_OK && !keyLabel.fits())
-        rv = CKR_BUFFER_TOO_SMALL;
+    const CK_RV rv = ReadAttributes(m_hSession, found.first(), {Wanted(CKA_LABEL, keyLabel)});
     if (rv != CKR_OK)
         LogError("PKCS11 Proc_C_GetAttributeValue", rv);
     else
@@ -473,18 +383,14 @@ bool tkPKCS11::GetSignKeyType(SignKey& key, bool sigKey) {
     LogMessage("PKCS11 GetSignKeyType");
     if (!RequireSession())
         return false;
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!FindPrivateKeysDirectly(m_hSession, handles, &found))
+    FoundObjects found;
+    if (!FindPrivateKeysDirectly(m_hSession, found))
         return false;
     PrivateKey privateKey;
-    if (!FindKeyByLabel(m_hSession, handles, found, KeyLabel(sigKey), privateKey, false))
+    if (!FindKeyByLabel(m_hSession, found, LabelsOf(sigKey).privateKey, privateKey, false))
         return true; // no such key is no failure
     LogMessage("PKCS11 Key Found");
-    if (privateKey.keyType != CKK_RSA && privateKey.keyType != CKK_ECDSA)
-        return false;
-    key = privateKey.keyType == CKK_RSA ? KEY_RSA : KEY_ECC;
-    return true;
+    return KindOf(privateKey.keyType, key);
 }
 
 /// Older chips know no SHA-256.

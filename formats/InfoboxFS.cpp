@@ -16,10 +16,6 @@ constexpr std::size_t FileHeadSize = 4;
 constexpr std::size_t EntryHeadSize = 4;
 constexpr unsigned char EndTag = 0;
 
-constexpr char PersonenbindungLabel[] = "PERSONENBINDUNG";
-constexpr char Rfu1Label[] = "RFU1";
-constexpr char Rfu2Label[] = "RFU2";
-
 } // namespace
 
 void InfoboxFS::Clear() {
@@ -60,13 +56,13 @@ int InfoboxFS::LabelToTag(std::string label) const {
     // The length decides first, and it is 3 for labels of 4 characters. So "RFU" is a label, "RFU1" and
     // "RFU2" are none, and RFU2_INDEX never comes out: meant, and not the inverse of TagToLabel.
     if (label.size() == 15) {
-        return label == PersonenbindungLabel ? PERSONENBINDUNG_INDEX : 0;
+        return label == IDENTITY_LINK_LABEL ? PERSONENBINDUNG_INDEX : 0;
     }
     if (label.size() == 3) {
-        if (label.compare(0, 3, Rfu1Label, 3) == 0) {
+        if (label.compare(0, 3, RFU1_LABEL, 3) == 0) {
             return RFU1_INDEX;
         }
-        return label.compare(0, 3, Rfu2Label, 3) == 0 ? RFU2_INDEX : 0;
+        return label.compare(0, 3, RFU2_LABEL, 3) == 0 ? RFU2_INDEX : 0;
     }
     return 0;
 }
@@ -74,11 +70,11 @@ int InfoboxFS::LabelToTag(std::string label) const {
 std::string InfoboxFS::TagToLabel(unsigned char tag) const {
     switch (tag) {
     case PERSONENBINDUNG_INDEX:
-        return PersonenbindungLabel;
+        return IDENTITY_LINK_LABEL;
     case RFU1_INDEX:
-        return Rfu1Label;
+        return RFU1_LABEL;
     default:
-        return Rfu2Label;
+        return RFU2_LABEL;
     }
 }
 

@@ -16,6 +16,11 @@ inline constexpr unsigned char PERSONENBINDUNG_INDEX = 1;
 inline constexpr unsigned char RFU1_INDEX = 2;
 inline constexpr unsigned char RFU2_INDEX = 3;
 
+/// The labels of these entries.
+inline constexpr char IDENTITY_LINK_LABEL[] = "PERSONENBINDUNG";
+inline constexpr char RFU1_LABEL[] = "RFU1";
+inline constexpr char RFU2_LABEL[] = "RFU2";
+
 /// Attribute: the data object of the entry is stored encrypted.
 inline constexpr unsigned char INFOBOX_ATTR_ENCRYPTED = 1;
 
