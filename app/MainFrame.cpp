@@ -22,7 +22,7 @@
 #include "images/Images.h"
 #include "images/OpaqueXpm.h"
 
-const std::string EMPTY_CARD = "0000000000000000";
+const std::string EMPTY_CARD = Velmor::EMPTY_SERIAL;
 
 // clang-format off
 wxBEGIN_EVENT_TABLE(MainFrame, wxFrame)

@@ -136,6 +136,9 @@ private:
     void do_layout();
     void CreateColumns();
     wxString FullTitle(const std::string& version);
+    using PinCommand = Velmor::PKCS11Return (Velmor::tkPKCS11::*)(Velmor::ApplType appl);
+    using PinReport = void (MainFrame::*)(Velmor::PKCS11Return result);
+    void RunPinCommand(PinCommand command, Velmor::ApplType appl, PinReport report);
     void ChangePin(Velmor::ApplType appl);
     void UnblockPin(Velmor::ApplType appl);
     void TestSignature(const char* title, Velmor::ApplType appl);

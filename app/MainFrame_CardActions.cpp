@@ -13,6 +13,8 @@
 #include "app/I18N.h"
 #include "app/OrselCardsLogger.h"
 #include "app/wxHelper.h"
+#include "card/CardLimits.h"
+#include "card/SessionGuard.h"
 #include "card/tkPKCS11.h"
 #include "dialogs/InfoboxBereich.h"
 #include "dialogs/TestDialog.h"
@@ -28,7 +30,6 @@ namespace {
 
 /// One file for both certificates and all cards. It stays behind for the viewer; the next one replaces it.
 constexpr const char* CERTIFICATE_FILE = "orselcards_cert.cer";
-constexpr unsigned long CERTIFICATE_CAPACITY = 5012;
 
 } // namespace
 
@@ -55,12 +56,12 @@ void MainFrame::evt_ItemSelected(wxListEvent& /*event*/) {
     if (cardNumber.empty())
         return;
     if (type >= 0 && type < Velmor::TOKEN_TYPE_COUNT) {
-        const bool hasIdentityLinkPin = type == Velmor::TOKEN_ACOS_03;
+        const bool hasIdentityLinkPin = Velmor::HasIdentityLinkPin(type);
         button_pers_change->Enable(hasIdentityLinkPin);
         button_pers_puk->Enable(hasIdentityLinkPin);
     }
-    // Switched off here and never on: the next refresh does that. Meant.
-    if (type >= Velmor::TOKEN_ECARD_G2 && type <= Velmor::TOKEN_ECARD_G4) {
+    // Switched off here and never on: the next refresh does that.
+    if (Velmor::IsECardToken(type)) {
         button_sig_puk->Enable(false);
         button_enc_puk->Enable(false);
     }
@@ -102,20 +103,23 @@ bool MainFrame::OpenSessionForSelectedCard() {
 
 // --- PINs --------------------------------------------------------------------------------------------------
 
-void MainFrame::ChangePin(Velmor::ApplType appl) {
-    if (!OpenSessionForSelectedCard())
+/// The result is shown with the session closed.
+void MainFrame::RunPinCommand(PinCommand command, Velmor::ApplType appl, PinReport report) {
+    Velmor::SessionGuard session(m_p11, OpenSessionForSelectedCard());
+    if (!session.IsOpen()) {
         return;
-    const Velmor::PKCS11Return result = m_p11->ChangePIN(appl);
-    m_p11->CloseSession();
-    SetStatusPinChange(result);
+    }
+    const Velmor::PKCS11Return result = (m_p11->*command)(appl);
+    session.Close();
+    (this->*report)(result);
+}
+
+void MainFrame::ChangePin(Velmor::ApplType appl) {
+    RunPinCommand(&Velmor::tkPKCS11::ChangePIN, appl, &MainFrame::SetStatusPinChange);
 }
 
 void MainFrame::UnblockPin(Velmor::ApplType appl) {
-    if (!OpenSessionForSelectedCard())
-        return;
-    const Velmor::PKCS11Return result = m_p11->UnblockPIN(appl);
-    m_p11->CloseSession();
-    SetStatusPinUnblock(result);
+    RunPinCommand(&Velmor::tkPKCS11::UnblockPIN, appl, &MainFrame::SetStatusPinUnblock);
 }
 
 void MainFrame::evt_sig_change_pin(wxCommandEvent& /*event*/) {
@@ -149,16 +153,17 @@ bool MainFrame::ShowCert(bool signature) {
     const wxBusyCursor busy;
     path = Velmor::CombinePaths(path, CERTIFICATE_FILE);
     Velmor::RemoveFile(path);
-    if (!OpenSessionForSelectedCard())
+    const Velmor::SessionGuard session(m_p11, OpenSessionForSelectedCard());
+    if (!session.IsOpen()) {
         return false;
-    unsigned char buffer[CERTIFICATE_CAPACITY];
+    }
+    unsigned char buffer[Velmor::MAX_OBJECT_VALUE];
     unsigned long size = sizeof(buffer);
     const bool shown = m_p11->LoadSigningCertificate(signature) &&
                        m_p11->GetSigningCertificate(buffer, size) &&
                        Velmor::WriteNewFile(path, buffer, size) && Velmor::ShowCertificate(path);
     if (!shown)
         OrselCardsLogger::GetHandle()->LogError("error writing cert to file");
-    m_p11->CloseSession();
     return shown;
 }
 

@@ -52,7 +52,7 @@ wxMenu* AppendCertificateMenu(wxMenu& menu, const char* label, int encId, int si
 
 /// The card's commands. Not reduced for cards whose unblock buttons are disabled.
 void MainFrame::FillCardMenu(wxMenu& menu, Velmor::TokenType type) {
-    const bool identityLink = type == Velmor::TOKEN_ACOS_03;
+    const bool identityLink = Velmor::HasIdentityLinkPin(type);
     wxMenu* change = AppendCertificateMenu(menu, "PIN ändern", ID_POPUP_ENC_CHANGE, ID_POPUP_SIG_CHANGE);
     if (identityLink)
         change->Append(ID_POPUP_PERS_CHANGE, Translate("Personenbindung"));

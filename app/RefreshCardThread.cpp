@@ -4,6 +4,8 @@
 #include "app/ControlIds.h"
 #include "app/OrselCardsLogger.h"
 #include "app/wxHelper.h"
+#include "card/CardLimits.h"
+#include "card/SessionGuard.h"
 #include "formats/slCertificate.h"
 #include "foundation/Logging.h"
 
@@ -16,9 +18,6 @@ static const wchar_t* const CARD_TYPE_TEXTS[Velmor::TOKEN_TYPE_COUNT] = {
     L"Orsel Carta ACOS 03",    L"Orsel Carta ACOS 04",    L"Orsel Carta ACOS 05",   L"Orsel Carta e-Card G2",
     L"Orsel Carta e-Card G3A", L"Orsel Carta e-Card G3B", L"Orsel Carta e-Card G4", L"Orsel Carta CardOS 5.3",
 };
-
-/// As large as the buffer that LoadSigningCertificate reads the certificate through, so that it always fits.
-static constexpr unsigned long CERTIFICATE_CAPACITY = 5012;
 
 static wxThreadError CreateAndRun(RefreshCardThread& thread) {
     const wxThreadError created = thread.Create();
@@ -50,7 +49,7 @@ void* RefreshCardThread::Entry() {
 /// Common name of the subject of the card's encryption certificate, in the open session; the fixed word where
 /// there is no certificate that can be read.
 static wxString HolderOf(Velmor::tkPKCS11& card) {
-    unsigned char buffer[CERTIFICATE_CAPACITY];
+    unsigned char buffer[Velmor::MAX_OBJECT_VALUE]; // what a certificate is read through: it always fits
     unsigned long size = sizeof(buffer);
     Velmor::slCertificate certificate;
     const bool hasCertificate = card.LoadSigningCertificate(false) &&
@@ -66,7 +65,8 @@ static wxString CardTypeText(const TokenInfoStruct2& info, const wxString& label
 
 void RefreshCardThread::DoWork(std::vector<SlotStruct*> slots) {
     for (size_t i = 0; i < slots.size(); ++i) {
-        if (!m_p11->OpenSession(static_cast<int>(i), false)) {
+        const Velmor::SessionGuard session(m_p11, m_p11->OpenSession(static_cast<int>(i), false));
+        if (!session.IsOpen()) {
             OrselCardsLogger::GetHandle()->LogError("Error open pkcs#11 session");
             continue;
         }
@@ -79,6 +79,5 @@ void RefreshCardThread::DoWork(std::vector<SlotStruct*> slots) {
         row->tokenType = info.m_TokenType;
         row->holder = holder;
         m_list.push_back(row);
-        m_p11->CloseSession();
     }
 }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 
 #include "app/wxHelper.h"
+#include "card/CardLabels.h"
 #include "dialogs/NoPersB.h"
 #include "formats/Personenbindung.h"
 
@@ -31,12 +32,12 @@ void InfoboxBereich::listbox(wxString row) {
     std::string label;
     ContentType type = CONTENT_RAW;
     if (row.CmpNoCase("Personenbindung") == 0) {
-        label = "PERSONENBINDUNG";
+        label = Velmor::IDENTITY_LINK_LABEL;
         type = CONTENT_PERSONENBINDUNG;
-    } else if (row.CmpNoCase("RFU1") == 0) {
-        label = "RFU1";
-    } else if (row.CmpNoCase("RFU2") == 0) {
-        label = "RFU2";
+    } else if (row.CmpNoCase(LibInfobox::RFU1_LABEL) == 0) {
+        label = LibInfobox::RFU1_LABEL;
+    } else if (row.CmpNoCase(LibInfobox::RFU2_LABEL) == 0) {
+        label = LibInfobox::RFU2_LABEL;
     }
     ByteArray data;
     if (!LoadInfoboxData(label, data))
@@ -72,15 +73,8 @@ unsigned char InfoboxBereich::TagOfRow(const wxString& row) {
 }
 
 void InfoboxBereich::ShowNoPersB() {
-    switch (m_TokenType) {
-    case Velmor::TOKEN_ECARD_G2:
-    case Velmor::TOKEN_ECARD_G3A:
-    case Velmor::TOKEN_ECARD_G3B:
-    case Velmor::TOKEN_ECARD_G4:
+    if (Velmor::IsECardToken(m_TokenType))
         return;
-    default:
-        break;
-    }
     NoPersB dialog(this, wxID_ANY, wxEmptyString, wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE);
     if (dialog.ShowModal() == 1) // the program that writes an identity link has been started
         EndModal(0);

@@ -9,12 +9,11 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "card/CallP11.h"
-#include "card/CardLimits.h"
-#include "card/tkPKCS11.h"
+#include "card/CardLabels.h"
+#include "card/CardObjects.h"
+#include "card/SessionGuard.h"
 
 using Velmor::ByteArray;
-using Velmor::tkPKCS11;
 
 /// How far a data object is looked at to tell whether it is blank.
 static constexpr size_t BLANK_SPAN = 128;
@@ -40,8 +39,8 @@ void InfoboxBereich::evt_OnTimer(wxTimerEvent& /*event*/) {
         LoadInfobox();
     } else {
         list_box->Insert(L"Personenbindung", 0);
-        list_box->Insert(L"RFU1", 1);
-        list_box->Insert(L"RFU2", 2);
+        list_box->Insert(LibInfobox::RFU1_LABEL, 1);
+        list_box->Insert(LibInfobox::RFU2_LABEL, 2);
     }
     MyEnable(true);
     if (list_box->GetCount() == 0)
@@ -51,7 +50,7 @@ void InfoboxBereich::evt_OnTimer(wxTimerEvent& /*event*/) {
 bool InfoboxBereich::LoadInfobox() {
     list_box->Clear();
     ByteArray file;
-    if (!LoadInfoboxData("INFOBOX", file))
+    if (!LoadInfoboxData(Velmor::INFOBOX_LABEL, file))
         return false;
     m_InfoboxFS.Clear();
     if (!m_InfoboxFS.ParseInfoboxData(file))
@@ -76,7 +75,6 @@ static bool IsBlank(const ByteArray& bytes) {
 bool InfoboxBereich::LoadInfoboxData(std::string label, ByteArray& out) {
     m_CachedContent.clear();
     const bool isRead = ReadDataObject(label, out);
-    m_pP11->CloseSession(); // also after a failed open
     if (isRead && IsBlank(out))
         out.clear();
     if (!out.empty())
@@ -84,17 +82,13 @@ bool InfoboxBereich::LoadInfoboxData(std::string label, ByteArray& out) {
     return isRead;
 }
 
-/// The session that it opens is left for the caller to close, whatever the result.
 bool InfoboxBereich::ReadDataObject(const std::string& label, ByteArray& out) {
+    const Velmor::SessionGuard session(m_pP11, true); // closed also after a failed open
     CK_OBJECT_HANDLE object = 0;
     if (!FindDataObject(label, false, object))
         return false;
     Velmor::ObjectValue value;
-    CK_ATTRIBUTE asked = {CKA_VALUE, value.bytes, sizeof(value.bytes)};
-    if (Velmor::CallP11(tkPKCS11::Proc_C_GetAttributeValue, m_pP11->m_hSession, object, &asked, 1) != CKR_OK)
-        return false;
-    value.length = asked.ulValueLen;
-    if (!value.fits())
+    if (Velmor::ReadAttributes(m_pP11->m_hSession, object, {Velmor::Wanted(CKA_VALUE, value)}) != CKR_OK)
         return false;
     out.clear();
     out.Add(value.bytes, value.length);
@@ -104,16 +98,10 @@ bool InfoboxBereich::ReadDataObject(const std::string& label, ByteArray& out) {
 /// Opens a session and finds the first data object with this label. The caller closes the session, whatever
 /// the result.
 bool InfoboxBereich::FindDataObject(const std::string& label, bool readWrite, CK_OBJECT_HANDLE& object) {
-    CK_OBJECT_CLASS objectClass = CKO_DATA;
-    CK_ATTRIBUTE wanted[] = {
-        {CKA_CLASS, &objectClass, sizeof(objectClass)},
-        {CKA_LABEL, const_cast<char*>(label.data()), label.size()},
-    };
-    unsigned long objects[Velmor::MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!m_pP11->OpenSession(m_nSlot, readWrite) ||
-        !m_pP11->FindObjects(wanted, 2, objects, Velmor::MAX_OBJECTS, &found))
+    Velmor::ObjectTemplate wanted(CKO_DATA, CKA_LABEL, label);
+    Velmor::FoundObjects found;
+    if (!m_pP11->OpenSession(m_nSlot, readWrite) || !m_pP11->Search(wanted, found))
         return false;
-    object = objects[0];
-    return found != 0;
+    object = found.first();
+    return !found.empty();
 }

@@ -6,14 +6,11 @@
 #include <wx/button.h>
 #include <wx/listbox.h>
 
-#include "card/CallP11.h"
-#include "card/CardLimits.h"
-#include "card/tkPKCS11.h"
+#include "card/CardObjects.h"
+#include "card/SessionGuard.h"
 
 using LibInfobox::INFOBOX_ATTR_ENCRYPTED;
 using Velmor::ByteArray;
-using Velmor::CallP11;
-using Velmor::tkPKCS11;
 
 /// The label says what the button will do. Attributes that are set, but not that of encryption, leave it.
 void InfoboxBereich::LabelEncryptButton(unsigned char attributes) {
@@ -25,7 +22,6 @@ void InfoboxBereich::LabelEncryptButton(unsigned char attributes) {
 
 void InfoboxBereich::evt_encrypt(wxCommandEvent& /*event*/) {
     const bool isToggled = ToggleProtection(TagOfRow(list_box->GetStringSelection()));
-    m_pP11->CloseSession(); // also when none was opened
     if (!isToggled)
         return;
     SetContent(ByteArray(), CONTENT_NONE);
@@ -33,8 +29,8 @@ void InfoboxBereich::evt_encrypt(wxCommandEvent& /*event*/) {
     LoadInfobox(); // the container tells what has become of the entry; it is never written here
 }
 
-/// The session that it opens is left for the caller to close, whatever the result.
 bool InfoboxBereich::ToggleProtection(unsigned char tag) {
+    const Velmor::SessionGuard session(m_pP11, true); // closed also when none was opened
     unsigned char attributes = 0;
     ByteArray unused;
     CK_OBJECT_HANDLE object = 0;
@@ -49,7 +45,7 @@ bool InfoboxBereich::ToggleProtection(unsigned char tag) {
         {CKA_VALUE, value.data(), value.size()},
         {CKA_PRIVATE, &isPrivate, sizeof(isPrivate)},
     };
-    return CallP11(tkPKCS11::Proc_C_SetAttributeValue, m_pP11->m_hSession, object, changes, 2) == CKR_OK;
+    return Velmor::WriteAttributes(m_pP11->m_hSession, object, changes, 2) == CKR_OK;
 }
 
 /// Reads an object that was blank, in the open session. Four bytes are kept whatever its length: the object
@@ -58,12 +54,9 @@ bool InfoboxBereich::ReadFirstBytes(CK_OBJECT_HANDLE object, ByteArray& value) {
     static constexpr unsigned long KEPT = 4;
     Velmor::ObjectValue read;
     CK_BBOOL isPrivate = CK_FALSE;
-    CK_ATTRIBUTE asked[] = {
-        {CKA_VALUE, read.bytes, sizeof(read.bytes)},
-        {CKA_PRIVATE, &isPrivate, sizeof(isPrivate)},
-    };
-    if (CallP11(tkPKCS11::Proc_C_GetAttributeValue, m_pP11->m_hSession, object, asked, 2) != CKR_OK ||
-        asked[0].ulValueLen > sizeof(read.bytes) || asked[1].ulValueLen > sizeof(isPrivate))
+    if (Velmor::ReadAttributes(
+            m_pP11->m_hSession, object,
+            {Velmor::Wanted(CKA_VALUE, read), Velmor::WantedNumber(CKA_PRIVATE, isPrivate)}) != CKR_OK)
         return false;
     value.clear();
     value.Add(read.bytes, KEPT);

@@ -9,6 +9,8 @@
 #include "app/ControlIds.h"
 #include "app/I18N.h"
 #include "app/wxHelper.h"
+#include "card/CardLabels.h"
+#include "card/SessionGuard.h"
 #include "card/tkPKCS11.h"
 #include "formats/Hash.h"
 #include "foundation/Base64.h"
@@ -110,13 +112,16 @@ void TestDialog::evt_sign(wxCommandEvent& /*event*/) {
     text_signature->SetValue(wxEmptyString);
     if (m_pP11 == nullptr || !HasKey(m_ApplType))
         return;
-    const char* const key = m_ApplType == ApplSignature ? "SK.CH.SIG" : "SK.CH.EKEY";
+    const char* const key = Velmor::LabelsOf(m_ApplType == ApplSignature).privateKey;
     std::vector<unsigned char> hash;
-    if (!HashDocument(hash) || !OpenSession())
+    if (!HashDocument(hash))
+        return;
+    Velmor::SessionGuard session(m_pP11, OpenSession());
+    if (!session.IsOpen())
         return;
     std::vector<unsigned char> signature;
     const bool isSigned = m_pP11->Sign(key, hash, signature, Velmor::HASH_RAW); // asks for the PIN
-    m_pP11->CloseSession();
+    session.Close();
     if (!isSigned)
         return SetStatus(Translate("Fehler beim Signieren"), true);
     std::string text;
@@ -129,16 +134,17 @@ void TestDialog::evt_verify(wxCommandEvent& /*event*/) {
     SetStatus(wxEmptyString, true);
     if (!HasKey(m_ApplType))
         return;
-    const char* const key = m_ApplType == ApplSignature ? "PK.CH.SIG" : "PK.CH.EKEY";
+    const char* const key = Velmor::LabelsOf(m_ApplType == ApplSignature).publicKey;
     std::vector<unsigned char> hash;
     if (!HashDocument(hash))
         return;
     std::vector<unsigned char> signature; // a mangled field gives none, which no key confirms
     Velmor::b64decode(Velmor::WxStr2MB(text_signature->GetValue()), signature);
-    if (!OpenSession())
+    Velmor::SessionGuard session(m_pP11, OpenSession());
+    if (!session.IsOpen())
         return;
     const bool isConfirmed = m_pP11->Verify(key, signature, hash, Velmor::HASH_RAW);
-    m_pP11->CloseSession();
+    session.Close();
     if (isConfirmed)
         SetStatus(Translate("Signaturprüfung erfolgreich!"), false);
     else
