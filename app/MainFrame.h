@@ -10,6 +10,7 @@
 #include <wx/timer.h>
 
 class RefreshCardThread;
+class StatusLine;
 class wxBitmapButton;
 class wxButton;
 class wxImageList;
@@ -143,7 +144,7 @@ private:
     void UnblockPin(Velmor::ApplType appl);
     void TestSignature(const char* title, Velmor::ApplType appl);
     void StopRefresh();
-    void RenewLayout();
+    StatusLine TheStatusLine();
 
     int m_eventsInWork = 0; ///< one inside the other
     bool m_isToGo = false;

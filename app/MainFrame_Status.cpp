@@ -3,76 +3,42 @@
 #include "app/MainFrame.h"
 
 #include <wx/app.h>
-#include <wx/bitmap.h>
 #include <wx/button.h>
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
 #include <wx/utils.h>
 
 #include "app/I18N.h"
-#include "images/Images.h"
+#include "app/StatusLine.h"
 
-static constexpr int FADE_STEPS = 50;
-static constexpr int FADE_HOLD_MS = 1500; ///< the message stands nearly unchanged
-static constexpr int FADE_STEP_MS = 100;
-
-void MainFrame::SetStatus(wxString text, bool error) {
-    if (text.empty()) {
-        label_status->Show(false);
-        bitmap_status->Show(false);
-        return; // the fade timer stays as it is
-    }
-    const wxBitmap icon(error ? ButtonCancel : ButtonOk);
-    label_status->Show(true);
-    bitmap_status->Show(true);
-    label_status->SetLabel(text);
-    bitmap_status->ClearBackground();
-    bitmap_status->SetBitmap(icon);
-    bitmap_status->Refresh();
-    bitmap_status->Update();
-    RenewLayout();
-
-    if (icon.IsOk()) {
-        m_fade.Init(button_pers_show->GetForegroundColour(), button_pers_show->GetBackgroundColour(),
-                    icon.ConvertToImage(), FADE_STEPS);
-        wxTimerEvent event(m_fadeTimer);
-        evt_OnFadeOut(event);
-        m_fadeTimer.Start(FADE_HOLD_MS, wxTIMER_CONTINUOUS);
-    }
+StatusLine MainFrame::TheStatusLine() {
+    return {*label_status, *bitmap_status, *button_pers_show, m_fade, m_fadeTimer};
 }
 
-/// Makes the frame lay itself out again with its size unchanged. The pixel more and less, in this order, is
-/// what moves the toolkit to do it.
-void MainFrame::RenewLayout() {
-    int width = 0;
-    int height = 0;
-    GetSize(&width, &height);
-    SetSize(-1, -1, width, height + 1);
-    SetSize(-1, -1, width, height);
+void MainFrame::SetStatus(wxString text, bool error) {
+    StatusLine line = TheStatusLine();
+    if (text.empty()) {
+        line.Hide();
+        return;
+    }
+    const wxBitmap icon = line.Show(text, error);
+    RenewLayoutOf(*this);
     SendSizeEvent();
     wxSafeYield(nullptr, false);
+    line.BeginFade(icon, [this] {
+        wxTimerEvent event(m_fadeTimer);
+        evt_OnFadeOut(event);
+    });
 }
 
 void MainFrame::evt_OnFadeOut(wxTimerEvent& /*event*/) {
-    if (bitmap_status == nullptr)
-        return;
-    m_fade.NextStep();
-    if (m_fade.Finished()) {
-        m_fadeTimer.Stop();
-        bitmap_status->Show(false);
-        label_status->Show(false);
-        label_status->SetForegroundColour(button_pers_show->GetForegroundColour());
-        return;
+    if (bitmap_status != nullptr) {
+        TheStatusLine().NextStep();
     }
-    label_status->SetForegroundColour(m_fade.GetColour());
-    label_status->Refresh();
-    label_status->Update();
-    bitmap_status->SetBitmap(wxBitmap(m_fade.GetImage()));
-    if (m_fadeTimer.GetInterval() != FADE_STEP_MS)
-        m_fadeTimer.Start(FADE_STEP_MS, wxTIMER_CONTINUOUS);
 }
 
-// The capitals of the nouns differ between the two families of error texts. Meant.
+// The capitals of the nouns differ between the two families of error texts: users and catalogues know them
+// so.
 
 void MainFrame::SetStatusPinChange(Velmor::PKCS11Return result) {
     switch (result) {

@@ -16,11 +16,8 @@
 
 #include "app/ControlIds.h"
 #include "app/I18N.h"
+#include "app/StatusLine.h"
 #include "images/Images.h"
-
-static constexpr int FADE_STEPS = 50;
-static constexpr int FADE_HOLD_MS = 1500; ///< the message stands nearly unchanged
-static constexpr int FADE_STEP_MS = 100;
 
 // clang-format off
 wxBEGIN_EVENT_TABLE(TestDialog, wxDialog)
@@ -129,61 +126,30 @@ void TestDialog::evt_closedlg(wxCommandEvent& /*event*/) {
 
 // --- Status line -------------------------------------------------------------------------------------------
 
+StatusLine TestDialog::TheStatusLine() {
+    return {*label_status, *bitmap_status, *button_close, m_fade, m_fadeTimer};
+}
+
 void TestDialog::SetStatus(wxString text, bool isError) {
+    StatusLine line = TheStatusLine();
     wxBitmap icon;
-    const bool isShown = !text.empty();
-    if (isShown)
-        icon = wxBitmap(isError ? ButtonCancel : ButtonOk);
-    label_status->Show(isShown);
-    bitmap_status->Show(isShown);
-    if (isShown) {
-        label_status->SetLabel(text);
-        bitmap_status->ClearBackground();
-        bitmap_status->SetBitmap(icon);
-        bitmap_status->Refresh();
-        bitmap_status->Update();
+    if (text.empty()) {
+        line.Hide();
+    } else {
+        icon = line.Show(text, isError);
     }
     bitmap_status->Refresh();
-    RenewLayout();
-    if (icon.IsOk())
-        StartFade(icon);
-}
-
-/// Makes the dialog lay itself out again with its size unchanged. The pixel more and less, in this order, is
-/// what moves the toolkit to do it.
-void TestDialog::RenewLayout() {
-    int width = 0;
-    int height = 0;
-    GetSize(&width, &height);
-    SetSize(-1, -1, width, height + 1);
-    SetSize(-1, -1, width, height);
+    RenewLayoutOf(*this);
     wxSafeYield(nullptr, false);
-}
-
-void TestDialog::StartFade(const wxBitmap& icon) {
-    m_fade.Init(button_close->GetForegroundColour(), button_close->GetBackgroundColour(),
-                icon.ConvertToImage(), FADE_STEPS);
-    wxTimerEvent event(m_fadeTimer);
-    event.SetId(wxID_ANY);
-    evt_OnFadeOut(event);
-    m_fadeTimer.Start(FADE_HOLD_MS, wxTIMER_CONTINUOUS);
+    line.BeginFade(icon, [this] {
+        wxTimerEvent event(m_fadeTimer);
+        event.SetId(wxID_ANY);
+        evt_OnFadeOut(event);
+    });
 }
 
 void TestDialog::evt_OnFadeOut(wxTimerEvent& /*event*/) {
-    if (bitmap_status == nullptr)
-        return;
-    m_fade.NextStep();
-    if (m_fade.Finished()) {
-        m_fadeTimer.Stop();
-        bitmap_status->Show(false);
-        label_status->Show(false);
-        label_status->SetForegroundColour(button_close->GetForegroundColour());
-        return;
+    if (bitmap_status != nullptr) {
+        TheStatusLine().NextStep();
     }
-    label_status->SetForegroundColour(m_fade.GetColour());
-    label_status->Refresh();
-    label_status->Update();
-    bitmap_status->SetBitmap(wxBitmap(m_fade.GetImage()));
-    if (m_fadeTimer.GetInterval() != FADE_STEP_MS)
-        m_fadeTimer.Start(FADE_STEP_MS, wxTIMER_CONTINUOUS);
 }

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+class StatusLine;
 class wxButton;
 class wxComboBox;
 class wxPanel;
@@ -72,8 +73,7 @@ private:
     void CreateControls();
     void set_properties();
     void do_layout();
-    void RenewLayout();
-    void StartFade(const wxBitmap& icon);
+    StatusLine TheStatusLine();
     void FillHashList(int keyBits);
     bool HashDocument(std::vector<unsigned char>& hash);
     bool OpenSession();

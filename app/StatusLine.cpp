@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "app/StatusLine.h"
+
+#include <wx/statbmp.h>
+#include <wx/stattext.h>
+#include <wx/timer.h>
+
+#include "images/Images.h"
+
+static constexpr int FADE_STEPS = 50;
+static constexpr int FADE_HOLD_MS = 1500;
+static constexpr int FADE_STEP_MS = 100;
+
+StatusLine::StatusLine(wxStaticText& text, wxStaticBitmap& icon, const wxWindow& colours, FadeOut& fade,
+                       wxTimer& timer)
+    : m_Text(text), m_Icon(icon), m_Colours(colours), m_Fade(fade), m_Timer(timer) {}
+
+void StatusLine::Hide() {
+    m_Text.Show(false);
+    m_Icon.Show(false);
+}
+
+wxBitmap StatusLine::Show(const wxString& text, bool isError) {
+    const wxBitmap icon(isError ? ButtonCancel : ButtonOk);
+    m_Text.Show(true);
+    m_Icon.Show(true);
+    m_Text.SetLabel(text);
+    m_Icon.ClearBackground();
+    m_Icon.SetBitmap(icon);
+    m_Icon.Refresh();
+    m_Icon.Update();
+    return icon;
+}
+
+void StatusLine::BeginFade(const wxBitmap& icon, const std::function<void()>& firstStep) {
+    if (!icon.IsOk()) {
+        return;
+    }
+    m_Fade.Init(m_Colours.GetForegroundColour(), m_Colours.GetBackgroundColour(), icon.ConvertToImage(),
+                FADE_STEPS);
+    firstStep();
+    m_Timer.Start(FADE_HOLD_MS, wxTIMER_CONTINUOUS);
+}
+
+void StatusLine::NextStep() {
+    m_Fade.NextStep();
+    if (m_Fade.Finished()) {
+        m_Timer.Stop();
+        m_Icon.Show(false);
+        m_Text.Show(false);
+        m_Text.SetForegroundColour(m_Colours.GetForegroundColour());
+        return;
+    }
+    m_Text.SetForegroundColour(m_Fade.GetColour());
+    m_Text.Refresh();
+    m_Text.Update();
+    m_Icon.SetBitmap(wxBitmap(m_Fade.GetImage()));
+    if (m_Timer.GetInterval() != FADE_STEP_MS) {
+        m_Timer.Start(FADE_STEP_MS, wxTIMER_CONTINUOUS);
+    }
+}
+
+void RenewLayoutOf(wxWindow& window) {
+    int width = 0;
+    int height = 0;
+    window.GetSize(&width, &height);
+    window.SetSize(-1, -1, width, height + 1);
+    window.SetSize(-1, -1, width, height);
+}
