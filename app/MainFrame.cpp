@@ -13,6 +13,9 @@
 #include <wx/statbox.h>
 #include <wx/stattext.h>
 
+#include <initializer_list>
+#include <utility>
+
 #include "app/ControlIds.h"
 #include "app/I18N.h"
 #include "app/RefreshCardThread.h"
@@ -84,12 +87,11 @@ MainFrame::MainFrame(wxWindow* parent)
 
 MainFrame::~MainFrame() {
     m_fadeTimer.Stop();
-    StopRefresh();
-    if (m_p11 != nullptr) {
-        m_p11->destroy();
-        delete m_p11;
+    JoinedWorker(); // a window that goes during a refresh takes its worker along
+    const std::unique_ptr<Velmor::tkPKCS11> card(std::exchange(m_p11, nullptr));
+    if (card != nullptr) {
+        card->destroy();
     }
-    m_p11 = nullptr;
 }
 
 bool MainFrame::ProcessEvent(wxEvent& event) {
@@ -219,25 +221,24 @@ void MainFrame::CreateColumns() {
 }
 
 void MainFrame::MyEnable(bool enable) {
-    wxWindow* const controls[] = {
-        button_sig_change_pin,
-        button_sig_puk,
-        button_sig_show_cert,
-        button_sig_test,
-        button_enc_change_pin,
-        button_enc_puk,
-        button_enc_show,
-        button_enc_test,
-        button_pers_change,
-        button_pers_puk,
-        button_pers_show,
-        button_reload,
-        list_cards,
-        this,
-        nullptr,
-    };
-    for (wxWindow* const* control = controls; *control != nullptr; ++control)
-        (*control)->Enable(enable);
+    for (wxWindow* const control : std::initializer_list<wxWindow*>{
+             button_sig_change_pin,
+             button_sig_puk,
+             button_sig_show_cert,
+             button_sig_test,
+             button_enc_change_pin,
+             button_enc_puk,
+             button_enc_show,
+             button_enc_test,
+             button_pers_change,
+             button_pers_puk,
+             button_pers_show,
+             button_reload,
+             list_cards,
+             this,
+         }) {
+        control->Enable(enable);
+    }
     if (!enable)
         return;
     wxListEvent event;

@@ -9,6 +9,8 @@
 #include <wx/frame.h>
 #include <wx/timer.h>
 
+#include <memory>
+
 class RefreshCardThread;
 class StatusLine;
 class wxBitmapButton;
@@ -143,7 +145,7 @@ private:
     void ChangePin(Velmor::ApplType appl);
     void UnblockPin(Velmor::ApplType appl);
     void TestSignature(const char* title, Velmor::ApplType appl);
-    void StopRefresh();
+    std::unique_ptr<RefreshCardThread> JoinedWorker();
     StatusLine TheStatusLine();
 
     int m_eventsInWork = 0; ///< one inside the other

@@ -6,6 +6,8 @@
 #include <wx/listctrl.h>
 #include <wx/utils.h>
 
+#include <utility>
+
 #include "app/OrselCardsLogger.h"
 #include "app/RefreshCardThread.h"
 #include "foundation/Logging.h"
@@ -17,33 +19,36 @@ void MainFrame::evt_OnTimer(wxTimerEvent& /*event*/) {
 
 void MainFrame::evt_reload(wxCommandEvent& /*event*/) {
     OrselCardsLogger::GetHandle()->LogMessage("evt_reload");
+    if (m_refreshThread != nullptr) {
+        return; // the running worker has the card to itself
+    }
     MyEnable(false);
     wxBeginBusyCursor(wxHOURGLASS_CURSOR);
     m_pleaseWait.Centre(wxBOTH);
     m_pleaseWait.Show(true);
     wxYield();
     list_cards->DeleteAllItems();
-    m_refreshThread = new RefreshCardThread(this, m_p11);
-    if (RefreshCardThread::StartThread(*m_refreshThread) == wxTHREAD_NO_ERROR)
+    auto worker = std::make_unique<RefreshCardThread>(this, m_p11);
+    if (worker->Start() == wxTHREAD_NO_ERROR) {
+        m_refreshThread = worker.release();
         return; // busy until evt_ThreadFinished
-
+    }
     OrselCardsLogger::GetHandle()->LogError("cannot start card refresh thread");
-    delete m_refreshThread;
-    m_refreshThread = nullptr;
+    worker.reset();
     MyEnable(true);
     wxEndBusyCursor();
-    wxYield(); // the busy dialog stays on the screen, on purpose
+    wxYield(); // the busy dialog stays: the next refresh that works takes it away
 }
 
 void MainFrame::evt_ThreadFinished(wxCommandEvent& /*event*/) {
-    if (m_refreshThread == nullptr)
+    std::unique_ptr<RefreshCardThread> worker = JoinedWorker();
+    if (worker == nullptr) {
         return;
-    m_refreshThread->Wait();
-    const auto rows = m_refreshThread->GetList();
-    delete m_refreshThread;
-    m_refreshThread = nullptr;
+    }
+    const auto rows = worker->GetList();
+    worker.reset();
 
-    // Each row goes in where the one before went, so the list shows the reverse of the slot order. Meant.
+    // Each row goes in where the one before went: the card that came last stands on top and is selected.
     long index = 0;
     for (const auto& row : rows) {
         index = list_cards->InsertItem(index, row->cardNumber, m_chipImage);
@@ -60,11 +65,10 @@ void MainFrame::evt_ThreadFinished(wxCommandEvent& /*event*/) {
     wxYield();
 }
 
-/// A window that goes during a refresh takes its worker along.
-void MainFrame::StopRefresh() {
-    if (m_refreshThread == nullptr)
-        return;
-    m_refreshThread->Wait();
-    delete m_refreshThread;
-    m_refreshThread = nullptr;
+/// Waits for the worker and hands it over; null when none runs.
+std::unique_ptr<RefreshCardThread> MainFrame::JoinedWorker() {
+    if (m_refreshThread != nullptr) {
+        m_refreshThread->Wait();
+    }
+    return std::unique_ptr<RefreshCardThread>(std::exchange(m_refreshThread, nullptr));
 }

@@ -19,18 +19,17 @@ static const wchar_t* const CARD_TYPE_TEXTS[Velmor::TOKEN_TYPE_COUNT] = {
     L"Orsel Carta e-Card G3A", L"Orsel Carta e-Card G3B", L"Orsel Carta e-Card G4", L"Orsel Carta CardOS 5.3",
 };
 
-static wxThreadError CreateAndRun(RefreshCardThread& thread) {
-    const wxThreadError created = thread.Create();
-    if (created != wxTHREAD_NO_ERROR)
-        return created;
-    thread.SetPriority(50);
-    return thread.Run();
-}
-
-wxThreadError (*RefreshCardThread::StartThread)(RefreshCardThread& thread) = CreateAndRun;
-
 RefreshCardThread::RefreshCardThread(wxWindow* parent, Velmor::tkPKCS11* p11)
     : wxThread(wxTHREAD_JOINABLE), m_parent(parent), m_p11(p11) {}
+
+wxThreadError RefreshCardThread::Start() {
+    const wxThreadError created = Create();
+    if (created != wxTHREAD_NO_ERROR) {
+        return created;
+    }
+    SetPriority(50);
+    return Run();
+}
 
 std::vector<std::shared_ptr<ListEntryData>> RefreshCardThread::GetList() {
     return m_list;

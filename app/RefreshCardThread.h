@@ -28,8 +28,8 @@ public:
     /// The rows in slot order; to be called after the join.
     std::vector<std::shared_ptr<ListEntryData>> GetList();
 
-    /// Creates and runs a thread. Tests put a start that fails in its place.
-    static wxThreadError (*StartThread)(RefreshCardThread& thread);
+    /// Creates and runs the thread.
+    wxThreadError Start();
 
 protected:
     void* Entry() override;

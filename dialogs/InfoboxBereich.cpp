@@ -110,12 +110,11 @@ int InfoboxBereich::ShowModal() {
 }
 
 void InfoboxBereich::MyEnable(bool enable) {
-    wxWindow* const controls[] = {
-        list_box,  text_inhalt, panel_inhalt, text_binary, panel_text,
-        text_text, notebook,    button_close, nullptr,
-    };
-    for (wxWindow* const* control = controls; *control != nullptr; ++control)
-        (*control)->Enable(enable);
+    for (wxWindow* const control :
+         std::initializer_list<wxWindow*>{list_box, text_inhalt, panel_inhalt, text_binary, panel_text,
+                                          text_text, notebook, button_close}) {
+        control->Enable(enable);
+    }
 }
 
 void InfoboxBereich::evt_button_close(wxCommandEvent& /*event*/) {

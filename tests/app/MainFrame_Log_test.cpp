@@ -5,6 +5,7 @@
 #include "app/OrselCardsLogger.h"
 #include "foundation/Logging.h"
 #include "tests/app/CardWindow.h"
+#include "tests/app/ThreadStart.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -22,7 +23,6 @@ protected:
     }
     void TearDown() override {
         m_frame.reset();
-        RefreshCardThread::StartThread = m_start;
         OrselCardsLogger::GetHandle()->Destroy();
     }
 
@@ -42,8 +42,6 @@ protected:
         m_deck.planFaults(faults);
         Open();
     }
-
-    wxThreadError (*const m_start)(RefreshCardThread&) = RefreshCardThread::StartThread;
 };
 
 } // namespace
@@ -68,7 +66,7 @@ TEST_F(TheLogOfTheWindow, TellsOfACardThatDoesNotOpenInARefresh) {
 TEST_F(TheLogOfTheWindow, TellsOfARefreshThatDoesNotStart) {
     Open();
     Lines();
-    RefreshCardThread::StartThread = [](RefreshCardThread&) { return wxTHREAD_NO_RESOURCE; };
+    const NoThreadStarts none;
     Reload();
     EXPECT_THAT(Lines(), ElementsAre("M evt_reload", "E cannot start card refresh thread"));
 }

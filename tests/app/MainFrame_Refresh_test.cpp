@@ -11,6 +11,7 @@
 #include "app/ControlIds.h"
 #include "tests/app/GuiTest.h"
 #include "tests/app/ProbedFrame.h"
+#include "tests/app/ThreadStart.h"
 #include "tests/support/RefreshCalls.h"
 #include "tests/support/SimDeck.h"
 
@@ -276,19 +277,34 @@ TEST_F(ARefresh, ShowsNoNumberAndNoLabelThatIsNoUtf8) {
     EXPECT_EQ(m_frame->list_cards->GetItemData(0), 8U);
 }
 
+TEST_F(ARefresh, IsNotStartedAgainWhileItRuns) {
+    m_deck.add("acos-a03", CardOptions().delayMs(400));
+    Open();
+    wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
+    m_frame->button_reload->GetEventHandler()->ProcessEvent(click);
+    const RefreshCardThread* const worker = m_frame->m_refreshThread;
+    ASSERT_NE(worker, nullptr);
+    m_frame->evt_reload(click);
+    EXPECT_EQ(m_frame->m_refreshThread, worker);
+    ASSERT_TRUE(RunUntil([this] { return Idle(); }));
+    EXPECT_TRUE(EverythingIsEnabled());
+    EXPECT_FALSE(wxIsBusy());
+    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 1);
+}
+
 TEST_F(ARefresh, WhoseThreadDoesNotStartKeepsTheBusyDialogOnTheScreen) {
     m_deck.add("acos-a04");
     Open();
-    const auto start = RefreshCardThread::StartThread;
-    RefreshCardThread::StartThread = [](RefreshCardThread&) { return wxTHREAD_NO_RESOURCE; };
-    Reload();
+    {
+        const NoThreadStarts none;
+        Reload();
+    }
     EXPECT_EQ(m_frame->m_refreshThread, nullptr);
     EXPECT_EQ(m_frame->list_cards->GetItemCount(), 0);
     EXPECT_TRUE(EverythingIsEnabled());
     EXPECT_FALSE(wxIsBusy());
     EXPECT_TRUE(m_frame->m_pleaseWait.IsShown());
 
-    RefreshCardThread::StartThread = start;
     Reload(); // a refresh that works takes it away
     EXPECT_FALSE(m_frame->m_pleaseWait.IsShown());
     EXPECT_EQ(m_frame->list_cards->GetItemCount(), 1);
