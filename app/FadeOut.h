@@ -22,7 +22,7 @@ public:
     float GetModifier();
 
     /// Colour of the text at this step: the channels' differences between both colours, scaled. The start
-    /// colour is not added, on purpose: black text ends in the background, other text does not.
+    /// colour is not added: black text, the usual one, ends in the background, other text does not.
     wxColour GetColour();
 
     /// The icon at this step. All pixels that were not wholly transparent share one alpha.

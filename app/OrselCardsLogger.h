@@ -7,7 +7,7 @@ class LibLogging;
 }
 
 /// The application's logger. It is switched off at the start and nobody switches it on again, so what is
-/// logged through it is accepted and goes nowhere, on purpose.
+/// logged through it is accepted and goes nowhere.
 class OrselCardsLogger {
 public:
     /// Registers the logger at the first call; owned by the registry of loggers.

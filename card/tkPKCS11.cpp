@@ -114,7 +114,7 @@ void tkPKCS11::AppendSlot(CK_SLOT_ID slotId, bool withEmptyCards) {
     CK_SLOT_INFO slot = {};
     rv = CallP11(Proc_C_GetSlotInfo, slotId, &slot);
     if (rv != CKR_OK) {
-        LogError("PKCS11 Proc_C_GetTokenInfo ERROR (continue)", rv); // the token call's text, on purpose
+        LogError("PKCS11 Proc_C_GetTokenInfo ERROR (continue)", rv); // the token call's text stands for both
         return;
     }
     if ((slot.flags & CKF_REMOVABLE_DEVICE) == 0)
@@ -224,7 +224,7 @@ bool tkPKCS11::CloseSession() {
     LogMessage("PKCS11 Proc_C_CloseSession");
     CallP11(Proc_C_CloseSession, m_hSession);
     m_SlotIndex = -1;
-    return true; // m_hSession keeps its value on purpose
+    return true; // m_hSession keeps its value until the next open
 }
 
 // --- Objects -----------------------------------------------------------------------------------------------

@@ -80,7 +80,7 @@ public:
 
     // --- Sessions ------------------------------------------------------------------------------------------
 
-    /// Opens a read-only session on a record of the last GetSlots. The flag has no effect on purpose, and a
+    /// Opens a read-only session on a record of the last GetSlots. The flag has no effect, and a
     /// session that is open already is not closed: callers close theirs.
     bool OpenSession(int index, bool readWrite);
     bool OpenSessionWithVectorIndex(int index, bool readWrite);
@@ -303,7 +303,7 @@ public:
                                std::string& error);
 
     /// Replaces a certificate of the card with this number by one for the same key. A card that does not open
-    /// counts as a success, on purpose, with error empty.
+    /// counts as a success, with error empty: its log line alone tells of it.
     bool UpdateCertificate(const std::string& cin, const std::vector<unsigned char>& cert, bool sigCert,
                            std::string& error);
     bool updateCertInSession(const std::vector<unsigned char>& cert, bool sigCert, std::string& error);

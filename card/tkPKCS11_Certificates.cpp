@@ -141,7 +141,7 @@ bool tkPKCS11::GetCertificate(bool sigCert, slCertificate& cert) {
 bool tkPKCS11::GetCertificate(unsigned long slot, bool sigCert, slCertificate& cert) {
     std::vector<SlotStruct*> slots;
     if (!GetSlots(slots) || slots.empty()) {
-        LogError("nSlot < 0"); // misleading as it is
+        LogError("nSlot < 0"); // the text of a missing card, whatever the index
         return false;
     }
     if (slot > slots.size()) {

@@ -18,7 +18,7 @@ using namespace tkPKCS11Logging;
 namespace {
 
 constexpr size_t ATR_CAPACITY = 1024;
-constexpr size_t RESET_CAPACITY = 256; // smaller than for reading, on purpose
+constexpr size_t RESET_CAPACITY = 256; // what a reset is offered: less than a read
 
 struct AtrRule {
     const char* prefix;
@@ -161,7 +161,7 @@ std::string tkPKCS11::GetOrselClientVersion() {
 }
 
 bool tkPKCS11::ClientSupportForceSofwarePin() {
-    // Field by field on purpose: 1.0.0.11 passes and 1.3.2.10 does not.
+    // Each field by itself: 1.0.0.11 passes and 1.3.2.10 does not.
     return m_ClientVersion[0] >= 2 || m_ClientVersion[1] > 3 || m_ClientVersion[2] > 2 ||
            m_ClientVersion[3] > 10;
 }

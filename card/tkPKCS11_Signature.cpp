@@ -21,7 +21,7 @@ namespace {
 
 constexpr unsigned long NO_MECHANISM = static_cast<unsigned long>(-1);
 constexpr size_t SIGN_BUFFER_SIZE = 2048;
-constexpr const char* UNKNOWN_ALGORITHM = "PKCS11 Unbekannter Signaturalgorihtmus"; // misspelt as it is
+constexpr const char* UNKNOWN_ALGORITHM = "PKCS11 Unbekannter Signaturalgorihtmus"; // spelt so in the log
 
 struct MechanismRule {
     CK_KEY_TYPE keyType;

@@ -32,7 +32,7 @@ InfoboxBereich::InfoboxBereich(wxWindow* parent, Velmor::TokenType type)
     set_properties();
     do_layout();
     SetIcon(wxIcon(IconXpm));
-    notebook->RemovePage(2); // the page "Text" stays out of sight, on purpose
+    notebook->RemovePage(2); // "Text": filled like the others, but shown to nobody
 }
 
 static wxPanel* NewPage(wxWindow* parent) {

@@ -80,7 +80,7 @@ protected:
     wxPanel* panel_inhalt;
     wxTextCtrl* text_binary;
     wxPanel* panel_binary;
-    wxTextCtrl* text_text; ///< receives values unseen: its page is not in the notebook, on purpose
+    wxTextCtrl* text_text; ///< receives values unseen: its page is not in the notebook
     wxPanel* panel_text;
     wxNotebook* notebook;
     wxButton* button_encrypt;

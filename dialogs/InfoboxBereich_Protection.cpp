@@ -48,8 +48,8 @@ bool InfoboxBereich::ToggleProtection(unsigned char tag) {
     return Velmor::WriteAttributes(m_pP11->m_hSession, object, changes, 2) == CKR_OK;
 }
 
-/// Reads an object that was blank, in the open session. Four bytes are kept whatever its length: the object
-/// shrinks to four zero bytes when it is written back, on purpose.
+/// Reads an object that was blank, in the open session. Four bytes are kept whatever its length: a blank
+/// object is written back as four zero bytes.
 bool InfoboxBereich::ReadFirstBytes(CK_OBJECT_HANDLE object, ByteArray& value) {
     static constexpr unsigned long KEPT = 4;
     Velmor::ObjectValue read;

@@ -8,7 +8,7 @@ class wxButton;
 class wxPanel;
 
 /// Tells the user that the card holds no identity link and what one is for. The way to the external program
-/// that writes one is closed: its button exists, but stays disabled and hidden, on purpose.
+/// that writes one is closed: its button exists, but stays disabled and hidden.
 /// A modal run gives 1 when the program was started and 0 when the dialog was closed.
 class NoPersB : public wxDialog {
 public:

@@ -9,7 +9,7 @@ class wxPanel;
 /// The busy dialog of a refresh: one line of text, no caption, no controls. Hidden after construction.
 class PleaseWait : public wxDialog {
 public:
-    /// The style is ignored on purpose: the dialog has neither caption nor close box.
+    /// The style is ignored: the dialog has neither caption nor close box.
     PleaseWait(wxWindow* parent, int id, const wxString& title, const wxPoint& pos = wxDefaultPosition,
                const wxSize& size = wxDefaultSize, long style = wxDEFAULT_DIALOG_STYLE);
 

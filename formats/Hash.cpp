@@ -127,7 +127,7 @@ bool Hash(const std::vector<unsigned char>& data, std::vector<unsigned char>& ou
     if (withDigestInfo) {
         for (const DigestInfo& info : DigestInfos) {
             if (info.m_Algorithm == algo) {
-                // Before everything, not just before the digest: meant.
+                // Before everything that out holds, not just before the digest.
                 out.insert(out.begin(), info.m_Data, info.m_Data + info.m_Length);
             }
         }

@@ -54,7 +54,7 @@ bool InfoboxFS::GetEntry(unsigned char tag, unsigned char& attributes, ByteArray
 
 int InfoboxFS::LabelToTag(std::string label) const {
     // The length decides first, and it is 3 for labels of 4 characters. So "RFU" is a label, "RFU1" and
-    // "RFU2" are none, and RFU2_INDEX never comes out: meant, and not the inverse of TagToLabel.
+    // "RFU2" are none, and RFU2_INDEX never comes out: this is not the inverse of TagToLabel.
     if (label.size() == 15) {
         return label == IDENTITY_LINK_LABEL ? PERSONENBINDUNG_INDEX : 0;
     }
@@ -87,7 +87,7 @@ bool InfoboxFS::ParseInfoboxData(ByteArray& file) {
 }
 
 bool InfoboxFS::ReadDataField(ByteArray& file, unsigned long position) {
-    // A head that ends exactly with the file is not read: an empty last entry is dropped, and meant to be.
+    // A head that ends exactly with the file is not read: an empty last entry is dropped.
     while (file.size() > EntryHeadSize && position < file.size() - EntryHeadSize &&
            file[position] != EndTag) {
         const std::size_t length = file[position + 2] | file[position + 3] << 8;

@@ -60,7 +60,7 @@ public:
         return Require(HasWholeLength(m_Data, m_Position, m_Size)) ? getLen(m_Data, m_Position) : 0;
     }
 
-    /// An integer of two bytes if its length says 2, else of one byte, whatever the length says: meant.
+    /// An integer of two bytes if its length says 2, else of one byte, whatever the length says.
     int ReadShortInteger() {
         if (!Require(m_Position < m_Size)) {
             return 0;
@@ -155,7 +155,7 @@ bool Personenbindung::parse(unsigned char* data, int size) {
     }
     if (cursor.IsCutOff() || length > size) {
         MemSetNull();
-        LogError("Fehler beim Lesen der Personenbindung Lnge passt nicht"); // the umlaut is missing: meant
+        LogError("Fehler beim Lesen der Personenbindung Lnge passt nicht"); // logged without the umlaut
         return false;
     }
     _doPersonData(m_PersonData);
@@ -179,7 +179,7 @@ void Personenbindung::ReadBlocks(Cursor& cursor) {
 }
 
 /// `end` does not count the structure's own tag and length while positions do, so reading ends up to four
-/// bytes early: meant, and no real digest is that short.
+/// bytes early. No real digest is that short.
 void Personenbindung::ReadDigests(Cursor& cursor, int end) {
     const auto read = [&](unsigned char tag, auto& field, int& fieldLength) {
         if (cursor.Position() < end && cursor.Pass(tag)) {
@@ -194,7 +194,7 @@ void Personenbindung::ReadDigests(Cursor& cursor, int end) {
 
 bool Personenbindung::_doPersonData(unsigned char* block) {
     if (block[0] == SequenceTag) {
-        // The length is taken to be one byte; behind a longer one no text is found: meant.
+        // The length is taken to be one byte; behind a longer one no text is found.
         Cursor cursor(block, sizeof(m_PersonData), 2);
         for (std::string* text : {&m_BaseId, &m_GivenName, &m_FamilyName, &m_DateOfBirth}) {
             if (!cursor.ReadText(*text)) {

@@ -124,7 +124,7 @@ std::vector<unsigned char> slCertificate::GetPubKeyHashBytes() const {
 
 std::string slCertificate::GetPubKeyHashHex() const {
     const std::vector<unsigned char> hash = GetPubKeyHashBytes();
-    return std::string(hash.begin(), hash.end()); // raw bytes in spite of the name: meant
+    return std::string(hash.begin(), hash.end()); // raw bytes in spite of the name
 }
 
 std::string slCertificate::GetPubKeyHashB64() const {

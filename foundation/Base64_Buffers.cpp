@@ -39,7 +39,8 @@ int _decodeBlock(const char* in, char* out) {
     return size;
 }
 
-/// The blocks of a line divide the characters here, not the blocks, so the bound is generous. This is meant.
+/// The blocks of a line divide the characters here, not the blocks, so the bound is generous: callers size
+/// their buffers by it.
 int EncodedSizeBound(unsigned int len, unsigned int lineMode) {
     const unsigned int characters = 4 * ((len + 2) / 3);
     return static_cast<int>(lineMode == 0 ? characters

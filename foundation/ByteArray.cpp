@@ -91,7 +91,7 @@ std::string ByteArray::ToHexString(unsigned short flags) const {
         text += digits[byte & 0x0F];
     };
     std::string text;
-    appendByte(text, at(0)); // an empty array is a failure, not an empty text: this is meant
+    appendByte(text, at(0)); // an empty array is a failure, not an empty text
     for (auto byte = begin() + 1; byte != end(); ++byte) {
         if ((flags & NOT_SPACED) == 0) {
             text += ' ';

@@ -49,7 +49,7 @@ auto TranslatorOf() {
 /// Makes the directories above `base`/`directory`/`name` and gives the path of the file in it.
 std::string PrepareFile(const std::string& base, const std::string& directory, const std::string& name) {
     const std::string path = CombinePaths(CombinePaths(base, directory), name);
-    CreateDirectories(path); // not `name` itself, since no "/" follows it: this is meant
+    CreateDirectories(path); // not `name` itself, since no "/" follows it
     return CombinePaths(path, "config");
 }
 

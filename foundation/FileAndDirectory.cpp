@@ -75,7 +75,7 @@ void CopyBlocks(FILE* source, const std::string& from, FILE* target, const std::
                 LogError(text);
             }
         }
-        std::fwrite(block.data(), length, 1, target); // whatever the block holds: this is meant
+        std::fwrite(block.data(), length, 1, target); // also after a failed read: a copy keeps the length
         std::fflush(target);
         remaining -= length;
     }

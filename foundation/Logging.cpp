@@ -87,7 +87,7 @@ LibLogging* LibLogging::GetHandle(unsigned int id) {
     std::unique_lock<Mutex> guard(mutexCreateLibLogging);
     LoggerVector& loggers = LoggerVector::vector();
     if (id > loggers.size()) {
-        guard.release(); // the registry stays locked: a caller with such an id is broken, and this is meant
+        guard.release(); // the registry stays locked: a caller with such an id is broken
         return nullptr;
     }
     if (loggers.empty()) {

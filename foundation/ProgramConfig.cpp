@@ -77,7 +77,7 @@ void GenerateFileSystem() {
 
     FileSystem& table = *FileSystem::GetHandle();
     table.Initialize("");
-    table.AddConfig(0, BASE_PATH_USER, traceFilename, ""); // replaced by the next row: this is meant
+    table.AddConfig(0, BASE_PATH_USER, traceFilename, ""); // the next row replaces it
     const _PathConfig rows[] = {
         {BASE_PATH_USER, "orsel Client\\Trace\\", ""},
         {BASE_PATH_ALL_USERS, "OrselMiniDriver\\Log\\", ""},

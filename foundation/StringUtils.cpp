@@ -11,7 +11,7 @@ namespace Velmor {
 
 namespace {
 
-/// The digit 0 is left out on purpose: it looks like the letter.
+/// Without the digit 0, which looks like the letter.
 constexpr char NameAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz123456789";
 constexpr int NameAlphabetSize = sizeof(NameAlphabet) - 1;
 
