@@ -2,6 +2,7 @@
 #include "card/OrselClientConfig.h"
 
 #include "foundation/Config.h"
+#include "foundation/ProgramConfig.h"
 
 namespace Velmor {
 
@@ -12,7 +13,7 @@ Config* OrselClientConfig::GetHandle() {
 
 void OrselClientConfig::Load() {
     Config* config = GetHandle();
-    config->Init("orselclient");
+    config->Init(CONFIGURATION_NAME);
     config->AddConfig(ID_KEY_GROUP, CONFIG_TYPE_SYSTEM, "", ClientRegKeyName(), SYS_TYPE_0);
     config->AddConfig(ID_VERSION, CONFIG_TYPE_SYSTEM, VersionRegKeyName(), ClientRegKeyName(), SYS_TYPE_0);
 }

@@ -62,7 +62,7 @@ const KeyRow Keys[] = {
 
 void GenerateConfig() {
     Config& config = *Config::GetHandle(0);
-    config.Init("orselclient");
+    config.Init(CONFIGURATION_NAME);
     for (const KeyRow& row : Keys) {
         config.AddConfig(row.id, CONFIG_TYPE_SYSTEM, row.key, row.path, SYS_TYPE_0);
         if (row.id != KEY_KUNDENPFORTE_INSTALL_DIR) {

@@ -6,6 +6,9 @@
 
 namespace Velmor {
 
+/// Name of the configuration, which several instances read.
+inline constexpr const char* CONFIGURATION_NAME = "orselclient";
+
 /// The path of most settings.
 extern const std::string ClientRegKeyName;
 
