@@ -16,12 +16,12 @@ CK_RV CheckedLength(CK_RV answer, CK_ULONG length, CK_ULONG offered) {
 ObjectTemplate::ObjectTemplate(CK_OBJECT_CLASS objectClass)
     : m_Class(objectClass), m_Attributes{{{CKA_CLASS, &m_Class, sizeof(m_Class)}, {}}}, m_Count(1) {}
 
+ObjectTemplate::ObjectTemplate(CK_OBJECT_CLASS objectClass, const CK_ATTRIBUTE& attribute)
+    : m_Class(objectClass), m_Attributes{{{CKA_CLASS, &m_Class, sizeof(m_Class)}, attribute}}, m_Count(2) {}
+
 // A search leaves its template alone, but PKCS#11 declares it writable.
 ObjectTemplate::ObjectTemplate(CK_OBJECT_CLASS objectClass, CK_ATTRIBUTE_TYPE type, const std::string& text)
-    : m_Class(objectClass),
-      m_Attributes{
-          {{CKA_CLASS, &m_Class, sizeof(m_Class)}, {type, const_cast<char*>(text.data()), text.size()}}},
-      m_Count(2) {}
+    : ObjectTemplate(objectClass, {type, const_cast<char*>(text.data()), text.size()}) {}
 
 /// Whether the call has succeeded; if not, reports it.
 static bool Succeeded(CK_RV answer, const char* failure) {

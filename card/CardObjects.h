@@ -17,10 +17,11 @@ namespace Velmor {
 /// The library's answer, made a failure (CKR_BUFFER_TOO_SMALL) where it claims more than it was offered.
 CK_RV CheckedLength(CK_RV answer, CK_ULONG length, CK_ULONG offered);
 
-/// A search template: a class and, where wanted, one attribute more, whose text must outlive the template.
+/// A search template: a class and, where wanted, one attribute more, whose value must outlive the template.
 class ObjectTemplate {
 public:
     explicit ObjectTemplate(CK_OBJECT_CLASS objectClass);
+    ObjectTemplate(CK_OBJECT_CLASS objectClass, const CK_ATTRIBUTE& attribute);
     ObjectTemplate(CK_OBJECT_CLASS objectClass, CK_ATTRIBUTE_TYPE type, const std::string& text);
     /// A temporary text would be gone before the search.
     ObjectTemplate(CK_OBJECT_CLASS objectClass, CK_ATTRIBUTE_TYPE type, std::string&& text) = delete;

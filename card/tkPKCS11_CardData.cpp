@@ -33,8 +33,8 @@ bool Refuse(std::string& error, const std::string& text) {
 
 /// Template of the identity link object.
 ObjectTemplate IdentityLink() {
-    static std::string cLabelPersonenbindung = IDENTITY_LINK_LABEL;
-    return ObjectTemplate(CKO_DATA, CKA_LABEL, cLabelPersonenbindung);
+    static char cLabelPersonenbindung[] = "PERSONENBINDUNG"; // writable, as PKCS#11 declares templates
+    return ObjectTemplate(CKO_DATA, {CKA_LABEL, cLabelPersonenbindung, sizeof(cLabelPersonenbindung) - 1});
 }
 
 /// Searches with texts of its own; a search that does not even begin is silent.
