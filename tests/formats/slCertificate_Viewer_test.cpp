@@ -59,7 +59,11 @@ public:
     Guardian() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
     Guardian(const Guardian&) = delete;
     Guardian& operator=(const Guardian&) = delete;
-    ~Guardian() { prctl(PR_SET_CHILD_SUBREAPER, 0); }
+    ~Guardian() {
+        while (waitpid(-1, nullptr, 0) > 0) {
+        }
+        prctl(PR_SET_CHILD_SUBREAPER, 0);
+    }
 };
 
 /// Waits for the one child of this process and returns its exit code.
