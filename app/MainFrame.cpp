@@ -237,6 +237,9 @@ void MainFrame::MyEnable(bool enable) {
              list_cards,
              this,
          }) {
+        if (control == nullptr) {
+            break; // those behind a control that is missing stay as they are
+        }
         control->Enable(enable);
     }
     if (!enable)

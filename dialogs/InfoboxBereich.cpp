@@ -113,6 +113,9 @@ void InfoboxBereich::MyEnable(bool enable) {
     for (wxWindow* const control :
          std::initializer_list<wxWindow*>{list_box, text_inhalt, panel_inhalt, text_binary, panel_text,
                                           text_text, notebook, button_close}) {
+        if (control == nullptr) {
+            return; // those behind a control that is missing stay as they are
+        }
         control->Enable(enable);
     }
 }
