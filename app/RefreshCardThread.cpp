@@ -12,12 +12,8 @@
 using Velmor::SlotStruct;
 using Velmor::TokenInfoStruct2;
 
-// Fixed words that no catalogue replaces.
+// A fixed word that no catalogue replaces.
 static const wchar_t* const HOLDER_UNKNOWN = L"unbekannt";
-static const wchar_t* const CARD_TYPE_TEXTS[Velmor::TOKEN_TYPE_COUNT] = {
-    L"Orsel Carta ACOS 03",    L"Orsel Carta ACOS 04",    L"Orsel Carta ACOS 05",   L"Orsel Carta e-Card G2",
-    L"Orsel Carta e-Card G3A", L"Orsel Carta e-Card G3B", L"Orsel Carta e-Card G4", L"Orsel Carta CardOS 5.3",
-};
 
 RefreshCardThread::RefreshCardThread(wxWindow* parent, Velmor::tkPKCS11* p11)
     : wxThread(wxTHREAD_JOINABLE), m_parent(parent), m_p11(p11) {}
@@ -59,7 +55,7 @@ static wxString HolderOf(Velmor::tkPKCS11& card) {
 
 static wxString CardTypeText(const TokenInfoStruct2& info, const wxString& label) {
     const int type = info.m_TokenType;
-    return type >= 0 && type < Velmor::TOKEN_TYPE_COUNT ? wxString(CARD_TYPE_TEXTS[type]) : label;
+    return type >= 0 && type < Velmor::TOKEN_TYPE_COUNT ? wxString(Velmor::CARD_TYPE_TEXTS[type]) : label;
 }
 
 void RefreshCardThread::DoWork(std::vector<SlotStruct*> slots) {

@@ -48,6 +48,12 @@ enum TokenType : int {
 /// Number of known token types. Every value from here on stands for a token that is not recognised.
 constexpr int TOKEN_TYPE_COUNT = 8;
 
+/// What people are shown for a token type. Fixed words that no catalogue replaces.
+inline constexpr const char* CARD_TYPE_TEXTS[TOKEN_TYPE_COUNT] = {
+    "Orsel Carta ACOS 03",    "Orsel Carta ACOS 04",    "Orsel Carta ACOS 05",   "Orsel Carta e-Card G2",
+    "Orsel Carta e-Card G3A", "Orsel Carta e-Card G3B", "Orsel Carta e-Card G4", "Orsel Carta CardOS 5.3",
+};
+
 /// Card product as told by the ATR; what the operations on a card go by. A numbering of its own beside
 /// TokenType. 2 is not assigned.
 enum CardType : int {

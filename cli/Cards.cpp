@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: MIT
+#include "cli/Cards.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <sstream>
+
+#include <dlfcn.h>
+
+#include "card/LoadFreeLib.h"
+#include "card/tkPKCS11Logging.h"
+#include "cli/CallWitness.h"
+#include "cli/Interruption.h"
+#include "cli/Words.h"
+
+namespace orselcli {
+
+namespace {
+
+constexpr const char* TOKEN_LIBRARY = "libOrselP11.so";
+constexpr const char* EMPTY_NUMBER = "0000000000000000";
+
+std::string Trimmed(const std::string& text) {
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+/// A padded field that may end at a zero byte before its width.
+std::string TextOfField(const std::string& field) {
+    return Trimmed(field.c_str());
+}
+
+/// The card class's last complaint; it says what its results by bool leave out.
+std::string g_LastComplaint;
+
+void KeepComplaint(const char* text) {
+    g_LastComplaint = text;
+}
+
+/// The binding failed after the library was loaded: the complaint names the call and ends with its code.
+Outcome UnusableLibrary() {
+    if (Velmor::tkPKCS11::Proc_C_Initialize == nullptr) {
+        return Outcome(Reason::LIBRARY_UNUSABLE, Tr("it has no C_Initialize, so it is no token library"));
+    }
+    const size_t digits = g_LastComplaint.rfind("0x");
+    const CK_RV code =
+        digits != std::string::npos ? std::strtoul(g_LastComplaint.c_str() + digits, nullptr, 16) : CKR_OK;
+    const bool isInitialising = g_LastComplaint.find("C_Initialize") != std::string::npos;
+    const std::string function = isInitialising ? "C_Initialize" : "C_GetInfo";
+    std::ostringstream detail;
+    detail << function << " 0x" << std::hex << code;
+    const Outcome cause(ReasonOf(code), ReasonOf(code) == Reason::UNKNOWN_CODE ? detail.str() : function);
+    return Outcome(Reason::LIBRARY_UNUSABLE, cause.Text());
+}
+
+/// Keeps a library loaded while another owner comes or goes.
+struct LibraryCloser {
+    void operator()(void* library) const { Velmor::tk_dlclose(library); }
+};
+
+} // namespace
+
+std::unique_ptr<Cards> Cards::Bind(Outcome& outcome) {
+    // Tried before the card class does, which writes the loader's own words to standard error.
+    const std::unique_ptr<void, LibraryCloser> library(Velmor::tk_dlopen(TOKEN_LIBRARY));
+    if (library == nullptr) {
+        const char* reason = Velmor::tk_dlerror();
+        outcome = Outcome(Reason::LIBRARY_MISSING, reason != nullptr ? reason : "");
+        return nullptr;
+    }
+    CallWitness::Forget();
+    Velmor::tkPKCS11Logging::SetErrorLoggingFunc(KeepComplaint);
+    std::unique_ptr<Cards> cards(new Cards);
+    Velmor::tkPKCS11Logging::SetErrorLoggingFunc(nullptr);
+    if (!m_bInitialized) {
+        outcome = UnusableLibrary();
+        return nullptr;
+    }
+    cards->NoteWhatIsLacking();
+    CallWitness::Take();
+    return cards;
+}
+
+Cards::~Cards() {
+    Destroy();
+}
+
+void Cards::NoteWhatIsLacking() {
+    const auto note = [this](const char* name, auto entryPoint) {
+        if (entryPoint == nullptr) {
+            m_Lacking.emplace_back(name);
+        }
+    };
+    note("C_GetSlotList", Proc_C_GetSlotList);
+    note("C_GetSlotInfo", Proc_C_GetSlotInfo);
+    note("C_GetTokenInfo", Proc_C_GetTokenInfo);
+    note("C_OpenSession", Proc_C_OpenSession);
+    note("C_CloseSession", Proc_C_CloseSession);
+    note("C_Login", Proc_C_Login);
+    note("C_Logout", Proc_C_Logout);
+    note("C_FindObjectsInit", Proc_C_FindObjectsInit);
+    note("C_FindObjects", Proc_C_FindObjects);
+    note("C_FindObjectsFinal", Proc_C_FindObjectsFinal);
+    note("C_GetAttributeValue", Proc_C_GetAttributeValue);
+    note("C_SetAttributeValue", Proc_C_SetAttributeValue);
+    note("C_SignInit", Proc_C_SignInit);
+    note("C_Sign", Proc_C_Sign);
+    note("C_VerifyInit", Proc_C_VerifyInit);
+    note("C_Verify", Proc_C_Verify);
+    note("C_Finalize", Proc_C_Finalize);
+    note("C_CardTransmit", Proc_C_CardTransmit);
+    note("C_CardAttribute", Proc_C_CardAttribute);
+}
+
+std::string Cards::Manufacturer() const {
+    return Trimmed(m_Manufacturer);
+}
+
+std::string Cards::Description() const {
+    return Trimmed(m_Description);
+}
+
+std::string Cards::File() const {
+    Dl_info info = {};
+    const bool isFound = dladdr(reinterpret_cast<void*>(Proc_C_Initialize), &info) != 0;
+    return isFound && info.dli_fname != nullptr ? info.dli_fname : "";
+}
+
+Outcome Cards::List(std::vector<CardRow>& rows) {
+    rows.clear();
+    CallWitness::Forget();
+    std::vector<Velmor::SlotStruct*> slots;
+    if (!GetSlots(slots, true)) {
+        return FailureOf();
+    }
+    for (const Velmor::SlotStruct* slot : slots) {
+        const std::string number = Trimmed(slot->m_Serial);
+        rows.push_back({static_cast<int>(rows.size()), slot->m_Serial, number, Trimmed(slot->m_Label),
+                        number == EMPTY_NUMBER});
+    }
+    // A card that cannot be asked is passed over by the class. With no other card left, that is the news.
+    return rows.empty() && CallWitness::HasSeenFailure() ? FailureOf() : Outcome();
+}
+
+// The class counts tokens in its list and here in two ways, which agree while no token is left out of the
+// list.
+bool Cards::InfoOf(const CardRow& row, Velmor::TokenInfoStruct2& info) {
+    const auto isThisCard = [&row](const Velmor::TokenInfoStruct2& candidate) {
+        return TextOfField(candidate.m_Serial) == row.m_Number &&
+               TextOfField(candidate.m_Label) == row.m_Label;
+    };
+    Velmor::TokenInfoStruct2 candidate;
+    if (!GetTokenInfo(static_cast<unsigned long>(row.m_Index), candidate)) {
+        return false;
+    }
+    for (unsigned long index = 0; !isThisCard(candidate); ++index) {
+        candidate = {};
+        if (!GetTokenInfo(index, candidate)) {
+            return false;
+        }
+    }
+    info = candidate;
+    return true;
+}
+
+std::string Cards::KindOf(const CardRow& row) {
+    Velmor::TokenInfoStruct2 info;
+    const bool isKnown =
+        InfoOf(row, info) && info.m_TokenType >= 0 && info.m_TokenType < Velmor::TOKEN_TYPE_COUNT;
+    return isKnown ? Velmor::CARD_TYPE_TEXTS[info.m_TokenType] : row.m_Label;
+}
+
+std::string Cards::Holder() {
+    return LoadSigningCertificate(false) ? GetSubjectCN() : "";
+}
+
+// The class keeps the bytes of what it could not parse, too.
+Outcome Cards::ReadCertificate(bool isSignature, std::vector<unsigned char>& der) {
+    CallWitness::Forget();
+    m_SigningCert.clear();
+    if (!LoadSigningCertificate(isSignature)) {
+        return FailureOf(m_SigningCert.empty() ? Reason::NO_CERTIFICATE : Reason::BROKEN_CERTIFICATE);
+    }
+    der = m_SigningCert;
+    return {};
+}
+
+int Cards::TriesLeft(Velmor::ApplType pin) {
+    ReadATR(true);
+    LoadCardType();
+    Velmor::PINState state = Velmor::PIN_STATE_UNKNOWN;
+    int tries = -1;
+    return GetPINStatus(pin, state, tries) == 0 ? tries : -1;
+}
+
+Outcome FailureOf(Reason otherwise, const std::string& detail) {
+    if (Interruption::HasCome()) {
+        return Outcome(Reason::INTERRUPTED).WithSignal(Interruption::Signal());
+    }
+    if (!CallWitness::HasSeenFailure()) {
+        return Outcome(otherwise, detail);
+    }
+    const std::string function = CallWitness::LastFunction();
+    if (CallWitness::WasBeyondReason()) {
+        return Outcome(Reason::ANSWER_BEYOND_REASON, function);
+    }
+    const Reason reason = ReasonOf(CallWitness::LastCode());
+    if (reason != Reason::UNKNOWN_CODE) {
+        return Outcome(reason, function);
+    }
+    std::ostringstream code;
+    code << function << " 0x" << std::hex << CallWitness::LastCode();
+    return Outcome(reason, code.str());
+}
+
+Outcome FailureOfPin(Cards& cards, Velmor::ApplType pin, Reason otherwise) {
+    Outcome outcome = FailureOf(otherwise);
+    return outcome.Why() == Reason::WRONG_PIN ? outcome.WithTries(cards.TriesLeft(pin)) : outcome;
+}
+
+CardSession::CardSession(Cards& cards, const CardRow& row) : m_Cards(cards) {
+    CallWitness::Forget();
+    m_IsOpen = m_Cards.OpenSession(row.m_Index, false);
+}
+
+CardSession::~CardSession() {
+    Close();
+}
+
+void CardSession::Close() {
+    if (m_IsOpen) {
+        m_Cards.CloseSession();
+    }
+    m_IsOpen = false;
+}
+
+} // namespace orselcli

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "cli/Interruption.h"
+
+#include <atomic>
+#include <climits>
+#include <csignal>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace orselcli {
+
+namespace {
+
+constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
+
+std::atomic<int> g_Signal{0};
+// Read by the handler, so it has its place from the beginning.
+char g_GuardedFile[PATH_MAX] = "";
+std::atomic<bool> g_IsGuarding{false};
+
+void Handle(int signal) {
+    int none = 0;
+    if (g_Signal.compare_exchange_strong(none, signal) || signal == SIGPIPE) {
+        return;
+    }
+    if (g_IsGuarding.load()) {
+        unlink(g_GuardedFile);
+    }
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
+} // namespace
+
+void Interruption::Watch() {
+    struct sigaction action = {};
+    action.sa_handler = Handle;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : SIGNALS) {
+        sigaction(signal, &action, nullptr);
+    }
+}
+
+int Interruption::Signal() {
+    return g_Signal.load();
+}
+
+void Interruption::Note(int signal) {
+    int none = 0;
+    g_Signal.compare_exchange_strong(none, signal);
+}
+
+void Interruption::Forget() {
+    g_Signal.store(0);
+}
+
+void Interruption::EndBy(int signal) {
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+    _exit(128 + signal); // for a signal that is blocked
+}
+
+void Interruption::GuardFile(const std::string& path) {
+    g_IsGuarding.store(false);
+    if (!path.empty() && path.size() < sizeof(g_GuardedFile)) {
+        std::memcpy(g_GuardedFile, path.c_str(), path.size() + 1);
+        g_IsGuarding.store(true);
+    }
+}
+
+} // namespace orselcli
