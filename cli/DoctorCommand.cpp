@@ -14,16 +14,25 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+constexpr size_t MARK_INDENT = 4;
+
 const char* NameOf(Health health) {
     return health == Health::GOOD ? "good" : health == Health::WARNING ? "warning" : "failure";
 }
 
+std::string InWords(Health health) {
+    return health == Health::GOOD ? Tr("good") : health == Health::WARNING ? Tr("warning") : Tr("failure");
+}
+
+/// The states stand below each other, whatever the language.
 std::string Mark(Health health, const Console& console) {
-    if (health == Health::GOOD) {
-        return "  " + Tr("good") + "     ";
+    size_t widest = 0;
+    for (const Health each : {Health::GOOD, Health::WARNING, Health::FAILURE}) {
+        widest = std::max(widest, ColumnsOf(InWords(each)));
     }
-    return console.Warning(health == Health::WARNING ? "! " + Tr("warning") + "  "
-                                                     : "x " + Tr("failure") + "  ");
+    const std::string word = InWords(health);
+    const std::string text = word + std::string(widest - ColumnsOf(word) + 2, ' ');
+    return health == Health::GOOD ? text : console.Warning(text);
 }
 
 void PrintFindings(const Findings& findings, const Request& request, Console& console) {
@@ -33,7 +42,7 @@ void PrintFindings(const Findings& findings, const Request& request, Console& co
         }
         console.Print(Mark(finding.m_Health, console) + finding.m_Text + "\n");
         if (!finding.m_Next.empty()) {
-            console.Print("             " + finding.m_Next + "\n");
+            console.Print(std::string(MARK_INDENT, ' ') + finding.m_Next + "\n");
         }
     }
 }

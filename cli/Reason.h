@@ -35,7 +35,6 @@ enum class Reason {
     CARD_GONE,
     NO_CARD_IN_READER,
     CARD_UNKNOWN_TO_LIBRARY,
-    CARD_FULL,
     CARD_WRITE_PROTECTED,
     EMPTY_CARD,
     NO_CERTIFICATE,
@@ -47,7 +46,6 @@ enum class Reason {
     BROKEN_CONTAINER,
     NO_ENTRY,
     NO_INSURANCE,
-    NO_PIN_STATE,
     NO_PROTECTION,
     CHANGE_NOT_SEEN,
     // The token library's word.

@@ -108,7 +108,8 @@ std::string Filled(std::string text, const std::vector<std::string>& arguments) 
 
 // The catalogue's head, which is what an empty text has for a translation, tells its language.
 std::string CatalogueFile() {
-    const std::string head = Tr("");
+    const char* const nothing = "";
+    const std::string head = Tr(nothing);
     const std::string mark = "Language: ";
     const size_t begin = head.find(mark);
     if (begin == std::string::npos) {
