@@ -49,7 +49,8 @@ Outcome UnusableLibrary() {
     std::ostringstream detail;
     detail << function << " 0x" << std::hex << code;
     const Outcome cause(ReasonOf(code), ReasonOf(code) == Reason::UNKNOWN_CODE ? detail.str() : function);
-    return Outcome(Reason::LIBRARY_UNUSABLE, cause.Text());
+    const std::string text = cause.Text();
+    return Outcome(Reason::LIBRARY_UNUSABLE, text.substr(0, text.find_last_not_of('.') + 1));
 }
 
 /// Keeps a library loaded while another owner comes or goes.

@@ -210,13 +210,20 @@ bool NamesCard(const std::string& word) {
     return word[0] == '@' || word.size() < SHORTEST_COMMAND;
 }
 
+bool TakesCard(const CommandRow& row) {
+    return std::string(row.synopsis).find("CARD") != std::string::npos;
+}
+
 /// Splits the card off the front of the words.
 Outcome Interpret(const CommandRow& row, std::vector<std::string> words, Request& request) {
     const bool isApdu = std::string(row.name) == "apdu";
     const bool beginsWithCard =
         !words.empty() && !IsKeyword(row, words[0]) && (!isApdu || (words.size() > 1 && NamesCard(words[0])));
+    if (!TakesCard(row) && !request.m_Card.empty()) {
+        return Senseless(Filled(Tr("Unexpected word \"{}\"."), {request.m_Card}));
+    }
     if (beginsWithCard) {
-        if (!request.m_Card.empty()) {
+        if (!request.m_Card.empty() || !TakesCard(row)) {
             return Senseless(Filled(Tr("Unexpected word \"{}\"."), {words[0]}));
         }
         request.m_Card = words[0];

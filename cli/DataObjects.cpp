@@ -12,6 +12,9 @@ using Velmor::CallP11;
 
 namespace {
 
+constexpr const char* LINK_LABEL = "PERSONENBINDUNG";
+constexpr const char* LINK_ENTRY_LABEL = "0x01";
+
 /// How far an object is looked at to tell whether it is blank.
 constexpr size_t BLANK_SPAN = 128;
 
@@ -30,6 +33,24 @@ Outcome FindData(Cards& cards, const std::string& label, DataObject& object) {
     }
     object = {handles[0], found != 0};
     return {};
+}
+
+Outcome FindIdentityLink(Cards& cards, DataObject& object) {
+    return FindData(cards, LINK_LABEL, object);
+}
+
+Outcome FindAnyIdentityLink(Cards& cards, DataObject& object) {
+    const Outcome outcome = FindIdentityLink(cards, object);
+    return outcome.IsDone() && !object.m_IsFound ? FindData(cards, LINK_ENTRY_LABEL, object) : outcome;
+}
+
+Outcome MissingIdentityLink(Cards& cards) {
+    DataObject entry;
+    const Outcome outcome = FindData(cards, LINK_ENTRY_LABEL, entry);
+    if (!outcome.IsDone()) {
+        return outcome;
+    }
+    return entry.m_IsFound ? Reason::LINK_IN_INFOBOX : Reason::NO_IDENTITY_LINK;
 }
 
 Outcome ReadData(Cards& cards, const DataObject& object, Bytes& content) {

@@ -18,6 +18,15 @@ struct DataObject {
 /// The first data object with this label. Done also when there is none.
 Outcome FindData(Cards& cards, const std::string& label, DataObject& object);
 
+/// The object of the identity link alone, at the label that the card class works with.
+Outcome FindIdentityLink(Cards& cards, DataObject& object);
+
+/// The same, or the infobox area's entry with the identity link.
+Outcome FindAnyIdentityLink(Cards& cards, DataObject& object);
+
+/// Why there is no object at the identity link's own label.
+Outcome MissingIdentityLink(Cards& cards);
+
 /// Its whole content. The token library asks for a PIN where the card wants one.
 Outcome ReadData(Cards& cards, const DataObject& object, Bytes& content);
 

@@ -14,7 +14,7 @@ Outcome RunIdentityLink(Context& context) {
         }
         DataObject object;
         Bytes content;
-        Outcome outcome = FindData(context.m_Cards, "PERSONENBINDUNG", object);
+        Outcome outcome = FindAnyIdentityLink(context.m_Cards, object);
         if (outcome.IsDone() && object.m_IsFound) {
             outcome = ReadData(context.m_Cards, object, content);
         }

@@ -74,7 +74,7 @@ std::string HexOf(const Bytes& bytes) {
 std::string HexDump(const Bytes& bytes) {
     std::string text;
     for (size_t line = 0; line < bytes.size(); line += DUMP_WIDTH) {
-        char part[16];
+        char part[32];
         std::snprintf(part, sizeof(part), "%08zx ", line);
         text += part;
         std::string characters;

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Commands.h"
+#include "cli/DataObjects.h"
 #include "cli/Names.h"
 #include "cli/PinState.h"
 #include "cli/Table.h"
@@ -37,8 +38,9 @@ Outcome OutcomeOf(Cards& cards, ApplType pin, Velmor::PKCS11Return result) {
     if (result == Velmor::P11_OK) {
         return {};
     }
-    const Reason missing = pin == Velmor::ApplIdentityLink ? Reason::NO_IDENTITY_LINK : Reason::NO_KEY;
-    return FailureOfPin(cards, pin, missing);
+    const Outcome outcome = FailureOfPin(cards, pin, Reason::NO_KEY);
+    const bool isMissingLink = outcome.Why() == Reason::NO_KEY && pin == Velmor::ApplIdentityLink;
+    return isMissingLink ? MissingIdentityLink(cards) : outcome;
 }
 
 } // namespace

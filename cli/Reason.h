@@ -42,6 +42,7 @@ enum class Reason {
     NO_KEY,
     NO_IDENTITY_LINK,
     BROKEN_IDENTITY_LINK,
+    LINK_IN_INFOBOX,
     NO_CONTAINER,
     BROKEN_CONTAINER,
     NO_ENTRY,

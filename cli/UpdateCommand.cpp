@@ -52,9 +52,9 @@ std::string PresentLink(Cards& cards, const CardRow& row, Outcome& outcome) {
     }
     DataObject object;
     Bytes content;
-    outcome = FindData(cards, "PERSONENBINDUNG", object);
+    outcome = FindIdentityLink(cards, object);
     if (outcome.IsDone()) {
-        outcome = object.m_IsFound ? ReadData(cards, object, content) : Outcome(Reason::NO_IDENTITY_LINK);
+        outcome = object.m_IsFound ? ReadData(cards, object, content) : MissingIdentityLink(cards);
     }
     IdentityLink link;
     return IdentityLink::Parse(content, link).IsDone() ? link.InWords()

@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: MIT
+// Finding a card, and what is read from it without a PIN.
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <thread>
+
+#include "cli/Interruption.h"
+#include "tests/cli/CliTest.h"
+
+using nlohmann::json;
+using orseltest::CardOptions;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+class ADeckOfThree : public CliTest {
+protected:
+    void SetUp() override {
+        m_deck.add("acos-a04", CardOptions().serial("0512380917624502").holder("Käthe Grünbichler"));
+        m_deck.add("ecard-g3b", CardOptions().serial("8004000334455667").holder("Anneliese Süßmaier"));
+        m_deck.add("empty");
+    }
+};
+
+class ACardAlone : public CliTest {};
+
+} // namespace
+
+TEST_F(ADeckOfThree, IsListedAsTheWindowListsIt) {
+    EXPECT_EQ(Good({"list"}),
+              "    Number            Kind                    Label               Holder\n"
+              "@1  0512380917624502  Orsel Carta ACOS 04     Orsel Carta ACOS    Käthe Grünbichler\n"
+              "@2  8004000334455667  Orsel Carta e-Card G3B  Orsel Carta e-Card  Anneliese Süßmaier\n"
+              "@3  0000000000000000  Orsel Carta ACOS 04     Orsel Carta ACOS    unknown\n");
+    ExpectNoSession();
+}
+
+TEST_F(ADeckOfThree, IsListedInJson) {
+    const json list = json::parse(Good({"list", "--json"}));
+    ASSERT_EQ(list["cards"].size(), 3U);
+    EXPECT_EQ(list["cards"][1]["holder"], "Anneliese Süßmaier");
+    EXPECT_EQ(list["cards"][2]["holder"], nullptr);
+    EXPECT_EQ(list["cards"][2]["empty"], true);
+}
+
+TEST_F(ADeckOfThree, IsListedByNumbersAloneWhenQuiet) {
+    EXPECT_EQ(Good({"list", "-q"}), "0512380917624502\n8004000334455667\n0000000000000000\n");
+}
+
+TEST_F(ADeckOfThree, GivesACardByNumberBeginningOrPosition) {
+    for (const char* card : {"8004000334455667", "8", "8004", "@2"}) {
+        EXPECT_EQ(json::parse(Good({"show", card, "--json"}))["number"], "8004000334455667") << card;
+        ExpectNoSession();
+    }
+}
+
+TEST_F(ADeckOfThree, GivesNoCardThatIsNotTheOne) {
+    const std::map<std::string, std::string> expected = {
+        {"9", "There is no card \"9\"."},
+        {"0", "Several cards have a number that begins with \"0\"."},
+        {"@4", "There is no card \"@4\"."},
+        {"@0", "There is no card \"@0\"."},
+        {"@1x", "There is no card \"@1x\"."},
+        {"05123809176245020", "There is no card \"05123809176245020\"."},
+    };
+    for (const auto& [card, text] : expected) {
+        const CliResult result = RunCli({"show", card});
+        EXPECT_EQ(result.m_Code, 3) << card;
+        EXPECT_THAT(result.m_Error, StartsWith("orselcards-cli: " + text + "\n")) << card;
+        EXPECT_THAT(result.m_Out, IsEmpty());
+    }
+}
+
+TEST_F(ADeckOfThree, WantsToBeToldWhichCardIsMeant) {
+    const CliResult result = RunCli({"show"});
+    EXPECT_EQ(result.m_Code, 2);
+    EXPECT_THAT(result.m_Error, HasSubstr("several cards"));
+}
+
+TEST_F(ADeckOfThree, KeepsNumberAndKindTogetherBesideAFixedReader) {
+    m_deck.add("cardos-53", CardOptions().directory("00-first").fixedReader());
+    const json list = json::parse(Good({"list", "--json"}));
+    ASSERT_EQ(list["cards"].size(), 3U);
+    EXPECT_EQ(list["cards"][0]["kind"], "Orsel Carta ACOS 04");
+    EXPECT_EQ(list["cards"][1]["kind"], "Orsel Carta e-Card G3B");
+}
+
+TEST_F(ACardAlone, NeedsNoName) {
+    m_deck.add("acos-a03", CardOptions().serial("0401270843567891").holder("Jörg Weißenböck"));
+    const json card = json::parse(Good({"show", "--json"}));
+    EXPECT_EQ(card["cin"], "0401270843567891");
+    EXPECT_EQ(card["kind"], "Orsel Carta ACOS 03");
+    EXPECT_THAT(card["chipId"].get<std::string>(), testing::SizeIs(16));
+    EXPECT_EQ(card["pins"][0]["state"], "not-told");
+    EXPECT_EQ(card["signatureCertificate"]["key"], "EC 192");
+    EXPECT_EQ(card["privateKeys"], json({"SK.CH.SIG", "SK.CH.EKEY"}));
+    ExpectNoSession();
+}
+
+TEST_F(ACardAlone, ThatIsAnECardTellsTheStateOfItsPins) {
+    const std::string card = m_deck.add("ecard-g3a");
+    m_deck.setTries(card, "signature", 0);
+    m_deck.setTries(card, "encryption", 1);
+    EXPECT_EQ(Good({"pin"}), "Signature PIN:      blocked\n"
+                             "Encryption PIN:     good, 1 try is left\n"
+                             "Identity link PIN:  good, 1 try is left\n");
+    m_deck.unsetPin(card, "signature");
+    EXPECT_EQ(json::parse(Good({"pin", "--json"}))["pins"][0],
+              json({{"pin", "signature"}, {"state", "not-set"}, {"triesLeft", nullptr}}));
+}
+
+TEST_F(ACardAlone, ThatNobodyHasPersonalisedIsShownWithoutFailure) {
+    m_deck.add("empty");
+    const json card = json::parse(Good({"show", "--json"}));
+    EXPECT_EQ(card["empty"], true);
+    EXPECT_EQ(card["signatureCertificate"], nullptr);
+    for (const std::vector<std::string>& line : {std::vector<std::string>{"certificate", "signature"},
+                                                 {"pin", "change", "signature"},
+                                                 {"infobox"},
+                                                 {"identity-link"}}) {
+        const CliResult result = RunCli(line);
+        EXPECT_EQ(result.m_Code, 1) << line[0];
+        EXPECT_THAT(result.m_Error, HasSubstr("personalised")) << line[0];
+    }
+}
+
+TEST_F(ACardAlone, CannotSteerTheTerminal) {
+    const std::string name = m_deck.add("acos-a04", CardOptions().label("\033[31mred"));
+    EXPECT_THAT(Good({"list"}), Not(HasSubstr("\033")));
+    EXPECT_THAT(Good({"show"}), Not(HasSubstr("\033")));
+    EXPECT_EQ(json::parse(Good({"list", "--json"}))["cards"][0]["label"], "\033[31mred");
+}
+
+TEST_F(ACardAlone, ThatIsPutInIsWaitedFor) {
+    const std::string name = m_deck.add("ecard-g4");
+    m_deck.takeOut(name);
+    EXPECT_EQ(RunCli({"show"}).m_Code, 3);
+    std::thread person([this, &name] {
+        while (m_deck.trace("C_GetSlotList").size() < 6) { // the command has looked and waits
+            std::this_thread::yield();
+        }
+        m_deck.putBack(name);
+    });
+    const CliResult result = RunCli({"show", "--wait", "60"});
+    person.join();
+    EXPECT_EQ(result.m_Code, 0) << result.m_Error;
+}
+
+TEST_F(ACardAlone, IsMissedAfterTheTimeThatWasGiven) {
+    const CliResult result = RunCli({"show", "--wait", "1"});
+    EXPECT_EQ(result.m_Code, 3);
+    EXPECT_THAT(result.m_Error, HasSubstr("no card in any reader"));
+    EXPECT_THAT(RunCli({"list"}).m_Error, HasSubstr("no card in any reader"));
+    EXPECT_EQ(json::parse(Good({"list", "--json"}))["cards"], json::array());
+}
+
+TEST_F(ACardAlone, GivesItsNumberAndFilesToRawCommands) {
+    m_deck.add("acos-a05", CardOptions().serial("0623491026733613"));
+    const std::string answer = Good({"apdu", "80F6000008", "00 A4 00 0C 02 12 34"});
+    EXPECT_THAT(answer, HasSubstr(" 9000  done\n"));
+    EXPECT_THAT(answer, HasSubstr("6A82  file not found\n"));
+    const json answers = json::parse(Good({"apdu", "--json", "00A4000C023F00"}));
+    EXPECT_EQ(answers["answers"][0],
+              json({{"command", "00A4000C023F00"}, {"data", ""}, {"status", "9000"}, {"words", "done"}}));
+    EXPECT_EQ(RunCli({"apdu", "00A4"}).m_Code, 2);
+    EXPECT_EQ(RunCli({"apdu", "00A400ZZ"}).m_Code, 2);
+    ExpectNoSession();
+}
+
+TEST_F(ACardAlone, GivesInsuranceDataIfItIsAnECard) {
+    const std::string card = m_deck.add("ecard-g4", CardOptions().holder("Björn Straßgschwandtner"));
+    const json data = json::parse(Good({"insurance", "--json"}));
+    EXPECT_THAT(data["ehic"].get<std::string>(), HasSubstr("426AC3B6726E"));
+    EXPECT_THAT(Good({"insurance"}), HasSubstr("Grunddaten"));
+    m_deck.remove(card);
+    m_deck.add("acos-a04");
+    const CliResult result = RunCli({"insurance"});
+    EXPECT_EQ(result.m_Code, 1);
+    EXPECT_THAT(result.m_Error, HasSubstr("only e-cards"));
+}
+
+TEST_F(ACardAlone, GivesItsIdentityLinkInWordsAndAsItIs) {
+    const std::string card = m_deck.add("acos-a03", CardOptions().holder("Jörg Weißenböck"));
+    EXPECT_THAT(Good({"identity-link"}), HasSubstr("Weißenböck"));
+    const orselsim::Bytes link = m_deck.objectContent(card, "PERSONENBINDUNG");
+    EXPECT_EQ(Good({"identity-link", "--raw"}), std::string(link.begin(), link.end()));
+    EXPECT_EQ(json::parse(Good({"identity-link", "--json"}))["familyName"], "Weißenböck");
+    m_deck.replaceObject(card, "PERSONENBINDUNG", orselsim::Bytes(200, 0x41));
+    EXPECT_THAT(RunCli({"identity-link"}).m_Error, HasSubstr("damaged"));
+    m_deck.replaceObject(card, "PERSONENBINDUNG", orselsim::Bytes(200, 0));
+    EXPECT_THAT(RunCli({"identity-link"}).m_Error, HasSubstr("no identity link"));
+    m_deck.removeObject(card, "PERSONENBINDUNG");
+    EXPECT_THAT(RunCli({"identity-link"}).m_Error, HasSubstr("no identity link"));
+}
+
+TEST_F(ACardAlone, IsLeftInPeaceOnceASignalHasCome) {
+    m_deck.add("acos-a04");
+    m_deck.planFaults({"C_FindObjects call=1 delay=300"});
+    std::thread person([this] {
+        while (m_deck.trace("C_FindObjectsInit").empty()) {
+            std::this_thread::yield();
+        }
+        orselcli::Interruption::Note(SIGINT);
+    });
+    const CliResult result = RunCli({"certificate", "signature"});
+    person.join();
+    EXPECT_EQ(result.m_Code, 130);
+    EXPECT_THAT(result.m_Out, IsEmpty());
+    EXPECT_THAT(result.m_Error, HasSubstr("interrupted"));
+    EXPECT_THAT(m_deck.trace("C_GetAttributeValue"), IsEmpty());
+    ExpectNoSession();
+}
