@@ -7,7 +7,8 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
-set(CPACK_COMPONENTS_ALL orselcards orselcards-debian certviewer certviewer-debian simulator simulator-debian)
+set(CPACK_COMPONENTS_ALL
+    orselcards orselcards-debian certviewer certviewer-debian cli cli-debian simulator simulator-debian)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -42,6 +43,19 @@ PEM or DER.
 Offers itself as certViewerApp, the program that the card manager shows
 certificates with.")
 
+set(CPACK_DEBIAN_CLI_PACKAGE_NAME orselcards-cli)
+set(CPACK_DEBIAN_CLI_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_CLI_PACKAGE_RECOMMENDS "pinentry-curses | pinentry")
+set(CPACK_DEBIAN_CLI_PACKAGE_SUGGESTS "orsel-token-library | orselcards-simulator")
+set(CPACK_DEBIAN_CLI_DESCRIPTION "citizen smart cards on the command line
+Lists citizen smart cards, shows what they hold, has their PINs changed or
+unblocked, signs and verifies files, reads and protects entries of the infobox
+area, writes renewed certificates, and tells what is missing on a machine that
+cannot use cards. For people and, with JSON, for scripts; it needs no display.
+.
+Cards are reached through a PKCS#11 token library, libOrselP11.so, which is
+loaded at run time and not part of this package.")
+
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME orselcards-simulator)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS "orselcards (= ${PROJECT_VERSION})")
@@ -55,7 +69,7 @@ The library stands in a directory that the loader does not look through, so it
 never gets in the way of a real one.")
 
 include(CPack)
-foreach(package orselcards certviewer simulator)
+foreach(package orselcards certviewer cli simulator)
     cpack_add_component_group(${package})
     cpack_add_component(${package} GROUP ${package})
     cpack_add_component(${package}-debian GROUP ${package})
