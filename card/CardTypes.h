@@ -112,6 +112,9 @@ struct TokenInfoStruct2 {
     bool m_HasInfobox = false; ///< false: the card holds the identity link alone
 };
 
+/// Fills the key and type fields by model and label. A token that no rule recognises keeps them as they are.
+void ClassifyToken(TokenInfoStruct2& info);
+
 } // namespace Velmor
 
 #endif

@@ -47,7 +47,9 @@ constexpr TokenRule TOKEN_RULES[] = {
     {"CardOS 5.3", "", KEY_RSA, 2048, KEY_ECC, 256, TOKEN_CARDOS_53, true},
 };
 
-void Classify(TokenInfoStruct2& info) {
+} // namespace
+
+void ClassifyToken(TokenInfoStruct2& info) {
     for (const TokenRule& rule : TOKEN_RULES) {
         if (!BeginsWith(info.m_Model, rule.model) || !BeginsWith(info.m_Label, rule.label))
             continue;
@@ -61,7 +63,6 @@ void Classify(TokenInfoStruct2& info) {
     }
 }
 
-} // namespace
 
 tkPKCS11::tkPKCS11() {
     Init();
@@ -174,7 +175,7 @@ bool tkPKCS11::GetTokenInfo(unsigned long index, TokenInfoStruct2& info) {
     info.m_Model = token.m_Model;
     info.m_Serial = token.m_Serial;
     info.m_HasInfobox = false;
-    Classify(info);
+    ClassifyToken(info);
     return true;
 }
 

@@ -7,10 +7,13 @@
 
 #include <dlfcn.h>
 
+#include "card/CallP11.h"
+#include "card/CardLimits.h"
 #include "card/LoadFreeLib.h"
 #include "card/tkPKCS11Logging.h"
 #include "cli/CallWitness.h"
 #include "cli/Interruption.h"
+#include "cli/SubjectName.h"
 #include "cli/Words.h"
 
 namespace orselcli {
@@ -22,11 +25,6 @@ constexpr const char* EMPTY_NUMBER = "0000000000000000";
 
 std::string Trimmed(const std::string& text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
-}
-
-/// A padded field that may end at a zero byte before its width.
-std::string TextOfField(const std::string& field) {
-    return Trimmed(field.c_str());
 }
 
 /// The card class's last complaint; it says what its results by bool leave out.
@@ -135,31 +133,26 @@ Outcome Cards::List(std::vector<CardRow>& rows) {
     }
     for (const Velmor::SlotStruct* slot : slots) {
         const std::string number = Trimmed(slot->m_Serial);
-        rows.push_back({static_cast<int>(rows.size()), slot->m_Serial, number, Trimmed(slot->m_Label),
-                        number == EMPTY_NUMBER});
+        rows.push_back({static_cast<int>(rows.size()), slot->m_SlotId, slot->m_Serial, number,
+                        Trimmed(slot->m_Label), number == EMPTY_NUMBER});
     }
     // A card that cannot be asked is passed over by the class. With no other card left, that is the news.
     return rows.empty() && CallWitness::HasSeenFailure() ? FailureOf() : Outcome();
 }
 
-// The class counts tokens in its list and here in two ways, which agree while no token is left out of the
-// list.
+// By the slot and not by the position, as the class does it: it counts tokens in its list and in the
+// library's in two ways, which agree only while no token is left out of the list. It also asks for the
+// library's list each time.
 bool Cards::InfoOf(const CardRow& row, Velmor::TokenInfoStruct2& info) {
-    const auto isThisCard = [&row](const Velmor::TokenInfoStruct2& candidate) {
-        return TextOfField(candidate.m_Serial) == row.m_Number &&
-               TextOfField(candidate.m_Label) == row.m_Label;
-    };
-    Velmor::TokenInfoStruct2 candidate;
-    if (!GetTokenInfo(static_cast<unsigned long>(row.m_Index), candidate)) {
+    CK_TOKEN_INFO token = {};
+    if (Velmor::CallP11(Proc_C_GetTokenInfo, row.m_SlotId, &token) != CKR_OK) {
         return false;
     }
-    for (unsigned long index = 0; !isThisCard(candidate); ++index) {
-        candidate = {};
-        if (!GetTokenInfo(index, candidate)) {
-            return false;
-        }
-    }
-    info = candidate;
+    info.m_Label.assign(token.label, std::end(token.label));
+    info.m_ManufacturerId.assign(token.manufacturerID, std::end(token.manufacturerID));
+    info.m_Model.assign(token.model, std::end(token.model));
+    info.m_Serial.assign(token.serialNumber, std::end(token.serialNumber));
+    Velmor::ClassifyToken(info);
     return true;
 }
 
@@ -170,8 +163,25 @@ std::string Cards::KindOf(const CardRow& row) {
     return isKnown ? Velmor::CARD_TYPE_TEXTS[info.m_TokenType] : row.m_Label;
 }
 
+// The class would take the whole certificate apart, its key too, which takes longer than all the rest of a
+// list.
 std::string Cards::Holder() {
-    return LoadSigningCertificate(false) ? GetSubjectCN() : "";
+    CK_OBJECT_CLASS objectClass = CKO_CERTIFICATE;
+    std::string label = "C.CH.EKEY";
+    CK_ATTRIBUTE wanted[] = {{CKA_CLASS, &objectClass, sizeof(objectClass)},
+                             {CKA_LABEL, label.data(), label.size()}};
+    unsigned long handles[Velmor::MAX_OBJECTS] = {};
+    unsigned long found = 0;
+    FindObjects(wanted, 2, handles, Velmor::MAX_OBJECTS, &found);
+    for (unsigned long i = 0; i < std::min(found, Velmor::MAX_OBJECTS); ++i) {
+        Velmor::ObjectValue value;
+        CK_ATTRIBUTE asked = {CKA_VALUE, value.bytes, sizeof(value.bytes)};
+        const CK_RV code = Velmor::CallP11(Proc_C_GetAttributeValue, m_hSession, handles[i], &asked, 1);
+        if (code == CKR_OK && asked.ulValueLen <= sizeof(value.bytes)) {
+            return SubjectCommonName(value.bytes, asked.ulValueLen);
+        }
+    }
+    return "";
 }
 
 // The class keeps the bytes of what it could not parse, too.

@@ -13,7 +13,8 @@ namespace orselcli {
 
 /// One card of the list.
 struct CardRow {
-    int m_Index = 0;        ///< in the card class's list
+    int m_Index = 0; ///< in the card class's list
+    CK_SLOT_ID m_SlotId = 0;
     std::string m_Serial;   ///< as the card class compares it
     std::string m_Number;   ///< the same without padding
     std::string m_Label;    ///< without padding

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The built program as a process: its exits, signals, languages, and what is written about it.
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -174,7 +173,6 @@ TEST_F(TheProgram, ClosesItsSessionWhereverItIsInterrupted) {
         m_deck.planFaults({call.function + " call=" + std::to_string(call.numberInTotal) + " delay=300"});
         Process process(m_deck.folder(), line);
         WaitForCall(call.position);
-        std::this_thread::sleep_for(std::chrono::milliseconds(call.position == 0 ? 200 : 20));
         process.Signal(SIGINT);
         const int code = process.Wait();
         ExpectNothingHalf();
