@@ -63,7 +63,6 @@ void ClassifyToken(TokenInfoStruct2& info) {
     }
 }
 
-
 tkPKCS11::tkPKCS11() {
     Init();
 }
