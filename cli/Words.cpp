@@ -72,10 +72,14 @@ std::string DirectoryOfProgram() {
 /// Beside an installed program, wherever its root is; else beside a built one.
 std::string CatalogueDirectory() {
     const std::string program = DirectoryOfProgram();
+    if (program.empty()) { // a system without /proc
+        return "/usr/share/locale";
+    }
     const std::string installed = program + "/../share/locale";
     std::error_code ignored;
     const std::string built = program + "/locale";
-    return std::filesystem::exists(built, ignored) ? built : installed;
+    return std::filesystem::is_directory(built, ignored) ? built
+                                                         : installed; // systems have a program of that name
 }
 
 void ChooseLanguage() {

@@ -14,7 +14,8 @@ namespace {
 class TheHolder : public CliTest {
 protected:
     void SetUp() override {
-        m_der = m_deck.objectContent(m_deck.add("ecard-g2", CardOptions().holder("Käthe Grünbichler")), "C.CH.EKEY");
+        m_der = m_deck.objectContent(m_deck.add("ecard-g2", CardOptions().holder("Käthe Grünbichler")),
+                                     "C.CH.EKEY");
     }
 
     /// From a copy of exactly this size, so that a read beyond it is found out.
