@@ -13,8 +13,7 @@
 
 #include "app/I18N.h"
 
-namespace {
-
+// Named in public, as the toolkit's macro below wants it.
 class TestApp : public wxApp {
 public:
     bool OnInit() override {
@@ -33,8 +32,6 @@ public:
         return 0;
     }
 };
-
-} // namespace
 
 wxIMPLEMENT_APP_NO_MAIN(TestApp);
 
