@@ -23,6 +23,13 @@ namespace {
 constexpr const char* TOKEN_LIBRARY = "libOrselP11.so";
 constexpr const char* EMPTY_NUMBER = "0000000000000000";
 
+/// Objects that are asked for at once.
+constexpr CK_ULONG OBJECTS_AT_ONCE = 64;
+
+/// Far above what a card's memory holds, whose infobox area counts its entries with one byte. A library that
+/// never comes to an end of its objects is stopped here, since each of them costs a call for its label.
+constexpr size_t MOST_OBJECTS = 4096;
+
 std::string Trimmed(const std::string& text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
@@ -193,6 +200,28 @@ Outcome Cards::ReadCertificate(bool isSignature, std::vector<unsigned char>& der
     }
     der = m_SigningCert;
     return {};
+}
+
+// The class's own search ends after the first few objects.
+Outcome Cards::FindAll(CK_OBJECT_CLASS objectClass, std::vector<CK_OBJECT_HANDLE>& handles) {
+    CK_ATTRIBUTE wanted = {CKA_CLASS, &objectClass, sizeof(objectClass)};
+    if (Velmor::CallP11(Proc_C_FindObjectsInit, m_hSession, &wanted, 1) != CKR_OK) {
+        return FailureOf();
+    }
+    CK_OBJECT_HANDLE some[OBJECTS_AT_ONCE] = {};
+    CK_ULONG found = 0;
+    Outcome outcome;
+    do {
+        const CK_RV code = Velmor::CallP11(Proc_C_FindObjects, m_hSession, some, OBJECTS_AT_ONCE, &found);
+        const bool isBeyondReason = found > OBJECTS_AT_ONCE || handles.size() + found > MOST_OBJECTS;
+        if (code != CKR_OK || isBeyondReason) {
+            outcome = FailureOf(Reason::ANSWER_BEYOND_REASON, "C_FindObjects");
+        } else {
+            handles.insert(handles.end(), some, some + found);
+        }
+    } while (outcome.IsDone() && found != 0);
+    const CK_RV ended = Velmor::CallP11(Proc_C_FindObjectsFinal, m_hSession);
+    return outcome.IsDone() && ended != CKR_OK ? FailureOf() : outcome;
 }
 
 int Cards::TriesLeft(Velmor::ApplType pin) {

@@ -44,6 +44,9 @@ public:
     /// DER of one of the two certificates, in the open session. Only what can be parsed counts.
     Outcome ReadCertificate(bool isSignature, std::vector<unsigned char>& der);
 
+    /// All objects of a class, in the open session, however many a card can have.
+    Outcome FindAll(CK_OBJECT_CLASS objectClass, std::vector<CK_OBJECT_HANDLE>& handles);
+
     /// Tries that a PIN has left, in the open session; -1 when the card does not tell.
     int TriesLeft(Velmor::ApplType pin);
 

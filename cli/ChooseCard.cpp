@@ -74,7 +74,8 @@ Outcome ChooseCard(Context& context, CardRow& row) {
         if (outcome.IsDone()) {
             outcome = Choose(rows, context.m_Request.m_Card, row);
         }
-        if (outcome.ExitCode() != EXIT_NO_CARD || Clock::now() >= deadline) {
+        const bool mayStillCome = outcome.Why() == Reason::NO_CARDS || outcome.Why() == Reason::NO_SUCH_CARD;
+        if (!mayStillCome || Clock::now() >= deadline) {
             return outcome;
         }
         std::this_thread::sleep_for(BETWEEN_LOOKS);

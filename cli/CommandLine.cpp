@@ -243,6 +243,20 @@ Outcome Interpret(const CommandRow& row, std::vector<std::string> words, Request
     return {};
 }
 
+/// JSON has a form of its own and goes to standard output.
+Outcome CheckJson(const Request& request) {
+    const std::pair<const char*, bool> others[] = {
+        {"--out", !request.m_Out.empty()}, {"--der", request.m_Der}, {"--text", request.m_Text},
+        {"--hex", request.m_Hex},          {"--raw", request.m_Raw},
+    };
+    for (const auto& [option, isGiven] : others) {
+        if (request.m_Json && isGiven) {
+            return Senseless(Filled(Tr("--json and {} exclude each other."), {option}));
+        }
+    }
+    return {};
+}
+
 /// The words that a command has of its own behind its keyword.
 Outcome CheckWords(const Request& request) {
     static const std::vector<std::string> pins = {"signature", "encryption", "identity-link"};
@@ -262,10 +276,7 @@ Outcome CheckWords(const Request& request) {
     if (request.m_Command == "identity-link" && !request.m_Raw && !request.m_Out.empty()) {
         return Senseless(Tr("--out is for --raw here."));
     }
-    if (request.m_Json && !request.m_Out.empty()) {
-        return Senseless(Tr("--json and --out exclude each other."));
-    }
-    return {};
+    return CheckJson(request);
 }
 
 /// The library's own words are English alone.

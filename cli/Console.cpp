@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Console.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -33,6 +35,18 @@ int WriteWhole(int descriptor, const std::string& bytes) {
         written += static_cast<size_t>(count);
     }
     return 0;
+}
+
+/// A line without its end. False when there is none, or when a signal has come.
+bool ReadLine(int descriptor, std::string& line) {
+    char letter = 0;
+    while (Interruption::WaitForInput(descriptor) && read(descriptor, &letter, 1) == 1) {
+        if (letter == '\n') {
+            return true;
+        }
+        line += letter;
+    }
+    return false;
 }
 
 std::string JsonText(const nlohmann::ordered_json& value, int indent) {
@@ -95,12 +109,13 @@ bool Console::CanAsk() const {
 bool Console::Ask(const std::string& question) {
     WriteError(question + " " + Tr("[y/N]") + " ");
     std::string line;
-    char letter = 0;
-    while (read(m_In, &letter, 1) == 1 && letter != '\n') {
-        line += letter;
+    if (!ReadLine(m_In, line)) {
+        WriteError("\n"); // what follows does not stand behind the question
+        return false;
     }
-    const std::string yes = Tr("y");
-    return line == "y" || line == "yes" || line == yes || line == Tr("yes");
+    std::transform(line.begin(), line.end(), line.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return line == "y" || line == "yes" || line == Tr("y") || line == Tr("yes");
 }
 
 Outcome Console::Flush() {

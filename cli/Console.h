@@ -38,7 +38,7 @@ public:
     /// The reason in one line and what to do next, to standard error. Nothing for an outcome that is done.
     void Report(const Outcome& outcome);
 
-    /// Asks for yes or no on the terminal. False also when nobody answers.
+    /// Asks for yes or no on the terminal. Only a whole line counts: false also when nobody answers.
     bool Ask(const std::string& question);
     bool CanAsk() const;
 

@@ -132,10 +132,8 @@ Outcome ReadInput(const std::string& path, Bytes& content, size_t largest) {
     content.clear();
     unsigned char block[65536];
     while (true) {
-        const ssize_t count = read(descriptor, block, sizeof(block));
-        if (count < 0 && errno == EINTR && !Interruption::HasCome()) {
-            continue;
-        }
+        const bool isReady = Interruption::WaitForInput(descriptor); // a pipe may keep one waiting
+        const ssize_t count = isReady ? read(descriptor, block, sizeof(block)) : -1;
         if (count < 0) {
             return Failed(Reason::INPUT_UNREADABLE, isStandard ? "-" : path);
         }
@@ -150,6 +148,9 @@ Outcome ReadInput(const std::string& path, Bytes& content, size_t largest) {
 }
 
 Outcome WriteOutput(const std::string& path, const Bytes& content) {
+    if (Interruption::HasCome()) {
+        return Failed(Reason::OUTPUT_FAILED, path);
+    }
     const std::string target = FollowedPath(path);
     struct stat status = {};
     const bool isThere = stat(target.c_str(), &status) == 0;

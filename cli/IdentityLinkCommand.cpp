@@ -24,7 +24,7 @@ Outcome RunIdentityLink(Context& context) {
         if (IsBlank(content)) {
             return Outcome(Reason::NO_IDENTITY_LINK);
         }
-        if (context.m_Request.m_Raw && !context.m_Request.m_Json) {
+        if (context.m_Request.m_Raw) {
             return Deliver(context, content);
         }
         IdentityLink link;

@@ -113,6 +113,9 @@ Outcome ChangeProtection(Context& context, const CardRow& row, const InfoboxEntr
     context.m_HasActed = true;
     Infobox after;
     outcome = after.Load(context.m_Cards, row);
+    if (outcome.Why() == Reason::INTERRUPTED) {
+        return {}; // the card has taken the change; only the look at it is missing
+    }
     if (!outcome.IsDone()) {
         return outcome;
     }

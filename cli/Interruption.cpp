@@ -2,10 +2,12 @@
 #include "cli/Interruption.h"
 
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstring>
 
+#include <poll.h>
 #include <unistd.h>
 
 namespace orselcli {
@@ -38,7 +40,11 @@ void Interruption::Watch() {
     action.sa_handler = Handle;
     sigemptyset(&action.sa_mask);
     for (const int signal : SIGNALS) {
-        sigaction(signal, &action, nullptr);
+        struct sigaction before = {};
+        const bool isIgnored = sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
+        if (!isIgnored || signal == SIGPIPE) { // a closed pipe is met as an error of writing in any case
+            sigaction(signal, &action, nullptr);
+        }
     }
 }
 
@@ -53,6 +59,22 @@ void Interruption::Note(int signal) {
 
 void Interruption::Forget() {
     g_Signal.store(0);
+}
+
+// The signals are held back between the look and the waiting, where one would go unnoticed.
+bool Interruption::WaitForInput(int descriptor) {
+    sigset_t held;
+    sigset_t before;
+    sigemptyset(&held);
+    for (const int signal : SIGNALS) {
+        sigaddset(&held, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &held, &before);
+    pollfd waited = {descriptor, POLLIN, 0};
+    while (!HasCome() && ppoll(&waited, 1, nullptr, &before) < 0 && errno == EINTR) {
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return !HasCome();
 }
 
 void Interruption::EndBy(int signal) {

@@ -11,7 +11,8 @@ namespace orselcli {
 /// the file that is being written has been removed.
 class Interruption {
 public:
-    /// Takes SIGINT, SIGTERM, SIGHUP and SIGPIPE from now on.
+    /// Takes SIGINT, SIGTERM, SIGHUP and SIGPIPE from now on. One that whoever started the process has told
+    /// to ignore, as nohup does, stays ignored.
     static void Watch();
 
     /// Number of the signal that has come; 0 for none.
@@ -22,6 +23,10 @@ public:
     static void Note(int signal);
     /// As before the first one.
     static void Forget();
+
+    /// Waits until the descriptor can be read. False when a signal has come, also one from before the
+    /// waiting.
+    static bool WaitForInput(int descriptor);
 
     /// Ends the process by this signal, as its parent expects of an interrupted program.
     [[noreturn]] static void EndBy(int signal);

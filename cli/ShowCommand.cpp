@@ -32,7 +32,7 @@ public:
         AddObjects("publicKeys", Tr("Public keys"), CKO_PUBLIC_KEY);
         AddObjects("dataObjects", Tr("Data objects"), CKO_DATA);
     }
-    std::string InWords() const { return Fields(m_Lines); }
+    std::string InWords(size_t width) const { return Fields(m_Lines, width); }
     const Json& AsJson() const { return m_Json; }
     const Outcome& Problem() const { return m_Problem; }
 
@@ -131,17 +131,16 @@ void CardReport::AddCertificate(const std::string& which, const std::string& nam
 }
 
 Outcome CardReport::LabelsOf(CK_OBJECT_CLASS objectClass, std::vector<std::string>& labels) {
-    CK_ATTRIBUTE wanted = {CKA_CLASS, &objectClass, sizeof(objectClass)};
-    unsigned long handles[Velmor::MAX_OBJECTS] = {};
-    unsigned long found = 0;
-    if (!m_Cards.FindObjects(&wanted, 1, handles, Velmor::MAX_OBJECTS, &found)) {
-        return FailureOf();
+    std::vector<CK_OBJECT_HANDLE> handles;
+    const Outcome outcome = m_Cards.FindAll(objectClass, handles);
+    if (!outcome.IsDone()) {
+        return outcome;
     }
-    for (unsigned long i = 0; i < found; ++i) {
+    for (const CK_OBJECT_HANDLE handle : handles) {
         Velmor::ObjectText label;
         CK_ATTRIBUTE asked = {CKA_LABEL, label.bytes, sizeof(label.bytes)};
         const CK_RV code =
-            Velmor::CallP11(Cards::Proc_C_GetAttributeValue, m_Cards.m_hSession, handles[i], &asked, 1);
+            Velmor::CallP11(Cards::Proc_C_GetAttributeValue, m_Cards.m_hSession, handle, &asked, 1);
         label.length = asked.ulValueLen;
         if (code != CKR_OK || !label.fits()) {
             return FailureOf();
@@ -176,7 +175,7 @@ Outcome RunShow(Context& context) {
         if (context.m_Request.m_Json) {
             context.m_Console.PrintJson(report.AsJson());
         } else {
-            context.m_Console.Print(report.InWords());
+            context.m_Console.Print(report.InWords(context.m_Console.Width()));
         }
         return report.Problem();
     });

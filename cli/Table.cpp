@@ -19,6 +19,28 @@ std::string Padded(const std::string& text, size_t columns) {
     return taken < columns ? text + std::string(columns - taken, ' ') : text;
 }
 
+/// The text with a line's end and so many blanks in place of the blanks where a line would get too long.
+std::string Broken(const std::string& text, size_t columns, size_t indent) {
+    std::string result;
+    size_t taken = 0;
+    for (size_t begin = 0; begin < text.size();) {
+        const size_t blank = std::min(text.find(' ', begin), text.size());
+        const std::string word = text.substr(begin, blank - begin);
+        const size_t wordColumns = ColumnsOf(word);
+        if (taken != 0 && taken + 1 + wordColumns > columns) {
+            result += "\n" + std::string(indent, ' ');
+            taken = 0;
+        } else if (begin != 0) {
+            result += ' ';
+            ++taken;
+        }
+        result += word;
+        taken += wordColumns;
+        begin = blank + 1;
+    }
+    return result;
+}
+
 } // namespace
 
 Table::Table(std::vector<std::string> headings) {
@@ -69,14 +91,17 @@ void Table::PrintTo(Console& console) const {
     }
 }
 
-std::string Fields(const std::vector<std::pair<std::string, std::string>>& fields) {
+std::string Fields(const std::vector<std::pair<std::string, std::string>>& fields, size_t width) {
     size_t widest = 0;
     for (const auto& [name, value] : fields) {
         widest = std::max(widest, ColumnsOf(name));
     }
+    const size_t indent = widest + 1 + GAP;
     std::string text;
     for (const auto& [name, value] : fields) {
-        text += Padded(name + ":", widest + 1 + GAP) + value + "\n";
+        const bool hasRoom = width == 0 || width < indent + NARROWEST; // too narrow for anything better
+        const std::string lines = hasRoom ? value : Broken(value, width - indent, indent);
+        text += Padded(name + ":", indent) + lines + "\n";
     }
     return text;
 }

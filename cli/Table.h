@@ -28,8 +28,9 @@ private:
     std::vector<std::vector<std::string>> m_Rows;
 };
 
-/// Names and values below each other, the values lined up.
-std::string Fields(const std::vector<std::pair<std::string, std::string>>& fields);
+/// Names and values below each other, the values lined up. A value that does not fit the width goes on below
+/// itself, broken at blanks; a width of 0 is no limit.
+std::string Fields(const std::vector<std::pair<std::string, std::string>>& fields, size_t width = 0);
 
 } // namespace orselcli
 

@@ -20,16 +20,16 @@ constexpr size_t LARGEST_FILE = 65536;
 
 /// Shows what is there and what would come, and asks unless that was answered on the command line.
 Outcome Agree(Context& context, const std::string& present, const std::string& coming) {
-    const Request& request = context.m_Request;
-    context.m_Console.Note(Tr("On the card now:") + "\n" + present + "\n" + Tr("To be written:") + "\n" +
-                           coming);
-    if (request.m_Yes) {
+    const std::string both =
+        Tr("On the card now:") + "\n" + present + "\n" + Tr("To be written:") + "\n" + coming;
+    if (context.m_Request.m_Yes) {
+        context.m_Console.Note(both);
         return {};
     }
     if (!context.m_Console.CanAsk()) {
         return Reason::NEEDS_YES;
     }
-    const bool agrees = context.m_Console.Ask(Tr("Write it to the card?"));
+    const bool agrees = context.m_Console.Ask(both + "\n" + Tr("Write it to the card?")); // also when quiet
     const Outcome interrupted = FailureOf(Reason::DECLINED);
     return agrees && interrupted.Why() != Reason::INTERRUPTED ? Outcome() : interrupted;
 }

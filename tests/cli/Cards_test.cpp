@@ -75,6 +75,10 @@ TEST_F(ADeckOfThree, GivesNoCardThatIsNotTheOne) {
     }
 }
 
+TEST_F(ADeckOfThree, IsNotWaitedForToBecomeUnambiguous) {
+    EXPECT_EQ(RunCli({"show", "0", "--wait", "86400"}).m_Code, 3);
+}
+
 TEST_F(ADeckOfThree, WantsToBeToldWhichCardIsMeant) {
     const CliResult result = RunCli({"show"});
     EXPECT_EQ(result.m_Code, 2);
@@ -168,6 +172,37 @@ TEST_F(ACardAlone, GivesItsNumberAndFilesToRawCommands) {
               json({{"command", "00A4000C023F00"}, {"data", ""}, {"status", "9000"}, {"words", "done"}}));
     EXPECT_EQ(RunCli({"apdu", "00A4"}).m_Code, 2);
     EXPECT_EQ(RunCli({"apdu", "00A400ZZ"}).m_Code, 2);
+    ExpectNoSession();
+}
+
+TEST_F(ACardAlone, IsShownWithAllThatItHolds) {
+    const std::string card = m_deck.add("acos-a03");
+    const size_t before = json::parse(Good({"show", "--json"}))["dataObjects"].size();
+    std::vector<std::string> labels;
+    for (size_t count : {40U, 70U}) { // more than are asked for at once, the second time
+        while (labels.size() < count) {
+            labels.push_back("record " + std::to_string(labels.size() + 100));
+            m_deck.addData(card, labels.back(), {1});
+        }
+        const auto objects =
+            json::parse(Good({"show", "--json"}))["dataObjects"].get<std::vector<std::string>>();
+        EXPECT_EQ(objects.size(), before + count);
+        const std::string text = Good({"show"});
+        for (const std::string& label : labels) {
+            EXPECT_THAT(text, HasSubstr(label));
+            EXPECT_THAT(objects, testing::Contains(label));
+        }
+    }
+    ExpectNoSession();
+}
+
+TEST_F(ACardAlone, WhoseObjectsNeverComeToAnEndIsShownWithoutThem) {
+    m_deck.add("acos-a03");
+    m_deck.planFaults({"C_FindObjects length=64"});
+    const CliResult result = RunCli({"show", "--json"});
+    EXPECT_EQ(result.m_Code, 1);
+    EXPECT_THAT(result.m_Error, HasSubstr("answer-beyond-reason"));
+    EXPECT_EQ(json::parse(result.m_Out)["dataObjects"], nullptr);
     ExpectNoSession();
 }
 

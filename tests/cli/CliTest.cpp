@@ -39,13 +39,19 @@ private:
 } // namespace
 
 CliResult RunCli(const std::vector<std::string>& arguments) {
-    const MemoryFile in;
     const MemoryFile out;
+    CliResult result = RunCliInto(out.Descriptor(), arguments);
+    result.m_Out = out.Content();
+    return result;
+}
+
+CliResult RunCliInto(int out, const std::vector<std::string>& arguments) {
+    const MemoryFile in;
     const MemoryFile error;
     orselcli::Interruption::Forget();
-    orselcli::Console console(in.Descriptor(), out.Descriptor(), error.Descriptor());
+    orselcli::Console console(in.Descriptor(), out, error.Descriptor());
     const int code = orselcli::RunProgram(arguments, console);
-    return {code, out.Content(), error.Content()};
+    return {code, "", error.Content()};
 }
 
 std::string CliTest::Good(const std::vector<std::string>& arguments) {

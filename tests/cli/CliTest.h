@@ -19,6 +19,8 @@ struct CliResult {
 
 /// Runs the command line in this process.
 CliResult RunCli(const std::vector<std::string>& arguments);
+/// The same with this descriptor for standard output; what was printed is not in the result then.
+CliResult RunCliInto(int out, const std::vector<std::string>& arguments);
 
 /// The command line over a deck of the test's own.
 class CliTest : public testing::Test {

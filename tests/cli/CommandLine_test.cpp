@@ -84,6 +84,11 @@ TEST(TheCommandLine, RefusesWhatMakesNoSense) {
     EXPECT_THAT(Complaint({"infobox", "read", "01", "--raw", "--hex"}), HasSubstr("--hex"));
     EXPECT_THAT(Complaint({"identity-link", "--out", "x"}), HasSubstr("--raw"));
     EXPECT_THAT(Complaint({"certificate", "signature", "--json", "--out", "x"}), HasSubstr("--json"));
+    EXPECT_THAT(Complaint({"certificate", "signature", "--json", "--der"}), HasSubstr("--der"));
+    EXPECT_THAT(Complaint({"certificate", "signature", "--json", "--text"}), HasSubstr("--text"));
+    EXPECT_THAT(Complaint({"infobox", "read", "01", "--json", "--raw"}), HasSubstr("--raw"));
+    EXPECT_THAT(Complaint({"infobox", "read", "01", "--json", "--hex"}), HasSubstr("--hex"));
+    EXPECT_THAT(Complaint({"identity-link", "--json", "--raw"}), HasSubstr("--raw"));
     EXPECT_THAT(Complaint({"apdu"}), HasSubstr("apdu [CARD]"));
     EXPECT_THAT(Complaint({"show", "@1", "--card", "@2"}), HasSubstr("@1"));
     EXPECT_THAT(Complaint({"list", "--wait", "soon"}), HasSubstr("--wait"));

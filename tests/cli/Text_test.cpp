@@ -12,6 +12,7 @@ using orselcli::Bytes;
 using orselcli::BytesOfHex;
 using orselcli::ColumnsOf;
 using orselcli::CutTo;
+using orselcli::Fields;
 using orselcli::Filled;
 using orselcli::Harmless;
 using orselcli::HexDump;
@@ -60,6 +61,18 @@ TEST(ATable, FitsItsWidth) {
         EXPECT_LE(ColumnsOf(line), 20U);
     }
     EXPECT_EQ(table.Lines(20)[1], "short  a text that \u2026");
+}
+
+TEST(AFieldThatIsTooWide, GoesOnBelowItself) {
+    const std::vector<std::pair<std::string, std::string>> fields = {{"Name", "Jörg"},
+                                                                     {"Keys", "one, two, three, four"}};
+    EXPECT_EQ(Fields(fields, 16), "Name:  Jörg\n"
+                                  "Keys:  one, two,\n"
+                                  "       three,\n"
+                                  "       four\n");
+    EXPECT_EQ(Fields(fields, 0), "Name:  Jörg\nKeys:  one, two, three, four\n");
+    EXPECT_EQ(Fields({{"Name", "unbreakable"}}, 12), "Name:  unbreakable\n");
+    EXPECT_EQ(Fields({{"Name", ""}}, 12), "Name:  \n");
 }
 
 TEST(Hexadecimal, TakesBlanksAndColonsBetweenDigits) {
