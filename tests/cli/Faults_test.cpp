@@ -21,6 +21,7 @@ protected:
         m_deck.planFaults({fault.line()});
         std::remove(PathOf("OUT").c_str());
         const CliResult result = Run();
+        EXPECT_TRUE(fault.isMetIn(m_deck.trace()));
         ExpectNoSession();
         ExpectNoRemains();
         EXPECT_THAT(result.m_Code, testing::AnyOf(0, 1, 3, 4));
