@@ -112,6 +112,9 @@ std::string FollowedPath(const std::string& path) {
 }
 
 Outcome WriteInPlace(const std::string& path, const Bytes& content) {
+    if (Interruption::HasCome()) {
+        return Failed(Reason::OUTPUT_FAILED, path);
+    }
     Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
     if (!file.IsOpen()) {
         return Failed(Reason::OUTPUT_UNWRITABLE, path);
@@ -148,9 +151,6 @@ Outcome ReadInput(const std::string& path, Bytes& content, size_t largest) {
 }
 
 Outcome WriteOutput(const std::string& path, const Bytes& content) {
-    if (Interruption::HasCome()) {
-        return Failed(Reason::OUTPUT_FAILED, path);
-    }
     const std::string target = FollowedPath(path);
     struct stat status = {};
     const bool isThere = stat(target.c_str(), &status) == 0;

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <filesystem>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -62,6 +63,16 @@ TEST_F(AFileOfTheCommandLine, IsLeftAsItWasWhenASignalCame) {
     EXPECT_FALSE(WriteOutput(path, m_content).IsDone());
     EXPECT_EQ(ContentOf(path), "old");
     EXPECT_THAT(Files(), testing::UnorderedElementsAreArray(before));
+}
+
+TEST_F(AFileOfTheCommandLine, ThatIsAPipeGetsNothingWhenASignalCame) {
+    ASSERT_EQ(mkfifo(PathOf("pipe").c_str(), 0600), 0);
+    const int reader = open(PathOf("pipe").c_str(), O_RDONLY | O_NONBLOCK);
+    Interruption::Note(SIGINT);
+    EXPECT_FALSE(WriteOutput(PathOf("pipe"), m_content).IsDone());
+    char byte = 0;
+    EXPECT_EQ(read(reader, &byte, 1), 0);
+    close(reader);
 }
 
 TEST_F(AFileOfTheCommandLine, IsReachedThroughALinkThatStaysOne) {

@@ -69,16 +69,23 @@ protected:
 
     /// Whatever was opened is closed: each session, and the library last.
     void ExpectAllClosed() {
-        const std::vector<orseltest::TraceRecord> trace = m_deck.trace();
+        m_Trace = m_deck.trace();
         std::map<std::string, int> calls;
-        for (const orseltest::TraceRecord& record : trace) {
+        for (const orseltest::TraceRecord& record : m_Trace) {
             ++calls[record.function];
         }
-        EXPECT_THAT(orseltest::sessionsNobodyClosed(trace), IsEmpty());
+        EXPECT_THAT(orseltest::sessionsNobodyClosed(m_Trace), IsEmpty());
         EXPECT_EQ(calls["C_OpenSession"], calls["C_CloseSession"]);
         EXPECT_EQ(calls["C_Initialize"], calls["C_Finalize"]);
-        EXPECT_EQ(trace.back().function, "C_Finalize");
+        EXPECT_EQ(m_Trace.back().function, "C_Finalize");
         ExpectNoRemains();
+    }
+    /// Behind the interruption the library only ends what it has begun; binding it comes first in any case.
+    void ExpectNothingBegun(size_t call) {
+        for (size_t next = call + 1; next < m_Trace.size(); ++next) {
+            EXPECT_THAT(m_Trace[next].function,
+                        testing::AnyOf("C_CloseSession", "C_Logout", "C_Finalize", "C_GetInfo"));
+        }
     }
     void ExpectNothingDone() {
         EXPECT_FALSE(IsChanged());
@@ -95,6 +102,7 @@ protected:
         const CliResult result = Run();
         ASSERT_EQ(Interruption::Signal(), signal) << "it did not come";
         ExpectAllClosed();
+        ExpectNothingBegun(call);
         if (result.m_Code == 0) {
             ExpectAllDone();
             EXPECT_EQ(result.m_Out, m_Good.m_Out);
@@ -132,6 +140,7 @@ protected:
     CliResult m_Good;
     std::string m_GoodFile;
     std::vector<std::string> m_Calls;
+    std::vector<orseltest::TraceRecord> m_Trace; ///< of the last run
 };
 
 } // namespace
