@@ -2,7 +2,7 @@
 #include "tests/cli/CommandCases.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iterator>
 
 using orseltest::CardOptions;
 
@@ -14,9 +14,7 @@ std::string TextOf(const orselsim::Bytes& bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-} // namespace
-
-const std::vector<CommandCase>& CommandCases() {
+const std::vector<CommandCase>& AllCases() {
     static const std::vector<CommandCase> cases = {
         {"List", "ecard-g3b", {"list"}, {}, true},
         {"Show", "ecard-g3b", {"show"}, {}, true},
@@ -54,6 +52,17 @@ const std::vector<CommandCase>& CommandCases() {
         {"Apdu", "acos-a04", {"apdu", "80F6000008", "00A4000C023F00"}},
         {"Doctor", "acos-a04", {"doctor"}, {}, true},
     };
+    return cases;
+}
+
+} // namespace
+
+std::vector<CommandCase> CommandCasesWithout(const std::vector<std::string>& names) {
+    std::vector<CommandCase> cases;
+    std::copy_if(AllCases().begin(), AllCases().end(), std::back_inserter(cases),
+                 [&names](const CommandCase& candidate) {
+                     return std::find(names.begin(), names.end(), candidate.m_Name) == names.end();
+                 });
     return cases;
 }
 

@@ -23,7 +23,8 @@ struct CommandCase {
 
 void PrintTo(const CommandCase& commandCase, std::ostream* out);
 
-const std::vector<CommandCase>& CommandCases();
+/// All but those with these names, which take the same road through the program as another one.
+std::vector<CommandCase> CommandCasesWithout(const std::vector<std::string>& names);
 /// For the name of a test.
 std::string NameOfCase(const testing::TestParamInfo<CommandCase>& command);
 
