@@ -152,12 +152,16 @@ std::string APerson::TextIn(const char* title, Point place) {
 }
 
 // The program stands still while it is photographed: the picture fades by the program's own clock, however
-// long a photograph takes.
+// long a photograph takes. Between two photographs it gets as far as to answer, else it might never come to
+// show the picture on a busy machine.
 bool APerson::Shows(const char* const* picture) {
     return desktop::waitFor([=] {
         m_program->kill(SIGSTOP);
         const auto places = desktop::Screen::capture().find(picture);
         m_program->kill(SIGCONT);
+        if (places.empty()) {
+            desktop::waitForAnswer(m_mainWindow);
+        }
         return !places.empty();
     });
 }
