@@ -95,18 +95,18 @@ MainFrame::~MainFrame() {
 }
 
 bool MainFrame::ProcessEvent(wxEvent& event) {
-    ++m_eventsInWork;
+    ++m_EventsInWork;
     const bool isProcessed = wxFrame::ProcessEvent(event);
-    --m_eventsInWork;
-    if (m_isToGo && m_eventsInWork == 0) {
+    --m_EventsInWork;
+    if (m_IsToGo && m_EventsInWork == 0) {
         wxFrame::Destroy();
     }
     return isProcessed;
 }
 
 bool MainFrame::Destroy() {
-    m_isToGo = true;
-    return m_eventsInWork > 0 || wxFrame::Destroy();
+    m_IsToGo = true;
+    return m_EventsInWork > 0 || wxFrame::Destroy();
 }
 
 static wxPanel* NewPanel(wxWindow* parent) {

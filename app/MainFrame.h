@@ -148,8 +148,8 @@ private:
     std::unique_ptr<RefreshCardThread> JoinedWorker();
     StatusLine TheStatusLine();
 
-    int m_eventsInWork = 0; ///< one inside the other
-    bool m_isToGo = false;
+    int m_EventsInWork = 0; ///< one inside the other
+    bool m_IsToGo = false;
 
     wxDECLARE_EVENT_TABLE();
 };

@@ -22,7 +22,7 @@ using Handler = void (MainFrame::*)(wxCommandEvent&);
 
 struct PopupCommand {
     int id;
-    Handler handler;
+    Handler m_Handler;
 };
 
 constexpr PopupCommand POPUP_COMMANDS[] = {
@@ -84,7 +84,7 @@ void MainFrame::evt_OnPopupClick(wxCommandEvent& event) {
     if (command == std::end(POPUP_COMMANDS))
         return;
     wxCommandEvent fresh;
-    (this->*command->handler)(fresh);
+    (this->*command->m_Handler)(fresh);
 }
 
 void MainFrame::evt_ListKeyDown(wxListEvent& event) {

@@ -49,11 +49,11 @@ auto Running(std::vector<std::string> line) {
 
 int main() {
     orseltest::SimDeck deck;
-    deck.addDemoCards();
-    deck.answerPins({"1234"});
+    deck.AddDemoCards();
+    deck.AnswerPins({"1234"});
     unsetenv("ORSELSIM_TRACE");
     setenv("LD_LIBRARY_PATH", SIMULATOR_DIRECTORY, 1);
-    const std::string file = deck.folder() + "/text";
+    const std::string file = deck.Folder() + "/text";
     std::ofstream(file) << "a text to be signed";
     const std::string ours = ORSELCARDS_CLI;
 

@@ -32,11 +32,11 @@ public:
     Deck() : m_folder(fs::temp_directory_path() / "orsel_refresh_bench") {
         fs::remove_all(m_folder);
         fs::create_directories(m_folder / "deck");
-        orselsim::createDeck((m_folder / "deck").string(), false);
+        orselsim::CreateDeck((m_folder / "deck").string(), false);
         for (int card = 0; card < Cards; ++card) {
             orselsim::CardWish wish;
-            wish.kind = "acos-a04";
-            orselsim::insertCard((m_folder / "deck").string(), wish);
+            wish.m_Kind = "acos-a04";
+            orselsim::InsertCard((m_folder / "deck").string(), wish);
         }
         std::ofstream(m_folder / "faults") << "C_OpenSession delay=" << CardMilliseconds << '\n';
         setenv("HOME", m_folder.c_str(), 1);

@@ -9,9 +9,9 @@ namespace Velmor {
 
 /// Of what belongs to one of the card's two keys.
 struct KeyLabels {
-    const char* privateKey;
-    const char* publicKey;
-    const char* certificate;
+    const char* m_PrivateKey;
+    const char* m_PublicKey;
+    const char* m_Certificate;
 };
 
 inline constexpr KeyLabels SIGNATURE_LABELS = {"SK.CH.SIG", "PK.CH.SIG", "C.CH.SIG"};

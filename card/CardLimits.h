@@ -30,17 +30,17 @@ struct AttributeBuffer {
     CK_ULONG length = 0;
 
     /// False for a length that no honest library reports.
-    bool fits() const { return length <= Capacity; }
+    bool Fits() const { return length <= Capacity; }
     // These need a length that fits.
     std::string text() const { return std::string(bytes, bytes + length); }
     std::vector<unsigned char> data() const { return {bytes, bytes + length}; }
     /// Whether the text up to its first zero byte has `wanted` in it.
-    bool contains(const std::string& wanted) const {
+    bool Contains(const std::string& wanted) const {
         return std::strstr(text().c_str(), wanted.c_str()) != nullptr;
     }
     /// Whether the buffer, whatever its length, begins with `wanted`. As with strncmp, a zero byte in both
     /// ends the comparison: what stands behind it does not count.
-    bool beginsWith(const std::string& wanted) const {
+    bool BeginsWith(const std::string& wanted) const {
         const size_t compared = std::min(wanted.size(), std::strlen(wanted.c_str()) + 1);
         return compared <= Capacity && std::memcmp(bytes, wanted.c_str(), compared) == 0;
     }

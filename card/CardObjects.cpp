@@ -36,9 +36,9 @@ bool SearchObjects(CK_SESSION_HANDLE session, CK_ATTRIBUTE* wanted, CK_ULONG wan
                    const SearchTexts& texts) {
     return Succeeded(CallP11(tkPKCS11::Proc_C_FindObjectsInit, session, wanted, wantedCount), texts.init) &&
            Succeeded(CallP11(tkPKCS11::Proc_C_FindObjects, session, handles, maxHandles, found),
-                     texts.objects) &&
-           Succeeded(CallP11(tkPKCS11::Proc_C_FindObjectsFinal, session), texts.finish) &&
-           Succeeded(CheckedLength(CKR_OK, *found, maxHandles), texts.tooMany);
+                     texts.m_Objects) &&
+           Succeeded(CallP11(tkPKCS11::Proc_C_FindObjectsFinal, session), texts.m_Finish) &&
+           Succeeded(CheckedLength(CKR_OK, *found, maxHandles), texts.m_TooMany);
 }
 
 CK_RV ReadAttributes(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object,

@@ -47,15 +47,15 @@ struct FoundObjects {
     const unsigned long* begin() const { return handles; }
     const unsigned long* end() const { return handles + count; }
     bool empty() const { return count == 0; }
-    unsigned long first() const { return handles[0]; }
+    unsigned long First() const { return handles[0]; }
 };
 
 /// What a search reports when one of its calls fails, each with the code. Null: that failure is silent.
 struct SearchTexts {
     const char* init;
-    const char* objects;
-    const char* finish;
-    const char* tooMany; ///< the library claims more handles than it was offered room for
+    const char* m_Objects;
+    const char* m_Finish;
+    const char* m_TooMany; ///< the library claims more handles than it was offered room for
 };
 
 /// The texts of the operations that search without tkPKCS11::FindObjects.

@@ -25,14 +25,14 @@ bool BeginsWith(const std::string& text, const std::string& prefix) {
 
 /// One rule of the classification by model and label. An empty label prefix takes any label.
 struct TokenRule {
-    const char* model;
+    const char* m_Model;
     const char* label;
-    SignKey encKeyType;
-    unsigned int encKeyBits;
-    SignKey sigKeyType;
-    unsigned int sigKeyBits;
+    SignKey m_EncKeyType;
+    unsigned int m_EncKeyBits;
+    SignKey m_SigKeyType;
+    unsigned int m_SigKeyBits;
     TokenType tokenType;
-    bool hasInfobox;
+    bool m_HasInfobox;
 };
 
 /// The first matching rule decides, so "3.4+" stands before "3.4".
@@ -51,14 +51,14 @@ constexpr TokenRule TOKEN_RULES[] = {
 
 void ClassifyToken(TokenInfoStruct2& info) {
     for (const TokenRule& rule : TOKEN_RULES) {
-        if (!BeginsWith(info.m_Model, rule.model) || !BeginsWith(info.m_Label, rule.label))
+        if (!BeginsWith(info.m_Model, rule.m_Model) || !BeginsWith(info.m_Label, rule.label))
             continue;
-        info.m_EncKeyType = rule.encKeyType;
-        info.m_EncKeyBits = rule.encKeyBits;
-        info.m_SigKeyType = rule.sigKeyType;
-        info.m_SigKeyBits = rule.sigKeyBits;
+        info.m_EncKeyType = rule.m_EncKeyType;
+        info.m_EncKeyBits = rule.m_EncKeyBits;
+        info.m_SigKeyType = rule.m_SigKeyType;
+        info.m_SigKeyBits = rule.m_SigKeyBits;
         info.m_TokenType = rule.tokenType;
-        info.m_HasInfobox = rule.hasInfobox;
+        info.m_HasInfobox = rule.m_HasInfobox;
         return;
     }
 }

@@ -25,7 +25,7 @@ void Store(void* address) {
 
 struct EntryPointRow {
     const char* name;
-    void (*store)(void* address);
+    void (*m_Store)(void* address);
 };
 
 /// In the order in which they are looked up.
@@ -176,7 +176,7 @@ bool tkPKCS11::LoadLibraryFile() {
 /// Stores every other entry point as the loader finds it, null included.
 void tkPKCS11::ResolveEntryPoints() {
     for (const EntryPointRow& row : ENTRY_POINTS) {
-        row.store(tk_dlsym(m_hLibrary, row.name));
+        row.m_Store(tk_dlsym(m_hLibrary, row.name));
     }
 }
 

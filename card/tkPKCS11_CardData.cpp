@@ -133,7 +133,7 @@ bool tkPKCS11::UpdateIdentityLinkInSession(const std::vector<unsigned char>& dat
     std::vector<unsigned char> buffer(UPDATE_CAPACITY, 0xFF);
     std::copy(data.begin(), data.end(), buffer.begin());
     CK_ATTRIBUTE attribute = {CKA_VALUE, buffer.data(), data.size()}; // the filling does not go to the card
-    rv = WriteAttributes(m_hSession, found.first(), &attribute, 1);
+    rv = WriteAttributes(m_hSession, found.First(), &attribute, 1);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_SetAttributeValue", rv);
         error = "Fehler beim modifizieren des Kartenobjektes. (C_SetAttributeValue)";

@@ -39,9 +39,9 @@ CK_RV ReadLabelValueAndId(CK_SESSION_HANDLE session, unsigned long handle, Certi
 }
 
 enum class Walk {
-    Ended,
-    Stopped, ///< by the visitor
-    TooLong, ///< a value that fits in no buffer ends it
+    ENDED,
+    STOPPED,  ///< by the visitor
+    TOO_LONG, ///< a value that fits in no buffer ends it
 };
 
 /// Shows each certificate that can be read to a visitor, which returns true to stop. A failed read is
@@ -51,16 +51,16 @@ Walk WalkCertificates(CK_SESSION_HANDLE session, const FoundObjects& found, Read
     for (const unsigned long handle : found) {
         CertificateObject object;
         const CK_RV rv = read(session, handle, object);
-        if (!object.value.fits()) {
-            return Walk::TooLong;
+        if (!object.value.Fits()) {
+            return Walk::TOO_LONG;
         }
         if (rv != CKR_OK) {
             LogError("PKCS11 Proc_C_GetAttributeValue", rv);
         } else if (visit(object)) {
-            return Walk::Stopped;
+            return Walk::STOPPED;
         }
     }
-    return Walk::Ended;
+    return Walk::ENDED;
 }
 
 } // namespace
@@ -68,7 +68,7 @@ Walk WalkCertificates(CK_SESSION_HANDLE session, const FoundObjects& found, Read
 bool tkPKCS11::LoadSigningCertificate(bool sigCert) {
     if (!RequireSession())
         return false;
-    const std::string wantedLabel = LabelsOf(sigCert).certificate;
+    const std::string wantedLabel = LabelsOf(sigCert).m_Certificate;
     ObjectTemplate wanted(CKO_CERTIFICATE, CKA_LABEL, wantedLabel);
     FoundObjects found;
     if (!Search(wanted, found)) {
@@ -81,7 +81,7 @@ bool tkPKCS11::LoadSigningCertificate(bool sigCert) {
         if (ReadLabelAndValue(m_hSession, handle, object) != CKR_OK)
             continue;
         LogMessage("Label:", object.label.text());
-        if (!object.label.contains(wantedLabel))
+        if (!object.label.Contains(wantedLabel))
             continue;
         LogMessage("PKCS11 Key Found");
         m_SigningCert = object.value.data();
@@ -112,11 +112,11 @@ unsigned long tkPKCS11::getSigningCertificateHandle(bool sigCert) {
     FoundObjects found;
     if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects ERROR"))
         return 0;
-    const std::string wantedLabel = LabelsOf(sigCert).certificate;
+    const std::string wantedLabel = LabelsOf(sigCert).m_Certificate;
     for (const unsigned long handle : found) {
         ObjectText label;
         if (ReadAttributes(m_hSession, handle, {Wanted(CKA_LABEL, label)}) == CKR_OK &&
-            label.contains(wantedLabel))
+            label.Contains(wantedLabel))
             return handle;
     }
     return 0;
@@ -186,9 +186,9 @@ bool tkPKCS11::loadAllCertsInSession() {
             static_cast<void>(certificate.release());
             return false;
         });
-    if (walk == Walk::TooLong)
+    if (walk == Walk::TOO_LONG)
         LogError("buffer to short", CKR_OK);
-    return walk != Walk::TooLong;
+    return walk != Walk::TOO_LONG;
 }
 
 bool tkPKCS11::findCertAndKey(const std::wstring& thumbprint, slCertificate& cert, std::string& label) {
@@ -208,9 +208,9 @@ bool tkPKCS11::findCertAndKey(const std::wstring& thumbprint, slCertificate& cer
             id = object.id.text();
             return true;
         });
-    if (walk == Walk::TooLong)
+    if (walk == Walk::TOO_LONG)
         LogError("buffer to short"); // without the code that the other walk reports
-    return walk == Walk::Stopped && findPrivateKeyFromID(id, label);
+    return walk == Walk::STOPPED && findPrivateKeyFromID(id, label);
 }
 
 void tkPKCS11::ClearCertVector() {

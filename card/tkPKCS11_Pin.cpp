@@ -23,13 +23,13 @@ constexpr CK_ATTRIBUTE_TYPE CK_ATTR_FORCE_SOFTWARE_PIN = CKA_VENDOR_DEFINED + 2;
 struct ProtectedObject {
     const char* label;
     CK_OBJECT_CLASS objectClass;
-    const char* pinStatus; ///< name of the card property
+    const char* m_PinStatus; ///< name of the card property
 };
 
 /// By ApplType.
 constexpr ProtectedObject PROTECTED_OBJECTS[] = {
-    {SIGNATURE_LABELS.privateKey, CKO_PRIVATE_KEY, "SicSig/PIN-Status"},
-    {ENCRYPTION_LABELS.privateKey, CKO_PRIVATE_KEY, "GewSig/PIN-Status"},
+    {SIGNATURE_LABELS.m_PrivateKey, CKO_PRIVATE_KEY, "SicSig/PIN-Status"},
+    {ENCRYPTION_LABELS.m_PrivateKey, CKO_PRIVATE_KEY, "GewSig/PIN-Status"},
     {IDENTITY_LINK_LABEL, CKO_DATA, "GewSig/PIN-Status"},
 };
 
@@ -157,7 +157,7 @@ int tkPKCS11::GetPINStatus(ApplType appl, PINState& state, int& tries) {
 
     unsigned char status[5] = {};
     unsigned long length = sizeof(status);
-    const CK_RV rv = CallP11(Proc_C_CardAttribute, m_hSession, object->pinStatus, status, &length);
+    const CK_RV rv = CallP11(Proc_C_CardAttribute, m_hSession, object->m_PinStatus, status, &length);
     // The first byte counts whatever the call returned, so a failed one reads as a blocked PIN.
     if (status[0] != 0xFF) {
         state = status[0] == 0 ? PIN_STATE_BLOCKED : PIN_STATE_OK;

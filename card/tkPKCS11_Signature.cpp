@@ -38,22 +38,22 @@ constexpr MechanismRule MECHANISM_RULES[] = {
 
 /// What the signing form with a hash hands to the card: the data itself, or a hash with or without its
 /// DigestInfo.
-enum class SignInput { Data, HashWithDigestInfo, Hash };
+enum class SignInput { DATA, HASH_WITH_DIGEST_INFO, Hash };
 
 struct SignPlan {
     CK_MECHANISM_TYPE mechanism;
-    SignInput input;
+    SignInput m_Input;
 };
 
 SignPlan PlanOf(SignKey key, HashAlgorithm hash, bool sigKey) {
     if (key == KEY_ECC)
-        return hash == HASH_SHA1 ? SignPlan{CKM_ECDSA_SHA1, SignInput::Data}
+        return hash == HASH_SHA1 ? SignPlan{CKM_ECDSA_SHA1, SignInput::DATA}
                                  : SignPlan{CKM_ECDSA, SignInput::Hash};
     if (hash == HASH_SHA1)
-        return {CKM_SHA1_RSA_PKCS, SignInput::Data};
+        return {CKM_SHA1_RSA_PKCS, SignInput::DATA};
     if (hash == HASH_RIPEMD160 && sigKey)
-        return {CKM_RIPEMD160_RSA_PKCS, SignInput::Data};
-    return {CKM_RSA_PKCS, SignInput::HashWithDigestInfo};
+        return {CKM_RIPEMD160_RSA_PKCS, SignInput::DATA};
+    return {CKM_RSA_PKCS, SignInput::HASH_WITH_DIGEST_INFO};
 }
 
 /// The tests that both buffer forms of signString begin with, in their order.
@@ -95,7 +95,7 @@ bool FindKeyByLabel(CK_SESSION_HANDLE session, const FoundObjects& found, const 
         CK_KEY_TYPE keyType = 0;
         const CK_RV rv = ReadAttributes(session, handle,
                                         {Wanted(CKA_LABEL, keyLabel), WantedNumber(CKA_KEY_TYPE, keyType)});
-        if (rv == CKR_OK && keyLabel.beginsWith(label)) {
+        if (rv == CKR_OK && keyLabel.BeginsWith(label)) {
             key = {handle, keyType};
             return true;
         }
@@ -186,7 +186,7 @@ bool ChooseMechanism(unsigned long keyType, HashAlgorithm hash, CK_MECHANISM& me
 
 /// The walk of the signString family, which tells of what it finds.
 bool FindKeyAloud(CK_SESSION_HANDLE session, const FoundObjects& found, bool sigKey, PrivateKey& key) {
-    const bool isFound = FindKeyByLabel(session, found, LabelsOf(sigKey).privateKey, key, false);
+    const bool isFound = FindKeyByLabel(session, found, LabelsOf(sigKey).m_PrivateKey, key, false);
     if (isFound)
         LogMessage("PKCS11 Key Found");
     else
@@ -252,14 +252,14 @@ bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char*
     }
     const SignPlan plan = PlanOf(key, hash, sigKey);
     SignBuffer buffer;
-    if (plan.input == SignInput::Data) {
+    if (plan.m_Input == SignInput::DATA) {
         if (!Fill(buffer, in, inLen)) {
             LogError("Data size too long: " + std::to_string(inLen) + " bytes");
             return false;
         }
     } else {
         std::vector<unsigned char> digest;
-        if (!hashString(in, inLen, digest, hash, plan.input == SignInput::HashWithDigestInfo)) {
+        if (!hashString(in, inLen, digest, hash, plan.m_Input == SignInput::HASH_WITH_DIGEST_INFO)) {
             LogError("PKCS11 ERROR hashing data");
             return false;
         }
@@ -314,7 +314,7 @@ bool tkPKCS11::Verify(const std::string& label, const std::vector<unsigned char>
     if (found.empty())
         return false;
     CK_KEY_TYPE keyType = 0;
-    CK_RV rv = ReadAttributes(m_hSession, found.first(), {WantedNumber(CKA_KEY_TYPE, keyType)});
+    CK_RV rv = ReadAttributes(m_hSession, found.First(), {WantedNumber(CKA_KEY_TYPE, keyType)});
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_GetAttributeValue", rv);
         return false;
@@ -322,7 +322,7 @@ bool tkPKCS11::Verify(const std::string& label, const std::vector<unsigned char>
     CK_MECHANISM mechanism = {};
     if (!ChooseMechanism(keyType, hash, mechanism))
         return false;
-    rv = CallP11(Proc_C_VerifyInit, m_hSession, &mechanism, found.first());
+    rv = CallP11(Proc_C_VerifyInit, m_hSession, &mechanism, found.First());
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_VerifyInit", rv);
         return false;
@@ -369,7 +369,7 @@ bool tkPKCS11::findPrivateKeyFromID(const std::string& id, std::string& label) {
     if (found.count != 1)
         return false;
     ObjectText keyLabel;
-    const CK_RV rv = ReadAttributes(m_hSession, found.first(), {Wanted(CKA_LABEL, keyLabel)});
+    const CK_RV rv = ReadAttributes(m_hSession, found.First(), {Wanted(CKA_LABEL, keyLabel)});
     if (rv != CKR_OK)
         LogError("PKCS11 Proc_C_GetAttributeValue", rv);
     else
@@ -387,7 +387,7 @@ bool tkPKCS11::GetSignKeyType(SignKey& key, bool sigKey) {
     if (!FindPrivateKeysDirectly(m_hSession, found))
         return false;
     PrivateKey privateKey;
-    if (!FindKeyByLabel(m_hSession, found, LabelsOf(sigKey).privateKey, privateKey, false))
+    if (!FindKeyByLabel(m_hSession, found, LabelsOf(sigKey).m_PrivateKey, privateKey, false))
         return true; // no such key is no failure
     LogMessage("PKCS11 Key Found");
     return KindOf(privateKey.keyType, key);

@@ -15,9 +15,9 @@ constexpr size_t SHORTEST_COMMAND = 4;
 constexpr size_t STATUS_SIZE = 2;
 
 struct StatusRow {
-    unsigned mask;
-    unsigned value;
-    const char* words;
+    unsigned m_Mask;
+    unsigned m_Value;
+    const char* m_Words;
 };
 
 /// Status words of ISO 7816-4, the narrow ones first.
@@ -52,8 +52,8 @@ constexpr StatusRow STATUSES[] = {
 
 std::string StatusInWords(unsigned status) {
     for (const StatusRow& row : STATUSES) {
-        if ((status & row.mask) == row.value) {
-            return Tr(row.words);
+        if ((status & row.m_Mask) == row.m_Value) {
+            return Tr(row.m_Words);
         }
     }
     return "";

@@ -12,9 +12,9 @@ using Velmor::tkPKCS11;
 namespace {
 
 struct Seen {
-    CK_RV code = CKR_OK;
-    const char* function = "";
-    bool beyondReason = false;
+    CK_RV m_Code = CKR_OK;
+    const char* m_Function = "";
+    bool m_BeyondReason = false;
 };
 
 Seen g_Seen;
@@ -24,9 +24,9 @@ constexpr CK_ULONG MAX_PLAUSIBLE_SLOTS = 0x10000;
 
 /// The lengths that a call may report, as they were offered before it.
 struct Room {
-    CK_ULONG* reported = nullptr;
-    CK_ULONG offered = 0;
-    bool IsOverrun() const { return reported != nullptr && *reported > offered; }
+    CK_ULONG* m_Reported = nullptr;
+    CK_ULONG m_Offered = 0;
+    bool IsOverrun() const { return m_Reported != nullptr && *m_Reported > m_Offered; }
 };
 
 template <typename... Arguments>
@@ -84,28 +84,28 @@ struct Stand;
 
 template <typename... Parameters, CK_RV (**EntryPoint)(Parameters...), bool Ends>
 struct Stand<EntryPoint, Ends> {
-    static inline CK_RV (*Original)(Parameters...) = nullptr;
-    static inline const char* Name = "";
+    static inline CK_RV (*g_Original)(Parameters...) = nullptr;
+    static inline const char* g_Name = "";
 
     static CK_RV Call(Parameters... arguments) {
         if (!Ends && Interruption::HasCome()) {
-            g_Seen = {CKR_FUNCTION_CANCELED, Name, false};
+            g_Seen = {CKR_FUNCTION_CANCELED, g_Name, false};
             return CKR_FUNCTION_CANCELED;
         }
         const Room room = RoomOf(arguments...);
         const TemplateRoom attributes(arguments...);
-        const CK_RV code = Original(arguments...);
+        const CK_RV code = g_Original(arguments...);
         const bool beyondReason = code == CKR_OK && (room.IsOverrun() || attributes.IsOverrun());
         if ((code != CKR_OK || beyondReason) && !Ends) {
-            g_Seen = {code, Name, beyondReason};
+            g_Seen = {code, g_Name, beyondReason};
         }
         return code;
     }
 
     static void Take(const char* name) {
-        Name = name;
+        g_Name = name;
         if (*EntryPoint != nullptr && *EntryPoint != Call) {
-            Original = *EntryPoint;
+            g_Original = *EntryPoint;
             *EntryPoint = Call;
         }
     }
@@ -139,19 +139,19 @@ void CallWitness::Forget() {
 }
 
 bool CallWitness::HasSeenFailure() {
-    return g_Seen.code != CKR_OK || g_Seen.beyondReason;
+    return g_Seen.m_Code != CKR_OK || g_Seen.m_BeyondReason;
 }
 
 CK_RV CallWitness::LastCode() {
-    return g_Seen.code;
+    return g_Seen.m_Code;
 }
 
 std::string CallWitness::LastFunction() {
-    return g_Seen.function;
+    return g_Seen.m_Function;
 }
 
 bool CallWitness::WasBeyondReason() {
-    return g_Seen.beyondReason;
+    return g_Seen.m_BeyondReason;
 }
 
 } // namespace orselcli

@@ -16,13 +16,13 @@ namespace {
 
 /// One command: how it is written, and what its words are.
 struct CommandRow {
-    const char* name;
-    const char* synopsis;
-    const char* description;
-    std::vector<std::string> keywords; ///< what may stand first behind the card
-    bool keywordNeeded;
-    size_t least; ///< words behind the card, the keyword included, once there are any
-    size_t most;
+    const char* m_Name;
+    const char* m_Synopsis;
+    const char* m_Description;
+    std::vector<std::string> m_Keywords; ///< what may stand first behind the card
+    bool m_KeywordNeeded;
+    size_t m_Least; ///< words behind the card, the keyword included, once there are any
+    size_t m_Most;
 };
 
 constexpr size_t ANY_NUMBER = 1000000;
@@ -107,7 +107,7 @@ const std::vector<CommandRow>& Rows() {
 
 const CommandRow& RowOf(const std::string& name) {
     return *std::find_if(Rows().begin(), Rows().end(),
-                         [&name](const CommandRow& row) { return name == row.name; });
+                         [&name](const CommandRow& row) { return name == row.m_Name; });
 }
 
 constexpr const char* HASH_NAMES[] = {"sha1", "ripemd160", "sha256", "sha384", "sha512", "raw"};
@@ -122,11 +122,11 @@ public:
     }
     std::string make_usage(const CLI::App* app, std::string /*name*/) const override {
         const std::string form =
-            app->get_parent() == nullptr ? Tr("COMMAND") : RowOf(app->get_name()).synopsis;
+            app->get_parent() == nullptr ? Tr("COMMAND") : RowOf(app->get_name()).m_Synopsis;
         return Tr("Usage:") + " orselcards-cli " + form + " [" + Tr("OPTIONS") + "]\n";
     }
     std::string make_positionals(const CLI::App* app) const override {
-        const std::string form = app->get_parent() == nullptr ? "" : RowOf(app->get_name()).synopsis;
+        const std::string form = app->get_parent() == nullptr ? "" : RowOf(app->get_name()).m_Synopsis;
         if (form.find("[CARD]") == std::string::npos) {
             return "";
         }
@@ -188,7 +188,7 @@ void AddCommonOptions(CLI::App& app, Request& request) {
 }
 
 bool IsKeyword(const CommandRow& row, const std::string& word) {
-    return std::find(row.keywords.begin(), row.keywords.end(), word) != row.keywords.end();
+    return std::find(row.m_Keywords.begin(), row.m_Keywords.end(), word) != row.m_Keywords.end();
 }
 
 std::string InWords(const std::vector<std::string>& words) {
@@ -211,12 +211,12 @@ bool NamesCard(const std::string& word) {
 }
 
 bool TakesCard(const CommandRow& row) {
-    return std::string(row.synopsis).find("CARD") != std::string::npos;
+    return std::string(row.m_Synopsis).find("CARD") != std::string::npos;
 }
 
 /// Splits the card off the front of the words.
 Outcome Interpret(const CommandRow& row, std::vector<std::string> words, Request& request) {
-    const bool isApdu = std::string(row.name) == "apdu";
+    const bool isApdu = std::string(row.m_Name) == "apdu";
     const bool beginsWithCard =
         !words.empty() && !IsKeyword(row, words[0]) && (!isApdu || (words.size() > 1 && NamesCard(words[0])));
     if (!TakesCard(row) && !request.m_Card.empty()) {
@@ -229,15 +229,15 @@ Outcome Interpret(const CommandRow& row, std::vector<std::string> words, Request
         request.m_Card = words[0];
         words.erase(words.begin());
     }
-    if (!words.empty() && !row.keywords.empty() && !IsKeyword(row, words[0])) {
+    if (!words.empty() && !row.m_Keywords.empty() && !IsKeyword(row, words[0])) {
         return Senseless(Filled(Tr("\"{}\" stands where one of these is expected: {}."),
-                                {words[0], InWords(row.keywords)}));
+                                {words[0], InWords(row.m_Keywords)}));
     }
-    if (words.empty() ? row.keywordNeeded || isApdu : words.size() < row.least) {
-        return Senseless(Filled(Tr("Something is missing. Write: {}"), {row.synopsis}));
+    if (words.empty() ? row.m_KeywordNeeded || isApdu : words.size() < row.m_Least) {
+        return Senseless(Filled(Tr("Something is missing. Write: {}"), {row.m_Synopsis}));
     }
-    if (words.size() > row.most) {
-        return Senseless(Filled(Tr("Unexpected word \"{}\"."), {words[row.most]}));
+    if (words.size() > row.m_Most) {
+        return Senseless(Filled(Tr("Unexpected word \"{}\"."), {words[row.m_Most]}));
     }
     request.m_Words = std::move(words);
     return {};
@@ -306,7 +306,7 @@ Outcome InOwnWords(const CLI::ParseError& error) {
 std::vector<std::string> CommandLine::Commands() {
     std::vector<std::string> names;
     std::transform(Rows().begin(), Rows().end(), std::back_inserter(names),
-                   [](const CommandRow& row) { return row.name; });
+                   [](const CommandRow& row) { return row.m_Name; });
     return names;
 }
 
@@ -322,11 +322,11 @@ Outcome CommandLine::Parse(const std::vector<std::string>& arguments) {
     AddCommonOptions(app, m_Request);
     std::vector<std::string> words;
     for (const CommandRow& row : Rows()) {
-        CLI::App* command = app.add_subcommand(row.name, Tr(row.description));
+        CLI::App* command = app.add_subcommand(row.m_Name, Tr(row.m_Description));
         command->group(Tr("Commands"));
         command->set_help_flag("-h,--help", Tr("Print this help."));
         command->add_option("words", words)->group("");
-        AddOptionsOf(*command, row.name, m_Request);
+        AddOptionsOf(*command, row.m_Name, m_Request);
     }
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));

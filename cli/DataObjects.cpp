@@ -58,7 +58,7 @@ Outcome ReadData(Cards& cards, const DataObject& object, Bytes& content) {
     CK_ATTRIBUTE asked = {CKA_VALUE, value.bytes, sizeof(value.bytes)};
     const CK_RV code = CallP11(Cards::Proc_C_GetAttributeValue, cards.m_hSession, object.m_Handle, &asked, 1);
     value.length = asked.ulValueLen;
-    if (code != CKR_OK || !value.fits()) {
+    if (code != CKR_OK || !value.Fits()) {
         return FailureOfPin(cards, Velmor::ApplEncryption);
     }
     content.assign(value.bytes, value.bytes + value.length);

@@ -14,8 +14,8 @@ namespace orselcli {
 namespace {
 
 struct HashRow {
-    const char* name;
-    Velmor::HashAlgorithm hash;
+    const char* m_Name;
+    Velmor::HashAlgorithm m_Hash;
 };
 
 constexpr HashRow HASHES[] = {
@@ -55,14 +55,14 @@ std::string PublicKeyLabel(bool isSignature) {
 
 Velmor::HashAlgorithm HashOf(const std::string& word) {
     const auto* row = std::find_if(std::begin(HASHES), std::end(HASHES),
-                                   [&word](const HashRow& candidate) { return word == candidate.name; });
-    return row != std::end(HASHES) ? row->hash : Velmor::HASH_RAW;
+                                   [&word](const HashRow& candidate) { return word == candidate.m_Name; });
+    return row != std::end(HASHES) ? row->m_Hash : Velmor::HASH_RAW;
 }
 
 std::string NameOf(Velmor::HashAlgorithm hash) {
     const auto* row = std::find_if(std::begin(HASHES), std::end(HASHES),
-                                   [hash](const HashRow& candidate) { return hash == candidate.hash; });
-    return row != std::end(HASHES) ? row->name : "";
+                                   [hash](const HashRow& candidate) { return hash == candidate.m_Hash; });
+    return row != std::end(HASHES) ? row->m_Name : "";
 }
 
 std::string HexOf(const Bytes& bytes) {

@@ -13,8 +13,8 @@ namespace orselcli {
 namespace {
 
 struct CommandEntry {
-    const char* name;
-    Outcome (*run)(Context&);
+    const char* m_Name;
+    Outcome (*m_Run)(Context&);
 };
 
 constexpr CommandEntry COMMANDS[] = {
@@ -42,9 +42,9 @@ Outcome Work(const Request& request, Console& console) {
     }
     const auto* entry =
         std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
-                     [&request](const CommandEntry& row) { return request.m_Command == row.name; });
+                     [&request](const CommandEntry& row) { return request.m_Command == row.m_Name; });
     Context context{request, console, *cards};
-    outcome = entry->run(context);
+    outcome = entry->m_Run(context);
     const bool isUseless = !outcome.IsDone() || !context.m_HasActed;
     return Interruption::HasCome() && isUseless ? FailureOf() : outcome;
 }

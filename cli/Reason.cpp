@@ -212,8 +212,8 @@ const ReasonWords REASONS[] = {
 };
 
 struct CodeRow {
-    CK_RV code;
-    Reason reason;
+    CK_RV m_Code;
+    Reason m_Reason;
 };
 
 constexpr CodeRow CODES[] = {
@@ -287,26 +287,26 @@ const std::vector<ReasonWords>& Reasons() {
 
 const ReasonWords& WordsOf(Reason reason) {
     return *std::find_if(std::begin(REASONS), std::end(REASONS) - 1,
-                         [reason](const ReasonWords& row) { return row.reason == reason; });
+                         [reason](const ReasonWords& row) { return row.m_Reason == reason; });
 }
 
 Reason ReasonOf(CK_RV code) {
     const auto row = std::find_if(std::begin(CODES), std::end(CODES),
-                                  [code](const CodeRow& candidate) { return candidate.code == code; });
-    return row != std::end(CODES) ? row->reason : Reason::UNKNOWN_CODE;
+                                  [code](const CodeRow& candidate) { return candidate.m_Code == code; });
+    return row != std::end(CODES) ? row->m_Reason : Reason::UNKNOWN_CODE;
 }
 
 int Outcome::ExitCode() const {
-    return WordsOf(m_Reason).exitCode + m_Signal;
+    return WordsOf(m_Reason).m_ExitCode + m_Signal;
 }
 
 std::string Outcome::Text() const {
     const std::string detail = m_Reason == Reason::WRONG_PIN ? TriesInWords(m_TriesLeft) : m_Detail;
-    return Filled(Tr(WordsOf(m_Reason).text), {detail});
+    return Filled(Tr(WordsOf(m_Reason).m_Text), {detail});
 }
 
 std::string Outcome::Next() const {
-    const char* next = WordsOf(m_Reason).next;
+    const char* next = WordsOf(m_Reason).m_Next;
     return *next != '\0' ? Tr(next) : ""; // an empty text has the catalogue's head for a translation
 }
 

@@ -113,11 +113,11 @@ enum class Reason {
 
 /// The words of one reason, untranslated. "{}" in a text stands for the outcome's detail.
 struct ReasonWords {
-    Reason reason;
-    const char* id; ///< stable name in JSON
-    int exitCode;
-    const char* text;
-    const char* next; ///< what to do about it
+    Reason m_Reason;
+    const char* m_Id; ///< stable name in JSON
+    int m_ExitCode;
+    const char* m_Text;
+    const char* m_Next; ///< what to do about it
 };
 
 const std::vector<ReasonWords>& Reasons();
@@ -134,7 +134,7 @@ public:
 
     bool IsDone() const { return m_Reason == Reason::DONE; }
     Reason Why() const { return m_Reason; }
-    const char* Id() const { return WordsOf(m_Reason).id; }
+    const char* Id() const { return WordsOf(m_Reason).m_Id; }
     int ExitCode() const;
     /// One line in the language of the process, in UTF-8.
     std::string Text() const;

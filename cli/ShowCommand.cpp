@@ -142,7 +142,7 @@ Outcome CardReport::LabelsOf(CK_OBJECT_CLASS objectClass, std::vector<std::strin
         const CK_RV code =
             Velmor::CallP11(Cards::Proc_C_GetAttributeValue, m_Cards.m_hSession, handle, &asked, 1);
         label.length = asked.ulValueLen;
-        if (code != CKR_OK || !label.fits()) {
+        if (code != CKR_OK || !label.Fits()) {
             return FailureOf();
         }
         labels.push_back(label.text());

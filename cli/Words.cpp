@@ -40,8 +40,8 @@ char32_t NextCharacter(const std::string& text, size_t& position) {
         }
         character = (character << 6) | (byte & 0x3F);
     }
-    constexpr char32_t smallest[] = {0, 0x80, 0x800, 0x10000};
-    if (character < smallest[following] || character > 0x10FFFF ||
+    constexpr char32_t SMALLEST[] = {0, 0x80, 0x800, 0x10000};
+    if (character < SMALLEST[following] || character > 0x10FFFF ||
         (character >= 0xD800 && character < 0xE000)) {
         return NO_CHARACTER;
     }

@@ -102,6 +102,6 @@ bool InfoboxBereich::FindDataObject(const std::string& label, bool readWrite, CK
     Velmor::FoundObjects found;
     if (!m_pP11->OpenSession(m_nSlot, readWrite) || !m_pP11->Search(wanted, found))
         return false;
-    object = found.first();
+    object = found.First();
     return !found.empty();
 }

@@ -27,24 +27,24 @@ PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wx
 }
 
 bool PleaseWait::Show(bool show) {
-    m_wanted = show;
-    m_place = GetPosition();
-    m_corrections = MOST_CORRECTIONS;
+    m_Wanted = show;
+    m_Place = GetPosition();
+    m_Corrections = MOST_CORRECTIONS;
     return wxDialog::Show(show);
 }
 
 void PleaseWait::evt_Show(wxShowEvent& event) {
-    if (event.IsShown() && !m_wanted)
+    if (event.IsShown() && !m_Wanted)
         wxDialog::Show(false);
     event.Skip();
 }
 
 void PleaseWait::evt_Placed(wxEvent& event) {
     event.Skip();
-    if (!IsShown() || m_corrections == 0 || GetRect() == wxRect(m_place, DIALOG_SIZE))
+    if (!IsShown() || m_Corrections == 0 || GetRect() == wxRect(m_Place, DIALOG_SIZE))
         return;
-    --m_corrections;
-    SetSize(wxRect(m_place, DIALOG_SIZE));
+    --m_Corrections;
+    SetSize(wxRect(m_Place, DIALOG_SIZE));
 }
 
 void PleaseWait::set_properties() {

@@ -24,9 +24,9 @@ private:
     void evt_Show(wxShowEvent& event);
     void evt_Placed(wxEvent& event);
 
-    bool m_wanted = false;
-    wxPoint m_place;       ///< where it stood when it was last shown or hidden
-    int m_corrections = 0; ///< left for this showing
+    bool m_Wanted = false;
+    wxPoint m_Place;       ///< where it stood when it was last shown or hidden
+    int m_Corrections = 0; ///< left for this showing
 
 protected:
     wxPanel* panel_left;

@@ -62,7 +62,7 @@ void TestDialog::FillHashList(int keyBits) {
 bool TestDialog::GetHashAlgorithm(Velmor::HashAlgorithm& out) {
     struct NamedHash {
         const char* name;
-        Velmor::HashAlgorithm algorithm;
+        Velmor::HashAlgorithm m_Algorithm;
     };
     static constexpr NamedHash HASHES[] = {
         {"SHA-1", Velmor::HASH_SHA1},
@@ -77,7 +77,7 @@ bool TestDialog::GetHashAlgorithm(Velmor::HashAlgorithm& out) {
     }
     for (const NamedHash& hash : HASHES) {
         if (name == hash.name) {
-            out = hash.algorithm;
+            out = hash.m_Algorithm;
             return true;
         }
     }
@@ -112,7 +112,7 @@ void TestDialog::evt_sign(wxCommandEvent& /*event*/) {
     text_signature->SetValue(wxEmptyString);
     if (m_pP11 == nullptr || !HasKey(m_ApplType))
         return;
-    const char* const key = Velmor::LabelsOf(m_ApplType == ApplSignature).privateKey;
+    const char* const key = Velmor::LabelsOf(m_ApplType == ApplSignature).m_PrivateKey;
     std::vector<unsigned char> hash;
     if (!HashDocument(hash))
         return;
@@ -134,7 +134,7 @@ void TestDialog::evt_verify(wxCommandEvent& /*event*/) {
     SetStatus(wxEmptyString, true);
     if (!HasKey(m_ApplType))
         return;
-    const char* const key = Velmor::LabelsOf(m_ApplType == ApplSignature).publicKey;
+    const char* const key = Velmor::LabelsOf(m_ApplType == ApplSignature).m_PublicKey;
     std::vector<unsigned char> hash;
     if (!HashDocument(hash))
         return;

@@ -152,8 +152,8 @@ std::vector<CertificateName> NamesOf(const GENERAL_NAMES* names) {
 
 std::string DirectoryNameOf(const X509_NAME* name) {
     const BioHandle stream(BIO_new(BIO_s_mem()));
-    constexpr unsigned long readable = XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
-    if (name == nullptr || !stream || X509_NAME_print_ex(stream.get(), name, 0, readable) < 0) {
+    constexpr unsigned long READABLE = XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
+    if (name == nullptr || !stream || X509_NAME_print_ex(stream.get(), name, 0, READABLE) < 0) {
         return {};
     }
     char* text = nullptr;

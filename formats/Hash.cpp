@@ -11,7 +11,7 @@ namespace Velmor {
 
 namespace {
 
-constexpr std::size_t FileBlockSize = 5012;
+constexpr std::size_t FILE_BLOCK_SIZE = 5012;
 
 struct Digest {
     HashAlgorithm m_Algorithm;
@@ -29,7 +29,7 @@ const EVP_MD* GetRipemd160() {
     return EVP_ripemd160();
 }
 
-constexpr Digest Digests[] = {
+constexpr Digest DIGESTS[] = {
     {HASH_SHA1, EVP_sha1, 20},     {HASH_RIPEMD160, GetRipemd160, 20}, {HASH_SHA224, EVP_sha224, 28},
     {HASH_SHA256, EVP_sha256, 32}, {HASH_SHA512, EVP_sha512, 64},      {HASH_MD5, EVP_md5, 16},
     {HASH_MD4, GetMd4, 16},        {HASH_SHA384, EVP_sha384, 48},
@@ -41,7 +41,7 @@ struct DigestInfo {
     unsigned long m_Length; ///< bytes
 };
 
-constexpr DigestInfo DigestInfos[] = {
+constexpr DigestInfo DIGEST_INFOS[] = {
     {HASH_SHA1, Sha1Pkcs01DigestInfo, Sha1Pkcs01DigestInfoLen},
     {HASH_RIPEMD160, Ripemd160Pkcs01DigestInfo, Ripemd160Pkcs01DigestInfoLen},
     {HASH_SHA256, Sha256Pkcs01DigestInfo, Sha256Pkcs01DigestInfoLen},
@@ -71,7 +71,7 @@ MdContextHandle BeginDigest(HashAlgorithm algo, unsigned long capacity, unsigned
 /// Updates the digest with the rest of the file, block by block; the last block may be empty. False on a read
 /// error.
 bool UpdateFromFile(EVP_MD_CTX* context, FILE* file) {
-    std::array<unsigned char, FileBlockSize> block;
+    std::array<unsigned char, FILE_BLOCK_SIZE> block;
     while (std::feof(file) == 0) {
         const std::size_t count = std::fread(block.data(), 1, block.size(), file);
         if (std::ferror(file) != 0) {
@@ -86,7 +86,7 @@ bool UpdateFromFile(EVP_MD_CTX* context, FILE* file) {
 } // namespace
 
 const EVP_MD* intern::GetHashAlgo(HashAlgorithm algo, unsigned long& length) {
-    for (const Digest& digest : Digests) {
+    for (const Digest& digest : DIGESTS) {
         if (digest.m_Algorithm == algo) {
             const EVP_MD* found = digest.m_Get();
             length = found != nullptr ? digest.m_Length : length;
@@ -125,7 +125,7 @@ bool Hash(const std::vector<unsigned char>& data, std::vector<unsigned char>& ou
     }
     out.insert(out.end(), digest.begin(), digest.begin() + length);
     if (withDigestInfo) {
-        for (const DigestInfo& info : DigestInfos) {
+        for (const DigestInfo& info : DIGEST_INFOS) {
             if (info.m_Algorithm == algo) {
                 // Before everything that out holds, not just before the digest.
                 out.insert(out.begin(), info.m_Data, info.m_Data + info.m_Length);

@@ -9,12 +9,12 @@ namespace LibInfobox {
 
 namespace {
 
-constexpr unsigned char Magic[] = {'V', 'I', 'K'};
-constexpr unsigned char WrittenVersion = 1;
-constexpr unsigned char NewestVersion = 1;
-constexpr std::size_t FileHeadSize = 4;
-constexpr std::size_t EntryHeadSize = 4;
-constexpr unsigned char EndTag = 0;
+constexpr unsigned char MAGIC[] = {'V', 'I', 'K'};
+constexpr unsigned char WRITTEN_VERSION = 1;
+constexpr unsigned char NEWEST_VERSION = 1;
+constexpr std::size_t FILE_HEAD_SIZE = 4;
+constexpr std::size_t ENTRY_HEAD_SIZE = 4;
+constexpr unsigned char END_TAG = 0;
 
 } // namespace
 
@@ -79,19 +79,19 @@ std::string InfoboxFS::TagToLabel(unsigned char tag) const {
 }
 
 bool InfoboxFS::ParseInfoboxData(ByteArray& file) {
-    if (file.size() < FileHeadSize || !std::equal(std::begin(Magic), std::end(Magic), file.begin()) ||
-        file[3] > NewestVersion) {
+    if (file.size() < FILE_HEAD_SIZE || !std::equal(std::begin(MAGIC), std::end(MAGIC), file.begin()) ||
+        file[3] > NEWEST_VERSION) {
         return false;
     }
-    return ReadDataField(file, FileHeadSize);
+    return ReadDataField(file, FILE_HEAD_SIZE);
 }
 
 bool InfoboxFS::ReadDataField(ByteArray& file, unsigned long position) {
     // A head that ends exactly with the file is not read: an empty last entry is dropped.
-    while (file.size() > EntryHeadSize && position < file.size() - EntryHeadSize &&
-           file[position] != EndTag) {
+    while (file.size() > ENTRY_HEAD_SIZE && position < file.size() - ENTRY_HEAD_SIZE &&
+           file[position] != END_TAG) {
         const std::size_t length = file[position + 2] | file[position + 3] << 8;
-        const std::size_t begin = position + EntryHeadSize;
+        const std::size_t begin = position + ENTRY_HEAD_SIZE;
         if (length > file.size() - begin) {
             return false;
         }
@@ -116,8 +116,8 @@ std::vector<unsigned char> InfoboxFS::GetTagList() const {
 }
 
 bool InfoboxFS::GetCompleteFile(ByteArray& out) const {
-    out.insert(out.end(), std::begin(Magic), std::end(Magic));
-    out.push_back(WrittenVersion);
+    out.insert(out.end(), std::begin(MAGIC), std::end(MAGIC));
+    out.push_back(WRITTEN_VERSION);
     for (const auto& entry : m_Entries) {
         if (entry) {
             const std::size_t length = entry->m_Data.size();

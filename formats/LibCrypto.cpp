@@ -5,8 +5,8 @@ namespace Velmor::LibCrypto {
 
 namespace {
 
-void (*ErrorCallback)(std::string) = nullptr;
-void (*MessageCallback)(std::string) = nullptr;
+void (*g_ErrorCallback)(std::string) = nullptr;
+void (*g_MessageCallback)(std::string) = nullptr;
 
 void Send(void (*callback)(std::string), const std::string& text) {
     if (callback != nullptr) {
@@ -17,35 +17,35 @@ void Send(void (*callback)(std::string), const std::string& text) {
 } // namespace
 
 void tkPKCS11_SetErrorLoggingFunc(void (*callback)(std::string)) {
-    ErrorCallback = callback;
+    g_ErrorCallback = callback;
 }
 
 void tkPKCS11_SetMessageLoggingFunc(void (*callback)(std::string)) {
-    MessageCallback = callback;
+    g_MessageCallback = callback;
 }
 
 void LogError(const std::string& text) {
-    Send(ErrorCallback, text);
+    Send(g_ErrorCallback, text);
 }
 
 void LogError(const std::string& text, int number) {
-    Send(ErrorCallback, text + ", " + std::to_string(number));
+    Send(g_ErrorCallback, text + ", " + std::to_string(number));
 }
 
 void LogError(const std::string& text, const std::string& more) {
-    Send(ErrorCallback, text + more);
+    Send(g_ErrorCallback, text + more);
 }
 
 void LogMessage(const std::string& text) {
-    Send(MessageCallback, text);
+    Send(g_MessageCallback, text);
 }
 
 void LogMessage(const std::string& text, int number) {
-    Send(MessageCallback, text + ", " + std::to_string(number));
+    Send(g_MessageCallback, text + ", " + std::to_string(number));
 }
 
 void LogMessage(const std::string& text, const std::string& more) {
-    Send(MessageCallback, text + more);
+    Send(g_MessageCallback, text + more);
 }
 
 } // namespace Velmor::LibCrypto

@@ -18,9 +18,9 @@ struct CloseFile {
 using FileHandle = std::unique_ptr<FILE, CloseFile>;
 
 FileHandle MakeFile(const std::string& path) {
-    constexpr mode_t ownerAlone = 0600;
+    constexpr mode_t OWNER_ALONE = 0600;
     const int descriptor =
-        open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerAlone);
+        open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, OWNER_ALONE);
     if (descriptor == -1) {
         return nullptr;
     }

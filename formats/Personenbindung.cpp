@@ -12,13 +12,13 @@ namespace Velmor {
 
 namespace {
 
-constexpr unsigned char IntegerTag = 0x02;
-constexpr unsigned char BitStringTag = 0x03;
-constexpr unsigned char Utf8StringTag = 0x0C;
-constexpr unsigned char SequenceTag = 0x30;
-constexpr unsigned char ContextTag0 = 0xA0;
-constexpr unsigned char ContextTag1 = 0xA1;
-constexpr unsigned char ContextTag2 = 0xA2;
+constexpr unsigned char INTEGER_TAG = 0x02;
+constexpr unsigned char BIT_STRING_TAG = 0x03;
+constexpr unsigned char UTF8_STRING_TAG = 0x0C;
+constexpr unsigned char SEQUENCE_TAG = 0x30;
+constexpr unsigned char CONTEXT_TAG0 = 0xA0;
+constexpr unsigned char CONTEXT_TAG1 = 0xA1;
+constexpr unsigned char CONTEXT_TAG2 = 0xA2;
 
 void LogError(const char* text) {
     LibLogging::GetHandle()->LogError(text);
@@ -42,10 +42,10 @@ public:
     Cursor(unsigned char* data, int size, int position) : m_Data(data), m_Size(size), m_Position(position) {}
 
     int Position() const { return m_Position; }
-    bool IsCutOff() const { return m_bCutOff; }
+    bool IsCutOff() const { return m_CutOff; }
 
     bool IsNext(unsigned char tag) const {
-        return !m_bCutOff && m_Position < m_Size && m_Data[m_Position] == tag;
+        return !m_CutOff && m_Position < m_Size && m_Data[m_Position] == tag;
     }
 
     /// Passes the tag if it is next, so that its length is.
@@ -76,7 +76,7 @@ public:
 
     /// Reads a text if its tag is next.
     bool ReadText(std::string& out) {
-        if (!PassWholeValue(Utf8StringTag)) {
+        if (!PassWholeValue(UTF8_STRING_TAG)) {
             return false;
         }
         out = ReadUtf8String(m_Data, m_Position);
@@ -100,7 +100,7 @@ public:
     /// the whole field then says that it was too long.
     template <std::size_t Size>
     void ReadBits(unsigned char (&field)[Size], int& fieldLength) {
-        if (PassWholeValue(BitStringTag)) {
+        if (PassWholeValue(BIT_STRING_TAG)) {
             fieldLength = Size;
             ReadBitString(m_Data, m_Position, field, fieldLength);
         }
@@ -108,8 +108,8 @@ public:
 
 private:
     bool Require(bool isWithin) {
-        m_bCutOff = m_bCutOff || !isWithin;
-        return !m_bCutOff;
+        m_CutOff = m_CutOff || !isWithin;
+        return !m_CutOff;
     }
 
     /// Passes the tag if it is next and its value is all there.
@@ -120,7 +120,7 @@ private:
     unsigned char* m_Data;
     int m_Size;
     int m_Position;
-    bool m_bCutOff = false;
+    bool m_CutOff = false;
 };
 
 Personenbindung::~Personenbindung() {
@@ -143,7 +143,7 @@ void Personenbindung::MemSetNull() {
 bool Personenbindung::parse(unsigned char* data, int size) {
     MemSetNull();
     Cursor cursor(data, data != nullptr ? size : 0, 0);
-    if (!cursor.Pass(SequenceTag)) {
+    if (!cursor.Pass(SEQUENCE_TAG)) {
         LogError("Keine Personenbindungsdaten");
         return false;
     }
@@ -164,7 +164,7 @@ bool Personenbindung::parse(unsigned char* data, int size) {
 }
 
 void Personenbindung::ReadHead(Cursor& cursor) {
-    if (cursor.Pass(IntegerTag)) {
+    if (cursor.Pass(INTEGER_TAG)) {
         m_Version = cursor.ReadShortInteger();
     }
     if (cursor.ReadText(m_IssuerTemplate) && cursor.ReadText(m_AssertionID)) {
@@ -173,8 +173,8 @@ void Personenbindung::ReadHead(Cursor& cursor) {
 }
 
 void Personenbindung::ReadBlocks(Cursor& cursor) {
-    cursor.ReadRaw(ContextTag0, m_PersonData);
-    cursor.ReadRaw(SequenceTag, m_CitizenPublicKey);
+    cursor.ReadRaw(CONTEXT_TAG0, m_PersonData);
+    cursor.ReadRaw(SEQUENCE_TAG, m_CitizenPublicKey);
     cursor.ReadBits(m_SignatureValue, m_SignatureValueLength);
 }
 
@@ -187,13 +187,13 @@ void Personenbindung::ReadDigests(Cursor& cursor, int end) {
             cursor.ReadBits(field, fieldLength);
         }
     };
-    read(ContextTag0, m_ReferenceDigest, m_ReferenceDigestLength);
-    read(ContextTag1, m_ReferenceManifestDigest, m_ReferenceManifestDigestLength);
-    read(ContextTag2, m_ManifestReferenceDigest, m_ManifestReferenceDigestLength);
+    read(CONTEXT_TAG0, m_ReferenceDigest, m_ReferenceDigestLength);
+    read(CONTEXT_TAG1, m_ReferenceManifestDigest, m_ReferenceManifestDigestLength);
+    read(CONTEXT_TAG2, m_ManifestReferenceDigest, m_ManifestReferenceDigestLength);
 }
 
 bool Personenbindung::_doPersonData(unsigned char* block) {
-    if (block[0] == SequenceTag) {
+    if (block[0] == SEQUENCE_TAG) {
         // The length is taken to be one byte; behind a longer one no text is found.
         Cursor cursor(block, sizeof(m_PersonData), 2);
         for (std::string* text : {&m_BaseId, &m_GivenName, &m_FamilyName, &m_DateOfBirth}) {
@@ -212,9 +212,9 @@ bool Personenbindung::_doPersonData(unsigned char* block) {
 bool Personenbindung::_doCitizenPublicKey(unsigned char* block) {
     Cursor cursor(block, sizeof(m_CitizenPublicKey), 0);
     for (;;) {
-        if (cursor.Pass(ContextTag0)) {
+        if (cursor.Pass(CONTEXT_TAG0)) {
             cursor.ReadLength();
-        } else if (cursor.Pass(IntegerTag)) {
+        } else if (cursor.Pass(INTEGER_TAG)) {
             cursor.ReadShortInteger();
         } else {
             return true;

@@ -8,24 +8,24 @@ namespace Velmor {
 
 namespace {
 
-constexpr unsigned char OneByteLength = 0x81;
-constexpr unsigned char TwoByteLength = 0x82;
+constexpr unsigned char ONE_BYTE_LENGTH = 0x81;
+constexpr unsigned char TWO_BYTE_LENGTH = 0x82;
 
 struct TypeOfTag {
     unsigned char m_Tag;
     eASN1Type m_Type;
 };
 
-constexpr TypeOfTag TypesOfTags[] = {
+constexpr TypeOfTag TYPES_OF_TAGS[] = {
     {0x04, ASN1_OCTET_STRING}, {0x12, ASN1_NUMERIC_STRING}, {0x18, ASN1_GENERALIZED_TIME},
     {0x0C, ASN1_UTF8_STRING},  {0x02, ASN1_INTEGER},        {0x13, ASN1_PRINTABLE_STRING},
 };
 
 int SizeOfLength(unsigned char first) {
-    if (first == TwoByteLength) {
+    if (first == TWO_BYTE_LENGTH) {
         return 3;
     }
-    return first == OneByteLength ? 2 : 1;
+    return first == ONE_BYTE_LENGTH ? 2 : 1;
 }
 
 /// Multiplies a number by 16 and adds `nibble`. `digits` has the lowest digit first.
@@ -59,9 +59,9 @@ int getLen(unsigned char* buf, int& pos) {
     const unsigned char* length = buf + pos;
     pos += SizeOfLength(length[0]);
     switch (length[0]) {
-    case TwoByteLength:
+    case TWO_BYTE_LENGTH:
         return length[1] << 8 | length[2];
-    case OneByteLength:
+    case ONE_BYTE_LENGTH:
         return length[1];
     default:
         return length[0];
@@ -134,9 +134,9 @@ std::string OID2Str(unsigned char* oid, int len, char separator) {
 }
 
 bool parseValue(unsigned char* buf, int& pos, eASN1Type& type, unsigned char* out, int& len) {
-    const auto* found = std::find_if(std::begin(TypesOfTags), std::end(TypesOfTags),
+    const auto* found = std::find_if(std::begin(TYPES_OF_TAGS), std::end(TYPES_OF_TAGS),
                                      [&](const TypeOfTag& row) { return row.m_Tag == buf[pos]; });
-    if (found == std::end(TypesOfTags)) {
+    if (found == std::end(TYPES_OF_TAGS)) {
         return false;
     }
     ++pos;

@@ -10,12 +10,12 @@ namespace Velmor {
 
 namespace {
 
-constexpr unsigned char SequenceTag = 0x30;
-constexpr unsigned char IntegerTag = 0x02;
-constexpr std::size_t P192PointSize = 49;
-constexpr char P192Oid[] = "1.2.840.10045.3.1.1";
-constexpr char P256Oid[] = "1.2.840.10045.3.1.7";
-constexpr int LongestCoordinate = 128; ///< bytes
+constexpr unsigned char SEQUENCE_TAG = 0x30;
+constexpr unsigned char INTEGER_TAG = 0x02;
+constexpr std::size_t P192_POINT_SIZE = 49;
+constexpr char P192_OID[] = "1.2.840.10045.3.1.1";
+constexpr char P256_OID[] = "1.2.840.10045.3.1.7";
+constexpr int LONGEST_COORDINATE = 128; ///< bytes
 
 bool HasTagAt(const std::vector<unsigned char>& data, int pos, unsigned char tag) {
     return pos >= 0 && static_cast<std::size_t>(pos) < data.size() && data[pos] == tag;
@@ -25,7 +25,7 @@ bool HasTagAt(const std::vector<unsigned char>& data, int pos, unsigned char tag
 /// untouched, if there is none, if it is cut off or if the field is too small.
 template <std::size_t Size>
 bool ReadInteger(std::vector<unsigned char>& data, int& pos, unsigned char (&field)[Size], int& fieldLength) {
-    if (!HasTagAt(data, pos, IntegerTag) ||
+    if (!HasTagAt(data, pos, INTEGER_TAG) ||
         !HasWholeValue(data.data(), pos + 1, static_cast<int>(data.size()))) {
         return false;
     }
@@ -47,11 +47,11 @@ bool ReadInteger(std::vector<unsigned char>& data, int& pos, unsigned char (&fie
 template <std::size_t Size>
 void ReadCoordinate(std::vector<unsigned char>& data, std::size_t pos, int length,
                     unsigned char (&field)[Size]) {
-    if (length > LongestCoordinate || pos > data.size() ||
+    if (length > LONGEST_COORDINATE || pos > data.size() ||
         data.size() - pos < static_cast<std::size_t>(length)) {
         return;
     }
-    std::array<unsigned char, LongestCoordinate * 5 / 2 + 3> digits{};
+    std::array<unsigned char, LONGEST_COORDINATE * 5 / 2 + 3> digits{};
     const int count = bin2decStr(data.data() + pos, length, digits.data());
     if (count < static_cast<int>(Size)) {
         std::copy_n(digits.begin(), std::max(count, 0), field);
@@ -66,12 +66,12 @@ std::vector<unsigned char> ToVector(const unsigned char* data, int length) {
 } // namespace
 
 PublicKeyData ParseKey(std::vector<unsigned char> data, int offset) {
-    return HasTagAt(data, offset, SequenceTag) ? ParseRsaKey(data, offset) : ParseEccKey(data, offset);
+    return HasTagAt(data, offset, SEQUENCE_TAG) ? ParseRsaKey(data, offset) : ParseEccKey(data, offset);
 }
 
 PublicKeyData ParseRsaKey(std::vector<unsigned char> data, int offset) {
     PublicKeyData key;
-    if (!HasTagAt(data, offset, SequenceTag)) {
+    if (!HasTagAt(data, offset, SEQUENCE_TAG)) {
         return key;
     }
     key.m_KeyType = KEY_RSA;
@@ -89,7 +89,7 @@ PublicKeyData ParseRsaKey(std::vector<unsigned char> data, int offset) {
 PublicKeyData ParseEccKey(std::vector<unsigned char> data, int offset) {
     PublicKeyData key;
     key.m_KeyType = KEY_ECC;
-    key.m_CurveOid = data.size() == P192PointSize ? P192Oid : P256Oid;
+    key.m_CurveOid = data.size() == P192_POINT_SIZE ? P192_OID : P256_OID;
     key.m_CoordinateLength = data.empty() ? 0 : static_cast<int>((data.size() - 1) / 2);
     if (offset < 0) {
         return key;

@@ -7,9 +7,9 @@ namespace {
 
 using Callback = void (*)(const char*);
 
-Callback ErrorCallback = nullptr;
-Callback MessageCallback = nullptr;
-Callback DebugCallback = nullptr;
+Callback g_ErrorCallback = nullptr;
+Callback g_MessageCallback = nullptr;
+Callback g_DebugCallback = nullptr;
 
 void Send(Callback callback, const std::string& text) {
     if (callback != nullptr) {
@@ -20,27 +20,27 @@ void Send(Callback callback, const std::string& text) {
 } // namespace
 
 void SLCERT_SetErrorLoggingFunc(Callback callback) {
-    ErrorCallback = callback;
+    g_ErrorCallback = callback;
 }
 
 void SLCERT_SetMessageLoggingFunc(Callback callback) {
-    MessageCallback = callback;
+    g_MessageCallback = callback;
 }
 
 void SLCERT_SetDebugLoggingFunc(Callback callback) {
-    DebugCallback = callback;
+    g_DebugCallback = callback;
 }
 
 void SLCERT_LogError(const std::string& text) {
-    Send(ErrorCallback, text);
+    Send(g_ErrorCallback, text);
 }
 
 void SLCERT_LogMessage(const std::string& text) {
-    Send(MessageCallback, text);
+    Send(g_MessageCallback, text);
 }
 
 void SLCERT_LogDebug(const std::string& text) {
-    Send(DebugCallback, text);
+    Send(g_DebugCallback, text);
 }
 
 } // namespace Velmor

@@ -18,7 +18,7 @@ namespace Velmor {
 
 namespace {
 
-constexpr int LoggedPemSize = 8000;
+constexpr int LOGGED_PEM_SIZE = 8000;
 
 struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
@@ -194,8 +194,8 @@ bool slCertificate::LogCertificate(std::string message) const {
     if (m_X509 == nullptr || !stream || PEM_write_bio_X509(stream.get(), m_X509) != 1) {
         return false;
     }
-    std::array<char, LoggedPemSize> pem;
-    const int size = BIO_read(stream.get(), pem.data(), LoggedPemSize);
+    std::array<char, LOGGED_PEM_SIZE> pem;
+    const int size = BIO_read(stream.get(), pem.data(), LOGGED_PEM_SIZE);
     SLCERT_LogDebug(message + ": " + std::string(pem.data(), size));
     return true;
 }

@@ -32,11 +32,11 @@ void AddQualifier(const POLICYQUALINFO* qualifier, CertificatePolicy& policy) {
 }
 
 void AddNames(const DIST_POINT_NAME* point, std::vector<CertificateName>& names) {
-    constexpr int fullName = 0;
+    constexpr int FULL_NAME = 0;
     if (point == nullptr) {
         return;
     }
-    if (point->type == fullName) {
+    if (point->type == FULL_NAME) {
         const std::vector<CertificateName> full = intern::NamesOf(point->name.fullname);
         names.insert(names.end(), full.begin(), full.end());
         return;

@@ -13,8 +13,8 @@ using intern::DecodeExtension;
 
 namespace {
 
-constexpr char OcspPrefix[] = "ocsp:";
-constexpr char CaIssuersPrefix[] = "ca:";
+constexpr char OCSP_PREFIX[] = "ocsp:";
+constexpr char CA_ISSUERS_PREFIX[] = "ca:";
 
 std::string TextOf(const ASN1_STRING* text) {
     const unsigned char* data = ASN1_STRING_get0_data(text);
@@ -83,12 +83,12 @@ bool slCertificate::GetBoolExt(std::string oid) const {
     // libcrypto 1.1 takes the extension as one that it might change, but does not.
     const ASN1_OCTET_STRING* value = X509_EXTENSION_get_data(const_cast<X509_EXTENSION*>(extension));
     const unsigned char* content = ASN1_STRING_get0_data(value);
-    constexpr int malformed = 0x80;
+    constexpr int MALFORMED = 0x80;
     long length = 0;
     int tag = 0;
     int tagClass = 0;
     const int result = ASN1_get_object(&content, &length, &tag, &tagClass, ASN1_STRING_length(value));
-    return (result & malformed) == 0 && tag == V_ASN1_BOOLEAN && length > 0 && content[0] == 255;
+    return (result & MALFORMED) == 0 && tag == V_ASN1_BOOLEAN && length > 0 && content[0] == 255;
 }
 
 bool slCertificate::IsCaCert() const {
@@ -129,20 +129,20 @@ std::vector<std::string> slCertificate::Get_AIA() const {
         const std::string uri = TextOf(entry->location->d.ia5);
         const int method = OBJ_obj2nid(entry->method);
         if (method == NID_ad_OCSP) {
-            uris.push_back(OcspPrefix + uri);
+            uris.push_back(OCSP_PREFIX + uri);
         } else if (method == NID_ad_ca_issuers) {
-            uris.push_back(CaIssuersPrefix + uri);
+            uris.push_back(CA_ISSUERS_PREFIX + uri);
         }
     }
     return uris;
 }
 
 std::vector<std::string> slCertificate::Get_AIA_OCSP() const {
-    return WithoutPrefix(Get_AIA(), OcspPrefix);
+    return WithoutPrefix(Get_AIA(), OCSP_PREFIX);
 }
 
 std::vector<std::string> slCertificate::Get_AIA_CAIssuers() const {
-    return WithoutPrefix(Get_AIA(), CaIssuersPrefix);
+    return WithoutPrefix(Get_AIA(), CA_ISSUERS_PREFIX);
 }
 
 std::vector<std::string> slCertificate::Get_CRL_Dp() const {
@@ -150,8 +150,8 @@ std::vector<std::string> slCertificate::Get_CRL_Dp() const {
     std::vector<std::string> uris;
     for (int i = 0; i < sk_DIST_POINT_num(points.get()); ++i) {
         const DIST_POINT_NAME* name = sk_DIST_POINT_value(points.get(), i)->distpoint;
-        constexpr int fullName = 0;
-        if (name != nullptr && name->type == fullName) {
+        constexpr int FULL_NAME = 0;
+        if (name != nullptr && name->type == FULL_NAME) {
             CollectNames(name->name.fullname, GEN_URI, uris);
         }
     }

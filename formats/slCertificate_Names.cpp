@@ -14,7 +14,7 @@ namespace Velmor {
 
 namespace {
 
-constexpr int NameBufferSize = 1024;
+constexpr int NAME_BUFFER_SIZE = 1024;
 
 // The names belong to the certificate. Null for null.
 X509_NAME* SubjectOf(const X509* certificate) {
@@ -26,17 +26,17 @@ X509_NAME* IssuerOf(const X509* certificate) {
 }
 
 std::string OneLine(const X509_NAME* name) {
-    std::array<char, NameBufferSize> text{};
+    std::array<char, NAME_BUFFER_SIZE> text{};
     if (name != nullptr) {
-        X509_NAME_oneline(name, text.data(), NameBufferSize);
+        X509_NAME_oneline(name, text.data(), NAME_BUFFER_SIZE);
     }
     return text.data();
 }
 
 std::string Field(X509_NAME* name, int nid) {
-    std::array<char, NameBufferSize> text{};
+    std::array<char, NAME_BUFFER_SIZE> text{};
     if (name != nullptr) {
-        X509_NAME_get_text_by_NID(name, nid, text.data(), NameBufferSize);
+        X509_NAME_get_text_by_NID(name, nid, text.data(), NAME_BUFFER_SIZE);
     }
     return text.data();
 }

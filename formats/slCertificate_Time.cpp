@@ -12,19 +12,19 @@ namespace Velmor {
 
 namespace {
 
-constexpr std::size_t TimeBufferSize = 32;
-constexpr std::size_t LongestTime = TimeBufferSize - 1;
-constexpr std::size_t LongestTooShortUtcTime = 9;
-constexpr std::size_t TwoDigitYearTime = 12;
-constexpr std::size_t TimeWithFractionAndOffset = 23; ///< 20160101120000.000+0100
-constexpr int SecondsPerHour = 3600;
-constexpr int SecondsPerMinute = 60;
+constexpr std::size_t TIME_BUFFER_SIZE = 32;
+constexpr std::size_t LONGEST_TIME = TIME_BUFFER_SIZE - 1;
+constexpr std::size_t LONGEST_TOO_SHORT_UTC_TIME = 9;
+constexpr std::size_t TWO_DIGIT_YEAR_TIME = 12;
+constexpr std::size_t TIME_WITH_FRACTION_AND_OFFSET = 23; ///< 20160101120000.000+0100
+constexpr int SECONDS_PER_HOUR = 3600;
+constexpr int SECONDS_PER_MINUTE = 60;
 
 /// The text of a time with zero bytes behind it, so that every fixed offset may be read.
 class TimeText {
 public:
     explicit TimeText(const ASN1_STRING* time)
-        : m_Length(std::min<std::size_t>(ASN1_STRING_length(time), LongestTime)) {
+        : m_Length(std::min<std::size_t>(ASN1_STRING_length(time), LONGEST_TIME)) {
         std::copy_n(ASN1_STRING_get0_data(time), m_Length, m_Buffer.begin());
     }
 
@@ -40,7 +40,7 @@ public:
     }
 
 private:
-    std::array<unsigned char, TimeBufferSize> m_Buffer{};
+    std::array<unsigned char, TIME_BUFFER_SIZE> m_Buffer{};
     std::size_t m_Length;
 };
 
@@ -64,7 +64,8 @@ std::time_t MakeTime(TimeText& text, int year, int offset, bool hasSeconds) {
 
 /// Subtracts for "-", adds for "+", and does nothing for any other sign.
 std::time_t ApplyOffset(std::time_t time, char sign, int hours, int minutes) {
-    const std::time_t offset = static_cast<std::time_t>(hours) * SecondsPerHour + minutes * SecondsPerMinute;
+    const std::time_t offset =
+        static_cast<std::time_t>(hours) * SECONDS_PER_HOUR + minutes * SECONDS_PER_MINUTE;
     if (sign == '-') {
         return time - offset;
     }
@@ -72,7 +73,7 @@ std::time_t ApplyOffset(std::time_t time, char sign, int hours, int minutes) {
 }
 
 std::time_t UtcTime(TimeText text) {
-    if (text.Length() <= LongestTooShortUtcTime) {
+    if (text.Length() <= LONGEST_TOO_SHORT_UTC_TIME) {
         return 0;
     }
     const char behindMinutes = text.At(10);
@@ -91,10 +92,10 @@ std::time_t UtcTime(TimeText text) {
 }
 
 std::time_t GeneralizedTime(TimeText text) {
-    const bool hasTwoDigitYear = text.Length() == TwoDigitYearTime;
+    const bool hasTwoDigitYear = text.Length() == TWO_DIGIT_YEAR_TIME;
     const int year = hasTwoDigitYear ? FullYear(text.Number(0, 2)) : text.Number(0, 4);
     const std::time_t time = MakeTime(text, year, hasTwoDigitYear ? 2 : 4, true);
-    if (text.Length() != TimeWithFractionAndOffset) {
+    if (text.Length() != TIME_WITH_FRACTION_AND_OFFSET) {
         return time;
     }
     return ApplyOffset(time, text.At(18), text.Number(19, 2), text.Number(21, 2));
@@ -103,11 +104,11 @@ std::time_t GeneralizedTime(TimeText text) {
 } // namespace
 
 int SubStrToInt(unsigned char* text, int offset, int count) {
-    constexpr int mostDigits = 4;
-    if (count > mostDigits) {
+    constexpr int MOST_DIGITS = 4;
+    if (count > MOST_DIGITS) {
         return 0;
     }
-    std::array<char, mostDigits + 1> digits{};
+    std::array<char, MOST_DIGITS + 1> digits{};
     std::copy_n(text + offset, count, digits.begin());
     return static_cast<int>(std::strtol(digits.data(), nullptr, 10));
 }

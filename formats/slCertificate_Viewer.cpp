@@ -12,13 +12,13 @@ namespace Velmor {
 
 namespace {
 
-constexpr char ViewerName[] = "certViewerApp";
+constexpr char VIEWER_NAME[] = "certViewerApp";
 
 /// Never returns. The process is a copy of this one: it ends without exit handlers, which would close the
 /// connection to the display that it shares with its parent.
 [[noreturn]] void BecomeViewer(const char* path) {
-    execlp(ViewerName, ViewerName, path, static_cast<char*>(nullptr));
-    std::fprintf(stderr, "ERROR: can not execute %s: %s\n", ViewerName, std::strerror(errno));
+    execlp(VIEWER_NAME, VIEWER_NAME, path, static_cast<char*>(nullptr));
+    std::fprintf(stderr, "ERROR: can not execute %s: %s\n", VIEWER_NAME, std::strerror(errno));
     _exit(-1);
 }
 

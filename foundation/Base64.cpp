@@ -10,50 +10,51 @@ namespace Velmor {
 
 namespace {
 
-constexpr std::size_t BytesABlock = 3;
-constexpr std::size_t CharactersABlock = 4;
+constexpr std::size_t BYTES_A_BLOCK = 3;
+constexpr std::size_t CHARACTERS_A_BLOCK = 4;
 
 struct Alphabet {
-    const char* indexTable;
-    const std::uint16_t* reverseTable;
-    const Base64BlockTables* blockTables;
+    const char* m_IndexTable;
+    const std::uint16_t* m_ReverseTable;
+    const Base64BlockTables* m_BlockTables;
 };
 
 template <const Base64IndexTable& IndexTable>
-constexpr Base64BlockTables BlockTablesOf = MakeBase64BlockTables<IndexTable>();
+constexpr Base64BlockTables BLOCK_TABLES_OF = MakeBase64BlockTables<IndexTable>();
 
 template <const Base64IndexTable& IndexTable>
-constexpr Alphabet AlphabetOf = {IndexTable, Base64Reversal<IndexTable>::table, &BlockTablesOf<IndexTable>};
+constexpr Alphabet ALPHABET_OF = {IndexTable, Base64Reversal<IndexTable>::TABLE,
+                                  &BLOCK_TABLES_OF<IndexTable>};
 
 /// One row of the settings that a type stands for.
 struct TypeDefaults {
-    Alphabet alphabet;
-    std::int32_t lineLength;
-    bool padding;
-    bool strict;
-    const char* lineEnd;
+    Alphabet m_Alphabet;
+    std::int32_t m_LineLength;
+    bool m_Padding;
+    bool m_Strict;
+    const char* m_LineEnd;
 };
 
-constexpr TypeDefaults DefaultsByType[] = {
-    {AlphabetOf<IndexTable_BASE64_DEFAULT>, 64, true, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_DEFAULT>, 76, true, false, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_DEFAULT>, 0, true, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_DEFAULT>, 0, false, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_URL>, 0, true, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_URL>, 0, false, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_YUI>, 0, true, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_XML_NAME_TOKEN>, 0, false, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_XML_IDENTIFIER>, 0, false, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_PROGRAM_IDENTIFIER_V1>, 0, false, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_PROGRAM_IDENTIFIER_V2>, 0, false, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_REGEX>, 0, false, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_FREENET>, 0, true, true, "\r\n"},
-    {AlphabetOf<IndexTable_BASE64_URL>, 0, false, true, ""},
+constexpr TypeDefaults DEFAULTS_BY_TYPE[] = {
+    {ALPHABET_OF<IndexTable_BASE64_DEFAULT>, 64, true, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_DEFAULT>, 76, true, false, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_DEFAULT>, 0, true, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_DEFAULT>, 0, false, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_URL>, 0, true, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_URL>, 0, false, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_YUI>, 0, true, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_XML_NAME_TOKEN>, 0, false, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_XML_IDENTIFIER>, 0, false, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_PROGRAM_IDENTIFIER_V1>, 0, false, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_PROGRAM_IDENTIFIER_V2>, 0, false, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_REGEX>, 0, false, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_FREENET>, 0, true, true, "\r\n"},
+    {ALPHABET_OF<IndexTable_BASE64_URL>, 0, false, true, ""},
 };
 
 const TypeDefaults& DefaultsOf(eBase64Type type) {
     const bool known = type >= 0 && type <= BASE64_URL_NO_LINE_END;
-    return DefaultsByType[known ? type : BASE64_STANDARD];
+    return DEFAULTS_BY_TYPE[known ? type : BASE64_STANDARD];
 }
 
 std::size_t BlocksOf(std::size_t size, std::size_t blockSize) {
@@ -65,27 +66,27 @@ void EncodeBlock(const char* indexTable, const unsigned char* in, std::size_t co
     const unsigned int second = count > 1 ? in[1] : 0;
     out[0] = indexTable[in[0] >> 2];
     out[1] = indexTable[((in[0] & 0x03) << 4) | (second >> 4)];
-    out[2] = indexTable[count > 1 ? (second & 0x0F) << 2 : Base64Padding];
-    out[3] = indexTable[Base64Padding];
+    out[2] = indexTable[count > 1 ? (second & 0x0F) << 2 : BASE64_PADDING];
+    out[3] = indexTable[BASE64_PADDING];
 }
 
 /// Encodes as long as three bytes are left; moves both pointers.
 void EncodeWholeBlocks(const Base64BlockTables& tables, const unsigned char*& in, const unsigned char* end,
                        char*& out) {
-    for (; end - in >= 3; in += BytesABlock, out += CharactersABlock) {
+    for (; end - in >= 3; in += BYTES_A_BLOCK, out += CHARACTERS_A_BLOCK) {
         const unsigned int bits = (static_cast<unsigned int>(in[0]) << 16) | (in[1] << 8) | in[2];
-        std::memcpy(out, tables.pairs[bits >> 12], 2);
-        std::memcpy(out + 2, tables.pairs[bits & 0xFFF], 2);
+        std::memcpy(out, tables.m_Pairs[bits >> 12], 2);
+        std::memcpy(out + 2, tables.m_Pairs[bits & 0xFFF], 2);
     }
 }
 
 /// Decodes as long as four members of the alphabet follow each other; moves both pointers.
 void DecodeWholeBlocks(const Base64BlockTables& tables, const unsigned char*& in, const unsigned char* end,
                        unsigned char*& out) {
-    for (; end - in >= 4; in += CharactersABlock, out += BytesABlock) {
-        const std::uint32_t bits = tables.places[0][in[0]] | tables.places[1][in[1]] |
-                                   tables.places[2][in[2]] | tables.places[3][in[3]];
-        if ((bits & Base64BlockTables::NoMember) != 0) {
+    for (; end - in >= 4; in += CHARACTERS_A_BLOCK, out += BYTES_A_BLOCK) {
+        const std::uint32_t bits = tables.m_Places[0][in[0]] | tables.m_Places[1][in[1]] |
+                                   tables.m_Places[2][in[2]] | tables.m_Places[3][in[3]];
+        if ((bits & Base64BlockTables::NO_MEMBER) != 0) {
             return;
         }
         out[0] = static_cast<unsigned char>(bits >> 16);
@@ -128,13 +129,13 @@ eBase64Type Base64::GetEncodingType() const {
 
 void Base64::ResetParametersToEncodingTypeDefaults() {
     const TypeDefaults& defaults = DefaultsOf(m_Type);
-    m_bStrict = defaults.strict;
-    m_bPadding = defaults.padding;
-    m_LineEnd = defaults.lineEnd;
-    m_LineLength = defaults.lineLength;
-    m_IndexTable = defaults.alphabet.indexTable;
-    m_ReverseTable = defaults.alphabet.reverseTable;
-    m_BlockTables = defaults.alphabet.blockTables;
+    m_Strict = defaults.m_Strict;
+    m_Padding = defaults.m_Padding;
+    m_LineEnd = defaults.m_LineEnd;
+    m_LineLength = defaults.m_LineLength;
+    m_IndexTable = defaults.m_Alphabet.m_IndexTable;
+    m_ReverseTable = defaults.m_Alphabet.m_ReverseTable;
+    m_BlockTables = defaults.m_Alphabet.m_BlockTables;
 }
 
 void Base64::SetLineLength(std::int32_t length) {
@@ -146,7 +147,7 @@ std::string Base64::Encode(std::vector<unsigned char> data) const {
 }
 
 std::string Base64::EncodeBytes(const unsigned char* data, std::size_t size) const {
-    std::string text(BlocksOf(size, BytesABlock) * CharactersABlock, '\0');
+    std::string text(BlocksOf(size, BYTES_A_BLOCK) * CHARACTERS_A_BLOCK, '\0');
     char* out = text.data();
     const unsigned char* const end = data + size;
     EncodeWholeBlocks(*m_BlockTables, data, end, out);
@@ -156,8 +157,8 @@ std::string Base64::EncodeBytes(const unsigned char* data, std::size_t size) con
     if (m_LineLength > 0) {
         text = BreakLines(text);
     }
-    if (!m_bPadding) {
-        text.erase(text.find_last_not_of(m_LineEnd + m_IndexTable[Base64Padding]) + 1);
+    if (!m_Padding) {
+        text.erase(text.find_last_not_of(m_LineEnd + m_IndexTable[BASE64_PADDING]) + 1);
     }
     return text;
 }
@@ -179,10 +180,10 @@ std::vector<unsigned char> Base64::Decode(std::string text) const {
 }
 
 std::vector<unsigned char> Base64::DecodeText(const unsigned char* text, std::size_t size) const {
-    std::vector<unsigned char> bytes(BlocksOf(size, CharactersABlock) * BytesABlock);
+    std::vector<unsigned char> bytes(BlocksOf(size, CHARACTERS_A_BLOCK) * BYTES_A_BLOCK);
     unsigned char* out = bytes.data();
     const unsigned char* const end = text + size;
-    std::array<std::uint16_t, CharactersABlock> block = {};
+    std::array<std::uint16_t, CHARACTERS_A_BLOCK> block = {};
     std::size_t count = 0;
     while (true) {
         if (count == 0) {
@@ -192,14 +193,14 @@ std::vector<unsigned char> Base64::DecodeText(const unsigned char* text, std::si
             break;
         }
         const std::uint16_t value = ValueOf(*text++);
-        if (value == Fails) {
+        if (value == FAILS) {
             return {};
         }
-        if (value == IsSkipped) {
+        if (value == IS_SKIPPED) {
             continue;
         }
         block[count++] = value;
-        if (count == CharactersABlock) {
+        if (count == CHARACTERS_A_BLOCK) {
             DecodeBlock(block.data(), count, out);
             count = 0;
         }
@@ -211,13 +212,13 @@ std::vector<unsigned char> Base64::DecodeText(const unsigned char* text, std::si
 
 std::uint16_t Base64::ValueOf(unsigned char c) const {
     if (m_LineEnd.find(static_cast<char>(c)) != std::string::npos) {
-        return IsSkipped;
+        return IS_SKIPPED;
     }
-    const std::uint16_t value = c < 128 ? m_ReverseTable[c] : Base64NoMember;
-    if (value == Base64Padding && (m_bPadding || !m_bStrict)) {
-        return IsSkipped;
+    const std::uint16_t value = c < 128 ? m_ReverseTable[c] : BASE64_NO_MEMBER;
+    if (value == BASE64_PADDING && (m_Padding || !m_Strict)) {
+        return IS_SKIPPED;
     }
-    return value >= Base64Padding && m_bStrict ? Fails : value;
+    return value >= BASE64_PADDING && m_Strict ? FAILS : value;
 }
 
 unsigned long b64encode(const std::vector<unsigned char>& in, std::string& out, unsigned int lineMode) {

@@ -60,21 +60,21 @@ private:
     friend unsigned long b64decode(const std::vector<unsigned char>& in, std::vector<unsigned char>& out);
 
     /// What ValueOf() gives beside the values of the alphabet and, when lenient, Base64NoMember.
-    static constexpr std::uint16_t IsSkipped = 0x100;
-    static constexpr std::uint16_t Fails = 0x200;
+    static constexpr std::uint16_t IS_SKIPPED = 0x100;
+    static constexpr std::uint16_t FAILS = 0x200;
 
     std::string EncodeBytes(const unsigned char* data, std::size_t size) const;
     std::string BreakLines(const std::string& text) const;
     std::vector<unsigned char> DecodeText(const unsigned char* text, std::size_t size) const;
     std::uint16_t ValueOf(unsigned char c) const;
 
-    bool m_bStrict = true;
-    bool m_bPadding = true;
+    bool m_Strict = true;
+    bool m_Padding = true;
     std::string m_LineEnd;
     std::int32_t m_LineLength = 0;
     eBase64Type m_Type = BASE64_STANDARD;
     const char* m_IndexTable = IndexTable_BASE64_DEFAULT;
-    const std::uint16_t* m_ReverseTable = ReverseIndexTable_BASE64_DEFAULT;
+    const std::uint16_t* m_ReverseTable = REVERSE_INDEX_TABLE_BASE64_DEFAULT;
     const Base64BlockTables* m_BlockTables = nullptr; ///< the same alphabet once more, laid out for speed
 };
 

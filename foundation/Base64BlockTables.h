@@ -12,25 +12,26 @@ namespace Velmor {
 /// An alphabet laid out for speed: whole blocks of three bytes and four characters take two look-ups one way
 /// and four the other. Made at compile time from the index table and the reverse table.
 struct Base64BlockTables {
-    static constexpr std::uint32_t NoMember = 0x80000000;
+    static constexpr std::uint32_t NO_MEMBER = 0x80000000;
 
-    char pairs[4096][2] = {};          ///< the two characters of 12 bits
-    std::uint32_t places[4][256] = {}; ///< the share of a character in the 24 bits, by its place in the block
+    char m_Pairs[4096][2] = {}; ///< the two characters of 12 bits
+    std::uint32_t m_Places[4][256] =
+        {}; ///< the share of a character in the 24 bits, by its place in the block
 };
 
 template <const Base64IndexTable& IndexTable>
 constexpr Base64BlockTables MakeBase64BlockTables() {
     Base64BlockTables tables;
     for (std::size_t bits = 0; bits < 4096; ++bits) {
-        tables.pairs[bits][0] = IndexTable[bits >> 6];
-        tables.pairs[bits][1] = IndexTable[bits & 0x3F];
+        tables.m_Pairs[bits][0] = IndexTable[bits >> 6];
+        tables.m_Pairs[bits][1] = IndexTable[bits & 0x3F];
     }
     for (std::size_t place = 0; place < 4; ++place) {
         for (std::size_t character = 0; character < 256; ++character) {
             const std::uint32_t value =
-                character < 128 ? Base64Reversal<IndexTable>::table[character] : Base64NoMember;
-            tables.places[place][character] =
-                value < Base64Padding ? value << (18 - 6 * place) : Base64BlockTables::NoMember;
+                character < 128 ? Base64Reversal<IndexTable>::TABLE[character] : BASE64_NO_MEMBER;
+            tables.m_Places[place][character] =
+                value < BASE64_PADDING ? value << (18 - 6 * place) : Base64BlockTables::NO_MEMBER;
         }
     }
     return tables;

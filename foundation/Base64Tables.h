@@ -32,19 +32,19 @@ inline constexpr Base64IndexTable IndexTable_BASE64_REGEX =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789!- ";
 
 /// What a reverse table holds for a character outside the alphabet, and for the padding character.
-inline constexpr std::uint16_t Base64NoMember = 255;
-inline constexpr std::uint16_t Base64Padding = 64;
+inline constexpr std::uint16_t BASE64_NO_MEMBER = 255;
+inline constexpr std::uint16_t BASE64_PADDING = 64;
 
 /// 128 values, one for each ASCII character.
 using Base64ReverseTable = std::uint16_t[128];
 
 constexpr std::uint16_t Base64ValueOf(const Base64IndexTable& indexTable, char c) {
-    for (std::uint16_t value = 0; value < Base64Padding; ++value) {
+    for (std::uint16_t value = 0; value < BASE64_PADDING; ++value) {
         if (indexTable[value] == c) {
             return value;
         }
     }
-    return c == indexTable[Base64Padding] && c != ' ' ? Base64Padding : Base64NoMember;
+    return c == indexTable[BASE64_PADDING] && c != ' ' ? BASE64_PADDING : BASE64_NO_MEMBER;
 }
 
 /// Makes the reverse table of an alphabet at compile time.
@@ -53,27 +53,27 @@ struct Base64Reversal;
 
 template <const Base64IndexTable& IndexTable, std::size_t... Characters>
 struct Base64Reversal<IndexTable, std::index_sequence<Characters...>> {
-    static constexpr Base64ReverseTable table = {Base64ValueOf(IndexTable, static_cast<char>(Characters))...};
+    static constexpr Base64ReverseTable TABLE = {Base64ValueOf(IndexTable, static_cast<char>(Characters))...};
 };
 
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_DEFAULT =
-    Base64Reversal<IndexTable_BASE64_DEFAULT>::table;
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_URL =
-    Base64Reversal<IndexTable_BASE64_URL>::table;
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_YUI =
-    Base64Reversal<IndexTable_BASE64_YUI>::table;
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_FREENET =
-    Base64Reversal<IndexTable_BASE64_FREENET>::table;
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_XML_NAME_TOKEN =
-    Base64Reversal<IndexTable_BASE64_XML_NAME_TOKEN>::table;
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_XML_IDENTIFIER =
-    Base64Reversal<IndexTable_BASE64_XML_IDENTIFIER>::table;
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V1 =
-    Base64Reversal<IndexTable_BASE64_PROGRAM_IDENTIFIER_V1>::table;
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V2 =
-    Base64Reversal<IndexTable_BASE64_PROGRAM_IDENTIFIER_V2>::table;
-inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_REGEX =
-    Base64Reversal<IndexTable_BASE64_REGEX>::table;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_DEFAULT =
+    Base64Reversal<IndexTable_BASE64_DEFAULT>::TABLE;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_URL =
+    Base64Reversal<IndexTable_BASE64_URL>::TABLE;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_YUI =
+    Base64Reversal<IndexTable_BASE64_YUI>::TABLE;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_FREENET =
+    Base64Reversal<IndexTable_BASE64_FREENET>::TABLE;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_XML_NAME_TOKEN =
+    Base64Reversal<IndexTable_BASE64_XML_NAME_TOKEN>::TABLE;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_XML_IDENTIFIER =
+    Base64Reversal<IndexTable_BASE64_XML_IDENTIFIER>::TABLE;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_PROGRAM_IDENTIFIER_V1 =
+    Base64Reversal<IndexTable_BASE64_PROGRAM_IDENTIFIER_V1>::TABLE;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_PROGRAM_IDENTIFIER_V2 =
+    Base64Reversal<IndexTable_BASE64_PROGRAM_IDENTIFIER_V2>::TABLE;
+inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_REGEX =
+    Base64Reversal<IndexTable_BASE64_REGEX>::TABLE;
 
 } // namespace Velmor
 

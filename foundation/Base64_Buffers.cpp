@@ -11,21 +11,21 @@ namespace Velmor {
 
 namespace {
 
-constexpr char LineEnd[] = {'\r', '\n'};
+constexpr char LINE_END[] = {'\r', '\n'};
 
 unsigned int BlocksALine(unsigned int lineMode) {
     return lineMode == 1 ? 16 : 19;
 }
 
 /// `count` is the number of bytes in `in`, 1 to 3. Writes four characters.
-void _encodeBlock(const char* in, std::size_t count, char* out) {
+void EncodeBlock(const char* in, std::size_t count, char* out) {
     unsigned char bytes[3] = {};
     std::memcpy(bytes, in, count);
-    constexpr int padding = 64;
+    constexpr int PADDING = 64;
     out[0] = _indexToChar(bytes[0] >> 2);
     out[1] = _indexToChar(((bytes[0] & 0x03) << 4) | (bytes[1] >> 4));
-    out[2] = _indexToChar(count > 1 ? ((bytes[1] & 0x0F) << 2) | (bytes[2] >> 6) : padding);
-    out[3] = _indexToChar(count > 2 ? bytes[2] & 0x3F : padding);
+    out[2] = _indexToChar(count > 1 ? ((bytes[1] & 0x0F) << 2) | (bytes[2] >> 6) : PADDING);
+    out[3] = _indexToChar(count > 2 ? bytes[2] & 0x3F : PADDING);
 }
 
 /// Writes one to three bytes and returns their number.
@@ -83,10 +83,10 @@ int b64encode(const char* in, unsigned int len, char* out, unsigned int outLen, 
     char* position = out;
     unsigned int blocks = 0;
     for (std::size_t done = 0; done < len; done += 3) {
-        _encodeBlock(in + done, std::min<std::size_t>(len - done, 3), position);
+        EncodeBlock(in + done, std::min<std::size_t>(len - done, 3), position);
         position += 4;
         if (lineMode != 0 && ++blocks % BlocksALine(lineMode) == 0) {
-            position = std::copy(std::begin(LineEnd), std::end(LineEnd), position);
+            position = std::copy(std::begin(LINE_END), std::end(LINE_END), position);
         }
     }
     return static_cast<int>(position - out);

@@ -88,7 +88,7 @@ void Config::Destroy() {
 }
 
 bool Config::Init(const std::string& name, ConfigBackend backend) {
-    if (m_bInitialised) {
+    if (m_Initialised) {
         return true;
     }
     m_Name = name;
@@ -97,8 +97,8 @@ bool Config::Init(const std::string& name, ConfigBackend backend) {
         return false;
     }
     m_Implementation = std::make_unique<ConfigImpl_XML>();
-    m_bInitialised = m_Implementation->Init(name);
-    return m_bInitialised;
+    m_Initialised = m_Implementation->Init(name);
+    return m_Initialised;
 }
 
 bool Config::Init(const std::string& name) {
@@ -107,12 +107,12 @@ bool Config::Init(const std::string& name) {
 
 void Config::FreeImplementation() {
     m_Implementation.reset();
-    m_bInitialised = false;
+    m_Initialised = false;
 }
 
 bool Config::AddConfig(unsigned int id, ConfigType type, const std::string& key, const std::string& path,
                        SysType sys) {
-    if (!m_bInitialised) {
+    if (!m_Initialised) {
         return false;
     }
     m_Rows[id] = std::make_unique<sConfig>(sConfig{type, path, key, sys});
@@ -120,7 +120,7 @@ bool Config::AddConfig(unsigned int id, ConfigType type, const std::string& key,
 }
 
 bool Config::AddConfigs(unsigned int firstId, const sConfig* rows, int count) {
-    if (!m_bInitialised) {
+    if (!m_Initialised) {
         return false;
     }
     bool added = true;

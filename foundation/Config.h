@@ -131,7 +131,7 @@ private:
     std::map<unsigned int, std::unique_ptr<sConfig>> m_Rows;
     std::unique_ptr<iConfigImpl> m_Implementation;
     std::uint32_t m_Id; ///< index in ConfigVector
-    bool m_bInitialised = false;
+    bool m_Initialised = false;
 };
 
 /// The registry of configurations: the index is the instance's id, a null slot an id without an instance.

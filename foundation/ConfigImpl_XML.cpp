@@ -21,14 +21,14 @@ namespace Velmor {
 namespace pt = boost::property_tree;
 
 struct ConfigImpl_XML::Tree {
-    pt::ptree root;
+    pt::ptree m_Root;
 };
 
 namespace {
 
 /// A file above these is no configuration. The parser calls itself for each level of elements.
-constexpr std::uintmax_t LargestFile = std::uintmax_t{64} * 1024 * 1024; // bytes
-constexpr int DeepestTree = 1000;
+constexpr std::uintmax_t LARGEST_FILE = std::uintmax_t{64} * 1024 * 1024; // bytes
+constexpr int DEEPEST_TREE = 1000;
 
 pt::path TreePath(const std::string& path) {
     return pt::path(path, '.');
@@ -55,7 +55,7 @@ std::string PrepareFile(const std::string& base, const std::string& directory, c
 
 /// The file's content up to a zero byte, where the parser ends too. Throws if the file cannot be read.
 std::string ContentOf(const std::string& path) {
-    if (std::filesystem::file_size(path) > LargestFile) {
+    if (std::filesystem::file_size(path) > LARGEST_FILE) {
         throw pt::xml_parser_error("too large", path, 0);
     }
     std::ifstream file(path, std::ios::binary);
@@ -115,7 +115,7 @@ std::string ConfigImpl_XML::getPathKey(sConfig* row) const {
 template <typename T>
 bool ConfigImpl_XML::getValue(sConfig* row, T& out) {
     try {
-        const auto value = GetPT(row->m_Type).root.template get_optional<T>(TreePath(getPathKey(row)));
+        const auto value = GetPT(row->m_Type).m_Root.template get_optional<T>(TreePath(getPathKey(row)));
         if (value) {
             out = *value;
         }
@@ -132,7 +132,7 @@ bool ConfigImpl_XML::setValue(sConfig* row, const T& value) {
         if (path.empty() || path.back() == '.') {
             return false;
         }
-        GetPT(row->m_Type).root.put(TreePath(path), value, TranslatorOf<T>());
+        GetPT(row->m_Type).m_Root.put(TreePath(path), value, TranslatorOf<T>());
         return write(row->m_Type);
     } catch (...) {
         return false;
@@ -180,7 +180,7 @@ bool ConfigImpl_XML::GetBinary(sConfig* row, std::vector<unsigned char>& value) 
 
 std::vector<std::string> ConfigImpl_XML::EnumSubDirs(sConfig* row, const std::string& filter) {
     std::vector<std::string> names;
-    const auto node = GetPT(row->m_Type).root.get_child_optional(TreePath(getPath(row)));
+    const auto node = GetPT(row->m_Type).m_Root.get_child_optional(TreePath(getPath(row)));
     if (!node) {
         return names;
     }
@@ -202,10 +202,10 @@ bool ConfigImpl_XML::RemovePath(sConfig* row) {
 
 bool ConfigImpl_XML::remove(Tree& tree, const std::string& path) {
     if (path == m_Name + ".") {
-        tree.root.clear();
+        tree.m_Root.clear();
         return true;
     }
-    const auto node = tree.root.get_child_optional(TreePath(path));
+    const auto node = tree.m_Root.get_child_optional(TreePath(path));
     if (!node) {
         return false;
     }
@@ -219,11 +219,11 @@ bool ConfigImpl_XML::read(ConfigType type) {
     }
     try {
         const std::string content = ContentOf(FileOf(type));
-        if (XmlNestsDeeperThan(DeepestTree, content)) {
+        if (XmlNestsDeeperThan(DEEPEST_TREE, content)) {
             return false;
         }
         std::istringstream stream(content);
-        pt::read_xml(stream, GetPT(type).root, 0);
+        pt::read_xml(stream, GetPT(type).m_Root, 0);
         return true;
     } catch (...) {
         return false;
@@ -236,7 +236,7 @@ bool ConfigImpl_XML::write(ConfigType type) {
     }
     try {
         std::ofstream stream(FileOf(type));
-        pt::write_xml(stream, GetPT(type).root, pt::xml_writer_make_settings<std::string>(' ', 0, "utf-8"));
+        pt::write_xml(stream, GetPT(type).m_Root, pt::xml_writer_make_settings<std::string>(' ', 0, "utf-8"));
         stream.close(); // so that a full disk shows now
         return stream.good();
     } catch (...) {

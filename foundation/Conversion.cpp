@@ -83,8 +83,8 @@ std::string int2bin(unsigned int value) {
 }
 
 unsigned int bin2int(std::string digits) {
-    constexpr std::size_t width = 32;
-    const std::size_t first = digits.size() > width ? digits.size() - width : 0; // the rest is 0 modulo 2^32
+    constexpr std::size_t WIDTH = 32;
+    const std::size_t first = digits.size() > WIDTH ? digits.size() - WIDTH : 0; // the rest is 0 modulo 2^32
     unsigned int sum = 0;
     for (std::size_t index = first; index < digits.size(); ++index) {
         const char digit[] = {digits[index], '\0'};

@@ -5,17 +5,17 @@ namespace Velmor::LibConfig {
 
 namespace {
 
-void (*ErrorCallback)(const char*) = nullptr;
+void (*g_ErrorCallback)(const char*) = nullptr;
 
 } // namespace
 
 void SetErrorLoggingFunc(void (*callback)(const char*)) {
-    ErrorCallback = callback;
+    g_ErrorCallback = callback;
 }
 
 void LogError(const char* text) {
-    if (ErrorCallback != nullptr) {
-        ErrorCallback(text);
+    if (g_ErrorCallback != nullptr) {
+        g_ErrorCallback(text);
     }
 }
 

@@ -18,18 +18,18 @@ namespace {
 using Guard = std::lock_guard<Mutex>;
 
 /// The field of a line's word: what leaves a blank after the time for the longest one.
-constexpr std::size_t WordWidth = 13;
+constexpr std::size_t WORD_WIDTH = 13;
 
-constexpr const char* WordsByLevel[] = {"ERROR",        "MESSAGE",    "DEBUG",  "IN FUNCTION",
-                                        "OUT FUNCTION", "STACKTRACE", "WARNING"};
+constexpr const char* WORDS_BY_LEVEL[] = {"ERROR",        "MESSAGE",    "DEBUG",  "IN FUNCTION",
+                                          "OUT FUNCTION", "STACKTRACE", "WARNING"};
 
 const char* WordOf(DebugLevel level) {
     const bool named = level >= DEBUG_LEVEL_ERROR && level <= DEBUG_LEVEL_WARNING;
-    return WordsByLevel[named ? level : DEBUG_LEVEL_MESSAGE];
+    return WORDS_BY_LEVEL[named ? level : DEBUG_LEVEL_MESSAGE];
 }
 
 /// More than a line's time, word, thread id and blanks take.
-constexpr std::size_t LongestPrefix = 80;
+constexpr std::size_t LONGEST_PREFIX = 80;
 
 /// Writes the last digits of a number, zero-filled, and returns the position behind them.
 char* WriteDigits(char* out, int number, int digits) {
@@ -57,15 +57,15 @@ char* WriteLocalTimeOfNow(char* out) {
     return WriteDigits(out, local.tm_sec, 2);
 }
 
-thread_local long CachedThreadId = 0;
+thread_local long g_CachedThreadId = 0;
 
 /// The kernel's id of the calling thread. A child process made by fork() asks again.
 long ThreadId() {
-    static const int forkHandler = pthread_atfork(nullptr, nullptr, [] { CachedThreadId = 0; });
-    if (CachedThreadId == 0 || forkHandler != 0) {
-        CachedThreadId = syscall(SYS_gettid);
+    static const int forkHandler = pthread_atfork(nullptr, nullptr, [] { g_CachedThreadId = 0; });
+    if (g_CachedThreadId == 0 || forkHandler != 0) {
+        g_CachedThreadId = syscall(SYS_gettid);
     }
-    return CachedThreadId;
+    return g_CachedThreadId;
 }
 
 } // namespace
@@ -124,9 +124,9 @@ void LibLogging::Init(const std::string& path, unsigned int maxEntries, bool rot
     m_LoggedEntries = 0;
     m_LoggedFileSize = 0;
     m_SplitCounter = 0;
-    m_bLogThreadId = false;
-    m_bVerbose = true;
-    m_bOutputDbgString = true;
+    m_LogThreadId = false;
+    m_Verbose = true;
+    m_OutputDbgString = true;
     m_Level = LOG_LEVEL_ALL;
     m_Path = AppendLogExtension(path);
     if (rotate) {
@@ -142,49 +142,49 @@ void LibLogging::SetLoggingLevel(LOG_LEVEL level) {
 }
 
 bool LibLogging::IsEnabled() const {
-    return m_bEnabled;
+    return m_Enabled;
 }
 
 void LibLogging::Enabled(bool enabled) {
-    m_bEnabled = enabled;
+    m_Enabled = enabled;
 }
 
 bool LibLogging::IsVerbose() const {
-    return m_bVerbose;
+    return m_Verbose;
 }
 
 void LibLogging::Verbose(bool verbose) {
-    m_bVerbose = verbose;
+    m_Verbose = verbose;
 }
 
 bool LibLogging::IsOutputDbgString() const {
-    return m_bOutputDbgString;
+    return m_OutputDbgString;
 }
 
 void LibLogging::OutputDbgString(bool output) {
-    m_bOutputDbgString = output;
+    m_OutputDbgString = output;
 }
 
 bool LibLogging::IsLogThreadId() const {
-    return m_bLogThreadId;
+    return m_LogThreadId;
 }
 
 void LibLogging::LogThreadId(bool logThreadId) {
-    m_bLogThreadId = logThreadId;
+    m_LogThreadId = logThreadId;
 }
 
 void LibLogging::LogRotation(bool rotate, unsigned int maxEntries) {
-    m_bRotateByEntries = rotate;
+    m_RotateByEntries = rotate;
     m_MaxEntries = maxEntries;
 }
 
 void LibLogging::LogRotationFileSize(bool rotate, unsigned long maxBytes) {
-    m_bRotateBySize = rotate;
+    m_RotateBySize = rotate;
     m_MaxFileSize = static_cast<std::uint32_t>(maxBytes);
 }
 
 bool LibLogging::IsLogRotationEnabled() const {
-    return m_bRotateByEntries || m_bRotateBySize;
+    return m_RotateByEntries || m_RotateBySize;
 }
 
 bool LibLogging::IsLogToBuffer() const {
@@ -252,7 +252,7 @@ void LibLogging::LogStackTrace() {
 }
 
 void LibLogging::Log(const std::string& text, DebugLevel level) {
-    if (!m_bEnabled || !IsFileOpen()) {
+    if (!m_Enabled || !IsFileOpen()) {
         return;
     }
     if (IsSplitDue()) { // before the new line, so the line that trips the limit is the first of the new file
@@ -274,8 +274,8 @@ bool LibLogging::IsFileOpen() {
 }
 
 bool LibLogging::IsSplitDue() const {
-    return (m_bRotateByEntries && m_LoggedEntries >= m_MaxEntries) ||
-           (m_bRotateBySize && m_LoggedFileSize >= m_MaxFileSize);
+    return (m_RotateByEntries && m_LoggedEntries >= m_MaxEntries) ||
+           (m_RotateBySize && m_LoggedFileSize >= m_MaxFileSize);
 }
 
 void LibLogging::WriteLine(const std::string& line) {
@@ -283,10 +283,10 @@ void LibLogging::WriteLine(const std::string& line) {
         const Guard guard(*m_FileLock);
         m_Stream.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
     }
-    if (m_bRotateByEntries) {
+    if (m_RotateByEntries) {
         ++m_LoggedEntries;
     }
-    if (m_bRotateBySize) {
+    if (m_RotateBySize) {
         m_LoggedFileSize += static_cast<std::uint32_t>(line.size());
     }
 }
@@ -323,14 +323,14 @@ std::string LibLogging::LogTypeToString(DebugLevel level) {
 }
 
 std::string LibLogging::GetLogEntry(DebugLevel level, const std::string& text) const {
-    char prefix[LongestPrefix];
+    char prefix[LONGEST_PREFIX];
     char* end = prefix;
     if (level != DEBUG_LEVEL_RAW) {
         const char* const word = WordOf(level);
         end = WriteLocalTimeOfNow(end);
-        end = std::fill_n(end, WordWidth - std::strlen(word), ' ');
+        end = std::fill_n(end, WORD_WIDTH - std::strlen(word), ' ');
         end = std::copy(word, word + std::strlen(word), end);
-        if (m_bLogThreadId) {
+        if (m_LogThreadId) {
             *end++ = ' ';
             *end++ = '(';
             end = std::to_chars(end, std::end(prefix), ThreadId()).ptr;

@@ -155,12 +155,12 @@ private:
     void OpenFile(const std::string& path);
 
     std::uint32_t m_Id; ///< -1 when destroyed
-    bool m_bEnabled = false;
-    bool m_bVerbose = false;
-    bool m_bRotateByEntries = true;
-    bool m_bRotateBySize = false;
-    bool m_bOutputDbgString = false;
-    bool m_bLogThreadId = true;
+    bool m_Enabled = false;
+    bool m_Verbose = false;
+    bool m_RotateByEntries = true;
+    bool m_RotateBySize = false;
+    bool m_OutputDbgString = false;
+    bool m_LogThreadId = true;
     std::uint32_t m_MaxEntries = 10000;
     std::atomic<std::uint32_t> m_LoggedEntries{0};
     std::uint32_t m_MaxFileSize = 10000; ///< bytes

@@ -10,9 +10,9 @@ namespace Velmor {
 
 namespace {
 
-constexpr char Extension[] = "log";
+constexpr char EXTENSION[] = "log";
 /// Longest text that still counts as an extension, its dot included.
-constexpr std::size_t LongestExtension = 5;
+constexpr std::size_t LONGEST_EXTENSION = 5;
 
 bool IsReadable(const std::string& path) {
     return std::ifstream(path).is_open();
@@ -38,17 +38,17 @@ void LibLogging::GetExtension(const std::string& path, std::string& base, std::s
     }
     if (cut == std::string::npos) {
         cut = path.rfind('.');
-        if (cut != std::string::npos && path.size() - cut > LongestExtension) {
+        if (cut != std::string::npos && path.size() - cut > LONGEST_EXTENSION) {
             cut = std::string::npos;
         }
     }
     const bool found = cut != std::string::npos;
-    ext = found ? Extension : ""; // "log" for ".txt" and the others too, so that all derived names end in it
+    ext = found ? EXTENSION : ""; // "log" for ".txt" and the others too, so that all derived names end in it
     base = path.substr(0, cut);
 }
 
 std::string LibLogging::AppendLogExtension(const std::string& path) {
-    return SplitName(path).ext.empty() ? path + "." + Extension : path;
+    return SplitName(path).ext.empty() ? path + "." + EXTENSION : path;
 }
 
 std::string LibLogging::NumberedName(const std::string& name) {

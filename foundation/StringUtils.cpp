@@ -12,8 +12,8 @@ namespace Velmor {
 namespace {
 
 /// Without the digit 0, which looks like the letter.
-constexpr char NameAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz123456789";
-constexpr int NameAlphabetSize = sizeof(NameAlphabet) - 1;
+constexpr char NAME_ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz123456789";
+constexpr int NAME_ALPHABET_SIZE = sizeof(NAME_ALPHABET) - 1;
 
 bool IsSpace(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0;
@@ -45,7 +45,7 @@ std::string GenerateRandomString(int len) {
     std::srand(static_cast<unsigned int>(std::time(nullptr)));
     std::string name;
     for (int index = 0; index < len; ++index) {
-        name += NameAlphabet[std::rand() % NameAlphabetSize];
+        name += NAME_ALPHABET[std::rand() % NAME_ALPHABET_SIZE];
     }
     return name;
 }

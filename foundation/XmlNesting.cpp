@@ -7,11 +7,11 @@ namespace Velmor {
 
 namespace {
 
-constexpr char WhiteSpace[] = " \t\n\r";
-constexpr char EndsElementName[] = " \t\n\r/>?";
-constexpr char EndsAttributeName[] = " \t\n\r/<>=?!";
+constexpr char WHITE_SPACE[] = " \t\n\r";
+constexpr char ENDS_ELEMENT_NAME[] = " \t\n\r/>?";
+constexpr char ENDS_ATTRIBUTE_NAME[] = " \t\n\r/<>=?!";
 
-enum class Tag { Opens, StandsAlone, Malformed };
+enum class Tag { OPENS, STANDS_ALONE, MALFORMED };
 
 /// Walks over a text with the parser's own idea of where each piece of markup ends: text in comments,
 /// sections and attribute values must neither count nor hide anything.
@@ -62,14 +62,15 @@ public:
 
     /// Moves behind a tag whose "<" is taken.
     Tag TakeTag() {
-        Skip(EndsElementName, false);
-        Skip(WhiteSpace, true);
-        while (m_Position < m_Text.size() && std::strchr(EndsAttributeName, m_Text[m_Position]) == nullptr) {
+        Skip(ENDS_ELEMENT_NAME, false);
+        Skip(WHITE_SPACE, true);
+        while (m_Position < m_Text.size() &&
+               std::strchr(ENDS_ATTRIBUTE_NAME, m_Text[m_Position]) == nullptr) {
             if (!TakeAttribute()) {
-                return Tag::Malformed;
+                return Tag::MALFORMED;
             }
         }
-        return Take("/>") ? Tag::StandsAlone : Take(">") ? Tag::Opens : Tag::Malformed;
+        return Take("/>") ? Tag::STANDS_ALONE : Take(">") ? Tag::OPENS : Tag::MALFORMED;
     }
 
 private:
@@ -81,18 +82,18 @@ private:
     }
 
     bool TakeAttribute() {
-        Skip(EndsAttributeName, false);
-        Skip(WhiteSpace, true);
+        Skip(ENDS_ATTRIBUTE_NAME, false);
+        Skip(WHITE_SPACE, true);
         if (!Take("=")) {
             return false;
         }
-        Skip(WhiteSpace, true);
+        Skip(WHITE_SPACE, true);
         const char* const quote = Take("\"") ? "\"" : "'";
         if (*quote == '\'' && !Take(quote)) {
             return false;
         }
         SkipBehind(quote);
-        Skip(WhiteSpace, true);
+        Skip(WHITE_SPACE, true);
         return true;
     }
 
@@ -134,13 +135,13 @@ bool XmlNestsDeeperThan(int levels, const std::string& text) {
         }
         scanner.Take("<");
         const Tag tag = scanner.TakeTag();
-        if (tag == Tag::Malformed) {
+        if (tag == Tag::MALFORMED) {
             return false;
         }
         if (depth == levels) {
             return true;
         }
-        depth += tag == Tag::Opens ? 1 : 0;
+        depth += tag == Tag::OPENS ? 1 : 0;
     }
     return false;
 }

@@ -48,11 +48,11 @@ wxString WithReason(const wxString& sentence, const std::string& path, int error
 
 /// Whether everything could be read; one byte more than the limit is enough to know that it is too much.
 bool ReadAll(int descriptor, std::string& content) {
-    constexpr std::size_t block = 1024UL * 1024;
+    constexpr std::size_t BLOCK = 1024UL * 1024;
     std::size_t size = 0;
     while (size <= LARGEST_FILE) {
-        content.resize(size + block);
-        const ssize_t count = read(descriptor, &content[size], block);
+        content.resize(size + BLOCK);
+        const ssize_t count = read(descriptor, &content[size], BLOCK);
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -86,9 +86,9 @@ wxString ReadFile(const std::string& path, std::string& content) {
 }
 
 bool Parse(const std::string& content, Velmor::slCertificate& out) {
-    constexpr char sequence =
+    constexpr char SEQUENCE =
         0x30; // every DER certificate begins with it; so does a text that begins with "0"
-    if (content.front() == sequence) {
+    if (content.front() == SEQUENCE) {
         const auto* bytes = reinterpret_cast<const unsigned char*>(content.data());
         if (out.LoadFromBuffer(bytes, static_cast<unsigned int>(content.size()))) {
             return true;

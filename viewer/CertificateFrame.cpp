@@ -57,9 +57,9 @@ wxStaticText* NewLabel(wxWindow* parent, const wxString& text) {
 
 /// As wide as there is room, as high as its font needs.
 void SetLabelFont(wxStaticText* label, const wxFont& font) {
-    constexpr int leastWidth = 100;
+    constexpr int LEAST_WIDTH = 100;
     label->SetFont(font);
-    label->SetMinSize(wxSize(leastWidth, label->GetCharHeight() + 2));
+    label->SetMinSize(wxSize(LEAST_WIDTH, label->GetCharHeight() + 2));
 }
 
 wxPanel* NewPanel(wxWindow* parent) {
@@ -83,8 +83,8 @@ CertificateFrame::CertificateFrame(wxWindow* parent, const Velmor::slCertificate
       m_State(viewer::StateAt(m_Certificate, now)),
       m_Rows(viewer::RowsOf(m_Certificate)) {
     CreateControls();
-    set_properties();
-    do_layout();
+    Set_properties();
+    Do_layout();
     // By hand, since the list takes the event that its own child sends for the keyboard.
     list_rows->Bind(wxEVT_CONTEXT_MENU, &CertificateFrame::evt_ContextMenu, this);
     list_rows->Select(1); // the first row below the first heading
@@ -105,11 +105,11 @@ void CertificateFrame::CreateControls() {
     label_note = NewLabel(panel_main,
                           Translate("Das sagt allein der Zeitraum: Signatur und Sperre sind nicht geprüft."));
 
-    notebook = new wxNotebook(panel_main, ID_VIEWER_PAGES);
-    panel_rows = NewPanel(notebook);
+    m_Notebook = new wxNotebook(panel_main, ID_VIEWER_PAGES);
+    panel_rows = NewPanel(m_Notebook);
     list_rows = new RowList(panel_rows, ID_VIEWER_ROWS, m_Rows);
     text_value = NewTextView(panel_rows, wxTE_CHARWRAP);
-    panel_text = NewPanel(notebook);
+    panel_text = NewPanel(m_Notebook);
     text_all = NewTextView(panel_text, wxTE_DONTWRAP);
 
     button_copy_row = new wxButton(panel_main, ID_VIEWER_COPY_ROW, Translate("&Zeile kopieren"));
@@ -118,7 +118,7 @@ void CertificateFrame::CreateControls() {
     button_close = new wxButton(panel_main, ID_VIEWER_CLOSE, Translate("&Schließen"));
 }
 
-void CertificateFrame::set_properties() {
+void CertificateFrame::Set_properties() {
     SetTitle(HeadText(viewer::HolderOf(m_Certificate)) + " – " + Translate("Zertifikat"));
     SetIcons(viewer::WindowIcons());
     SetMinSize(wxSize(560, 420));
@@ -147,7 +147,7 @@ wxSizer* CertificateFrame::LayoutOfHead() {
     return head;
 }
 
-void CertificateFrame::do_layout() {
+void CertificateFrame::Do_layout() {
     auto* rows = new wxBoxSizer(wxVERTICAL);
     rows->Add(list_rows, 1, wxEXPAND | wxALL, 6);
     rows->Add(text_value, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, 6);
@@ -155,8 +155,8 @@ void CertificateFrame::do_layout() {
     auto* text = new wxBoxSizer(wxVERTICAL);
     text->Add(text_all, 1, wxEXPAND | wxALL, 6);
     panel_text->SetSizer(text);
-    notebook->AddPage(panel_rows, Translate("Einzelheiten"));
-    notebook->AddPage(panel_text, Translate("Text und PEM"));
+    m_Notebook->AddPage(panel_rows, Translate("Einzelheiten"));
+    m_Notebook->AddPage(panel_text, Translate("Text und PEM"));
 
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
     buttons->Add(button_copy_row, 0, wxRIGHT, 6);
@@ -167,7 +167,7 @@ void CertificateFrame::do_layout() {
 
     auto* panel = new wxBoxSizer(wxVERTICAL);
     panel->Add(LayoutOfHead(), 0, wxEXPAND, 0);
-    panel->Add(notebook, 1, wxEXPAND | wxLEFT | wxRIGHT, 12);
+    panel->Add(m_Notebook, 1, wxEXPAND | wxLEFT | wxRIGHT, 12);
     panel->Add(buttons, 0, wxEXPAND | wxALL, 12);
     panel_main->SetSizer(panel);
 

@@ -55,7 +55,7 @@ protected:
     wxStaticText* label_issuer;
     wxStaticText* label_period;
     wxStaticText* label_note;
-    wxNotebook* notebook;
+    wxNotebook* m_Notebook;
     wxPanel* panel_rows;
     RowList* list_rows;
     wxTextCtrl* text_value;
@@ -68,8 +68,8 @@ protected:
 
 private:
     void CreateControls();
-    void set_properties();
-    void do_layout();
+    void Set_properties();
+    void Do_layout();
     wxSizer* LayoutOfHead();
     void ShowValue();
     /// Everything as text, with the PEM form behind it, not much above the limit.

@@ -44,7 +44,7 @@ void CertificateFrame::ShowValue() {
 
 void CertificateFrame::evt_PageChanged(wxBookCtrlEvent& event) {
     event.Skip();
-    if (notebook->GetCurrentPage() == panel_text && text_all->IsEmpty()) {
+    if (m_Notebook->GetCurrentPage() == panel_text && text_all->IsEmpty()) {
         text_all->ChangeValue(FromUtf8(WholeText(LONGEST_TEXT_SHOWN)));
         text_all->SetInsertionPoint(0);
     }
@@ -136,7 +136,7 @@ void CertificateFrame::evt_CharHook(wxKeyEvent& event) {
     } else if (isCommand && event.GetKeyCode() == 'C' && !isInText) {
         evt_copy_row(none);
     } else if (isCommand && (event.GetKeyCode() == WXK_PAGEDOWN || event.GetKeyCode() == WXK_PAGEUP)) {
-        notebook->AdvanceSelection(event.GetKeyCode() == WXK_PAGEDOWN);
+        m_Notebook->AdvanceSelection(event.GetKeyCode() == WXK_PAGEDOWN);
     } else {
         event.Skip();
     }

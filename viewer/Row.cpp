@@ -38,10 +38,10 @@ std::string Row::WrappedValue(std::size_t bytesInALine, const std::string& inden
     if (m_Bytes.empty()) {
         return CutText(m_Text, limit);
     }
-    constexpr std::size_t charactersOfAByte = 3;
-    const std::size_t count = std::min(m_Bytes.size(), limit / charactersOfAByte + 1);
+    constexpr std::size_t CHARACTERS_OF_A_BYTE = 3;
+    const std::size_t count = std::min(m_Bytes.size(), limit / CHARACTERS_OF_A_BYTE + 1);
     std::string text;
-    text.reserve(count * (charactersOfAByte + (indentation.size() + 1) / bytesInALine + 1));
+    text.reserve(count * (CHARACTERS_OF_A_BYTE + (indentation.size() + 1) / bytesInALine + 1));
     for (std::size_t i = 0; i < count; ++i) {
         if (i != 0) {
             text += ':';

@@ -42,8 +42,8 @@ const Row* RowList::Selected() const {
 }
 
 void RowList::Select(long row) {
-    constexpr long state = wxLIST_STATE_SELECTED | wxLIST_STATE_FOCUSED;
-    SetItemState(row, state, state);
+    constexpr long STATE = wxLIST_STATE_SELECTED | wxLIST_STATE_FOCUSED;
+    SetItemState(row, STATE, STATE);
     EnsureVisible(row);
 }
 
@@ -67,7 +67,7 @@ void RowList::evt_Size(wxSizeEvent& event) {
 
 /// Measured on no more labels than a window shows in a while: the rest are alike or cut.
 int RowList::WidthOfLabels() const {
-    constexpr int widest = 320;
+    constexpr int WIDEST = 320;
     int width = 0;
     int count = 0;
     const wxString* last = nullptr;
@@ -81,5 +81,5 @@ int RowList::WidthOfLabels() const {
         last = &row.Label();
         width = std::max(width, GetTextExtent(row.IsHeading() ? row.Label() : INDENTATION + row.Label()).x);
     }
-    return std::min(width, widest) + GAP;
+    return std::min(width, WIDEST) + GAP;
 }

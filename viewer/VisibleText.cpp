@@ -63,7 +63,7 @@ Form FormOf(unsigned char first) {
 
 /// The character at this place, by the strict rules of RFC 3629.
 Character CharacterAt(const std::string& text, std::size_t place) {
-    constexpr std::uint32_t highest = 0x10ffff;
+    constexpr std::uint32_t HIGHEST = 0x10ffff;
     const auto first = static_cast<unsigned char>(text[place]);
     const Form form = FormOf(first);
     if (form.m_Size == 0 || place + form.m_Size > text.size()) {
@@ -78,7 +78,7 @@ Character CharacterAt(const std::string& text, std::size_t place) {
         value = value << 6 | (byte & 0x3fU);
     }
     const bool isSurrogate = value >= 0xd800 && value <= 0xdfff;
-    return value < form.m_Least || value > highest || isSurrogate ? Character{}
+    return value < form.m_Least || value > HIGHEST || isSurrogate ? Character{}
                                                                   : Character{value, form.m_Size};
 }
 

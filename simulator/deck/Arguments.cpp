@@ -9,7 +9,7 @@ Arguments::Arguments(const std::vector<std::string>& words, const std::set<std::
                      const std::set<std::string>& plainOptions) {
     for (auto word = words.begin(); word != words.end(); ++word) {
         if (word->compare(0, 2, "--") != 0) {
-            m_places.push_back(*word);
+            m_Places.push_back(*word);
             continue;
         }
         const bool takesValue = optionsWithValue.count(*word) != 0;
@@ -19,27 +19,27 @@ Arguments::Arguments(const std::vector<std::string>& words, const std::set<std::
             throw UsageError("The option " + *word + " needs a value.");
         const std::string option = *word;
         const std::string value = takesValue ? *++word : "";
-        if (!m_options.emplace(option, value).second)
+        if (!m_Options.emplace(option, value).second)
             throw UsageError("The option " + option + " is given twice.");
     }
 }
 
-void Arguments::requirePlaces(const std::vector<std::string>& names) const {
-    if (m_places.size() < names.size())
-        throw UsageError(names[m_places.size()] + " is missing.");
-    if (m_places.size() > names.size())
-        throw UsageError("\"" + m_places[names.size()] + "\" is one word too many.");
+void Arguments::RequirePlaces(const std::vector<std::string>& names) const {
+    if (m_Places.size() < names.size())
+        throw UsageError(names[m_Places.size()] + " is missing.");
+    if (m_Places.size() > names.size())
+        throw UsageError("\"" + m_Places[names.size()] + "\" is one word too many.");
 }
 
-std::optional<std::string> Arguments::value(const std::string& option) const {
-    const auto found = m_options.find(option);
-    if (found == m_options.end())
+std::optional<std::string> Arguments::Value(const std::string& option) const {
+    const auto found = m_Options.find(option);
+    if (found == m_Options.end())
         return std::nullopt;
     return found->second;
 }
 
-std::optional<unsigned long> Arguments::number(const std::string& option, unsigned long limit) const {
-    const auto text = value(option);
+std::optional<unsigned long> Arguments::Number(const std::string& option, unsigned long limit) const {
+    const auto text = Value(option);
     if (!text)
         return std::nullopt;
     unsigned long number = 0;

@@ -26,18 +26,18 @@ public:
               const std::set<std::string>& plainOptions);
 
     /// Throws UsageError unless there are exactly as many places as names.
-    void requirePlaces(const std::vector<std::string>& names) const;
+    void RequirePlaces(const std::vector<std::string>& names) const;
 
-    const std::string& place(std::size_t index) const { return m_places.at(index); }
-    bool has(const std::string& option) const { return m_options.count(option) != 0; }
-    std::optional<std::string> value(const std::string& option) const;
+    const std::string& Place(std::size_t index) const { return m_Places.at(index); }
+    bool Has(const std::string& option) const { return m_Options.count(option) != 0; }
+    std::optional<std::string> Value(const std::string& option) const;
 
     /// Throws UsageError for a value that is no whole number, or above the limit.
-    std::optional<unsigned long> number(const std::string& option, unsigned long limit) const;
+    std::optional<unsigned long> Number(const std::string& option, unsigned long limit) const;
 
 private:
-    std::vector<std::string> m_places;
-    std::map<std::string, std::string> m_options;
+    std::vector<std::string> m_Places;
+    std::map<std::string, std::string> m_Options;
 };
 
 } // namespace orselsim

@@ -13,11 +13,11 @@ namespace orselsim {
 namespace {
 
 /// Common name in the first certificate that has one, in UTF-8; empty for none.
-std::string holderOf(const Card& card) {
-    for (const ObjectRecord& object : card.record.objects) {
-        if (object.kind != ObjectKind::Certificate)
+std::string HolderOf(const Card& card) {
+    for (const ObjectRecord& object : card.m_Record.m_Objects) {
+        if (object.m_Kind != ObjectKind::CERTIFICATE)
             continue;
-        const Bytes& content = card.content(object.file);
+        const Bytes& content = card.Content(object.m_File);
         const unsigned char* der = content.data();
         const X509Ptr certificate(d2i_X509(nullptr, &der, static_cast<long>(content.size())));
         if (!certificate)
@@ -38,75 +38,76 @@ std::string holderOf(const Card& card) {
     return "";
 }
 
-const char* kindName(ObjectKind kind) {
+const char* KindName(ObjectKind kind) {
     switch (kind) {
-    case ObjectKind::Data:
+    case ObjectKind::DATA:
         return "data";
-    case ObjectKind::Certificate:
+    case ObjectKind::CERTIFICATE:
         return "certificate";
-    case ObjectKind::PublicKey:
+    case ObjectKind::PUBLIC_KEY:
         return "public key";
-    case ObjectKind::PrivateKey:
+    case ObjectKind::PRIVATE_KEY:
         return "private key";
     }
     return "";
 }
 
-std::string secretState(const CountedSecret& secret) {
-    if (!secret.secret)
+std::string SecretState(const CountedSecret& secret) {
+    if (!secret.m_Secret)
         return "not set";
-    if (secret.isBlocked())
+    if (secret.IsBlocked())
         return "blocked";
-    return std::to_string(secret.triesLeft) + " of " + std::to_string(secret.maxTries) + " tries left";
+    return std::to_string(secret.m_TriesLeft) + " of " + std::to_string(secret.m_MaxTries) + " tries left";
 }
 
-void describeToken(const CardRecord& record, std::ostream& out) {
-    out << "Label         " << record.label << '\n'
-        << "Model         " << record.model << '\n'
-        << "Manufacturer  " << record.manufacturer << '\n'
-        << "Serial        " << record.serial << '\n'
-        << "ATR           " << toHex(record.atr) << '\n'
-        << "Reader        " << (record.isRemovable ? "card can be taken out" : "card is fixed") << '\n';
-    if (record.slotId)
-        out << "Slot          " << *record.slotId << '\n';
-    if (record.delayMs > 0)
-        out << "Delay         " << record.delayMs << " ms\n";
+void DescribeToken(const CardRecord& record, std::ostream& out) {
+    out << "Label         " << record.m_Label << '\n'
+        << "Model         " << record.m_Model << '\n'
+        << "Manufacturer  " << record.m_Manufacturer << '\n'
+        << "Serial        " << record.m_Serial << '\n'
+        << "ATR           " << ToHex(record.m_Atr) << '\n'
+        << "Reader        " << (record.m_IsRemovable ? "card can be taken out" : "card is fixed") << '\n';
+    if (record.m_SlotId)
+        out << "Slot          " << *record.m_SlotId << '\n';
+    if (record.m_DelayMs > 0)
+        out << "Delay         " << record.m_DelayMs << " ms\n";
 }
 
 } // namespace
 
-std::string cardLine(const std::string& name, const std::string& directory) {
+std::string CardLine(const std::string& name, const std::string& directory) {
     std::ostringstream line;
     line << std::left << std::setw(14) << name << "  ";
     try {
-        const Card card = loadCard(directory);
-        line << std::setw(16) << card.record.model << "  " << std::setw(16) << card.record.serial << "  "
-             << holderOf(card);
+        const Card card = LoadCard(directory);
+        line << std::setw(16) << card.m_Record.m_Model << "  " << std::setw(16) << card.m_Record.m_Serial
+             << "  " << HolderOf(card);
     } catch (const std::exception& error) {
         line << "damaged: " << error.what();
     }
     return line.str();
 }
 
-std::string pinLines(const CardRecord& record) {
+std::string PinLines(const CardRecord& record) {
     std::string lines;
-    for (const auto& [name, pin] : record.pins)
-        lines += "PIN           " + name + ": " + secretState(pin.pin) +
-                 ", PUK: " + (pin.puk ? secretState(*pin.puk) : "none") + "\n";
+    for (const auto& [name, pin] : record.m_Pins)
+        lines += "PIN           " + name + ": " + SecretState(pin.m_Pin) +
+                 ", PUK: " + (pin.m_Puk ? SecretState(*pin.m_Puk) : "none") + "\n";
     return lines;
 }
 
-std::string cardText(const std::string& directory) {
-    const Card card = loadCard(directory);
+std::string CardText(const std::string& directory) {
+    const Card card = LoadCard(directory);
     std::ostringstream text;
-    describeToken(card.record, text);
-    text << "Holder        " << holderOf(card) << '\n';
-    text << pinLines(card.record);
-    for (const ObjectRecord& object : card.record.objects)
-        text << "Object        " << kindName(object.kind) << " \"" << object.label << "\", "
-             << card.content(object.file).size() << " bytes" << (object.isPrivate ? ", private" : "") << '\n';
-    for (const auto& [name, file] : card.record.properties)
-        text << "Property      " << name << ", " << card.content(file).size() << " bytes\n";
+    DescribeToken(card.m_Record, text);
+    text << "Holder        " << HolderOf(card) << '\n';
+    text << PinLines(card.m_Record);
+    for (const ObjectRecord& object : card.m_Record.m_Objects)
+        text << "Object        " << KindName(object.m_Kind) << " \"" << object.m_Label << "\", "
+             << card.Content(object.m_File).size() << " bytes" << (object.m_IsPrivate ? ", private" : "")
+             << '\n';
+    for (const auto& [name, file] : card.m_Record.m_Properties)
+        text << "Property      " << name << ", " << card.Content(file).size() << " bytes\n";
     return text.str();
 }
 

@@ -10,13 +10,13 @@ namespace orselsim {
 
 /// One line about the card in a directory: its name, model, serial and holder, or what is wrong
 /// with it.
-std::string cardLine(const std::string& name, const std::string& directory);
+std::string CardLine(const std::string& name, const std::string& directory);
 
 /// Everything about a card, a line each. Throws when the directory holds no whole card.
-std::string cardText(const std::string& directory);
+std::string CardText(const std::string& directory);
 
 /// The state of each PIN and its PUK, a line each.
-std::string pinLines(const CardRecord& record);
+std::string PinLines(const CardRecord& record);
 
 } // namespace orselsim
 

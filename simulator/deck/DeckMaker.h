@@ -20,42 +20,42 @@ public:
 
 /// A card that is to be put into a deck. What is not given follows from the kind.
 struct CardWish {
-    std::string kind;
-    std::optional<std::string> directory; ///< default: the next number and the kind, "03-acos-a05"
-    std::optional<std::string> holder;
-    std::optional<std::string> serial;
-    std::optional<std::string> label;
-    std::optional<std::string> model;
-    std::optional<unsigned long> slotId;
-    unsigned delayMs = 0;
-    bool isRemovable = true;
-    bool asksPinForData = false;
+    std::string m_Kind;
+    std::optional<std::string> m_Directory; ///< default: the next number and the kind, "03-acos-a05"
+    std::optional<std::string> m_Holder;
+    std::optional<std::string> m_Serial;
+    std::optional<std::string> m_Label;
+    std::optional<std::string> m_Model;
+    std::optional<unsigned long> m_SlotId;
+    unsigned m_DelayMs = 0;
+    bool m_IsRemovable = true;
+    bool m_AsksPinForData = false;
 };
 
 /// The cards of the demo deck, in slot order.
-std::vector<CardWish> demoCards();
+std::vector<CardWish> DemoCards();
 
 /// Makes an empty deck; the directory may exist if it is empty. With `force` the cards of a deck
 /// that is there are thrown away first. Never touches a directory that is not a deck.
-void createDeck(const std::string& directory, bool force);
+void CreateDeck(const std::string& directory, bool force);
 
-bool isDeck(const std::string& directory);
+bool IsDeck(const std::string& directory);
 
 /// Directory names of everything in the deck that looks like a card, damaged or not, in order.
-std::vector<std::string> cardsOf(const std::string& deck);
+std::vector<std::string> CardsOf(const std::string& deck);
 
 /// Puts in a new card and gives its directory name. The card appears as a whole: a library that
 /// watches the deck never sees half of it.
-std::string insertCard(const std::string& deck, const CardWish& wish);
+std::string InsertCard(const std::string& deck, const CardWish& wish);
 
-void removeCard(const std::string& deck, const std::string& card);
+void RemoveCard(const std::string& deck, const std::string& card);
 
 /// Reads a card's record, lets `change` work on it and writes it back, undisturbed by a library
 /// that uses the card.
-void changeRecord(const std::string& cardDirectory, const std::function<void(CardRecord&)>& change);
+void ChangeRecord(const std::string& cardDirectory, const std::function<void(CardRecord&)>& change);
 
 /// Path of a card's directory; throws DeckError when the deck has no such card.
-std::string cardDirectory(const std::string& deck, const std::string& card);
+std::string CardDirectory(const std::string& deck, const std::string& card);
 
 } // namespace orselsim
 

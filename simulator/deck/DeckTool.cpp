@@ -20,10 +20,10 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-constexpr unsigned long largestNumber = 2147483647;
-constexpr unsigned long largestTries = 254;
+constexpr unsigned long LARGEST_NUMBER = 2147483647;
+constexpr unsigned long LARGEST_TRIES = 254;
 
-void printHelp(std::ostream& out) {
+void PrintHelp(std::ostream& out) {
     out << "orselsim-deck makes and changes decks: directories of simulated cards.\n"
            "\n"
            "  orselsim-deck create DIR [--cards KIND,KIND,...] [--empty] [--force]\n"
@@ -50,13 +50,13 @@ void printHelp(std::ostream& out) {
            "  orselsim-deck --help\n"
            "\n"
            "CARD is the name of the card's directory, as \"list\" shows it. The kinds are:\n";
-    for (const CardKind& kind : cardKinds())
-        out << "  " << std::left << std::setw(10) << kind.name << "  " << kind.model << '\n';
-    out << "\nA new card has the signature PIN " << demoSignaturePin << ", the encryption PIN "
-        << demoEncryptionPin << " and the PUK " << demoPuk << ".\n";
+    for (const CardKind& kind : CardKinds())
+        out << "  " << std::left << std::setw(10) << kind.m_Name << "  " << kind.m_Model << '\n';
+    out << "\nA new card has the signature PIN " << DEMO_SIGNATURE_PIN << ", the encryption PIN "
+        << DEMO_ENCRYPTION_PIN << " and the PUK " << DEMO_PUK << ".\n";
 }
 
-Words splitAtCommas(const std::string& text) {
+Words SplitAtCommas(const std::string& text) {
     Words words;
     std::istringstream rest(text);
     for (std::string word; std::getline(rest, word, ',');)
@@ -65,83 +65,83 @@ Words splitAtCommas(const std::string& text) {
 }
 
 /// The demo card of a kind, or a plain one for a kind that the demo deck does not have.
-CardWish demoCard(const std::string& kind) {
-    for (const CardWish& wish : demoCards())
-        if (wish.kind == kind)
+CardWish DemoCard(const std::string& kind) {
+    for (const CardWish& wish : DemoCards())
+        if (wish.m_Kind == kind)
             return wish;
     CardWish wish;
-    wish.kind = kind;
+    wish.m_Kind = kind;
     return wish;
 }
 
-std::vector<CardWish> wishesFor(const Arguments& arguments) {
-    if (arguments.has("--empty"))
+std::vector<CardWish> WishesFor(const Arguments& arguments) {
+    if (arguments.Has("--empty"))
         return {};
-    const auto kinds = arguments.value("--cards");
+    const auto kinds = arguments.Value("--cards");
     if (!kinds)
-        return demoCards();
+        return DemoCards();
     std::vector<CardWish> wishes;
-    for (const std::string& kind : splitAtCommas(*kinds)) {
-        if (findCardKind(kind) == nullptr)
+    for (const std::string& kind : SplitAtCommas(*kinds)) {
+        if (FindCardKind(kind) == nullptr)
             throw UsageError("There is no kind of card \"" + kind + "\".");
-        wishes.push_back(demoCard(kind));
+        wishes.push_back(DemoCard(kind));
     }
     return wishes;
 }
 
-void create(const Words& words, std::ostream& out) {
+void Create(const Words& words, std::ostream& out) {
     const Arguments arguments(words, {"--cards"}, {"--empty", "--force"});
-    arguments.requirePlaces({"DIR"});
-    const std::vector<CardWish> wishes = wishesFor(arguments);
-    const std::string& deck = arguments.place(0);
-    createDeck(deck, arguments.has("--force"));
+    arguments.RequirePlaces({"DIR"});
+    const std::vector<CardWish> wishes = WishesFor(arguments);
+    const std::string& deck = arguments.Place(0);
+    CreateDeck(deck, arguments.Has("--force"));
     for (const CardWish& wish : wishes)
-        insertCard(deck, wish);
+        InsertCard(deck, wish);
     out << "Made a deck of " << wishes.size() << (wishes.size() == 1 ? " card" : " cards") << " in " << deck
         << ".\n";
 }
 
-void list(const Words& words, std::ostream& out) {
+void List(const Words& words, std::ostream& out) {
     const Arguments arguments(words, {}, {});
-    arguments.requirePlaces({"DIR"});
-    for (const std::string& card : cardsOf(arguments.place(0)))
-        out << cardLine(card, cardDirectory(arguments.place(0), card)) << '\n';
+    arguments.RequirePlaces({"DIR"});
+    for (const std::string& card : CardsOf(arguments.Place(0)))
+        out << CardLine(card, CardDirectory(arguments.Place(0), card)) << '\n';
 }
 
-void show(const Words& words, std::ostream& out) {
+void Show(const Words& words, std::ostream& out) {
     const Arguments arguments(words, {}, {});
-    arguments.requirePlaces({"DIR", "CARD"});
-    out << cardText(cardDirectory(arguments.place(0), arguments.place(1)));
+    arguments.RequirePlaces({"DIR", "CARD"});
+    out << CardText(CardDirectory(arguments.Place(0), arguments.Place(1)));
 }
 
-void insert(const Words& words, std::ostream& out) {
+void Insert(const Words& words, std::ostream& out) {
     const Arguments arguments(words,
                               {"--holder", "--serial", "--label", "--model", "--name", "--slot", "--delay"},
                               {"--fixed-reader", "--data-pin"});
-    arguments.requirePlaces({"DIR", "KIND"});
+    arguments.RequirePlaces({"DIR", "KIND"});
     CardWish wish;
-    wish.kind = arguments.place(1);
-    wish.holder = arguments.value("--holder");
-    wish.serial = arguments.value("--serial");
-    wish.label = arguments.value("--label");
-    wish.model = arguments.value("--model");
-    wish.directory = arguments.value("--name");
-    wish.slotId = arguments.number("--slot", largestNumber);
-    wish.delayMs = static_cast<unsigned>(arguments.number("--delay", largestNumber).value_or(0));
-    wish.isRemovable = !arguments.has("--fixed-reader");
-    wish.asksPinForData = arguments.has("--data-pin");
-    out << "Put in the card " << insertCard(arguments.place(0), wish) << ".\n";
+    wish.m_Kind = arguments.Place(1);
+    wish.m_Holder = arguments.Value("--holder");
+    wish.m_Serial = arguments.Value("--serial");
+    wish.m_Label = arguments.Value("--label");
+    wish.m_Model = arguments.Value("--model");
+    wish.m_Directory = arguments.Value("--name");
+    wish.m_SlotId = arguments.Number("--slot", LARGEST_NUMBER);
+    wish.m_DelayMs = static_cast<unsigned>(arguments.Number("--delay", LARGEST_NUMBER).value_or(0));
+    wish.m_IsRemovable = !arguments.Has("--fixed-reader");
+    wish.m_AsksPinForData = arguments.Has("--data-pin");
+    out << "Put in the card " << InsertCard(arguments.Place(0), wish) << ".\n";
 }
 
-void remove(const Words& words, std::ostream& out) {
+void Remove(const Words& words, std::ostream& out) {
     const Arguments arguments(words, {}, {});
-    arguments.requirePlaces({"DIR", "CARD"});
-    removeCard(arguments.place(0), arguments.place(1));
-    out << "Took out the card " << arguments.place(1) << ".\n";
+    arguments.RequirePlaces({"DIR", "CARD"});
+    RemoveCard(arguments.Place(0), arguments.Place(1));
+    out << "Took out the card " << arguments.Place(1) << ".\n";
 }
 
-std::optional<bool> yesOrNo(const Arguments& arguments, const std::string& option) {
-    const auto value = arguments.value(option);
+std::optional<bool> YesOrNo(const Arguments& arguments, const std::string& option) {
+    const auto value = arguments.Value(option);
     if (!value)
         return std::nullopt;
     if (*value != "yes" && *value != "no")
@@ -149,63 +149,63 @@ std::optional<bool> yesOrNo(const Arguments& arguments, const std::string& optio
     return *value == "yes";
 }
 
-void setBehaviour(const Words& words, std::ostream& out) {
+void SetBehaviour(const Words& words, std::ostream& out) {
     const Arguments arguments(words, {"--delay", "--data-pin", "--software-pin", "--removable"}, {});
-    arguments.requirePlaces({"DIR", "CARD"});
-    const auto delay = arguments.number("--delay", largestNumber);
-    const auto dataPin = yesOrNo(arguments, "--data-pin");
-    const auto softwarePin = yesOrNo(arguments, "--software-pin");
-    const auto removable = yesOrNo(arguments, "--removable");
-    changeRecord(cardDirectory(arguments.place(0), arguments.place(1)), [&](CardRecord& record) {
-        record.delayMs = static_cast<unsigned>(delay.value_or(record.delayMs));
-        record.asksPinForData = dataPin.value_or(record.asksPinForData);
-        record.allowsSoftwarePin = softwarePin.value_or(record.allowsSoftwarePin);
-        record.isRemovable = removable.value_or(record.isRemovable);
+    arguments.RequirePlaces({"DIR", "CARD"});
+    const auto delay = arguments.Number("--delay", LARGEST_NUMBER);
+    const auto dataPin = YesOrNo(arguments, "--data-pin");
+    const auto softwarePin = YesOrNo(arguments, "--software-pin");
+    const auto removable = YesOrNo(arguments, "--removable");
+    ChangeRecord(CardDirectory(arguments.Place(0), arguments.Place(1)), [&](CardRecord& record) {
+        record.m_DelayMs = static_cast<unsigned>(delay.value_or(record.m_DelayMs));
+        record.m_AsksPinForData = dataPin.value_or(record.m_AsksPinForData);
+        record.m_AllowsSoftwarePin = softwarePin.value_or(record.m_AllowsSoftwarePin);
+        record.m_IsRemovable = removable.value_or(record.m_IsRemovable);
     });
-    out << "Changed the card " << arguments.place(1) << ".\n";
+    out << "Changed the card " << arguments.Place(1) << ".\n";
 }
 
-PinChange pinChangeOf(const Arguments& arguments) {
+PinChange PinChangeOf(const Arguments& arguments) {
     PinChange change;
-    change.pin = arguments.value("--pin");
-    change.unset = arguments.has("--unset");
-    change.tries = arguments.number("--tries", largestTries);
-    change.puk = arguments.value("--puk");
-    change.removePuk = arguments.has("--no-puk");
-    change.pukTries = arguments.number("--puk-tries", largestTries);
-    if (change.pin && change.unset)
+    change.m_Pin = arguments.Value("--pin");
+    change.m_Unset = arguments.Has("--unset");
+    change.m_Tries = arguments.Number("--tries", LARGEST_TRIES);
+    change.m_Puk = arguments.Value("--puk");
+    change.m_RemovePuk = arguments.Has("--no-puk");
+    change.m_PukTries = arguments.Number("--puk-tries", LARGEST_TRIES);
+    if (change.m_Pin && change.m_Unset)
         throw UsageError("The options --pin and --unset exclude each other.");
-    if (change.removePuk && (change.puk || change.pukTries))
+    if (change.m_RemovePuk && (change.m_Puk || change.m_PukTries))
         throw UsageError("The option --no-puk excludes the other options of the PUK.");
     return change;
 }
 
-void changePin(const Words& words, std::ostream& out) {
+void ChangePin(const Words& words, std::ostream& out) {
     const Arguments arguments(words, {"--pin", "--tries", "--puk", "--puk-tries"}, {"--unset", "--no-puk"});
-    arguments.requirePlaces({"DIR", "CARD", "signature or encryption"});
-    const PinChange change = pinChangeOf(arguments);
-    const std::string directory = cardDirectory(arguments.place(0), arguments.place(1));
-    changeRecord(directory, [&](CardRecord& record) { applyPinChange(record, arguments.place(2), change); });
-    out << pinLines(loadCard(directory).record);
+    arguments.RequirePlaces({"DIR", "CARD", "signature or encryption"});
+    const PinChange change = PinChangeOf(arguments);
+    const std::string directory = CardDirectory(arguments.Place(0), arguments.Place(1));
+    ChangeRecord(directory, [&](CardRecord& record) { ApplyPinChange(record, arguments.Place(2), change); });
+    out << PinLines(LoadCard(directory).m_Record);
 }
 
-void resetPins(const Words& words, std::ostream& out) {
+void ResetPins(const Words& words, std::ostream& out) {
     const Arguments arguments(words, {}, {});
-    arguments.requirePlaces({"DIR", "CARD"});
-    const std::string directory = cardDirectory(arguments.place(0), arguments.place(1));
-    changeRecord(directory, resetToDemoPins);
-    out << pinLines(loadCard(directory).record);
+    arguments.RequirePlaces({"DIR", "CARD"});
+    const std::string directory = CardDirectory(arguments.Place(0), arguments.Place(1));
+    ChangeRecord(directory, ResetToDemoPins);
+    out << PinLines(LoadCard(directory).m_Record);
 }
 
-void run(const Words& words, std::ostream& out) {
+void Run(const Words& words, std::ostream& out) {
     static const std::map<std::string, void (*)(const Words&, std::ostream&)> commands = {
-        {"create", create}, {"list", list},     {"show", show},       {"insert", insert},
-        {"remove", remove}, {"pin", changePin}, {"reset", resetPins}, {"set", setBehaviour},
+        {"create", Create}, {"list", List},     {"show", Show},       {"insert", Insert},
+        {"remove", Remove}, {"pin", ChangePin}, {"reset", ResetPins}, {"set", SetBehaviour},
     };
     if (words.empty())
         throw UsageError("What is to be done?");
     if (words[0] == "--help" || words[0] == "-h") {
-        printHelp(out);
+        PrintHelp(out);
         return;
     }
     const auto command = commands.find(words[0]);
@@ -216,9 +216,9 @@ void run(const Words& words, std::ostream& out) {
 
 } // namespace
 
-int runDeckTool(const std::vector<std::string>& words, std::ostream& out, std::ostream& err) {
+int RunDeckTool(const std::vector<std::string>& words, std::ostream& out, std::ostream& err) {
     try {
-        run(words, out);
+        Run(words, out);
         return 0;
     } catch (const UsageError& error) {
         err << "orselsim-deck: " << error.what() << " \"orselsim-deck --help\" shows what there is.\n";

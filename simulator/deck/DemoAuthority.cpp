@@ -15,127 +15,127 @@ namespace orselsim {
 
 namespace {
 
-constexpr const char* authorityName = "Orsel Demo CA";
-constexpr long secondsPerDay = 24L * 60 * 60;
-constexpr long validDays = 5L * 365;
+constexpr const char* AUTHORITY_NAME = "Orsel Demo CA";
+constexpr long SECONDS_PER_DAY = 24L * 60 * 60;
+constexpr long VALID_DAYS = 5L * 365;
 
-void check(bool done, const char* what) {
+void Check(bool done, const char* what) {
     if (!done)
         throw std::runtime_error(what);
 }
 
 /// First word of a name and the rest; a single word is a family name.
-std::pair<std::string, std::string> splitName(const std::string& name) {
+std::pair<std::string, std::string> SplitName(const std::string& name) {
     const std::size_t blank = name.find(' ');
     if (blank == std::string::npos)
         return {"", name};
     return {name.substr(0, blank), name.substr(blank + 1)};
 }
 
-void addName(X509_NAME* name, int field, const std::string& text) {
+void AddName(X509_NAME* name, int field, const std::string& text) {
     if (!text.empty())
-        check(X509_NAME_add_entry_by_NID(name, field, MBSTRING_UTF8,
+        Check(X509_NAME_add_entry_by_NID(name, field, MBSTRING_UTF8,
                                          reinterpret_cast<const unsigned char*>(text.data()),
                                          static_cast<int>(text.size()), -1, 0) == 1,
               "a name is too long for a certificate, or is not UTF-8");
 }
 
-void nameHolder(X509_NAME* name, const std::string& holder, const std::string& cardSerial) {
-    const auto [given, family] = splitName(holder);
-    addName(name, NID_commonName, holder);
-    addName(name, NID_surname, family);
-    addName(name, NID_givenName, given);
-    addName(name, NID_serialNumber, cardSerial);
+void NameHolder(X509_NAME* name, const std::string& holder, const std::string& cardSerial) {
+    const auto [given, family] = SplitName(holder);
+    AddName(name, NID_commonName, holder);
+    AddName(name, NID_surname, family);
+    AddName(name, NID_givenName, given);
+    AddName(name, NID_serialNumber, cardSerial);
 }
 
-void addExtension(X509* certificate, int kind, const char* value) {
+void AddExtension(X509* certificate, int kind, const char* value) {
     const ExtensionPtr extension(X509V3_EXT_conf_nid(nullptr, nullptr, kind, value));
-    check(extension && X509_add_ext(certificate, extension.get(), -1) == 1, "cannot extend a certificate");
+    Check(extension && X509_add_ext(certificate, extension.get(), -1) == 1, "cannot extend a certificate");
 }
 
-void setSerial(X509* certificate) {
+void SetSerial(X509* certificate) {
     unsigned char random[8];
-    check(RAND_bytes(random, sizeof random) == 1, "no random bytes for a certificate");
+    Check(RAND_bytes(random, sizeof random) == 1, "no random bytes for a certificate");
     random[0] = static_cast<unsigned char>((random[0] & 0x7F) | 0x40); // positive, and always of this length
     const BignumPtr number(BN_bin2bn(random, sizeof random, nullptr));
-    check(BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate)) != nullptr,
+    Check(BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate)) != nullptr,
           "cannot number a certificate");
 }
 
-X509Ptr newCertificate(EVP_PKEY* publicKey) {
+X509Ptr NewCertificate(EVP_PKEY* publicKey) {
     X509Ptr certificate(X509_new());
-    check(certificate && X509_set_version(certificate.get(), 2) == 1 && // counts from 0: version 3
+    Check(certificate && X509_set_version(certificate.get(), 2) == 1 && // counts from 0: version 3
               X509_set_pubkey(certificate.get(), publicKey) == 1,
           "cannot make a certificate");
-    setSerial(certificate.get());
-    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -secondsPerDay);
-    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), validDays * secondsPerDay);
-    addName(X509_get_issuer_name(certificate.get()), NID_commonName, authorityName);
+    SetSerial(certificate.get());
+    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -SECONDS_PER_DAY);
+    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), VALID_DAYS * SECONDS_PER_DAY);
+    AddName(X509_get_issuer_name(certificate.get()), NID_commonName, AUTHORITY_NAME);
     return certificate;
 }
 
-Bytes sealed(X509* certificate, EVP_PKEY* authorityKey) {
-    check(X509_sign(certificate, authorityKey, EVP_sha256()) > 0, "cannot sign a certificate");
+Bytes Sealed(X509* certificate, EVP_PKEY* authorityKey) {
+    Check(X509_sign(certificate, authorityKey, EVP_sha256()) > 0, "cannot sign a certificate");
     const int size = i2d_X509(certificate, nullptr);
-    check(size > 0, "cannot write a certificate");
+    Check(size > 0, "cannot write a certificate");
     Bytes der(static_cast<std::size_t>(size));
     unsigned char* end = der.data();
     i2d_X509(certificate, &end);
     return der;
 }
 
-Bytes ownCertificate(EVP_PKEY* key) {
-    const X509Ptr certificate = newCertificate(key);
-    addName(X509_get_subject_name(certificate.get()), NID_commonName, authorityName);
-    addExtension(certificate.get(), NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
-    addExtension(certificate.get(), NID_key_usage, "critical,keyCertSign,cRLSign");
-    return sealed(certificate.get(), key);
+Bytes OwnCertificate(EVP_PKEY* key) {
+    const X509Ptr certificate = NewCertificate(key);
+    AddName(X509_get_subject_name(certificate.get()), NID_commonName, AUTHORITY_NAME);
+    AddExtension(certificate.get(), NID_basic_constraints, "critical,CA:TRUE,pathlen:0");
+    AddExtension(certificate.get(), NID_key_usage, "critical,keyCertSign,cRLSign");
+    return Sealed(certificate.get(), key);
 }
 
 } // namespace
 
-void checkHolderName(const std::string& holder) {
-    check(!holder.empty(), "the holder has no name");
+void CheckHolderName(const std::string& holder) {
+    Check(!holder.empty(), "the holder has no name");
     const std::unique_ptr<X509_NAME, FreeWith<X509_NAME_free>> name(X509_NAME_new());
-    nameHolder(name.get(), holder, "");
+    NameHolder(name.get(), holder, "");
 }
 
-DemoAuthority DemoAuthority::of(const std::string& deckDirectory) {
-    const std::string directory = joinPath(deckDirectory, ".authority"); // a leading point: not a card
-    const std::string keyPath = joinPath(directory, "key.pem");
-    const std::string certificatePath = joinPath(directory, "certificate.der");
+DemoAuthority DemoAuthority::Of(const std::string& deckDirectory) {
+    const std::string directory = JoinPath(deckDirectory, ".authority"); // a leading point: not a card
+    const std::string keyPath = JoinPath(directory, "key.pem");
+    const std::string certificatePath = JoinPath(directory, "certificate.der");
     if (std::filesystem::exists(keyPath)) {
-        KeyPtr key = readKey(readFile(keyPath));
-        check(key != nullptr, "the deck's authority has a damaged key");
-        return DemoAuthority(std::move(key), readFile(certificatePath));
+        KeyPtr key = ReadKey(ReadFile(keyPath));
+        Check(key != nullptr, "the deck's authority has a damaged key");
+        return DemoAuthority(std::move(key), ReadFile(certificatePath));
     }
     std::filesystem::create_directories(directory);
-    KeyPtr key = makeKey(KeyForm::P256);
-    const Bytes certificate = ownCertificate(key.get());
-    replaceFile(certificatePath, certificate);
-    replaceFile(keyPath, printPrivateKey(key.get()));
+    KeyPtr key = MakeKey(KeyForm::P256);
+    const Bytes certificate = OwnCertificate(key.get());
+    ReplaceFile(certificatePath, certificate);
+    ReplaceFile(keyPath, PrintPrivateKey(key.get()));
     return DemoAuthority(std::move(key), certificate);
 }
 
-Bytes DemoAuthority::issue(const std::string& holder, const std::string& cardSerial, EVP_PKEY* publicKey,
+Bytes DemoAuthority::Issue(const std::string& holder, const std::string& cardSerial, EVP_PKEY* publicKey,
                            CertificateUse use) const {
-    const X509Ptr certificate = newCertificate(publicKey);
-    nameHolder(X509_get_subject_name(certificate.get()), holder, cardSerial);
-    addExtension(certificate.get(), NID_basic_constraints, "critical,CA:FALSE");
-    addExtension(certificate.get(), NID_key_usage,
-                 use == CertificateUse::Signature ? "critical,nonRepudiation"
+    const X509Ptr certificate = NewCertificate(publicKey);
+    NameHolder(X509_get_subject_name(certificate.get()), holder, cardSerial);
+    AddExtension(certificate.get(), NID_basic_constraints, "critical,CA:FALSE");
+    AddExtension(certificate.get(), NID_key_usage,
+                 use == CertificateUse::SIGNATURE ? "critical,nonRepudiation"
                                                   : "critical,digitalSignature,keyEncipherment");
-    return sealed(certificate.get(), m_key.get());
+    return Sealed(certificate.get(), m_Key.get());
 }
 
-Bytes DemoAuthority::sign(const Bytes& bytes) const {
+Bytes DemoAuthority::Sign(const Bytes& bytes) const {
     const DigestContextPtr context(EVP_MD_CTX_new());
     std::size_t size = 0;
-    check(context && EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, m_key.get()) == 1 &&
+    Check(context && EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, m_Key.get()) == 1 &&
               EVP_DigestSign(context.get(), nullptr, &size, bytes.data(), bytes.size()) == 1,
           "the deck's authority cannot sign");
     Bytes signature(size);
-    check(EVP_DigestSign(context.get(), signature.data(), &size, bytes.data(), bytes.size()) == 1,
+    Check(EVP_DigestSign(context.get(), signature.data(), &size, bytes.data(), bytes.size()) == 1,
           "the deck's authority cannot sign");
     signature.resize(size);
     return signature;

@@ -5,7 +5,7 @@ namespace orselsim {
 
 namespace der {
 
-Bytes element(unsigned char tag, const Bytes& content) {
+Bytes Element(unsigned char tag, const Bytes& content) {
     const std::size_t size = content.size();
     Bytes result = {tag};
     if (size > 0xFF) {
@@ -18,24 +18,24 @@ Bytes element(unsigned char tag, const Bytes& content) {
     return result + content;
 }
 
-Bytes sequence(const Bytes& content) {
-    return element(0x30, content);
+Bytes Sequence(const Bytes& content) {
+    return Element(0x30, content);
 }
 
-Bytes integer(unsigned char value) {
-    return element(0x02, {value});
+Bytes Integer(unsigned char value) {
+    return Element(0x02, {value});
 }
 
-Bytes utf8(const std::string& text) {
-    return element(0x0C, bytesOf(text));
+Bytes Utf8(const std::string& text) {
+    return Element(0x0C, BytesOf(text));
 }
 
-Bytes bitString(const Bytes& bits) {
-    return element(0x03, Bytes{0} + bits);
+Bytes BitString(const Bytes& bits) {
+    return Element(0x03, Bytes{0} + bits);
 }
 
-Bytes context(unsigned char number, const Bytes& content) {
-    return element(static_cast<unsigned char>(0xA0 | number), content);
+Bytes Context(unsigned char number, const Bytes& content) {
+    return Element(static_cast<unsigned char>(0xA0 | number), content);
 }
 
 } // namespace der

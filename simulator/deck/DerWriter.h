@@ -11,12 +11,12 @@ namespace orselsim {
 /// Building blocks of ASN.1 in DER. Each gives tag, length and content.
 namespace der {
 
-Bytes element(unsigned char tag, const Bytes& content);
-Bytes sequence(const Bytes& content);
-Bytes integer(unsigned char value); ///< 0 to 127
-Bytes utf8(const std::string& text);
-Bytes bitString(const Bytes& bits);                        ///< whole bytes
-Bytes context(unsigned char number, const Bytes& content); ///< constructed [number]
+Bytes Element(unsigned char tag, const Bytes& content);
+Bytes Sequence(const Bytes& content);
+Bytes Integer(unsigned char value); ///< 0 to 127
+Bytes Utf8(const std::string& text);
+Bytes BitString(const Bytes& bits);                        ///< whole bytes
+Bytes Context(unsigned char number, const Bytes& content); ///< constructed [number]
 
 } // namespace der
 

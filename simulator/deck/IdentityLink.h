@@ -11,7 +11,7 @@ namespace orselsim {
 
 /// The signed record that ties a person to the card, in the ASN.1 form in which cards hold it. A
 /// long name is cut: the record of the person has room for 127 bytes.
-Bytes makeIdentityLink(const std::string& holder, const std::string& cardSerial,
+Bytes MakeIdentityLink(const std::string& holder, const std::string& cardSerial,
                        const DemoAuthority& authority);
 
 } // namespace orselsim

@@ -10,62 +10,62 @@ namespace orselsim {
 
 namespace {
 
-constexpr unsigned defaultPukTries = 10;
+constexpr unsigned DEFAULT_PUK_TRIES = 10;
 
-void setTries(CountedSecret& secret, unsigned long tries) {
-    secret.triesLeft = static_cast<unsigned>(tries);
-    secret.maxTries = std::max(secret.maxTries, secret.triesLeft);
+void SetTries(CountedSecret& secret, unsigned long tries) {
+    secret.m_TriesLeft = static_cast<unsigned>(tries);
+    secret.m_MaxTries = std::max(secret.m_MaxTries, secret.m_TriesLeft);
 }
 
-void setPuk(PinRecord& pin, const std::string& puk) {
-    if (!pin.puk) {
-        pin.puk.emplace();
-        pin.puk->maxTries = defaultPukTries;
+void SetPuk(PinRecord& pin, const std::string& puk) {
+    if (!pin.m_Puk) {
+        pin.m_Puk.emplace();
+        pin.m_Puk->m_MaxTries = DEFAULT_PUK_TRIES;
     }
-    pin.puk->secret = HashedSecret::of(puk);
-    pin.puk->triesLeft = pin.puk->maxTries;
+    pin.m_Puk->m_Secret = HashedSecret::Of(puk);
+    pin.m_Puk->m_TriesLeft = pin.m_Puk->m_MaxTries;
 }
 
-void changePin(PinRecord& pin, const PinChange& change) {
-    if (change.pin && !pin.accepts(*change.pin))
-        throw DeckError("This PIN has " + std::to_string(pin.minLength) + " to " +
-                        std::to_string(pin.maxLength) + " digits.");
-    if (change.pin)
-        pin.set(*change.pin);
-    if (change.unset)
-        pin.pin.secret.reset();
-    if (change.tries)
-        setTries(pin.pin, *change.tries);
+void ChangePin(PinRecord& pin, const PinChange& change) {
+    if (change.m_Pin && !pin.Accepts(*change.m_Pin))
+        throw DeckError("This PIN has " + std::to_string(pin.m_MinLength) + " to " +
+                        std::to_string(pin.m_MaxLength) + " digits.");
+    if (change.m_Pin)
+        pin.Set(*change.m_Pin);
+    if (change.m_Unset)
+        pin.m_Pin.m_Secret.reset();
+    if (change.m_Tries)
+        SetTries(pin.m_Pin, *change.m_Tries);
 }
 
-void changePuk(PinRecord& pin, const PinChange& change) {
-    if (change.removePuk)
-        pin.puk.reset();
-    if (change.puk)
-        setPuk(pin, *change.puk);
-    if (change.pukTries && !pin.puk)
+void ChangePuk(PinRecord& pin, const PinChange& change) {
+    if (change.m_RemovePuk)
+        pin.m_Puk.reset();
+    if (change.m_Puk)
+        SetPuk(pin, *change.m_Puk);
+    if (change.m_PukTries && !pin.m_Puk)
         throw DeckError("This PIN has no PUK.");
-    if (change.pukTries)
-        setTries(*pin.puk, *change.pukTries);
+    if (change.m_PukTries)
+        SetTries(*pin.m_Puk, *change.m_PukTries);
 }
 
 } // namespace
 
-void applyPinChange(CardRecord& record, const std::string& pinName, const PinChange& change) {
-    const PinRecord* before = record.pin(pinName);
+void ApplyPinChange(CardRecord& record, const std::string& pinName, const PinChange& change) {
+    const PinRecord* before = record.Pin(pinName);
     if (before == nullptr)
         throw DeckError("The card has no PIN \"" + pinName + "\".");
     PinRecord pin = *before;
-    changePin(pin, change);
-    changePuk(pin, change);
-    *record.pin(pinName) = pin;
+    ChangePin(pin, change);
+    ChangePuk(pin, change);
+    *record.Pin(pinName) = pin;
 }
 
-void resetToDemoPins(CardRecord& record) {
-    for (auto& [name, pin] : record.pins) {
-        pin.set(name == signaturePin ? demoSignaturePin : demoEncryptionPin);
-        if (pin.puk)
-            setPuk(pin, demoPuk);
+void ResetToDemoPins(CardRecord& record) {
+    for (auto& [name, pin] : record.m_Pins) {
+        pin.Set(name == SIGNATURE_PIN ? DEMO_SIGNATURE_PIN : DEMO_ENCRYPTION_PIN);
+        if (pin.m_Puk)
+            SetPuk(pin, DEMO_PUK);
     }
 }
 

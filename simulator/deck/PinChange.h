@@ -11,20 +11,20 @@ namespace orselsim {
 
 /// A change of a PIN behind the card's back. What is not given stays.
 struct PinChange {
-    std::optional<std::string> pin; ///< a new PIN, with all tries
-    bool unset = false;             ///< as before the first use
-    std::optional<unsigned long> tries;
-    std::optional<std::string> puk; ///< a new PUK, with all tries
-    bool removePuk = false;
-    std::optional<unsigned long> pukTries;
+    std::optional<std::string> m_Pin; ///< a new PIN, with all tries
+    bool m_Unset = false;             ///< as before the first use
+    std::optional<unsigned long> m_Tries;
+    std::optional<std::string> m_Puk; ///< a new PUK, with all tries
+    bool m_RemovePuk = false;
+    std::optional<unsigned long> m_PukTries;
 };
 
 /// Throws DeckError, with the record as it was, when the card has no such PIN or PUK or the new
 /// value does not fit.
-void applyPinChange(CardRecord& record, const std::string& pinName, const PinChange& change);
+void ApplyPinChange(CardRecord& record, const std::string& pinName, const PinChange& change);
 
 /// The values of a new card for the PINs and PUKs that this one has, with all tries.
-void resetToDemoPins(CardRecord& record);
+void ResetToDemoPins(CardRecord& record);
 
 } // namespace orselsim
 

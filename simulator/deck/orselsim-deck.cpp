@@ -6,5 +6,5 @@
 #include "simulator/deck/DeckTool.h"
 
 int main(int argc, char** argv) {
-    return orselsim::runDeckTool(std::vector<std::string>(argv + 1, argv + argc), std::cout, std::cerr);
+    return orselsim::RunDeckTool(std::vector<std::string>(argv + 1, argv + argc), std::cout, std::cerr);
 }

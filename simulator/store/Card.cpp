@@ -5,44 +5,44 @@
 
 namespace orselsim {
 
-std::string recordPath(const std::string& directory) {
-    return joinPath(directory, recordFileName);
+std::string RecordPath(const std::string& directory) {
+    return JoinPath(directory, RECORD_FILE_NAME);
 }
 
-Card loadCard(const std::string& directory) {
+Card LoadCard(const std::string& directory) {
     Card card;
-    card.record = parseCardRecord(readFile(recordPath(directory)));
+    card.m_Record = ParseCardRecord(ReadFile(RecordPath(directory)));
     const auto load = [&](const std::string& file) {
-        if (card.contents.count(file) == 0)
-            card.contents[file] = readFile(joinPath(directory, file));
+        if (card.m_Contents.count(file) == 0)
+            card.m_Contents[file] = ReadFile(JoinPath(directory, file));
     };
-    for (const ObjectRecord& object : card.record.objects)
-        load(object.file);
-    for (const CardFileRecord& file : card.record.files)
-        load(file.file);
-    for (const auto& [name, file] : card.record.properties)
+    for (const ObjectRecord& object : card.m_Record.m_Objects)
+        load(object.m_File);
+    for (const CardFileRecord& file : card.m_Record.m_Files)
+        load(file.m_File);
+    for (const auto& [name, file] : card.m_Record.m_Properties)
         load(file);
     return card;
 }
 
-void saveCard(const std::string& directory, const Card& card) {
-    for (const auto& [file, content] : card.contents)
-        replaceFile(joinPath(directory, file), content);
-    replaceFile(recordPath(directory), printCardRecord(card.record));
+void SaveCard(const std::string& directory, const Card& card) {
+    for (const auto& [file, content] : card.m_Contents)
+        ReplaceFile(JoinPath(directory, file), content);
+    ReplaceFile(RecordPath(directory), PrintCardRecord(card.m_Record));
 }
 
-void saveChanges(const std::string& directory, const Card& before, const Card& after) {
+void SaveChanges(const std::string& directory, const Card& before, const Card& after) {
     bool isChanged = false;
-    for (const auto& [file, content] : after.contents) {
-        const auto old = before.contents.find(file);
-        if (old != before.contents.end() && old->second == content)
+    for (const auto& [file, content] : after.m_Contents) {
+        const auto old = before.m_Contents.find(file);
+        if (old != before.m_Contents.end() && old->second == content)
             continue;
-        replaceFile(joinPath(directory, file), content);
+        ReplaceFile(JoinPath(directory, file), content);
         isChanged = true;
     }
-    const Bytes record = printCardRecord(after.record);
-    if (isChanged || record != printCardRecord(before.record))
-        replaceFile(recordPath(directory), record);
+    const Bytes record = PrintCardRecord(after.m_Record);
+    if (isChanged || record != PrintCardRecord(before.m_Record))
+        ReplaceFile(RecordPath(directory), record);
 }
 
 } // namespace orselsim

@@ -11,25 +11,25 @@ namespace orselsim {
 
 /// A card as its directory holds it: the record and the content of every file that it names.
 struct Card {
-    CardRecord record;
-    std::map<std::string, Bytes> contents; ///< by file name
+    CardRecord m_Record;
+    std::map<std::string, Bytes> m_Contents; ///< by file name
 
-    const Bytes& content(const std::string& file) const { return contents.at(file); }
+    const Bytes& Content(const std::string& file) const { return m_Contents.at(file); }
 };
 
 /// Reads a card directory. Throws DamagedCard or FileError, and nothing else, when it holds no
 /// whole card.
-Card loadCard(const std::string& directory);
+Card LoadCard(const std::string& directory);
 
 /// Writes every content and then the record, each by rename. The record comes last, since a
 /// changed record is what tells other processes to read the card anew.
-void saveCard(const std::string& directory, const Card& card);
+void SaveCard(const std::string& directory, const Card& card);
 
 /// Writes only what differs, in the same order; nothing at all when nothing does.
-void saveChanges(const std::string& directory, const Card& before, const Card& after);
+void SaveChanges(const std::string& directory, const Card& before, const Card& after);
 
 /// The path of the file that tells by its stamp whether a card has changed.
-std::string recordPath(const std::string& directory);
+std::string RecordPath(const std::string& directory);
 
 } // namespace orselsim
 

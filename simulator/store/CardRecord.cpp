@@ -13,34 +13,34 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::array<std::pair<ObjectKind, const char*>, 4> kindNames = {{
-    {ObjectKind::Data, "data"},
-    {ObjectKind::Certificate, "certificate"},
-    {ObjectKind::PublicKey, "public_key"},
-    {ObjectKind::PrivateKey, "private_key"},
+constexpr std::array<std::pair<ObjectKind, const char*>, 4> KIND_NAMES = {{
+    {ObjectKind::DATA, "data"},
+    {ObjectKind::CERTIFICATE, "certificate"},
+    {ObjectKind::PUBLIC_KEY, "public_key"},
+    {ObjectKind::PRIVATE_KEY, "private_key"},
 }};
 
 /// Typed access to the members of one JSON object; a member of a wrong type damages the card.
 class Reader {
 public:
-    explicit Reader(const Json& object) : m_object(object) {
+    explicit Reader(const Json& object) : m_Object(object) {
         if (!object.is_object())
             throw DamagedCard("a JSON object is expected where there is none");
     }
 
-    bool has(const char* key) const { return m_object.contains(key); }
+    bool Has(const char* key) const { return m_Object.contains(key); }
 
-    const Json& member(const char* key) const {
-        const auto found = m_object.find(key);
-        if (found == m_object.end())
+    const Json& Member(const char* key) const {
+        const auto found = m_Object.find(key);
+        if (found == m_Object.end())
             throw DamagedCard(std::string("'") + key + "' is missing");
         return *found;
     }
 
-    std::string text(const char* key, std::size_t maxSize = 255) const {
-        const Json& value = member(key);
+    std::string Text(const char* key, std::size_t maxSize = 255) const {
+        const Json& value = Member(key);
         if (!value.is_string())
-            wrongType(key, "a text");
+            WrongType(key, "a text");
         const auto& text = value.get_ref<const std::string&>();
         if (text.size() > maxSize)
             throw DamagedCard(std::string("'") + key + "' is longer than " + std::to_string(maxSize) +
@@ -48,256 +48,256 @@ public:
         return text;
     }
 
-    std::string textOr(const char* key, const char* fallback) const {
-        return has(key) ? text(key) : fallback;
+    std::string TextOr(const char* key, const char* fallback) const {
+        return Has(key) ? Text(key) : fallback;
     }
 
-    bool flagOr(const char* key, bool fallback) const {
-        if (!has(key))
+    bool FlagOr(const char* key, bool fallback) const {
+        if (!Has(key))
             return fallback;
-        const Json& value = member(key);
+        const Json& value = Member(key);
         if (!value.is_boolean())
-            wrongType(key, "true or false");
+            WrongType(key, "true or false");
         return value.get<bool>();
     }
 
-    unsigned numberOr(const char* key, unsigned fallback) const {
-        if (!has(key))
+    unsigned NumberOr(const char* key, unsigned fallback) const {
+        if (!Has(key))
             return fallback;
-        const Json& value = member(key);
+        const Json& value = Member(key);
         if (!value.is_number_unsigned() ||
             value.get<std::uint64_t>() > std::numeric_limits<std::int32_t>::max())
-            wrongType(key, "a whole number from 0 to 2147483647");
+            WrongType(key, "a whole number from 0 to 2147483647");
         return value.get<unsigned>();
     }
 
-    Bytes hexOr(const char* key, const Bytes& fallback) const {
-        if (!has(key))
+    Bytes HexOr(const char* key, const Bytes& fallback) const {
+        if (!Has(key))
             return fallback;
-        const auto bytes = fromHex(text(key, 65536));
+        const auto bytes = FromHex(Text(key, 65536));
         if (!bytes)
-            wrongType(key, "hexadecimal digits");
+            WrongType(key, "hexadecimal digits");
         return *bytes;
     }
 
-    const Json& list(const char* key) const {
+    const Json& List(const char* key) const {
         static const Json nothing = Json::array();
-        if (!has(key))
+        if (!Has(key))
             return nothing;
-        const Json& value = member(key);
+        const Json& value = Member(key);
         if (!value.is_array())
-            wrongType(key, "a list");
+            WrongType(key, "a list");
         return value;
     }
 
-    const Json& object(const char* key) const {
+    const Json& Object(const char* key) const {
         static const Json nothing = Json::object();
-        if (!has(key))
+        if (!Has(key))
             return nothing;
-        const Json& value = member(key);
+        const Json& value = Member(key);
         if (!value.is_object())
-            wrongType(key, "an object");
+            WrongType(key, "an object");
         return value;
     }
 
 private:
-    [[noreturn]] static void wrongType(const char* key, const char* wanted) {
+    [[noreturn]] static void WrongType(const char* key, const char* wanted) {
         throw DamagedCard(std::string("'") + key + "' is not " + wanted);
     }
 
-    const Json& m_object;
+    const Json& m_Object;
 };
 
 /// A card keeps to its own directory.
-std::string simpleFileName(const std::string& name) {
+std::string SimpleFileName(const std::string& name) {
     if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos ||
         name.find('\0') != std::string::npos)
-        throw DamagedCard("'" + name + "' is not the name of a file beside " + recordFileName);
+        throw DamagedCard("'" + name + "' is not the name of a file beside " + RECORD_FILE_NAME);
     return name;
 }
 
-CountedSecret readSecret(const Reader& reader) {
+CountedSecret ReadSecret(const Reader& reader) {
     CountedSecret secret;
-    secret.maxTries = reader.numberOr("max_tries", secret.maxTries);
-    secret.triesLeft = reader.numberOr("tries_left", secret.maxTries);
-    if (secret.triesLeft > secret.maxTries || secret.maxTries > 0xFE)
+    secret.m_MaxTries = reader.NumberOr("max_tries", secret.m_MaxTries);
+    secret.m_TriesLeft = reader.NumberOr("tries_left", secret.m_MaxTries);
+    if (secret.m_TriesLeft > secret.m_MaxTries || secret.m_MaxTries > 0xFE)
         throw DamagedCard("'tries_left' is above 'max_tries', or that is above 254");
-    if (reader.has("hash"))
-        secret.secret = HashedSecret{reader.hexOr("salt", {}), reader.hexOr("hash", {})};
+    if (reader.Has("hash"))
+        secret.m_Secret = HashedSecret{reader.HexOr("salt", {}), reader.HexOr("hash", {})};
     return secret;
 }
 
-PinRecord readPin(const Json& json) {
+PinRecord ReadPin(const Json& json) {
     const Reader reader(json);
     PinRecord pin;
-    pin.pin = readSecret(reader);
-    pin.minLength = reader.numberOr("min_length", pin.minLength);
-    pin.maxLength = reader.numberOr("max_length", pin.maxLength);
-    if (reader.has("puk"))
-        pin.puk = readSecret(Reader(reader.member("puk")));
+    pin.m_Pin = ReadSecret(reader);
+    pin.m_MinLength = reader.NumberOr("min_length", pin.m_MinLength);
+    pin.m_MaxLength = reader.NumberOr("max_length", pin.m_MaxLength);
+    if (reader.Has("puk"))
+        pin.m_Puk = ReadSecret(Reader(reader.Member("puk")));
     return pin;
 }
 
-ObjectKind readKind(const std::string& name) {
-    for (const auto& [kind, kindName] : kindNames)
+ObjectKind ReadKind(const std::string& name) {
+    for (const auto& [kind, kindName] : KIND_NAMES)
         if (name == kindName)
             return kind;
     throw DamagedCard("'" + name + "' is no kind of object");
 }
 
-ObjectRecord readObject(const Json& json, const CardRecord& card) {
+ObjectRecord ReadObject(const Json& json, const CardRecord& card) {
     const Reader reader(json);
     ObjectRecord object;
-    object.kind = readKind(reader.text("kind"));
-    object.label = reader.text("label");
-    object.id = reader.hexOr("id", {});
-    object.file = simpleFileName(reader.text("file"));
-    object.isPrivate = reader.flagOr("private", false);
-    object.pin = reader.textOr("pin", "");
-    if (!object.pin.empty() && card.pin(object.pin) == nullptr)
-        throw DamagedCard("object '" + object.label + "' names a PIN that the card does not have");
+    object.m_Kind = ReadKind(reader.Text("kind"));
+    object.m_Label = reader.Text("label");
+    object.m_Id = reader.HexOr("id", {});
+    object.m_File = SimpleFileName(reader.Text("file"));
+    object.m_IsPrivate = reader.FlagOr("private", false);
+    object.m_Pin = reader.TextOr("pin", "");
+    if (!object.m_Pin.empty() && card.Pin(object.m_Pin) == nullptr)
+        throw DamagedCard("object '" + object.m_Label + "' names a PIN that the card does not have");
     return object;
 }
 
-CardFileRecord readCardFile(const Json& json) {
+CardFileRecord ReadCardFile(const Json& json) {
     const Reader reader(json);
-    const Bytes path = reader.hexOr("path", {});
+    const Bytes path = reader.HexOr("path", {});
     if (path.empty() || path.size() % 2 != 0)
         throw DamagedCard("'path' is not a row of file ids of two bytes");
     CardFileRecord file;
     for (std::size_t i = 0; i < path.size(); i += 2)
-        file.path.push_back(static_cast<std::uint16_t>(path[i] << 8 | path[i + 1]));
-    file.file = simpleFileName(reader.text("file"));
+        file.m_Path.push_back(static_cast<std::uint16_t>(path[i] << 8 | path[i + 1]));
+    file.m_File = SimpleFileName(reader.Text("file"));
     return file;
 }
 
-void readTokenFields(const Reader& reader, CardRecord& record) {
-    record.label = reader.text("label", 32);
-    record.manufacturer = reader.text("manufacturer", 32);
-    record.model = reader.text("model", 16);
-    record.serial = reader.text("serial", 16);
-    record.atr = reader.hexOr("atr", {});
-    if (reader.has("slot"))
-        record.slotId = reader.numberOr("slot", 0);
-    record.isRemovable = reader.flagOr("removable", record.isRemovable);
-    record.delayMs = reader.numberOr("delay_ms", record.delayMs);
-    record.asksPinForData = reader.flagOr("data_pin", record.asksPinForData);
-    record.allowsSoftwarePin = reader.flagOr("software_pin", record.allowsSoftwarePin);
-    record.reportsPinStatus = reader.flagOr("pin_status", record.reportsPinStatus);
-    record.chipId = reader.hexOr("chip_id", {});
+void ReadTokenFields(const Reader& reader, CardRecord& record) {
+    record.m_Label = reader.Text("label", 32);
+    record.m_Manufacturer = reader.Text("manufacturer", 32);
+    record.m_Model = reader.Text("model", 16);
+    record.m_Serial = reader.Text("serial", 16);
+    record.m_Atr = reader.HexOr("atr", {});
+    if (reader.Has("slot"))
+        record.m_SlotId = reader.NumberOr("slot", 0);
+    record.m_IsRemovable = reader.FlagOr("removable", record.m_IsRemovable);
+    record.m_DelayMs = reader.NumberOr("delay_ms", record.m_DelayMs);
+    record.m_AsksPinForData = reader.FlagOr("data_pin", record.m_AsksPinForData);
+    record.m_AllowsSoftwarePin = reader.FlagOr("software_pin", record.m_AllowsSoftwarePin);
+    record.m_ReportsPinStatus = reader.FlagOr("pin_status", record.m_ReportsPinStatus);
+    record.m_ChipId = reader.HexOr("chip_id", {});
 }
 
-CardRecord readRecord(const Json& json) {
+CardRecord ReadRecord(const Json& json) {
     const Reader reader(json);
     CardRecord record;
-    readTokenFields(reader, record);
-    for (const auto& [name, pin] : reader.object("pins").items())
-        record.pins.emplace(name, readPin(pin));
-    for (const auto& [name, value] : reader.object("properties").items())
-        record.properties.emplace(name,
-                                  simpleFileName(Reader(reader.object("properties")).text(name.c_str())));
-    for (const Json& file : reader.list("files"))
-        record.files.push_back(readCardFile(file));
-    for (const Json& object : reader.list("objects"))
-        record.objects.push_back(readObject(object, record));
+    ReadTokenFields(reader, record);
+    for (const auto& [name, pin] : reader.Object("pins").items())
+        record.m_Pins.emplace(name, ReadPin(pin));
+    for (const auto& [name, value] : reader.Object("properties").items())
+        record.m_Properties.emplace(name,
+                                    SimpleFileName(Reader(reader.Object("properties")).Text(name.c_str())));
+    for (const Json& file : reader.List("files"))
+        record.m_Files.push_back(ReadCardFile(file));
+    for (const Json& object : reader.List("objects"))
+        record.m_Objects.push_back(ReadObject(object, record));
     return record;
 }
 
-void printSecret(const CountedSecret& secret, Json& json) {
-    json["tries_left"] = secret.triesLeft;
-    json["max_tries"] = secret.maxTries;
-    if (secret.secret) {
-        json["salt"] = toHex(secret.secret->salt);
-        json["hash"] = toHex(secret.secret->hash);
+void PrintSecret(const CountedSecret& secret, Json& json) {
+    json["tries_left"] = secret.m_TriesLeft;
+    json["max_tries"] = secret.m_MaxTries;
+    if (secret.m_Secret) {
+        json["salt"] = ToHex(secret.m_Secret->m_Salt);
+        json["hash"] = ToHex(secret.m_Secret->m_Hash);
     }
 }
 
-Json printPin(const PinRecord& pin) {
-    Json json = {{"min_length", pin.minLength}, {"max_length", pin.maxLength}};
-    printSecret(pin.pin, json);
-    if (pin.puk)
-        printSecret(*pin.puk, json["puk"]);
+Json PrintPin(const PinRecord& pin) {
+    Json json = {{"min_length", pin.m_MinLength}, {"max_length", pin.m_MaxLength}};
+    PrintSecret(pin.m_Pin, json);
+    if (pin.m_Puk)
+        PrintSecret(*pin.m_Puk, json["puk"]);
     return json;
 }
 
-Json printObject(const ObjectRecord& object) {
+Json PrintObject(const ObjectRecord& object) {
     Json json = Json::object();
-    for (const auto& [kind, name] : kindNames)
-        if (kind == object.kind)
+    for (const auto& [kind, name] : KIND_NAMES)
+        if (kind == object.m_Kind)
             json["kind"] = name;
-    json["label"] = object.label;
-    if (!object.id.empty())
-        json["id"] = toHex(object.id);
-    json["file"] = object.file;
-    json["private"] = object.isPrivate;
-    if (!object.pin.empty())
-        json["pin"] = object.pin;
+    json["label"] = object.m_Label;
+    if (!object.m_Id.empty())
+        json["id"] = ToHex(object.m_Id);
+    json["file"] = object.m_File;
+    json["private"] = object.m_IsPrivate;
+    if (!object.m_Pin.empty())
+        json["pin"] = object.m_Pin;
     return json;
 }
 
-Json printCardFile(const CardFileRecord& file) {
+Json PrintCardFile(const CardFileRecord& file) {
     Bytes path;
-    for (const std::uint16_t id : file.path) {
+    for (const std::uint16_t id : file.m_Path) {
         path.push_back(static_cast<unsigned char>(id >> 8));
         path.push_back(static_cast<unsigned char>(id & 0xFF));
     }
-    return {{"path", toHex(path)}, {"file", file.file}};
+    return {{"path", ToHex(path)}, {"file", file.m_File}};
 }
 
-Json printTokenFields(const CardRecord& record) {
-    Json json = {{"label", record.label},
-                 {"manufacturer", record.manufacturer},
-                 {"model", record.model},
-                 {"serial", record.serial},
-                 {"atr", toHex(record.atr)}};
-    if (record.slotId)
-        json["slot"] = *record.slotId;
-    json["removable"] = record.isRemovable;
-    json["delay_ms"] = record.delayMs;
-    json["data_pin"] = record.asksPinForData;
-    json["software_pin"] = record.allowsSoftwarePin;
-    json["pin_status"] = record.reportsPinStatus;
-    if (!record.chipId.empty())
-        json["chip_id"] = toHex(record.chipId);
+Json PrintTokenFields(const CardRecord& record) {
+    Json json = {{"label", record.m_Label},
+                 {"manufacturer", record.m_Manufacturer},
+                 {"model", record.m_Model},
+                 {"serial", record.m_Serial},
+                 {"atr", ToHex(record.m_Atr)}};
+    if (record.m_SlotId)
+        json["slot"] = *record.m_SlotId;
+    json["removable"] = record.m_IsRemovable;
+    json["delay_ms"] = record.m_DelayMs;
+    json["data_pin"] = record.m_AsksPinForData;
+    json["software_pin"] = record.m_AllowsSoftwarePin;
+    json["pin_status"] = record.m_ReportsPinStatus;
+    if (!record.m_ChipId.empty())
+        json["chip_id"] = ToHex(record.m_ChipId);
     return json;
 }
 
 } // namespace
 
-const PinRecord* CardRecord::pin(const std::string& name) const {
-    const auto found = pins.find(name);
-    return found == pins.end() ? nullptr : &found->second;
+const PinRecord* CardRecord::Pin(const std::string& name) const {
+    const auto found = m_Pins.find(name);
+    return found == m_Pins.end() ? nullptr : &found->second;
 }
 
-PinRecord* CardRecord::pin(const std::string& name) {
-    const auto found = pins.find(name);
-    return found == pins.end() ? nullptr : &found->second;
+PinRecord* CardRecord::Pin(const std::string& name) {
+    const auto found = m_Pins.find(name);
+    return found == m_Pins.end() ? nullptr : &found->second;
 }
 
-CardRecord parseCardRecord(const Bytes& json) {
+CardRecord ParseCardRecord(const Bytes& json) {
     try {
-        return readRecord(Json::parse(json));
+        return ReadRecord(Json::parse(json));
     } catch (const Json::exception& error) {
-        throw DamagedCard(std::string(recordFileName) + ": " + error.what());
+        throw DamagedCard(std::string(RECORD_FILE_NAME) + ": " + error.what());
     }
 }
 
-Bytes printCardRecord(const CardRecord& record) {
+Bytes PrintCardRecord(const CardRecord& record) {
     try {
-        Json json = printTokenFields(record);
+        Json json = PrintTokenFields(record);
         json["pins"] = Json::object();
-        for (const auto& [name, pin] : record.pins)
-            json["pins"][name] = printPin(pin);
-        json["properties"] = record.properties;
+        for (const auto& [name, pin] : record.m_Pins)
+            json["pins"][name] = PrintPin(pin);
+        json["properties"] = record.m_Properties;
         json["files"] = Json::array();
-        for (const CardFileRecord& file : record.files)
-            json["files"].push_back(printCardFile(file));
+        for (const CardFileRecord& file : record.m_Files)
+            json["files"].push_back(PrintCardFile(file));
         json["objects"] = Json::array();
-        for (const ObjectRecord& object : record.objects)
-            json["objects"].push_back(printObject(object));
-        return bytesOf(json.dump(2) + "\n");
+        for (const ObjectRecord& object : record.m_Objects)
+            json["objects"].push_back(PrintObject(object));
+        return BytesOf(json.dump(2) + "\n");
     } catch (const Json::exception& error) {
-        throw DamagedCard(std::string(recordFileName) + ": " + error.what());
+        throw DamagedCard(std::string(RECORD_FILE_NAME) + ": " + error.what());
     }
 }
 

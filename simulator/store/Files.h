@@ -20,33 +20,33 @@ public:
 };
 
 /// Path of an entry of a directory.
-std::string joinPath(const std::string& directory, const std::string& name);
+std::string JoinPath(const std::string& directory, const std::string& name);
 
 /// No file of a card is larger: a damaged deck must not fill the memory.
-constexpr std::size_t largestFile = 1048576;
+constexpr std::size_t LARGEST_FILE = 1048576;
 
 /// Which version of a file one has seen: two equal stamps mean an unchanged file.
 struct FileStamp {
-    dev_t device = 0;
-    ino_t inode = 0;
+    dev_t m_Device = 0;
+    ino_t m_Inode = 0;
     off_t size = 0;
-    timespec modified = {};
-    timespec changed = {};
+    timespec m_Modified = {};
+    timespec m_Changed = {};
 
     bool operator==(const FileStamp& other) const;
     bool operator!=(const FileStamp& other) const { return !(*this == other); }
 };
 
 /// Nothing when the file is not there or cannot be reached.
-std::optional<FileStamp> stampOf(const std::string& path);
+std::optional<FileStamp> StampOf(const std::string& path);
 
 /// The whole content of a regular file of at most `largestFile` bytes; throws FileError for
 /// anything else, and never waits for a pipe or a device.
-Bytes readFile(const std::string& path);
+Bytes ReadFile(const std::string& path);
 
 /// Writes a temporary file beside `path` and renames it, so that a reader sees the old content or
 /// the new one. Throws FileError and leaves the old file when that fails.
-void replaceFile(const std::string& path, const Bytes& content);
+void ReplaceFile(const std::string& path, const Bytes& content);
 
 /// A directory that stays the same one while it is read, also when it is renamed meanwhile.
 class OpenDirectory {
@@ -57,14 +57,14 @@ public:
     OpenDirectory& operator=(const OpenDirectory&) = delete;
 
     /// Whether there was no such directory.
-    bool isMissing() const { return m_isMissing; }
+    bool IsMissing() const { return m_IsMissing; }
     /// A path that leads to it as long as this object lives; the one given when it cannot be opened.
-    const std::string& path() const { return m_path; }
+    const std::string& GetPath() const { return m_Path; }
 
 private:
-    int m_descriptor;
-    bool m_isMissing;
-    std::string m_path;
+    int m_Descriptor;
+    bool m_IsMissing;
+    std::string m_Path;
 };
 
 /// Keeps other processes from changing a card between reading its state and writing it back. A
@@ -77,7 +77,7 @@ public:
     DirectoryLock& operator=(const DirectoryLock&) = delete;
 
 private:
-    int m_descriptor;
+    int m_Descriptor;
 };
 
 } // namespace orselsim

@@ -5,7 +5,7 @@ namespace orselsim {
 
 namespace {
 
-int digitValue(char digit) {
+int DigitValue(char digit) {
     if (digit >= '0' && digit <= '9')
         return digit - '0';
     if (digit >= 'A' && digit <= 'F')
@@ -17,7 +17,7 @@ int digitValue(char digit) {
 
 } // namespace
 
-std::string toHex(const Bytes& bytes) {
+std::string ToHex(const Bytes& bytes) {
     static const char digits[] = "0123456789ABCDEF";
     std::string text;
     text.reserve(bytes.size() * 2);
@@ -28,14 +28,14 @@ std::string toHex(const Bytes& bytes) {
     return text;
 }
 
-std::optional<Bytes> fromHex(std::string_view text) {
+std::optional<Bytes> FromHex(std::string_view text) {
     if (text.size() % 2 != 0)
         return std::nullopt;
     Bytes bytes;
     bytes.reserve(text.size() / 2);
     for (std::size_t i = 0; i < text.size(); i += 2) {
-        const int high = digitValue(text[i]);
-        const int low = digitValue(text[i + 1]);
+        const int high = DigitValue(text[i]);
+        const int low = DigitValue(text[i + 1]);
         if (high < 0 || low < 0)
             return std::nullopt;
         bytes.push_back(static_cast<unsigned char>(high << 4 | low));
@@ -43,11 +43,11 @@ std::optional<Bytes> fromHex(std::string_view text) {
     return bytes;
 }
 
-Bytes bytesOf(std::string_view text) {
+Bytes BytesOf(std::string_view text) {
     return Bytes(text.begin(), text.end());
 }
 
-std::string textOf(const Bytes& bytes) {
+std::string TextOf(const Bytes& bytes) {
     return std::string(bytes.begin(), bytes.end());
 }
 

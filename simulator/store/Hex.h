@@ -12,13 +12,13 @@ namespace orselsim {
 using Bytes = std::vector<unsigned char>;
 
 /// Two upper-case digits a byte, no separators.
-std::string toHex(const Bytes& bytes);
+std::string ToHex(const Bytes& bytes);
 
 /// Reads digits of either case; nothing for an odd number of digits or any other character.
-std::optional<Bytes> fromHex(std::string_view text);
+std::optional<Bytes> FromHex(std::string_view text);
 
-Bytes bytesOf(std::string_view text);
-std::string textOf(const Bytes& bytes);
+Bytes BytesOf(std::string_view text);
+std::string TextOf(const Bytes& bytes);
 
 } // namespace orselsim
 

@@ -13,26 +13,26 @@ namespace orselsim {
 namespace infobox {
 
 /// Label of the data object that holds the directory.
-constexpr const char* directoryLabel = "INFOBOX";
+constexpr const char* DIRECTORY_LABEL = "INFOBOX";
 
 /// The bit of the attribute byte that says that the entry's object is private.
-constexpr unsigned char isPrivate = 0x01;
+constexpr unsigned char IS_PRIVATE = 0x01;
 
 struct Entry {
-    unsigned char tag;
-    unsigned char attributes;
+    unsigned char m_Tag;
+    unsigned char m_Attributes;
     Bytes data; ///< at most 65535 bytes
 };
 
 /// Label of the data object of an entry, such as "0x0a".
-std::string objectLabel(unsigned char tag);
+std::string ObjectLabel(unsigned char tag);
 
 /// The directory file, padded with zero bytes as far as it is shorter than `size`.
-Bytes makeFile(const std::vector<Entry>& entries, std::size_t size);
+Bytes MakeFile(const std::vector<Entry>& entries, std::size_t size);
 
 /// Sets or clears the private bit of the first entry whose object has this label. A file that is
 /// no directory, or has no such entry, stays as it is.
-void markEntry(Bytes& file, const std::string& objectLabel, bool makePrivate);
+void MarkEntry(Bytes& file, const std::string& objectLabel, bool makePrivate);
 
 } // namespace infobox
 

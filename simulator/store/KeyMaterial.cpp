@@ -14,15 +14,15 @@ namespace orselsim {
 namespace {
 
 /// libcrypto would otherwise ask on the terminal.
-int refusePassPhrase(char*, int, int, void*) {
+int RefusePassPhrase(char*, int, int, void*) {
     return -1;
 }
 
-BioPtr readerOf(const Bytes& bytes) {
+BioPtr ReaderOf(const Bytes& bytes) {
     return BioPtr(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
 }
 
-KeyPtr generate(int type, int (*configure)(EVP_PKEY_CTX*, int), int parameter) {
+KeyPtr Generate(int type, int (*configure)(EVP_PKEY_CTX*, int), int parameter) {
     const KeyContextPtr context(EVP_PKEY_CTX_new_id(type, nullptr));
     EVP_PKEY* key = nullptr;
     if (!context || EVP_PKEY_keygen_init(context.get()) <= 0 || configure(context.get(), parameter) <= 0 ||
@@ -31,21 +31,21 @@ KeyPtr generate(int type, int (*configure)(EVP_PKEY_CTX*, int), int parameter) {
     return KeyPtr(key);
 }
 
-int setRsaBits(EVP_PKEY_CTX* context, int bits) {
+int SetRsaBits(EVP_PKEY_CTX* context, int bits) {
     return EVP_PKEY_CTX_set_rsa_keygen_bits(context, bits);
 }
 
-int setCurve(EVP_PKEY_CTX* context, int curve) {
+int SetCurve(EVP_PKEY_CTX* context, int curve) {
     return EVP_PKEY_CTX_set_ec_paramgen_curve_nid(context, curve);
 }
 
 using SequencePtr = std::unique_ptr<STACK_OF(ASN1_TYPE), void (*)(STACK_OF(ASN1_TYPE)*)>;
 
-void freeSequence(STACK_OF(ASN1_TYPE) * sequence) {
+void FreeSequence(STACK_OF(ASN1_TYPE) * sequence) {
     sk_ASN1_TYPE_pop_free(sequence, ASN1_TYPE_free);
 }
 
-Bytes integerAt(const STACK_OF(ASN1_TYPE) * sequence, int index) {
+Bytes IntegerAt(const STACK_OF(ASN1_TYPE) * sequence, int index) {
     const ASN1_TYPE* value = sk_ASN1_TYPE_value(sequence, index);
     if (value == nullptr || value->type != V_ASN1_INTEGER)
         throw std::runtime_error("an RSA key without its integers");
@@ -55,16 +55,16 @@ Bytes integerAt(const STACK_OF(ASN1_TYPE) * sequence, int index) {
     return bytes;
 }
 
-void readRsaNumbers(const unsigned char* der, int size, PublicParts& parts) {
-    const SequencePtr numbers(d2i_ASN1_SEQUENCE_ANY(nullptr, &der, size), freeSequence);
+void ReadRsaNumbers(const unsigned char* der, int size, PublicParts& parts) {
+    const SequencePtr numbers(d2i_ASN1_SEQUENCE_ANY(nullptr, &der, size), FreeSequence);
     if (!numbers)
         throw std::runtime_error("an RSA key without its integers");
-    parts.isRsa = true;
-    parts.modulus = integerAt(numbers.get(), 0);
-    parts.exponent = integerAt(numbers.get(), 1);
+    parts.m_IsRsa = true;
+    parts.m_Modulus = IntegerAt(numbers.get(), 0);
+    parts.m_Exponent = IntegerAt(numbers.get(), 1);
 }
 
-Bytes namedCurve(const X509_ALGOR* algorithm) {
+Bytes NamedCurve(const X509_ALGOR* algorithm) {
     int type = V_ASN1_UNDEF;
     const void* value = nullptr;
     X509_ALGOR_get0(nullptr, &type, &value, algorithm);
@@ -79,29 +79,29 @@ Bytes namedCurve(const X509_ALGOR* algorithm) {
 
 } // namespace
 
-KeyPtr makeKey(KeyForm form) {
+KeyPtr MakeKey(KeyForm form) {
     switch (form) {
-    case KeyForm::Rsa1536:
-        return generate(EVP_PKEY_RSA, setRsaBits, 1536);
-    case KeyForm::Rsa2048:
-        return generate(EVP_PKEY_RSA, setRsaBits, 2048);
+    case KeyForm::RSA1536:
+        return Generate(EVP_PKEY_RSA, SetRsaBits, 1536);
+    case KeyForm::RSA2048:
+        return Generate(EVP_PKEY_RSA, SetRsaBits, 2048);
     case KeyForm::P192:
-        return generate(EVP_PKEY_EC, setCurve, NID_X9_62_prime192v1);
+        return Generate(EVP_PKEY_EC, SetCurve, NID_X9_62_prime192v1);
     case KeyForm::P256:
-        return generate(EVP_PKEY_EC, setCurve, NID_X9_62_prime256v1);
+        return Generate(EVP_PKEY_EC, SetCurve, NID_X9_62_prime256v1);
     }
     throw std::runtime_error("no such form of key");
 }
 
-KeyPtr readKey(const Bytes& pem) {
-    KeyPtr key(PEM_read_bio_PrivateKey(readerOf(pem).get(), nullptr, refusePassPhrase, nullptr));
+KeyPtr ReadKey(const Bytes& pem) {
+    KeyPtr key(PEM_read_bio_PrivateKey(ReaderOf(pem).get(), nullptr, RefusePassPhrase, nullptr));
     if (!key)
-        key.reset(PEM_read_bio_PUBKEY(readerOf(pem).get(), nullptr, refusePassPhrase, nullptr));
+        key.reset(PEM_read_bio_PUBKEY(ReaderOf(pem).get(), nullptr, RefusePassPhrase, nullptr));
     ERR_clear_error(); // the host program's error queue is not ours to fill
     return key;
 }
 
-Bytes printPrivateKey(EVP_PKEY* key) {
+Bytes PrintPrivateKey(EVP_PKEY* key) {
     const BioPtr out(BIO_new(BIO_s_mem()));
     if (PEM_write_bio_PrivateKey(out.get(), key, nullptr, nullptr, 0, nullptr, nullptr) != 1)
         throw std::runtime_error("cannot write a key");
@@ -110,7 +110,7 @@ Bytes printPrivateKey(EVP_PKEY* key) {
     return Bytes(text, text + size);
 }
 
-PublicParts publicParts(EVP_PKEY* key) {
+PublicParts PublicPartsOf(EVP_PKEY* key) {
     X509_PUBKEY* raw = nullptr;
     if (X509_PUBKEY_set(&raw, key) != 1)
         throw std::runtime_error("a key without a public part");
@@ -121,14 +121,14 @@ PublicParts publicParts(EVP_PKEY* key) {
     X509_PUBKEY_get0_param(nullptr, &bits, &size, &algorithm, info.get());
 
     PublicParts parts;
-    parts.bits = EVP_PKEY_bits(key);
+    parts.m_Bits = EVP_PKEY_bits(key);
     switch (EVP_PKEY_base_id(key)) {
     case EVP_PKEY_RSA:
-        readRsaNumbers(bits, size, parts);
+        ReadRsaNumbers(bits, size, parts);
         return parts;
     case EVP_PKEY_EC:
-        parts.ecParams = namedCurve(algorithm);
-        parts.ecPoint.assign(bits, bits + size);
+        parts.m_EcParams = NamedCurve(algorithm);
+        parts.m_EcPoint.assign(bits, bits + size);
         return parts;
     default:
         throw std::runtime_error("a key that is neither RSA nor EC");

@@ -9,28 +9,28 @@ namespace orselsim {
 
 /// The public numbers of a key in the forms in which a token shows them.
 struct PublicParts {
-    bool isRsa = false;
-    int bits = 0;
-    Bytes modulus;  ///< RSA, big-endian without a leading zero
-    Bytes exponent; ///< RSA, likewise
-    Bytes ecParams; ///< EC, DER of the curve's object identifier
-    Bytes ecPoint;  ///< EC, uncompressed point without the OCTET STRING around it
+    bool m_IsRsa = false;
+    int m_Bits = 0;
+    Bytes m_Modulus;  ///< RSA, big-endian without a leading zero
+    Bytes m_Exponent; ///< RSA, likewise
+    Bytes m_EcParams; ///< EC, DER of the curve's object identifier
+    Bytes m_EcPoint;  ///< EC, uncompressed point without the OCTET STRING around it
 };
 
 /// The kinds of key that cards hold.
-enum class KeyForm { Rsa1536, Rsa2048, P192, P256 };
+enum class KeyForm { RSA1536, RSA2048, P192, P256 };
 
 /// A new key pair; throws std::runtime_error when libcrypto makes none.
-KeyPtr makeKey(KeyForm form);
+KeyPtr MakeKey(KeyForm form);
 
 /// A PEM private or public key; null when the text holds neither. Never asks for a pass phrase.
-KeyPtr readKey(const Bytes& pem);
+KeyPtr ReadKey(const Bytes& pem);
 
 /// Unencrypted PEM of a private key.
-Bytes printPrivateKey(EVP_PKEY* key);
+Bytes PrintPrivateKey(EVP_PKEY* key);
 
 /// Throws std::runtime_error for a key that is neither RSA nor EC on a named curve.
-PublicParts publicParts(EVP_PKEY* key);
+PublicParts PublicPartsOf(EVP_PKEY* key);
 
 } // namespace orselsim
 

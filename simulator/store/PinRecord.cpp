@@ -14,14 +14,14 @@ namespace {
 
 // A PIN has so few digits that no number of rounds would hide it from somebody who has the file;
 // the rounds are few, so that a deck is made quickly.
-constexpr int hashRounds = 1000;
-constexpr std::size_t saltSize = 16;
-constexpr int hashSize = 32;
+constexpr int HASH_ROUNDS = 1000;
+constexpr std::size_t SALT_SIZE = 16;
+constexpr int HASH_SIZE = 32;
 
-Bytes hashOf(const std::string& secret, const Bytes& salt) {
-    Bytes hash(hashSize);
+Bytes HashOf(const std::string& secret, const Bytes& salt) {
+    Bytes hash(HASH_SIZE);
     if (PKCS5_PBKDF2_HMAC(secret.data(), static_cast<int>(secret.size()), salt.data(),
-                          static_cast<int>(salt.size()), hashRounds, EVP_sha256(), hashSize,
+                          static_cast<int>(salt.size()), HASH_ROUNDS, EVP_sha256(), HASH_SIZE,
                           hash.data()) != 1)
         throw std::runtime_error("cannot hash a PIN");
     return hash;
@@ -29,39 +29,40 @@ Bytes hashOf(const std::string& secret, const Bytes& salt) {
 
 } // namespace
 
-HashedSecret HashedSecret::of(const std::string& secret) {
+HashedSecret HashedSecret::Of(const std::string& secret) {
     HashedSecret made;
-    made.salt.resize(saltSize);
-    if (RAND_bytes(made.salt.data(), static_cast<int>(saltSize)) != 1)
+    made.m_Salt.resize(SALT_SIZE);
+    if (RAND_bytes(made.m_Salt.data(), static_cast<int>(SALT_SIZE)) != 1)
         throw std::runtime_error("no random bytes for the salt of a PIN");
-    made.hash = hashOf(secret, made.salt);
+    made.m_Hash = HashOf(secret, made.m_Salt);
     return made;
 }
 
-bool HashedSecret::matches(const std::string& secret) const {
-    const Bytes candidate = hashOf(secret, salt);
-    return candidate.size() == hash.size() && CRYPTO_memcmp(candidate.data(), hash.data(), hash.size()) == 0;
+bool HashedSecret::Matches(const std::string& secret) const {
+    const Bytes candidate = HashOf(secret, m_Salt);
+    return candidate.size() == m_Hash.size() &&
+           CRYPTO_memcmp(candidate.data(), m_Hash.data(), m_Hash.size()) == 0;
 }
 
-bool CountedSecret::check(const std::string& candidate) {
-    if (isBlocked() || !secret)
+bool CountedSecret::Check(const std::string& candidate) {
+    if (IsBlocked() || !m_Secret)
         return false;
-    if (secret->matches(candidate)) {
-        triesLeft = maxTries;
+    if (m_Secret->Matches(candidate)) {
+        m_TriesLeft = m_MaxTries;
         return true;
     }
-    --triesLeft;
+    --m_TriesLeft;
     return false;
 }
 
-bool PinRecord::accepts(const std::string& candidate) const {
-    return candidate.size() >= minLength && candidate.size() <= maxLength &&
+bool PinRecord::Accepts(const std::string& candidate) const {
+    return candidate.size() >= m_MinLength && candidate.size() <= m_MaxLength &&
            std::all_of(candidate.begin(), candidate.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-void PinRecord::set(const std::string& newPin) {
-    pin.secret = HashedSecret::of(newPin);
-    pin.triesLeft = pin.maxTries;
+void PinRecord::Set(const std::string& newPin) {
+    m_Pin.m_Secret = HashedSecret::Of(newPin);
+    m_Pin.m_TriesLeft = m_Pin.m_MaxTries;
 }
 
 } // namespace orselsim

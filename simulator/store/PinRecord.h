@@ -11,40 +11,40 @@ namespace orselsim {
 
 /// A PIN or PUK as a card keeps it: never the digits, a salted hash of them.
 struct HashedSecret {
-    Bytes salt;
-    Bytes hash;
+    Bytes m_Salt;
+    Bytes m_Hash;
 
-    static HashedSecret of(const std::string& secret);
-    bool matches(const std::string& secret) const;
+    static HashedSecret Of(const std::string& secret);
+    bool Matches(const std::string& secret) const;
 };
 
 /// A secret with its retry counter.
 struct CountedSecret {
-    std::optional<HashedSecret> secret; ///< nothing: not set yet
-    unsigned triesLeft = 3;
-    unsigned maxTries = 3;
+    std::optional<HashedSecret> m_Secret; ///< nothing: not set yet
+    unsigned m_TriesLeft = 3;
+    unsigned m_MaxTries = 3;
 
-    bool isBlocked() const { return triesLeft == 0; }
+    bool IsBlocked() const { return m_TriesLeft == 0; }
 
     /// Compares and counts: a match restores the tries, a mismatch costs one. A blocked or unset
     /// secret matches nothing and counts nothing.
-    bool check(const std::string& candidate);
+    bool Check(const std::string& candidate);
 };
 
 /// One PIN of a card.
 struct PinRecord {
-    CountedSecret pin;
-    std::optional<CountedSecret> puk; ///< nothing: this PIN cannot be unblocked
-    unsigned minLength = 4;
-    unsigned maxLength = 12;
+    CountedSecret m_Pin;
+    std::optional<CountedSecret> m_Puk; ///< nothing: this PIN cannot be unblocked
+    unsigned m_MinLength = 4;
+    unsigned m_MaxLength = 12;
 
-    bool isInitialised() const { return pin.secret.has_value(); }
+    bool IsInitialised() const { return m_Pin.m_Secret.has_value(); }
 
     /// Digits only, and as many as the card wants.
-    bool accepts(const std::string& candidate) const;
+    bool Accepts(const std::string& candidate) const;
 
     /// Stores a new PIN and gives back all its tries.
-    void set(const std::string& newPin);
+    void Set(const std::string& newPin);
 };
 
 } // namespace orselsim

@@ -8,17 +8,17 @@ namespace orselsim {
 
 namespace {
 
-std::string displayName(const std::string& pinName) {
-    return pinName == signaturePin ? "Signatur-PIN" : "Geheimhaltungs-PIN";
+std::string DisplayName(const std::string& pinName) {
+    return pinName == SIGNATURE_PIN ? "Signatur-PIN" : "Geheimhaltungs-PIN";
 }
 
-std::string cardLine(const CardRecord& card) {
-    return "Karte: " + card.label + ", " + card.serial + "\n";
+std::string CardLine(const CardRecord& card) {
+    return "Karte: " + card.m_Label + ", " + card.m_Serial + "\n";
 }
 
-Card loadForChange(const std::string& directory) {
+Card LoadForChange(const std::string& directory) {
     try {
-        return loadCard(directory);
+        return LoadCard(directory);
     } catch (const std::runtime_error&) {
         throw Refusal{CKR_DEVICE_REMOVED};
     }
@@ -26,76 +26,77 @@ Card loadForChange(const std::string& directory) {
 
 } // namespace
 
-PinQuestion secretQuestion(const CardRecord& card, const std::string& pinName, SecretKind kind) {
-    const PinRecord& pin = *card.pin(pinName);
-    const bool isPuk = kind == SecretKind::Puk;
-    const std::string name = isPuk ? "PUK" : displayName(pinName);
-    const unsigned tries = isPuk ? pin.puk->triesLeft : pin.pin.triesLeft;
-    return {cardLine(card) + name + (isPuk ? " zur " + displayName(pinName) : "") +
+PinQuestion SecretQuestion(const CardRecord& card, const std::string& pinName, SecretKind kind) {
+    const PinRecord& pin = *card.Pin(pinName);
+    const bool isPuk = kind == SecretKind::PUK;
+    const std::string name = isPuk ? "PUK" : DisplayName(pinName);
+    const unsigned tries = isPuk ? pin.m_Puk->m_TriesLeft : pin.m_Pin.m_TriesLeft;
+    return {CardLine(card) + name + (isPuk ? " zur " + DisplayName(pinName) : "") +
                 " eingeben\nVerbleibende Versuche: " + std::to_string(tries),
             name + ":", false};
 }
 
-PinQuestion newPinQuestion(const CardRecord& card, const std::string& pinName) {
-    const PinRecord& pin = *card.pin(pinName);
-    return {cardLine(card) + "Neue " + displayName(pinName) + " eingeben, " + std::to_string(pin.minLength) +
-                " bis " + std::to_string(pin.maxLength) + " Ziffern",
+PinQuestion NewPinQuestion(const CardRecord& card, const std::string& pinName) {
+    const PinRecord& pin = *card.Pin(pinName);
+    return {CardLine(card) + "Neue " + DisplayName(pinName) + " eingeben, " +
+                std::to_string(pin.m_MinLength) + " bis " + std::to_string(pin.m_MaxLength) + " Ziffern",
             "Neue PIN:", true};
 }
 
-Secret askUser(Call& call, Runtime& runtime, const PinQuestion& question) {
+Secret AskUser(Call& call, Runtime& runtime, const PinQuestion& question) {
     std::optional<Secret> answer;
-    call.withoutLock([&] { answer = runtime.pinEntry().ask(question); });
+    call.WithoutLock([&] { answer = runtime.GetPinEntry().Ask(question); });
     if (!answer)
         throw Refusal{CKR_FUNCTION_CANCELED};
     return std::move(*answer);
 }
 
-const PinRecord& usablePin(const CardRecord& card, const std::string& pinName) {
-    const PinRecord* pin = card.pin(pinName);
-    if (pin == nullptr || !pin->isInitialised())
+const PinRecord& UsablePin(const CardRecord& card, const std::string& pinName) {
+    const PinRecord* pin = card.Pin(pinName);
+    if (pin == nullptr || !pin->IsInitialised())
         throw Refusal{CKR_USER_PIN_NOT_INITIALIZED};
-    if (pin->pin.isBlocked())
+    if (pin->m_Pin.IsBlocked())
         throw Refusal{CKR_PIN_LOCKED};
     return *pin;
 }
 
-CK_RV trySecret(CountedSecret& secret, const Secret& candidate) {
-    if (secret.check(candidate.text()))
+CK_RV TrySecret(CountedSecret& secret, const Secret& candidate) {
+    if (secret.Check(candidate.Text()))
         return CKR_OK;
-    return secret.isBlocked() ? CKR_PIN_LOCKED : CKR_PIN_INCORRECT;
+    return secret.IsBlocked() ? CKR_PIN_LOCKED : CKR_PIN_INCORRECT;
 }
 
-void changeCard(Deck& deck, Slot& slot, const std::function<CK_RV(Card&)>& change) {
+void ChangeCard(Deck& deck, Slot& slot, const std::function<CK_RV(Card&)>& change) {
     CK_RV result = CKR_OK;
     {
-        const DirectoryLock lock(slot.directory);
-        const Card before = loadForChange(slot.directory);
+        const DirectoryLock lock(slot.m_Directory);
+        const Card before = LoadForChange(slot.m_Directory);
         Card after = before;
         result = change(after);
-        saveChanges(slot.directory, before, after);
+        SaveChanges(slot.m_Directory, before, after);
     }
-    deck.refresh(slot);
+    deck.Refresh(slot);
     if (result != CKR_OK)
         throw Refusal{result};
 }
 
-void checkPin(Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName, const Secret& pin) {
-    const SessionView view = runtime.session(session);
-    changeCard(runtime.deck(), view.slot, [&](Card& card) {
-        usablePin(card.record, pinName);
-        return trySecret(card.record.pin(pinName)->pin, pin);
+void CheckPin(Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName, const Secret& pin) {
+    const SessionView view = runtime.ViewOf(session);
+    ChangeCard(runtime.GetDeck(), view.m_Slot, [&](Card& card) {
+        UsablePin(card.m_Record, pinName);
+        return TrySecret(card.m_Record.Pin(pinName)->m_Pin, pin);
     });
 }
 
-void authorise(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName) {
-    const SessionView view = runtime.session(session);
-    const bool isGiven = pinName == encryptionPin && view.slot.isLoggedIn;
+void Authorise(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName) {
+    const SessionView view = runtime.ViewOf(session);
+    const bool isGiven = pinName == ENCRYPTION_PIN && view.m_Slot.m_IsLoggedIn;
     if (pinName.empty() || isGiven)
         return;
-    usablePin(view.card->record(), pinName);
-    const Secret pin = askUser(call, runtime, secretQuestion(view.card->record(), pinName, SecretKind::Pin));
-    checkPin(runtime, session, pinName, pin);
+    UsablePin(view.m_Card->Record(), pinName);
+    const Secret pin =
+        AskUser(call, runtime, SecretQuestion(view.m_Card->Record(), pinName, SecretKind::PIN));
+    CheckPin(runtime, session, pinName, pin);
 }
 
 } // namespace orselsim

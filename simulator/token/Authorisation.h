@@ -12,36 +12,36 @@
 namespace orselsim {
 
 /// Which of a PIN's two secrets is meant.
-enum class SecretKind { Pin, Puk };
+enum class SecretKind { PIN, PUK };
 
 /// The question for a PIN or PUK that is there already.
-PinQuestion secretQuestion(const CardRecord& card, const std::string& pinName, SecretKind kind);
+PinQuestion SecretQuestion(const CardRecord& card, const std::string& pinName, SecretKind kind);
 
 /// The question for a PIN that is to be set.
-PinQuestion newPinQuestion(const CardRecord& card, const std::string& pinName);
+PinQuestion NewPinQuestion(const CardRecord& card, const std::string& pinName);
 
 /// Asks without holding the lock; throws Refusal with CKR_FUNCTION_CANCELED when the user cancels.
 /// What the caller knew of sessions and cards has to be asked for again afterwards.
-Secret askUser(Call& call, Runtime& runtime, const PinQuestion& question);
+Secret AskUser(Call& call, Runtime& runtime, const PinQuestion& question);
 
 /// The PIN, ready to be tried. Throws Refusal when the card does not have it, when it has not been
 /// set, and when it is blocked.
-const PinRecord& usablePin(const CardRecord& card, const std::string& pinName);
+const PinRecord& UsablePin(const CardRecord& card, const std::string& pinName);
 
 /// Tries a secret: CKR_OK, CKR_PIN_INCORRECT, or CKR_PIN_LOCKED when no try is left.
-CK_RV trySecret(CountedSecret& secret, const Secret& candidate);
+CK_RV TrySecret(CountedSecret& secret, const Secret& candidate);
 
 /// Reads the card anew, lets `change` work on it and writes what it changed, undisturbed by other
 /// processes. What `change` returns is thrown as a Refusal unless it is CKR_OK; what it changed is
 /// written all the same, since a wrong PIN costs a try.
-void changeCard(Deck& deck, Slot& slot, const std::function<CK_RV(Card&)>& change);
+void ChangeCard(Deck& deck, Slot& slot, const std::function<CK_RV(Card&)>& change);
 
 /// Tries a PIN on the session's card; throws Refusal unless it is right.
-void checkPin(Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName, const Secret& pin);
+void CheckPin(Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName, const Secret& pin);
 
 /// Sees to it that the user has given this PIN: by a login, where a login counts for it, or by
 /// asking now. An empty name needs no PIN.
-void authorise(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName);
+void Authorise(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName);
 
 } // namespace orselsim
 

@@ -22,54 +22,54 @@ public:
     explicit Call(const char* function);
 
     // Arguments, in the order in which the trace shows them.
-    Call& slot(CK_SLOT_ID id);
-    Call& session(CK_SESSION_HANDLE handle);
-    Call& number(const char* key, unsigned long value);
-    Call& text(const char* key, const std::string& value);
-    Call& property(const char* name);                            ///< of the card
-    Call& given(const CK_ATTRIBUTE* attributes, CK_ULONG count); ///< types, and values that tell no secret
-    Call& asked(const CK_ATTRIBUTE* attributes, CK_ULONG count); ///< types alone
+    Call& Slot(CK_SLOT_ID id);
+    Call& Session(CK_SESSION_HANDLE handle);
+    Call& Number(const char* key, unsigned long value);
+    Call& Text(const char* key, const std::string& value);
+    Call& Property(const char* name);                            ///< of the card
+    Call& Given(const CK_ATTRIBUTE* attributes, CK_ULONG count); ///< types, and values that tell no secret
+    Call& Asked(const CK_ATTRIBUTE* attributes, CK_ULONG count); ///< types alone
 
     /// The card's own delay is spent: the access takes long on a real card.
-    Call& slow();
+    Call& Slow();
 
     using Body = std::function<void(Runtime&)>;
 
     /// Runs `body`; it returns for CKR_OK and throws Refusal for any other code.
-    CK_RV run(const Body& body);
+    CK_RV Run(const Body& body);
 
     /// The form of C_Initialize: `start` makes the runtime, or throws Refusal.
-    CK_RV runFirst(const std::function<std::shared_ptr<Runtime>()>& start);
+    CK_RV RunFirst(const std::function<std::shared_ptr<Runtime>()>& start);
 
     /// The form of C_Finalize: `stop` lets the runtime go, or throws Refusal.
-    CK_RV runLast(const std::function<void()>& stop);
+    CK_RV RunLast(const std::function<void()>& stop);
 
     // For bodies.
 
     /// Does `work` without holding the lock. Whatever the body knew of sessions and cards before
     /// has to be asked for again afterwards.
-    void withoutLock(const std::function<void()>& work);
+    void WithoutLock(const std::function<void()>& work);
 
     /// Gives `length` the value that a fault plans for it, if one does.
-    void bend(CK_ULONG& length) const;
+    void Bend(CK_ULONG& length) const;
 
     /// The planned fault itself, for calls with several lengths.
-    const FaultEffect& fault() const { return m_fault; }
+    const FaultEffect& GetFault() const { return m_Fault; }
 
 private:
-    CK_RV perform(const Body& body);
-    static CK_RV guarded(const std::function<void()>& work); ///< what is thrown, as a return code
-    void prepare();
-    void writeTrace(CK_RV result);
+    CK_RV Perform(const Body& body);
+    static CK_RV Guarded(const std::function<void()>& work); ///< what is thrown, as a return code
+    void Prepare();
+    void WriteTrace(CK_RV result);
 
-    CallFacts m_facts;
-    CK_SESSION_HANDLE m_session = 0;
-    bool m_isSlow = false;
-    const std::chrono::steady_clock::time_point m_started;
-    std::string m_line;
-    std::shared_ptr<Runtime> m_runtime;
-    FaultEffect m_fault;
-    std::unique_lock<std::mutex>* m_lock = nullptr;
+    CallFacts m_Facts;
+    CK_SESSION_HANDLE m_Session = 0;
+    bool m_IsSlow = false;
+    const std::chrono::steady_clock::time_point m_Started;
+    std::string m_Line;
+    std::shared_ptr<Runtime> m_Runtime;
+    FaultEffect m_Fault;
+    std::unique_lock<std::mutex>* m_Lock = nullptr;
 };
 
 } // namespace orselsim

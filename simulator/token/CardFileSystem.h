@@ -14,21 +14,21 @@ namespace orselsim {
 class CardFileSystem {
 public:
     /// Back to the root, as after a reset of the card.
-    void reset();
+    void Reset();
 
     /// Runs one short command; the response ends in the status word of ISO 7816-4.
-    Bytes transmit(const Card& card, const Bytes& apdu);
+    Bytes Transmit(const Card& card, const Bytes& apdu);
 
 private:
     struct Command;
     using Path = std::vector<std::uint16_t>;
 
-    Bytes select(const Card& card, const Command& command);
-    Bytes readBinary(const Card& card, const Command& command) const;
-    bool enter(const Card& card, const Path& path);
+    Bytes Select(const Card& card, const Command& command);
+    Bytes ReadBinary(const Card& card, const Command& command) const;
+    bool Enter(const Card& card, const Path& path);
 
-    Path m_directory; ///< selected directory, empty: the root
-    Path m_file;      ///< selected file, empty: none
+    Path m_Directory; ///< selected directory, empty: the root
+    Path m_File;      ///< selected file, empty: none
 };
 
 } // namespace orselsim

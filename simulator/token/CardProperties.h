@@ -9,10 +9,10 @@
 namespace orselsim {
 
 /// Resets the card and answers with its ATR.
-constexpr const char* resetProperty = "Reset";
+constexpr const char* RESET_PROPERTY = "Reset";
 
 /// The value of a named property of the card; throws Refusal when the card lacks it.
-Bytes cardProperty(const Card& card, const std::string& name);
+Bytes CardProperty(const Card& card, const std::string& name);
 
 } // namespace orselsim
 

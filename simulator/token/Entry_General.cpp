@@ -10,7 +10,7 @@ using orselsim::Runtime;
 
 namespace {
 
-void checkLocking(const CK_C_INITIALIZE_ARGS& args) {
+void CheckLocking(const CK_C_INITIALIZE_ARGS& args) {
     if (args.pReserved != nullptr)
         throw Refusal{CKR_ARGUMENTS_BAD};
     const int given = (args.CreateMutex != nullptr ? 1 : 0) + (args.DestroyMutex != nullptr ? 1 : 0) +
@@ -24,28 +24,28 @@ void checkLocking(const CK_C_INITIALIZE_ARGS& args) {
 } // namespace
 
 CK_RV C_Initialize(void* initArgs) {
-    return Call("C_Initialize").runFirst([&] {
+    return Call("C_Initialize").RunFirst([&] {
         if (initArgs != nullptr)
-            checkLocking(*static_cast<const CK_C_INITIALIZE_ARGS*>(initArgs));
-        return orselsim::startRuntime();
+            CheckLocking(*static_cast<const CK_C_INITIALIZE_ARGS*>(initArgs));
+        return orselsim::StartRuntime();
     });
 }
 
 CK_RV C_Finalize(void* reserved) {
-    return Call("C_Finalize").runLast([&] {
+    return Call("C_Finalize").RunLast([&] {
         if (reserved != nullptr)
             throw Refusal{CKR_ARGUMENTS_BAD};
-        orselsim::stopRuntime();
+        orselsim::StopRuntime();
     });
 }
 
 CK_RV C_GetInfo(CK_INFO* info) {
-    return Call("C_GetInfo").run([&](Runtime&) {
-        orselsim::require(info);
+    return Call("C_GetInfo").Run([&](Runtime&) {
+        orselsim::Require(info);
         *info = {};
         info->cryptokiVersion = {2, 40};
-        orselsim::fillField(info->manufacturerID, "Orsel");
-        orselsim::fillField(info->libraryDescription, "Simulated token library");
+        orselsim::FillField(info->manufacturerID, "Orsel");
+        orselsim::FillField(info->libraryDescription, "Simulated token library");
         info->libraryVersion = {1, 0};
     });
 }

@@ -14,31 +14,31 @@ using orselsim::TokenObject;
 namespace {
 
 /// A login for one signature counts for the PIN of the key that is about to sign.
-std::string pinOfSigningKey(const SessionView& view) {
-    if (!view.session.signing)
+std::string PinOfSigningKey(const SessionView& view) {
+    if (!view.m_Session.m_Signing)
         throw Refusal{CKR_OPERATION_NOT_INITIALIZED};
-    const TokenObject* key = view.card->object(view.session.signing->key);
-    return key == nullptr ? "" : key->record.pin;
+    const TokenObject* key = view.m_Card->Object(view.m_Session.m_Signing->m_Key);
+    return key == nullptr ? "" : key->m_Record.m_Pin;
 }
 
-std::string pinOfLogin(const SessionView& view, CK_USER_TYPE user) {
+std::string PinOfLogin(const SessionView& view, CK_USER_TYPE user) {
     switch (user) {
     case CKU_USER:
-        if (view.slot.isLoggedIn)
+        if (view.m_Slot.m_IsLoggedIn)
             throw Refusal{CKR_USER_ALREADY_LOGGED_IN};
-        return orselsim::encryptionPin;
+        return orselsim::ENCRYPTION_PIN;
     case CKU_CONTEXT_SPECIFIC:
-        return pinOfSigningKey(view);
+        return PinOfSigningKey(view);
     default:
         throw Refusal{CKR_USER_TYPE_INVALID};
     }
 }
 
-void noteLogin(const SessionView& view, CK_USER_TYPE user) {
+void NoteLogin(const SessionView& view, CK_USER_TYPE user) {
     if (user == CKU_USER)
-        view.slot.isLoggedIn = true;
-    else if (view.session.signing)
-        view.session.signing->isAuthorised = true;
+        view.m_Slot.m_IsLoggedIn = true;
+    else if (view.m_Session.m_Signing)
+        view.m_Session.m_Signing->m_IsAuthorised = true;
 }
 
 } // namespace
@@ -47,26 +47,26 @@ void noteLogin(const SessionView& view, CK_USER_TYPE user) {
 CK_RV C_Login(CK_SESSION_HANDLE session, CK_USER_TYPE user, CK_BYTE* pin, CK_ULONG pinLen) {
     const bool isGiven = pin != nullptr && pinLen > 0;
     Call call("C_Login");
-    call.session(session).number("user", user).text("pin", isGiven ? "given" : "asked").slow();
-    return call.run([&](Runtime& runtime) {
-        const SessionView view = runtime.session(session);
-        const std::string name = pinOfLogin(view, user);
-        orselsim::usablePin(view.card->record(), name);
+    call.Session(session).Number("user", user).Text("pin", isGiven ? "given" : "asked").Slow();
+    return call.Run([&](Runtime& runtime) {
+        const SessionView view = runtime.ViewOf(session);
+        const std::string name = PinOfLogin(view, user);
+        orselsim::UsablePin(view.m_Card->Record(), name);
         const Secret secret = isGiven
                                   ? Secret(std::string(pin, pin + pinLen))
-                                  : orselsim::askUser(call, runtime,
-                                                      orselsim::secretQuestion(view.card->record(), name,
-                                                                               orselsim::SecretKind::Pin));
-        orselsim::checkPin(runtime, session, name, secret);
-        noteLogin(runtime.session(session), user);
+                                  : orselsim::AskUser(call, runtime,
+                                                      orselsim::SecretQuestion(view.m_Card->Record(), name,
+                                                                               orselsim::SecretKind::PIN));
+        orselsim::CheckPin(runtime, session, name, secret);
+        NoteLogin(runtime.ViewOf(session), user);
     });
 }
 
 CK_RV C_Logout(CK_SESSION_HANDLE session) {
-    return Call("C_Logout").session(session).run([&](Runtime& runtime) {
-        const SessionView view = runtime.session(session);
-        if (!view.slot.isLoggedIn)
+    return Call("C_Logout").Session(session).Run([&](Runtime& runtime) {
+        const SessionView view = runtime.ViewOf(session);
+        if (!view.m_Slot.m_IsLoggedIn)
             throw Refusal{CKR_USER_NOT_LOGGED_IN};
-        view.slot.isLoggedIn = false;
+        view.m_Slot.m_IsLoggedIn = false;
     });
 }

@@ -18,52 +18,52 @@ using orselsim::TokenObject;
 
 namespace {
 
-AttributeMap templateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
+AttributeMap TemplateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
     if (count > 0)
-        orselsim::require(attributes);
+        orselsim::Require(attributes);
     AttributeMap wanted;
     for (CK_ULONG i = 0; i < count; ++i) {
         const CK_ATTRIBUTE& attribute = attributes[i];
         if (attribute.ulValueLen > 0)
-            orselsim::require(attribute.pValue);
+            orselsim::Require(attribute.pValue);
         const auto* bytes = static_cast<const unsigned char*>(attribute.pValue);
         wanted[attribute.type] = bytes == nullptr ? Bytes() : Bytes(bytes, bytes + attribute.ulValueLen);
     }
     return wanted;
 }
 
-const TokenObject& objectOf(const SessionView& view, CK_OBJECT_HANDLE handle) {
-    const TokenObject* object = view.card->object(handle);
+const TokenObject& ObjectOf(const SessionView& view, CK_OBJECT_HANDLE handle) {
+    const TokenObject* object = view.m_Card->Object(handle);
     if (object == nullptr)
         throw Refusal{CKR_OBJECT_HANDLE_INVALID};
     return *object;
 }
 
-Search& searchOf(const SessionView& view) {
-    if (!view.session.search)
+Search& SearchOf(const SessionView& view) {
+    if (!view.m_Session.m_Search)
         throw Refusal{CKR_OPERATION_NOT_INITIALIZED};
-    return *view.session.search;
+    return *view.m_Session.m_Search;
 }
 
 /// What never leaves the card.
-bool isSecret(const TokenObject& object, CK_ATTRIBUTE_TYPE type) {
-    static constexpr std::array<CK_ATTRIBUTE_TYPE, 7> secrets = {
+bool IsSecret(const TokenObject& object, CK_ATTRIBUTE_TYPE type) {
+    static constexpr std::array<CK_ATTRIBUTE_TYPE, 7> SECRETS = {
         CKA_VALUE,      CKA_PRIVATE_EXPONENT, CKA_PRIME_1,     CKA_PRIME_2,
         CKA_EXPONENT_1, CKA_EXPONENT_2,       CKA_COEFFICIENT,
     };
-    return object.record.kind == orselsim::ObjectKind::PrivateKey &&
-           std::find(secrets.begin(), secrets.end(), type) != secrets.end();
+    return object.m_Record.m_Kind == orselsim::ObjectKind::PRIVATE_KEY &&
+           std::find(SECRETS.begin(), SECRETS.end(), type) != SECRETS.end();
 }
 
 /// Answers one entry of the template; an entry that fails says so by its length, and the others
 /// are answered all the same.
-CK_RV readAttribute(const TokenObject& object, CK_ATTRIBUTE& asked) {
+CK_RV ReadAttribute(const TokenObject& object, CK_ATTRIBUTE& asked) {
     const CK_ULONG capacity = asked.ulValueLen;
-    const auto own = object.attributes.find(asked.type);
+    const auto own = object.m_Attributes.find(asked.type);
     asked.ulValueLen = CK_UNAVAILABLE_INFORMATION;
-    if (isSecret(object, asked.type))
+    if (IsSecret(object, asked.type))
         return CKR_ATTRIBUTE_SENSITIVE;
-    if (own == object.attributes.end())
+    if (own == object.m_Attributes.end())
         return CKR_ATTRIBUTE_TYPE_INVALID;
     const Bytes& value = own->second;
     if (asked.pValue != nullptr && capacity < value.size())
@@ -75,22 +75,23 @@ CK_RV readAttribute(const TokenObject& object, CK_ATTRIBUTE& asked) {
 }
 
 /// A planned fault may report any length, for all attributes or for one.
-void bendLengths(const Call& call, CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    const auto& only = call.fault().only;
+void BendLengths(const Call& call, CK_ATTRIBUTE* attributes, CK_ULONG count) {
+    const auto& only = call.GetFault().m_Only;
     for (CK_ULONG i = 0; i < count; ++i)
         if (!only || *only == attributes[i].type)
-            call.bend(attributes[i].ulValueLen);
+            call.Bend(attributes[i].ulValueLen);
 }
 
 /// Some cards give private data to somebody with the PIN only.
-void authoriseReading(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle) {
-    const SessionView view = runtime.session(session);
-    const orselsim::ObjectRecord& record = objectOf(view, handle).record;
-    if (view.card->record().asksPinForData && record.kind == orselsim::ObjectKind::Data && record.isPrivate)
-        orselsim::authorise(call, runtime, session, record.pin);
+void AuthoriseReading(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle) {
+    const SessionView view = runtime.ViewOf(session);
+    const orselsim::ObjectRecord& record = ObjectOf(view, handle).m_Record;
+    if (view.m_Card->Record().m_AsksPinForData && record.m_Kind == orselsim::ObjectKind::DATA &&
+        record.m_IsPrivate)
+        orselsim::Authorise(call, runtime, session, record.m_Pin);
 }
 
-bool readsValue(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
+bool ReadsValue(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
     return attributes != nullptr && std::any_of(attributes, attributes + count, [](const CK_ATTRIBUTE& a) {
                return a.type == CKA_VALUE && a.pValue != nullptr;
            });
@@ -100,65 +101,65 @@ bool readsValue(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
 
 CK_RV C_FindObjectsInit(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_ULONG count) {
     Call call("C_FindObjectsInit");
-    return call.session(session).given(attributes, count).run([&](Runtime& runtime) {
-        const SessionView view = runtime.session(session);
-        if (view.session.search)
+    return call.Session(session).Given(attributes, count).Run([&](Runtime& runtime) {
+        const SessionView view = runtime.ViewOf(session);
+        if (view.m_Session.m_Search)
             throw Refusal{CKR_OPERATION_ACTIVE};
-        view.session.search = Search{view.card->find(templateOf(attributes, count)), 0};
+        view.m_Session.m_Search = Search{view.m_Card->Find(TemplateOf(attributes, count)), 0};
     });
 }
 
 CK_RV C_FindObjects(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* objects, CK_ULONG capacity,
                     CK_ULONG* count) {
     Call call("C_FindObjects");
-    return call.session(session).number("max", capacity).run([&](Runtime& runtime) {
-        Search& search = searchOf(runtime.session(session));
-        orselsim::require(objects);
-        orselsim::require(count);
-        *count = std::min<CK_ULONG>(capacity, search.found.size() - search.handedOut);
-        std::copy_n(search.found.data() + search.handedOut, *count, objects);
-        search.handedOut += *count;
-        call.number("count", *count);
-        call.bend(*count);
+    return call.Session(session).Number("max", capacity).Run([&](Runtime& runtime) {
+        Search& search = SearchOf(runtime.ViewOf(session));
+        orselsim::Require(objects);
+        orselsim::Require(count);
+        *count = std::min<CK_ULONG>(capacity, search.m_Found.size() - search.m_HandedOut);
+        std::copy_n(search.m_Found.data() + search.m_HandedOut, *count, objects);
+        search.m_HandedOut += *count;
+        call.Number("count", *count);
+        call.Bend(*count);
     });
 }
 
 CK_RV C_FindObjectsFinal(CK_SESSION_HANDLE session) {
-    return Call("C_FindObjectsFinal").session(session).run([&](Runtime& runtime) {
-        const SessionView view = runtime.session(session);
-        searchOf(view);
-        view.session.search.reset();
+    return Call("C_FindObjectsFinal").Session(session).Run([&](Runtime& runtime) {
+        const SessionView view = runtime.ViewOf(session);
+        SearchOf(view);
+        view.m_Session.m_Search.reset();
     });
 }
 
 CK_RV C_GetAttributeValue(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle, CK_ATTRIBUTE* attributes,
                           CK_ULONG count) {
     Call call("C_GetAttributeValue");
-    call.session(session).number("object", handle).asked(attributes, count);
-    if (readsValue(attributes, count))
-        call.slow();
-    return call.run([&](Runtime& runtime) {
-        if (readsValue(attributes, count))
-            authoriseReading(call, runtime, session, handle);
-        const SessionView view = runtime.session(session);
-        const TokenObject& object = objectOf(view, handle);
+    call.Session(session).Number("object", handle).Asked(attributes, count);
+    if (ReadsValue(attributes, count))
+        call.Slow();
+    return call.Run([&](Runtime& runtime) {
+        if (ReadsValue(attributes, count))
+            AuthoriseReading(call, runtime, session, handle);
+        const SessionView view = runtime.ViewOf(session);
+        const TokenObject& object = ObjectOf(view, handle);
         if (count > 0)
-            orselsim::require(attributes);
+            orselsim::Require(attributes);
         CK_RV first = CKR_OK;
         for (CK_ULONG i = 0; i < count; ++i) {
-            const CK_RV result = readAttribute(object, attributes[i]);
+            const CK_RV result = ReadAttribute(object, attributes[i]);
             first = first == CKR_OK ? result : first;
         }
         if (first != CKR_OK)
             throw Refusal{first};
-        bendLengths(call, attributes, count);
+        BendLengths(call, attributes, count);
     });
 }
 
 CK_RV C_GetObjectSize(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle, CK_ULONG* size) {
-    return Call("C_GetObjectSize").session(session).number("object", handle).run([&](Runtime& runtime) {
-        objectOf(runtime.session(session), handle);
-        orselsim::require(size);
+    return Call("C_GetObjectSize").Session(session).Number("object", handle).Run([&](Runtime& runtime) {
+        ObjectOf(runtime.ViewOf(session), handle);
+        orselsim::Require(size);
         *size = CK_UNAVAILABLE_INFORMATION;
     });
 }

@@ -16,14 +16,14 @@ namespace {
 
 /// A command as the trace may show it: the header, and the data only of commands that carry no
 /// secret. A command that verifies a PIN has the PIN in its data.
-std::string shownCommand(const unsigned char* apdu, unsigned long size) {
+std::string ShownCommand(const unsigned char* apdu, unsigned long size) {
     if (apdu == nullptr)
         return "";
     const Bytes bytes(apdu, apdu + size);
     const bool isHarmless = bytes.size() <= 5 || bytes[1] == 0xA4;
     if (isHarmless)
-        return orselsim::toHex(bytes);
-    return orselsim::toHex(Bytes(bytes.begin(), bytes.begin() + 4)) + "[" + std::to_string(size - 4) + "]";
+        return orselsim::ToHex(bytes);
+    return orselsim::ToHex(Bytes(bytes.begin(), bytes.begin() + 4)) + "[" + std::to_string(size - 4) + "]";
 }
 
 } // namespace
@@ -31,31 +31,32 @@ std::string shownCommand(const unsigned char* apdu, unsigned long size) {
 CK_RV C_CardAttribute(CK_SESSION_HANDLE session, const char* name, unsigned char* out,
                       unsigned long* outLen) {
     Call call("C_CardAttribute");
-    return call.session(session).property(name).slow().run([&](Runtime& runtime) {
-        const SessionView view = runtime.session(session);
-        orselsim::require(name);
-        orselsim::require(outLen);
-        if (std::strcmp(name, orselsim::resetProperty) == 0) {
-            view.slot.files.reset();
-            view.slot.isLoggedIn = false;
+    return call.Session(session).Property(name).Slow().Run([&](Runtime& runtime) {
+        const SessionView view = runtime.ViewOf(session);
+        orselsim::Require(name);
+        orselsim::Require(outLen);
+        if (std::strcmp(name, orselsim::RESET_PROPERTY) == 0) {
+            view.m_Slot.m_Files.Reset();
+            view.m_Slot.m_IsLoggedIn = false;
         }
-        orselsim::handOut(orselsim::cardProperty(view.card->card(), name), out, outLen);
-        call.bend(*outLen);
-        call.number("length", *outLen);
+        orselsim::HandOut(orselsim::CardProperty(view.m_Card->GetCard(), name), out, outLen);
+        call.Bend(*outLen);
+        call.Number("length", *outLen);
     });
 }
 
 CK_RV C_CardTransmit(CK_SESSION_HANDLE session, const unsigned char* apdu, unsigned long apduLen,
                      unsigned char* response, unsigned long* responseLen) {
     Call call("C_CardTransmit");
-    call.session(session).text("apdu", shownCommand(apdu, apduLen)).slow();
-    return call.run([&](Runtime& runtime) {
-        const SessionView view = runtime.session(session);
-        orselsim::require(apdu);
-        orselsim::require(responseLen);
-        const Bytes answer = view.slot.files.transmit(view.card->card(), Bytes(apdu, apdu + apduLen));
-        orselsim::handOut(answer, response, responseLen);
-        call.bend(*responseLen);
-        call.text("sw", orselsim::toHex(Bytes(answer.end() - 2, answer.end())));
+    call.Session(session).Text("apdu", ShownCommand(apdu, apduLen)).Slow();
+    return call.Run([&](Runtime& runtime) {
+        const SessionView view = runtime.ViewOf(session);
+        orselsim::Require(apdu);
+        orselsim::Require(responseLen);
+        const Bytes answer =
+            view.m_Slot.m_Files.Transmit(view.m_Card->GetCard(), Bytes(apdu, apdu + apduLen));
+        orselsim::HandOut(answer, response, responseLen);
+        call.Bend(*responseLen);
+        call.Text("sw", orselsim::ToHex(Bytes(answer.end() - 2, answer.end())));
     });
 }

@@ -7,16 +7,16 @@ namespace orselsim {
 
 namespace {
 
-std::string variable(const char* name) {
+std::string Variable(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? "" : value;
 }
 
 } // namespace
 
-Environment Environment::read() {
-    return {variable("ORSELSIM_DECK"), variable("ORSELSIM_TRACE"), variable("ORSELSIM_FAULTS"),
-            variable("ORSELSIM_PIN_SCRIPT")};
+Environment Environment::Read() {
+    return {Variable("ORSELSIM_DECK"), Variable("ORSELSIM_TRACE"), Variable("ORSELSIM_FAULTS"),
+            Variable("ORSELSIM_PIN_SCRIPT")};
 }
 
 } // namespace orselsim

@@ -9,12 +9,12 @@ namespace orselsim {
 /// What the process's environment says, read once when the library is initialised. A variable that
 /// is not set is an empty text.
 struct Environment {
-    std::string deck;      ///< ORSELSIM_DECK, directory
-    std::string trace;     ///< ORSELSIM_TRACE, file
-    std::string faults;    ///< ORSELSIM_FAULTS, file
-    std::string pinScript; ///< ORSELSIM_PIN_SCRIPT, file
+    std::string m_Deck;      ///< ORSELSIM_DECK, directory
+    std::string m_Trace;     ///< ORSELSIM_TRACE, file
+    std::string m_Faults;    ///< ORSELSIM_FAULTS, file
+    std::string m_PinScript; ///< ORSELSIM_PIN_SCRIPT, file
 
-    static Environment read();
+    static Environment Read();
 };
 
 } // namespace orselsim

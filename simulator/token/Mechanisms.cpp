@@ -7,7 +7,7 @@
 
 namespace orselsim {
 
-const std::vector<Mechanism>& mechanisms() {
+const std::vector<Mechanism>& Mechanisms() {
     static const std::vector<Mechanism> table = {
         {CKM_RSA_PKCS, CKK_RSA, nullptr},
         {CKM_SHA1_RSA_PKCS, CKK_RSA, "SHA1"},
@@ -21,20 +21,20 @@ const std::vector<Mechanism>& mechanisms() {
     return table;
 }
 
-const Mechanism* findMechanism(CK_MECHANISM_TYPE type) {
-    const auto& table = mechanisms();
+const Mechanism* FindMechanism(CK_MECHANISM_TYPE type) {
+    const auto& table = Mechanisms();
     const auto found =
-        std::find_if(table.begin(), table.end(), [type](const Mechanism& m) { return m.type == type; });
+        std::find_if(table.begin(), table.end(), [type](const Mechanism& m) { return m.m_Type == type; });
     return found == table.end() ? nullptr : &*found;
 }
 
-CK_MECHANISM_INFO mechanismInfo(CK_MECHANISM_TYPE type) {
-    const Mechanism* mechanism = findMechanism(type);
+CK_MECHANISM_INFO MechanismInfo(CK_MECHANISM_TYPE type) {
+    const Mechanism* mechanism = FindMechanism(type);
     if (mechanism == nullptr)
         throw Refusal{CKR_MECHANISM_INVALID};
     CK_MECHANISM_INFO info = {};
     info.flags = CKF_HW | CKF_SIGN | CKF_VERIFY;
-    if (mechanism->keyType == CKK_RSA) {
+    if (mechanism->m_KeyType == CKK_RSA) {
         info.ulMinKeySize = 1536;
         info.ulMaxKeySize = 2048;
     } else {

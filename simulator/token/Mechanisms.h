@@ -10,18 +10,19 @@ namespace orselsim {
 
 /// A way to sign that every token of this library knows.
 struct Mechanism {
-    CK_MECHANISM_TYPE type;
-    CK_KEY_TYPE keyType;
-    const char* digest; ///< libcrypto's name of the hash that the token makes, null: data is signed as it is
+    CK_MECHANISM_TYPE m_Type;
+    CK_KEY_TYPE m_KeyType;
+    const char*
+        m_Digest; ///< libcrypto's name of the hash that the token makes, null: data is signed as it is
 };
 
-const std::vector<Mechanism>& mechanisms();
+const std::vector<Mechanism>& Mechanisms();
 
 /// Null for a mechanism that no token knows.
-const Mechanism* findMechanism(CK_MECHANISM_TYPE type);
+const Mechanism* FindMechanism(CK_MECHANISM_TYPE type);
 
 /// Throws Refusal for a mechanism that no token knows.
-CK_MECHANISM_INFO mechanismInfo(CK_MECHANISM_TYPE type);
+CK_MECHANISM_INFO MechanismInfo(CK_MECHANISM_TYPE type);
 
 } // namespace orselsim
 

@@ -9,8 +9,8 @@ namespace orselsim {
 namespace {
 
 struct NamedNumber {
-    unsigned long number;
-    const char* name;
+    unsigned long m_Number;
+    const char* m_Name;
 };
 
 // The one way to have a constant's name and its number from the same token.
@@ -18,7 +18,7 @@ struct NamedNumber {
     { constant, #constant }
 
 // clang-format off
-constexpr NamedNumber returns[] = {
+constexpr NamedNumber RETURNS[] = {
     NAMED(CKR_OK),
     NAMED(CKR_CANCEL),
     NAMED(CKR_HOST_MEMORY),
@@ -108,7 +108,7 @@ constexpr NamedNumber returns[] = {
     NAMED(CKR_FUNCTION_REJECTED),
 };
 
-constexpr NamedNumber attributes[] = {
+constexpr NamedNumber ATTRIBUTES[] = {
     NAMED(CKA_CLASS),
     NAMED(CKA_TOKEN),
     NAMED(CKA_PRIVATE),
@@ -157,7 +157,7 @@ constexpr NamedNumber attributes[] = {
     NAMED(CKA_ALWAYS_AUTHENTICATE),
 };
 
-constexpr NamedNumber classes[] = {
+constexpr NamedNumber CLASSES[] = {
     NAMED(CKO_DATA),
     NAMED(CKO_CERTIFICATE),
     NAMED(CKO_PUBLIC_KEY),
@@ -168,7 +168,7 @@ constexpr NamedNumber classes[] = {
     NAMED(CKO_MECHANISM),
 };
 
-constexpr NamedNumber mechanisms[] = {
+constexpr NamedNumber MECHANISMS[] = {
     NAMED(CKM_RSA_PKCS),
     NAMED(CKM_SHA1_RSA_PKCS),
     NAMED(CKM_RIPEMD160_RSA_PKCS),
@@ -184,46 +184,46 @@ constexpr NamedNumber mechanisms[] = {
 #undef NAMED
 
 template <std::size_t Size>
-std::string nameIn(const NamedNumber (&table)[Size], unsigned long number) {
+std::string NameIn(const NamedNumber (&table)[Size], unsigned long number) {
     for (const NamedNumber& entry : table)
-        if (entry.number == number)
-            return entry.name;
+        if (entry.m_Number == number)
+            return entry.m_Name;
     char text[2 + 2 * sizeof number + 1];
     std::snprintf(text, sizeof text, "0x%lx", number);
     return text;
 }
 
 template <std::size_t Size>
-std::optional<unsigned long> numberIn(const NamedNumber (&table)[Size], std::string_view name) {
+std::optional<unsigned long> NumberIn(const NamedNumber (&table)[Size], std::string_view name) {
     for (const NamedNumber& entry : table)
-        if (entry.name == name)
-            return entry.number;
-    return numberOf(name);
+        if (entry.m_Name == name)
+            return entry.m_Number;
+    return NumberOf(name);
 }
 
 } // namespace
 
-std::string returnName(CK_RV code) {
-    return nameIn(returns, code);
+std::string ReturnName(CK_RV code) {
+    return NameIn(RETURNS, code);
 }
-std::string attributeName(CK_ATTRIBUTE_TYPE type) {
-    return nameIn(attributes, type);
+std::string AttributeName(CK_ATTRIBUTE_TYPE type) {
+    return NameIn(ATTRIBUTES, type);
 }
-std::string className(CK_OBJECT_CLASS objectClass) {
-    return nameIn(classes, objectClass);
+std::string ClassName(CK_OBJECT_CLASS objectClass) {
+    return NameIn(CLASSES, objectClass);
 }
-std::string mechanismName(CK_MECHANISM_TYPE mechanism) {
-    return nameIn(mechanisms, mechanism);
-}
-
-std::optional<CK_RV> returnByName(std::string_view name) {
-    return numberIn(returns, name);
-}
-std::optional<CK_ATTRIBUTE_TYPE> attributeByName(std::string_view name) {
-    return numberIn(attributes, name);
+std::string MechanismName(CK_MECHANISM_TYPE mechanism) {
+    return NameIn(MECHANISMS, mechanism);
 }
 
-std::optional<unsigned long> numberOf(std::string_view text) {
+std::optional<CK_RV> ReturnByName(std::string_view name) {
+    return NumberIn(RETURNS, name);
+}
+std::optional<CK_ATTRIBUTE_TYPE> AttributeByName(std::string_view name) {
+    return NumberIn(ATTRIBUTES, name);
+}
+
+std::optional<unsigned long> NumberOf(std::string_view text) {
     const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     if (isHex)
         text.remove_prefix(2);

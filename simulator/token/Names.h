@@ -12,15 +12,15 @@ namespace orselsim {
 
 /// Constants of the standard by name, as traces and fault files write them. A number without a
 /// name is written in hexadecimal, such as 0x80000002.
-std::string returnName(CK_RV code);
-std::string attributeName(CK_ATTRIBUTE_TYPE type);
-std::string className(CK_OBJECT_CLASS objectClass);
-std::string mechanismName(CK_MECHANISM_TYPE mechanism);
+std::string ReturnName(CK_RV code);
+std::string AttributeName(CK_ATTRIBUTE_TYPE type);
+std::string ClassName(CK_OBJECT_CLASS objectClass);
+std::string MechanismName(CK_MECHANISM_TYPE mechanism);
 
 /// The other way round; also takes numbers, decimal or with 0x. Nothing for anything else.
-std::optional<CK_RV> returnByName(std::string_view name);
-std::optional<CK_ATTRIBUTE_TYPE> attributeByName(std::string_view name);
-std::optional<unsigned long> numberOf(std::string_view text);
+std::optional<CK_RV> ReturnByName(std::string_view name);
+std::optional<CK_ATTRIBUTE_TYPE> AttributeByName(std::string_view name);
+std::optional<unsigned long> NumberOf(std::string_view text);
 
 } // namespace orselsim
 

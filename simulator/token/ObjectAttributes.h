@@ -14,19 +14,19 @@ namespace orselsim {
 /// flags as one byte, names and serial numbers as DER.
 using AttributeMap = std::map<CK_ATTRIBUTE_TYPE, Bytes>;
 
-Bytes numberValue(CK_ULONG number);
-Bytes flagValue(bool flag);
+Bytes NumberValue(CK_ULONG number);
+Bytes FlagValue(bool flag);
 
 /// Attributes of a data object with this content.
-AttributeMap dataAttributes(const ObjectRecord& object, const Bytes& content);
+AttributeMap DataAttributes(const ObjectRecord& object, const Bytes& content);
 
 /// Attributes of a certificate. Content that is no certificate is shown all the same, as a card
 /// would; it merely lacks the attributes that are taken from inside.
-AttributeMap certificateAttributes(const ObjectRecord& object, const Bytes& content);
+AttributeMap CertificateAttributes(const ObjectRecord& object, const Bytes& content);
 
 /// Attributes of a public or a private key. Throws std::runtime_error for a key of another kind
 /// than RSA or EC on a named curve.
-AttributeMap keyAttributes(const ObjectRecord& object, EVP_PKEY* key);
+AttributeMap KeyAttributes(const ObjectRecord& object, EVP_PKEY* key);
 
 } // namespace orselsim
 

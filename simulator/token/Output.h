@@ -13,14 +13,14 @@
 namespace orselsim {
 
 /// A pointer that the caller has to give.
-inline void require(const void* pointer) {
+inline void Require(const void* pointer) {
     if (pointer == nullptr)
         throw Refusal{CKR_ARGUMENTS_BAD};
 }
 
 /// Puts text into a fixed field of the standard: blank-padded, no terminator, cut at the end.
 template <std::size_t Size>
-void fillField(unsigned char (&field)[Size], const std::string& text) {
+void FillField(unsigned char (&field)[Size], const std::string& text) {
     std::fill(std::begin(field), std::end(field), static_cast<unsigned char>(' '));
     std::copy_n(text.begin(), std::min(text.size(), Size), std::begin(field));
 }
@@ -29,8 +29,8 @@ void fillField(unsigned char (&field)[Size], const std::string& text) {
 /// on entry and the number of elements on return; a null `out` asks for the number, and too small
 /// a capacity is refused with the number set all the same.
 template <class T>
-void handOut(const std::vector<T>& values, T* out, CK_ULONG* count) {
-    require(count);
+void HandOut(const std::vector<T>& values, T* out, CK_ULONG* count) {
+    Require(count);
     const CK_ULONG capacity = *count;
     *count = values.size();
     if (out == nullptr)

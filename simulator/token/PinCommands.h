@@ -8,13 +8,13 @@ namespace orselsim {
 
 /// A command on a PIN, written as an attribute of an object that the PIN protects.
 struct PinCommand {
-    CK_ATTRIBUTE_TYPE type = changePinCommand;
-    bool value = false;            ///< of a change: set the PIN for the first time
-    bool wantsSoftwarePin = false; ///< ask on the screen, not on a reader's keypad
+    CK_ATTRIBUTE_TYPE m_Type = CHANGE_PIN_COMMAND;
+    bool m_Value = false;            ///< of a change: set the PIN for the first time
+    bool m_WantsSoftwarePin = false; ///< ask on the screen, not on a reader's keypad
 };
 
 /// Runs the command with its questions; throws Refusal unless it succeeds.
-void runPinCommand(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName,
+void RunPinCommand(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName,
                    const PinCommand& command);
 
 } // namespace orselsim

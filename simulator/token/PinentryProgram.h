@@ -9,13 +9,13 @@
 namespace orselsim {
 
 struct PinentryAnswer {
-    std::optional<Secret> pin; ///< nothing: cancelled
-    bool isRepeated = false;   ///< the program had a new PIN entered twice and found both alike
+    std::optional<Secret> m_Pin; ///< nothing: cancelled
+    bool m_IsRepeated = false;   ///< the program had a new PIN entered twice and found both alike
 };
 
 /// Runs the program "pinentry" for one question over the Assuan protocol. Throws Refusal, with a
 /// line on standard error, when there is no such program or it fails.
-PinentryAnswer runPinentry(const PinQuestion& question);
+PinentryAnswer RunPinentry(const PinQuestion& question);
 
 } // namespace orselsim
 

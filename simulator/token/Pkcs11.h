@@ -23,9 +23,9 @@ namespace orselsim {
 
 /// Command attributes: written with C_SetAttributeValue on the object that a PIN protects. The
 /// first two bear numbers of the standard with a meaning of this library's own.
-constexpr CK_ATTRIBUTE_TYPE changePinCommand = 0x200;
-constexpr CK_ATTRIBUTE_TYPE unblockPinCommand = 0x201;
-constexpr CK_ATTRIBUTE_TYPE forceSoftwarePin = 0x80000002;
+constexpr CK_ATTRIBUTE_TYPE CHANGE_PIN_COMMAND = 0x200;
+constexpr CK_ATTRIBUTE_TYPE UNBLOCK_PIN_COMMAND = 0x201;
+constexpr CK_ATTRIBUTE_TYPE FORCE_SOFTWARE_PIN = 0x80000002;
 
 } // namespace orselsim
 

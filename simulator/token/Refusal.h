@@ -8,7 +8,7 @@ namespace orselsim {
 
 /// Thrown inside the library where a call ends early; the entry point returns the code.
 struct Refusal {
-    CK_RV code;
+    CK_RV m_Code;
 };
 
 } // namespace orselsim

@@ -18,14 +18,14 @@ std::atomic<CK_SESSION_HANDLE> lastSessionHandle{0};
 
 /// The planned faults go on counting over C_Finalize and C_Initialize while their file stays the
 /// same: "the first C_Initialize fails" is then a plan that a second try gets past.
-std::shared_ptr<Faults> faultsOf(const std::string& path) {
+std::shared_ptr<Faults> FaultsOf(const std::string& path) {
     static std::mutex mutex;
     static std::string lastPath;
     static std::optional<FileStamp> lastStamp;
     static std::shared_ptr<Faults> last;
 
     const std::lock_guard<std::mutex> lock(mutex);
-    const auto stamp = stampOf(path);
+    const auto stamp = StampOf(path);
     if (!last || path != lastPath || stamp != lastStamp) {
         last = std::make_shared<Faults>(path);
         lastPath = path;
@@ -37,100 +37,100 @@ std::shared_ptr<Faults> faultsOf(const std::string& path) {
 } // namespace
 
 Runtime::Runtime(const Environment& environment)
-    : m_trace(environment.trace),
-      m_faults(faultsOf(environment.faults)),
-      m_pinEntry(environment.pinScript),
-      m_deck(environment.deck) {
-    m_deck.rescan();
-    for (Slot* slot : m_deck.slots())
-        slot->hasEvent = false; // what is in its reader from the start has not just come
+    : m_Trace(environment.m_Trace),
+      m_Faults(FaultsOf(environment.m_Faults)),
+      m_PinEntry(environment.m_PinScript),
+      m_Deck(environment.m_Deck) {
+    m_Deck.Rescan();
+    for (Slot* slot : m_Deck.Slots())
+        slot->m_HasEvent = false; // what is in its reader from the start has not just come
 }
 
-Slot& Runtime::slotWithToken(CK_SLOT_ID id) {
-    Slot& slot = m_deck.slot(id);
-    m_deck.refresh(slot);
-    if (!slot.card)
+Slot& Runtime::SlotWithToken(CK_SLOT_ID id) {
+    Slot& slot = m_Deck.SlotOf(id);
+    m_Deck.Refresh(slot);
+    if (!slot.m_Card)
         throw Refusal{CKR_TOKEN_NOT_PRESENT};
     return slot;
 }
 
-CK_SESSION_HANDLE Runtime::openSession(CK_SLOT_ID id, CK_FLAGS flags) {
-    const Slot& slot = slotWithToken(id);
+CK_SESSION_HANDLE Runtime::OpenSession(CK_SLOT_ID id, CK_FLAGS flags) {
+    const Slot& slot = SlotWithToken(id);
     const CK_SESSION_HANDLE handle = ++lastSessionHandle;
-    Session& session = m_sessions[handle];
-    session.slotId = id;
-    session.insertion = slot.insertion;
-    session.flags = flags;
+    Session& session = m_Sessions[handle];
+    session.m_SlotId = id;
+    session.m_Insertion = slot.m_Insertion;
+    session.m_Flags = flags;
     return handle;
 }
 
-void Runtime::closeSession(CK_SESSION_HANDLE handle) {
-    const auto found = m_sessions.find(handle);
-    if (found == m_sessions.end())
+void Runtime::CloseSession(CK_SESSION_HANDLE handle) {
+    const auto found = m_Sessions.find(handle);
+    if (found == m_Sessions.end())
         throw Refusal{CKR_SESSION_HANDLE_INVALID};
     const Session session = found->second;
-    m_sessions.erase(found);
-    logOutWithLastSession(session.slotId);
-    Slot& slot = m_deck.slot(session.slotId);
-    m_deck.refresh(slot);
-    if (!slot.card || slot.insertion != session.insertion)
+    m_Sessions.erase(found);
+    LogOutWithLastSession(session.m_SlotId);
+    Slot& slot = m_Deck.SlotOf(session.m_SlotId);
+    m_Deck.Refresh(slot);
+    if (!slot.m_Card || slot.m_Insertion != session.m_Insertion)
         throw Refusal{CKR_DEVICE_REMOVED};
 }
 
-void Runtime::closeAllSessions(CK_SLOT_ID id) {
-    m_deck.slot(id);
-    for (auto it = m_sessions.begin(); it != m_sessions.end();)
-        it = it->second.slotId == id ? m_sessions.erase(it) : std::next(it);
-    logOutWithLastSession(id);
+void Runtime::CloseAllSessions(CK_SLOT_ID id) {
+    m_Deck.SlotOf(id);
+    for (auto it = m_Sessions.begin(); it != m_Sessions.end();)
+        it = it->second.m_SlotId == id ? m_Sessions.erase(it) : std::next(it);
+    LogOutWithLastSession(id);
 }
 
-void Runtime::logOutWithLastSession(CK_SLOT_ID id) {
-    if (sessionCount(id, false) == 0)
-        m_deck.slot(id).isLoggedIn = false;
+void Runtime::LogOutWithLastSession(CK_SLOT_ID id) {
+    if (SessionCount(id, false) == 0)
+        m_Deck.SlotOf(id).m_IsLoggedIn = false;
 }
 
-CK_ULONG Runtime::sessionCount(CK_SLOT_ID id, bool readWriteOnly) const {
-    return static_cast<CK_ULONG>(std::count_if(m_sessions.begin(), m_sessions.end(), [&](const auto& entry) {
+CK_ULONG Runtime::SessionCount(CK_SLOT_ID id, bool readWriteOnly) const {
+    return static_cast<CK_ULONG>(std::count_if(m_Sessions.begin(), m_Sessions.end(), [&](const auto& entry) {
         const Session& session = entry.second;
-        return session.slotId == id && (!readWriteOnly || (session.flags & CKF_RW_SESSION) != 0);
+        return session.m_SlotId == id && (!readWriteOnly || (session.m_Flags & CKF_RW_SESSION) != 0);
     }));
 }
 
-SessionView Runtime::session(CK_SESSION_HANDLE handle) {
-    Session* found = findSession(handle);
+SessionView Runtime::ViewOf(CK_SESSION_HANDLE handle) {
+    Session* found = FindSession(handle);
     if (found == nullptr)
         throw Refusal{CKR_SESSION_HANDLE_INVALID};
-    Slot& slot = m_deck.slot(found->slotId);
-    m_deck.refresh(slot);
-    if (!slot.card || slot.insertion != found->insertion)
+    Slot& slot = m_Deck.SlotOf(found->m_SlotId);
+    m_Deck.Refresh(slot);
+    if (!slot.m_Card || slot.m_Insertion != found->m_Insertion)
         throw Refusal{CKR_DEVICE_REMOVED};
-    return {*found, slot, slot.card};
+    return {*found, slot, slot.m_Card};
 }
 
-Session* Runtime::findSession(CK_SESSION_HANDLE handle) {
-    const auto found = m_sessions.find(handle);
-    return found == m_sessions.end() ? nullptr : &found->second;
+Session* Runtime::FindSession(CK_SESSION_HANDLE handle) {
+    const auto found = m_Sessions.find(handle);
+    return found == m_Sessions.end() ? nullptr : &found->second;
 }
 
-Slot* Runtime::slotOfSession(CK_SESSION_HANDLE handle) {
-    const Session* found = findSession(handle);
-    return found == nullptr ? nullptr : &m_deck.slot(found->slotId);
+Slot* Runtime::SlotOfSession(CK_SESSION_HANDLE handle) {
+    const Session* found = FindSession(handle);
+    return found == nullptr ? nullptr : &m_Deck.SlotOf(found->m_SlotId);
 }
 
-std::shared_ptr<Runtime> currentRuntime() {
+std::shared_ptr<Runtime> CurrentRuntime() {
     const std::lock_guard<std::mutex> lock(currentMutex);
     return current;
 }
 
-std::shared_ptr<Runtime> startRuntime() {
+std::shared_ptr<Runtime> StartRuntime() {
     const std::lock_guard<std::mutex> lock(currentMutex);
     if (current)
         throw Refusal{CKR_CRYPTOKI_ALREADY_INITIALIZED};
-    current = std::make_shared<Runtime>(Environment::read());
+    current = std::make_shared<Runtime>(Environment::Read());
     return current;
 }
 
-void stopRuntime() {
+void StopRuntime() {
     std::shared_ptr<Runtime> stopped;
     {
         const std::lock_guard<std::mutex> lock(currentMutex);
@@ -138,8 +138,8 @@ void stopRuntime() {
             throw Refusal{CKR_CRYPTOKI_NOT_INITIALIZED};
         stopped.swap(current);
     }
-    const std::lock_guard<std::mutex> lock(stopped->mutex());
-    stopped->close();
+    const std::lock_guard<std::mutex> lock(stopped->GetMutex());
+    stopped->Close();
 }
 
 } // namespace orselsim

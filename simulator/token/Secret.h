@@ -12,20 +12,20 @@ namespace orselsim {
 /// A PIN on its way from the user to the card. Its memory is wiped when it goes.
 class Secret {
 public:
-    explicit Secret(std::string text) : m_text(std::move(text)) {}
-    Secret(Secret&& other) noexcept { m_text.swap(other.m_text); }
+    explicit Secret(std::string text) : m_Text(std::move(text)) {}
+    Secret(Secret&& other) noexcept { m_Text.swap(other.m_Text); }
     Secret& operator=(Secret&& other) noexcept {
-        m_text.swap(other.m_text); // the old text is wiped with the other one
+        m_Text.swap(other.m_Text); // the old text is wiped with the other one
         return *this;
     }
-    ~Secret() { OPENSSL_cleanse(m_text.data(), m_text.size()); }
+    ~Secret() { OPENSSL_cleanse(m_Text.data(), m_Text.size()); }
     Secret(const Secret&) = delete; // there is one of it
     Secret& operator=(const Secret&) = delete;
 
-    const std::string& text() const { return m_text; }
+    const std::string& Text() const { return m_Text; }
 
 private:
-    std::string m_text;
+    std::string m_Text;
 };
 
 } // namespace orselsim

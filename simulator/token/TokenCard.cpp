@@ -10,70 +10,70 @@ namespace orselsim {
 namespace {
 
 // Far from zero and from the numbers of slots and sessions, so that a mix-up is noticed.
-constexpr CK_OBJECT_HANDLE firstHandle = 0x1001;
+constexpr CK_OBJECT_HANDLE FIRST_HANDLE = 0x1001;
 
 /// A key bears the subject of its certificate, as tools that pair them expect.
-void shareSubjects(std::vector<TokenObject>& objects) {
+void ShareSubjects(std::vector<TokenObject>& objects) {
     for (TokenObject& key : objects) {
-        if (!key.key)
+        if (!key.m_Key)
             continue;
         for (const TokenObject& other : objects)
-            if (other.record.kind == ObjectKind::Certificate && other.record.id == key.record.id)
-                key.attributes[CKA_SUBJECT] = other.attributes.at(CKA_SUBJECT);
+            if (other.m_Record.m_Kind == ObjectKind::CERTIFICATE && other.m_Record.m_Id == key.m_Record.m_Id)
+                key.m_Attributes[CKA_SUBJECT] = other.m_Attributes.at(CKA_SUBJECT);
     }
 }
 
 } // namespace
 
-bool TokenObject::matches(const AttributeMap& wanted) const {
+bool TokenObject::Matches(const AttributeMap& wanted) const {
     return std::all_of(wanted.begin(), wanted.end(), [this](const auto& entry) {
-        const auto own = attributes.find(entry.first);
-        return own != attributes.end() && own->second == entry.second;
+        const auto own = m_Attributes.find(entry.first);
+        return own != m_Attributes.end() && own->second == entry.second;
     });
 }
 
-TokenCard::TokenCard(Card card) : m_card(std::move(card)) {
-    for (const ObjectRecord& record : m_card.record.objects)
-        m_objects.push_back(makeObject(record));
-    shareSubjects(m_objects);
+TokenCard::TokenCard(Card card) : m_Card(std::move(card)) {
+    for (const ObjectRecord& record : m_Card.m_Record.m_Objects)
+        m_Objects.push_back(MakeObject(record));
+    ShareSubjects(m_Objects);
 }
 
-std::shared_ptr<const TokenCard> TokenCard::load(const std::string& directory) {
-    return std::shared_ptr<const TokenCard>(new TokenCard(loadCard(directory)));
+std::shared_ptr<const TokenCard> TokenCard::Load(const std::string& directory) {
+    return std::shared_ptr<const TokenCard>(new TokenCard(LoadCard(directory)));
 }
 
-TokenObject TokenCard::makeObject(const ObjectRecord& record) const {
+TokenObject TokenCard::MakeObject(const ObjectRecord& record) const {
     TokenObject object;
-    object.record = record;
-    const Bytes& content = m_card.content(record.file);
-    switch (record.kind) {
-    case ObjectKind::Data:
-        object.attributes = dataAttributes(record, content);
+    object.m_Record = record;
+    const Bytes& content = m_Card.Content(record.m_File);
+    switch (record.m_Kind) {
+    case ObjectKind::DATA:
+        object.m_Attributes = DataAttributes(record, content);
         break;
-    case ObjectKind::Certificate:
-        object.attributes = certificateAttributes(record, content);
+    case ObjectKind::CERTIFICATE:
+        object.m_Attributes = CertificateAttributes(record, content);
         break;
-    case ObjectKind::PublicKey:
-    case ObjectKind::PrivateKey:
-        object.key = readKey(content);
-        if (!object.key)
-            throw DamagedCard(record.file + " holds no key");
-        object.attributes = keyAttributes(record, object.key.get());
+    case ObjectKind::PUBLIC_KEY:
+    case ObjectKind::PRIVATE_KEY:
+        object.m_Key = ReadKey(content);
+        if (!object.m_Key)
+            throw DamagedCard(record.m_File + " holds no key");
+        object.m_Attributes = KeyAttributes(record, object.m_Key.get());
         break;
     }
     return object;
 }
 
-const TokenObject* TokenCard::object(CK_OBJECT_HANDLE handle) const {
-    const CK_OBJECT_HANDLE index = handle - firstHandle; // a handle below the first wraps to a huge index
-    return index < m_objects.size() ? &m_objects[index] : nullptr;
+const TokenObject* TokenCard::Object(CK_OBJECT_HANDLE handle) const {
+    const CK_OBJECT_HANDLE index = handle - FIRST_HANDLE; // a handle below the first wraps to a huge index
+    return index < m_Objects.size() ? &m_Objects[index] : nullptr;
 }
 
-std::vector<CK_OBJECT_HANDLE> TokenCard::find(const AttributeMap& wanted) const {
+std::vector<CK_OBJECT_HANDLE> TokenCard::Find(const AttributeMap& wanted) const {
     std::vector<CK_OBJECT_HANDLE> handles;
-    for (std::size_t i = 0; i < m_objects.size(); ++i)
-        if (m_objects[i].matches(wanted))
-            handles.push_back(firstHandle + i);
+    for (std::size_t i = 0; i < m_Objects.size(); ++i)
+        if (m_Objects[i].Matches(wanted))
+            handles.push_back(FIRST_HANDLE + i);
     return handles;
 }
 

@@ -14,12 +14,12 @@ namespace orselsim {
 
 /// One object as a session sees it.
 struct TokenObject {
-    ObjectRecord record;
-    AttributeMap attributes;
-    std::shared_ptr<EVP_PKEY> key; ///< null for data and certificates
+    ObjectRecord m_Record;
+    AttributeMap m_Attributes;
+    std::shared_ptr<EVP_PKEY> m_Key; ///< null for data and certificates
 
     /// Whether every attribute of the template is there with exactly this value.
-    bool matches(const AttributeMap& wanted) const;
+    bool Matches(const AttributeMap& wanted) const;
 };
 
 /// A card that was read, ready to be shown as a token. Never changes: a write goes to the card's
@@ -27,24 +27,24 @@ struct TokenObject {
 class TokenCard {
 public:
     /// Throws std::exception, naming the reason, when the directory holds no whole card.
-    static std::shared_ptr<const TokenCard> load(const std::string& directory);
+    static std::shared_ptr<const TokenCard> Load(const std::string& directory);
 
-    const Card& card() const { return m_card; }
-    const CardRecord& record() const { return m_card.record; }
+    const Card& GetCard() const { return m_Card; }
+    const CardRecord& Record() const { return m_Card.m_Record; }
 
     /// Null for a handle that belongs to no object.
-    const TokenObject* object(CK_OBJECT_HANDLE handle) const;
+    const TokenObject* Object(CK_OBJECT_HANDLE handle) const;
 
     /// Handles of all objects that match, in the card's order.
-    std::vector<CK_OBJECT_HANDLE> find(const AttributeMap& wanted) const;
+    std::vector<CK_OBJECT_HANDLE> Find(const AttributeMap& wanted) const;
 
 private:
     explicit TokenCard(Card card);
 
-    TokenObject makeObject(const ObjectRecord& record) const;
+    TokenObject MakeObject(const ObjectRecord& record) const;
 
-    Card m_card;
-    std::vector<TokenObject> m_objects;
+    Card m_Card;
+    std::vector<TokenObject> m_Objects;
 };
 
 } // namespace orselsim

@@ -16,17 +16,17 @@ public:
     Trace(const Trace&) = delete; // owns the open file
     Trace& operator=(const Trace&) = delete;
 
-    bool isOn() const { return m_descriptor >= 0; }
+    bool IsOn() const { return m_Descriptor >= 0; }
 
     /// Writes `line` and a line end, behind the number of the calling thread.
-    void write(const std::string& line) const;
+    void Write(const std::string& line) const;
 
     /// `text` as it stands in a line: blanks, quotes, "%" and everything outside printable ASCII
     /// become "%" and two digits, so that a line falls apart at its blanks.
-    static std::string encoded(const std::string& text);
+    static std::string Encoded(const std::string& text);
 
 private:
-    int m_descriptor;
+    int m_Descriptor;
 };
 
 } // namespace orselsim

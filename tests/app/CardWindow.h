@@ -14,12 +14,12 @@ class CardWindowTest : public testing::Test {
 protected:
     /// Opens the window and lets its first refresh end.
     void Open() {
-        m_frame.reset(new Frame);
-        m_frame->Show(true);
-        ASSERT_TRUE(RunUntil([this] { return !m_frame->m_startTimer.IsRunning() && Idle(); }));
+        m_Frame.reset(new Frame);
+        m_Frame->Show(true);
+        ASSERT_TRUE(RunUntil([this] { return !m_Frame->m_startTimer.IsRunning() && Idle(); }));
     }
     void Press(int id) {
-        wxWindow* button = wxWindow::FindWindowById(id, m_frame.get());
+        wxWindow* button = wxWindow::FindWindowById(id, m_Frame.get());
         ASSERT_NE(button, nullptr) << id;
         wxCommandEvent click(wxEVT_BUTTON, id);
         button->GetEventHandler()->ProcessEvent(click);
@@ -28,35 +28,35 @@ protected:
         Press(ID_RELOAD);
         ASSERT_TRUE(RunUntil([this] { return Idle(); }));
     }
-    bool Idle() { return m_frame->m_refreshThread == nullptr && m_frame->IsThisEnabled(); }
+    bool Idle() { return m_Frame->m_refreshThread == nullptr && m_Frame->IsThisEnabled(); }
 
     void Select(long row) {
-        m_frame->list_cards->SetItemState(row, wxLIST_STATE_SELECTED, wxLIST_STATE_SELECTED);
+        m_Frame->list_cards->SetItemState(row, wxLIST_STATE_SELECTED, wxLIST_STATE_SELECTED);
         RunFor(20);
     }
     void Deselect() {
-        m_frame->list_cards->SetItemState(SelectedRow(), 0, wxLIST_STATE_SELECTED);
+        m_Frame->list_cards->SetItemState(SelectedRow(), 0, wxLIST_STATE_SELECTED);
         RunFor(20);
     }
     long SelectedRow() {
-        return m_frame->list_cards->GetNextItem(-1, wxLIST_NEXT_ALL, wxLIST_STATE_SELECTED);
+        return m_Frame->list_cards->GetNextItem(-1, wxLIST_NEXT_ALL, wxLIST_STATE_SELECTED);
     }
 
     /// The status line's text, empty while it is hidden.
     wxString Status() {
-        return m_frame->label_status->IsShown() ? m_frame->label_status->GetLabel() : wxString();
+        return m_Frame->label_status->IsShown() ? m_Frame->label_status->GetLabel() : wxString();
     }
 
     /// Whether each session that was opened was closed again.
     bool EverySessionIsClosed() {
         size_t opened = 0;
-        for (const auto& record : m_deck.trace("C_OpenSession"))
-            opened += record.result == "CKR_OK" ? 1 : 0;
-        return opened == m_deck.trace("C_CloseSession").size();
+        for (const auto& record : m_Deck.GetTrace("C_OpenSession"))
+            opened += record.m_Result == "CKR_OK" ? 1 : 0;
+        return opened == m_Deck.GetTrace("C_CloseSession").size();
     }
 
-    orseltest::SimDeck m_deck;
-    std::unique_ptr<Frame, DestroyWindow> m_frame;
+    orseltest::SimDeck m_Deck;
+    std::unique_ptr<Frame, DestroyWindow> m_Frame;
 };
 
 #endif

@@ -118,49 +118,49 @@ public:
 
 class TheProgramInEnglish : public CardWindowTest<FrameWithMenu> {
 protected:
-    void SetUp() override { m_card = m_deck.add("acos-a03"); }
+    void SetUp() override { m_Card = m_Deck.Add("acos-a03"); }
 
     void CollectMainWindow() {
-        Collect(*m_frame, m_texts);
-        Collect(m_frame->m_pleaseWait, m_texts);
+        Collect(*m_Frame, m_Texts);
+        Collect(m_Frame->m_pleaseWait, m_Texts);
         wxMenu menu;
         FrameWithMenu::FillCardMenu(menu, Velmor::TOKEN_ACOS_03);
-        Collect(menu, m_texts);
+        Collect(menu, m_Texts);
         for (int result = Velmor::P11_NOT_SUPPORTED; result <= Velmor::P11_PIN_LOCKED; ++result) {
-            m_frame->SetStatusPinChange(static_cast<Velmor::PKCS11Return>(result));
-            m_texts.insert(Status());
-            m_frame->SetStatusPinUnblock(static_cast<Velmor::PKCS11Return>(result));
-            m_texts.insert(Status());
+            m_Frame->SetStatusPinChange(static_cast<Velmor::PKCS11Return>(result));
+            m_Texts.insert(Status());
+            m_Frame->SetStatusPinUnblock(static_cast<Velmor::PKCS11Return>(result));
+            m_Texts.insert(Status());
         }
     }
     void CollectRefusal() {
-        m_frame->list_cards->DeleteAllItems();
+        m_Frame->list_cards->DeleteAllItems();
         Press(ID_SIG_CHANGE_PIN);
-        m_texts.insert(Status());
+        m_Texts.insert(Status());
     }
     /// The signature test of both keys as the buttons open it.
     void CollectSignatureTests() {
         const ModalDialogsClosed<TestDialog> closer(ID_TEST_CLOSE,
-                                                    [this](TestDialog& dialog) { Collect(dialog, m_texts); });
+                                                    [this](TestDialog& dialog) { Collect(dialog, m_Texts); });
         Press(ID_SIG_TEST);
         Press(ID_ENC_TEST);
     }
     void CollectSignatureTestStatuses() {
-        m_deck.answerPins({"cancel", "123456"});
-        ProbedTestDialog dialog(m_frame.get());
-        dialog.SetP11(m_frame->m_p11, 0, Velmor::ApplIdentityLink);
-        m_texts.insert(dialog.Status());
-        dialog.SetP11(m_frame->m_p11, 0, Velmor::ApplSignature);
+        m_Deck.AnswerPins({"cancel", "123456"});
+        ProbedTestDialog dialog(m_Frame.get());
+        dialog.SetP11(m_Frame->m_p11, 0, Velmor::ApplIdentityLink);
+        m_Texts.insert(dialog.Status());
+        dialog.SetP11(m_Frame->m_p11, 0, Velmor::ApplSignature);
         const auto press = [&](void (ProbedTestDialog::*button)()) {
             (dialog.*button)();
-            m_texts.insert(dialog.Status());
+            m_Texts.insert(dialog.Status());
         };
         press(&ProbedTestDialog::Sign); // cancelled
         press(&ProbedTestDialog::Sign);
         press(&ProbedTestDialog::Verify);
         dialog.text_document->SetValue("x");
         press(&ProbedTestDialog::Verify);
-        m_deck.takeOut(m_card);
+        m_Deck.TakeOut(m_Card);
         press(&ProbedTestDialog::Verify);
         dialog.text_document->SetValue("");
         press(&ProbedTestDialog::Verify);
@@ -168,15 +168,15 @@ protected:
         press(&ProbedTestDialog::Verify);
         dialog.combo_hash->SetSelection(wxNOT_FOUND);
         press(&ProbedTestDialog::Verify);
-        m_deck.putBack(m_card);
+        m_Deck.PutBack(m_Card);
     }
     void CollectNoPersB() {
-        const NoPersB dialog(m_frame.get(), wxID_ANY, "");
-        Collect(dialog, m_texts);
+        const NoPersB dialog(m_Frame.get(), wxID_ANY, "");
+        Collect(dialog, m_Texts);
     }
 
-    std::string m_card;
-    Texts m_texts;
+    std::string m_Card;
+    Texts m_Texts;
 };
 
 } // namespace
@@ -189,7 +189,7 @@ TEST_F(TheProgramInEnglish, ShowsEveryWordOfTheTemplateInEnglish) {
     CollectNoPersB();
     CollectRefusal();
 
-    EXPECT_EQ(m_frame->GetTitle(), "Card manager (x86)");
+    EXPECT_EQ(m_Frame->GetTitle(), "Card manager (x86)");
     const std::set<std::string> ofTheTitle = {"Kartenverwaltung", "x86"};
     const std::set<std::string> captions = {"Hashalgorithmus", "Signaturalgorithmus"};
     const std::vector<std::string> words = Words();
@@ -198,26 +198,26 @@ TEST_F(TheProgramInEnglish, ShowsEveryWordOfTheTemplateInEnglish) {
         const wxString english = Translate(word.c_str());
         EXPECT_EQ(english == Utf8(word.c_str()), IsAlikeInBoth(word)) << word;
         if (ofTheTitle.count(word) == 0) {
-            EXPECT_THAT(m_texts, Contains(english + (captions.count(word) != 0 ? ":" : ""))) << word;
+            EXPECT_THAT(m_Texts, Contains(english + (captions.count(word) != 0 ? ":" : ""))) << word;
         }
     }
-    EXPECT_THAT(GermanIn(m_texts), IsEmpty());
+    EXPECT_THAT(GermanIn(m_Texts), IsEmpty());
 }
 
 TEST_F(TheProgramInEnglish, KeepsTheOneMessageThatStandsInNoCatalogue) {
     Open();
-    m_frame->SetStatusPinUnblock(Velmor::P11_ERROR);
+    m_Frame->SetStatusPinUnblock(Velmor::P11_ERROR);
     EXPECT_EQ(Status(), Utf8("Fehler beim PIN entsperren!"));
-    EXPECT_EQ(m_frame->Row(0).back(), "Orsel Carta ACOS 03");
+    EXPECT_EQ(m_Frame->Row(0).back(), "Orsel Carta ACOS 03");
 }
 
 TEST_F(TheProgramInEnglish, KeepsTheInfoboxDialogGerman) {
     Open();
     const ModalDialogsClosed<InfoboxBereich> closer(
-        ID_INFOBOX_CLOSE, [this](InfoboxBereich& dialog) { Collect(dialog, m_texts); },
+        ID_INFOBOX_CLOSE, [this](InfoboxBereich& dialog) { Collect(dialog, m_Texts); },
         [](InfoboxBereich& dialog) { return ChildOf<wxListBox>(dialog)->GetCount() == 3; });
     Press(ID_PERS_SHOW);
-    EXPECT_THAT(GermanIn(m_texts), ElementsAre("Infoboxbereich", "Personenbindung", "Schließen"));
+    EXPECT_THAT(GermanIn(m_Texts), ElementsAre("Infoboxbereich", "Personenbindung", "Schließen"));
     for (const char* text : {"Inhalt", "Binary", "unverschlüsselt speichern"})
-        EXPECT_THAT(m_texts, Contains(Utf8(text)));
+        EXPECT_THAT(m_Texts, Contains(Utf8(text)));
 }

@@ -70,14 +70,15 @@ bool HasBorder(const wxWindow& window) {
 }
 
 bool Placement::operator==(const Placement& other) const {
-    return window == other.window && proportion == other.proportion && flags == other.flags &&
-           border == other.border;
+    return m_Window == other.m_Window && m_Proportion == other.m_Proportion && m_Flags == other.m_Flags &&
+           m_Border == other.m_Border;
 }
 
 void PrintTo(const Placement& placement, std::ostream* out) {
-    *out << "{" << (placement.window != nullptr ? placement.window->GetLabel().utf8_str().data() : "sizer")
-         << ", " << placement.proportion << ", 0x" << std::hex << placement.flags << std::dec << ", "
-         << placement.border << "}";
+    *out << "{"
+         << (placement.m_Window != nullptr ? placement.m_Window->GetLabel().utf8_str().data() : "sizer")
+         << ", " << placement.m_Proportion << ", 0x" << std::hex << placement.m_Flags << std::dec << ", "
+         << placement.m_Border << "}";
 }
 
 std::vector<wxWindow*> ChildrenOf(const wxWindow& window) {

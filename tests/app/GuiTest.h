@@ -40,10 +40,10 @@ std::vector<wxWindow*> ChildrenOf(const wxWindow& window);
 
 /// What a sizer was told about one item.
 struct Placement {
-    wxWindow* window; ///< null for a nested sizer
-    int proportion;
-    int flags;
-    int border;
+    wxWindow* m_Window; ///< null for a nested sizer
+    int m_Proportion;
+    int m_Flags;
+    int m_Border;
     bool operator==(const Placement& other) const;
 };
 void PrintTo(const Placement& placement, std::ostream* out);

@@ -35,14 +35,14 @@ constexpr int ALL_COMMANDS[] = {ID_SIG_CHANGE_PIN, ID_SIG_PUK,  ID_SIG_SHOW_CERT
 // --- Selection ---------------------------------------------------------------------------------------------
 
 TEST_F(TheSelectedCard, IsTheRowOnTopWhenNoneIsSelected) {
-    m_deck.add("acos-a04", CardOptions().serial("1111222233334444"));
-    m_deck.add("cardos-53", CardOptions().serial("5555666677778888"));
+    m_Deck.Add("acos-a04", CardOptions().Serial("1111222233334444"));
+    m_Deck.Add("cardos-53", CardOptions().Serial("5555666677778888"));
     Open();
     Deselect();
     ASSERT_EQ(SelectedRow(), -1);
     std::string number = "alt";
     Velmor::TokenType type = Velmor::TOKEN_ACOS_03;
-    m_frame->GetSelectedItem(number, type);
+    m_Frame->GetSelectedItem(number, type);
     EXPECT_EQ(number, "5555666677778888");
     EXPECT_EQ(type, Velmor::TOKEN_CARDOS_53);
     EXPECT_EQ(SelectedRow(), 0); // asking selects
@@ -52,16 +52,16 @@ TEST_F(TheSelectedCard, IsNoneOnAnEmptyListWhichLeavesTheTypeAlone) {
     Open();
     std::string number = "alt";
     Velmor::TokenType type = Velmor::TOKEN_ECARD_G4;
-    m_frame->GetSelectedItem(number, type);
+    m_Frame->GetSelectedItem(number, type);
     EXPECT_EQ(number, "");
     EXPECT_EQ(type, Velmor::TOKEN_ECARD_G4);
 }
 
 TEST_F(TheSelectedCard, AllowsTheCommandsOfItsKind) {
     struct Row {
-        const char* kind;
-        bool persPin;
-        bool unblock;
+        const char* m_Kind;
+        bool m_PersPin;
+        bool m_Unblock;
     };
     const Row rows[] = {
         {"acos-a03", true, true},    {"acos-a04", false, true},  {"acos-a05", false, true},
@@ -70,136 +70,136 @@ TEST_F(TheSelectedCard, AllowsTheCommandsOfItsKind) {
     };
     Open();
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.kind);
-        const std::string card = m_deck.add(row.kind);
+        SCOPED_TRACE(row.m_Kind);
+        const std::string card = m_Deck.Add(row.m_Kind);
         Reload();
-        EXPECT_EQ(m_frame->button_pers_change->IsEnabled(), row.persPin);
-        EXPECT_EQ(m_frame->button_pers_puk->IsEnabled(), row.persPin);
-        EXPECT_EQ(m_frame->button_sig_puk->IsEnabled(), row.unblock);
-        EXPECT_EQ(m_frame->button_enc_puk->IsEnabled(), row.unblock);
-        for (wxWindow* other : {static_cast<wxWindow*>(m_frame->button_sig_change_pin),
-                                static_cast<wxWindow*>(m_frame->button_sig_show_cert),
-                                static_cast<wxWindow*>(m_frame->button_sig_test),
-                                static_cast<wxWindow*>(m_frame->button_enc_change_pin),
-                                static_cast<wxWindow*>(m_frame->button_enc_show),
-                                static_cast<wxWindow*>(m_frame->button_enc_test),
-                                static_cast<wxWindow*>(m_frame->button_pers_show),
-                                static_cast<wxWindow*>(m_frame->button_reload)})
+        EXPECT_EQ(m_Frame->button_pers_change->IsEnabled(), row.m_PersPin);
+        EXPECT_EQ(m_Frame->button_pers_puk->IsEnabled(), row.m_PersPin);
+        EXPECT_EQ(m_Frame->button_sig_puk->IsEnabled(), row.m_Unblock);
+        EXPECT_EQ(m_Frame->button_enc_puk->IsEnabled(), row.m_Unblock);
+        for (wxWindow* other : {static_cast<wxWindow*>(m_Frame->button_sig_change_pin),
+                                static_cast<wxWindow*>(m_Frame->button_sig_show_cert),
+                                static_cast<wxWindow*>(m_Frame->button_sig_test),
+                                static_cast<wxWindow*>(m_Frame->button_enc_change_pin),
+                                static_cast<wxWindow*>(m_Frame->button_enc_show),
+                                static_cast<wxWindow*>(m_Frame->button_enc_test),
+                                static_cast<wxWindow*>(m_Frame->button_pers_show),
+                                static_cast<wxWindow*>(m_Frame->button_reload)})
             EXPECT_TRUE(other->IsEnabled()) << other->GetId();
-        m_deck.remove(card);
+        m_Deck.Remove(card);
     }
 }
 
 TEST_F(TheSelectedCard, KeepsUnblockingSwitchedOffAfterAnECardUntilTheNextRefresh) {
-    m_deck.add("acos-a03");
-    m_deck.add("acos-a04");
-    const std::string eCard = m_deck.add("ecard-g2");
+    m_Deck.Add("acos-a03");
+    m_Deck.Add("acos-a04");
+    const std::string eCard = m_Deck.Add("ecard-g2");
     Open(); // the e-card is on top
-    EXPECT_FALSE(m_frame->button_sig_puk->IsEnabled());
+    EXPECT_FALSE(m_Frame->button_sig_puk->IsEnabled());
     Select(1);
-    EXPECT_FALSE(m_frame->button_sig_puk->IsEnabled());
-    EXPECT_FALSE(m_frame->button_enc_puk->IsEnabled());
-    EXPECT_FALSE(m_frame->button_pers_change->IsEnabled());
+    EXPECT_FALSE(m_Frame->button_sig_puk->IsEnabled());
+    EXPECT_FALSE(m_Frame->button_enc_puk->IsEnabled());
+    EXPECT_FALSE(m_Frame->button_pers_change->IsEnabled());
     Select(2); // switched on for the one kind that has it
-    EXPECT_TRUE(m_frame->button_pers_change->IsEnabled());
-    EXPECT_TRUE(m_frame->button_pers_puk->IsEnabled());
-    EXPECT_FALSE(m_frame->button_sig_puk->IsEnabled());
-    m_deck.takeOut(eCard);
+    EXPECT_TRUE(m_Frame->button_pers_change->IsEnabled());
+    EXPECT_TRUE(m_Frame->button_pers_puk->IsEnabled());
+    EXPECT_FALSE(m_Frame->button_sig_puk->IsEnabled());
+    m_Deck.TakeOut(eCard);
     Reload();
-    EXPECT_TRUE(m_frame->button_sig_puk->IsEnabled());
-    EXPECT_TRUE(m_frame->button_enc_puk->IsEnabled());
+    EXPECT_TRUE(m_Frame->button_sig_puk->IsEnabled());
+    EXPECT_TRUE(m_Frame->button_enc_puk->IsEnabled());
 }
 
 TEST_F(TheSelectedCard, LeavesButtonsAloneWhenItIsNotRecognised) {
-    m_deck.add("unknown");
-    m_deck.add("acos-a04");
+    m_Deck.Add("unknown");
+    m_Deck.Add("acos-a04");
     Open();
-    EXPECT_FALSE(m_frame->button_pers_change->IsEnabled());
+    EXPECT_FALSE(m_Frame->button_pers_change->IsEnabled());
     Select(1);
-    EXPECT_FALSE(m_frame->button_pers_change->IsEnabled());
+    EXPECT_FALSE(m_Frame->button_pers_change->IsEnabled());
 }
 
 // --- Finding the card again --------------------------------------------------------------------------------
 
 TEST_F(TheSelectedCard, IsFoundByItsNumberAlsoAfterTheSlotsHaveChangedOrder) {
-    const std::string first = m_deck.add("acos-a04", CardOptions().serial("1111222233334444"));
-    m_deck.add("acos-a04", CardOptions().serial("5555666677778888"));
+    const std::string first = m_Deck.Add("acos-a04", CardOptions().Serial("1111222233334444"));
+    m_Deck.Add("acos-a04", CardOptions().Serial("5555666677778888"));
     Open();
     int slot = -1;
     Velmor::TokenType type = Velmor::TOKEN_ACOS_03;
-    ASSERT_TRUE(m_frame->GetSlotIdxForSelectedCard(slot, type));
+    ASSERT_TRUE(m_Frame->GetSlotIdxForSelectedCard(slot, type));
     EXPECT_EQ(slot, 1);
     EXPECT_EQ(type, Velmor::TOKEN_ACOS_04);
-    m_deck.takeOut(first);
-    ASSERT_TRUE(m_frame->GetSlotIdxForSelectedCard(slot, type));
+    m_Deck.TakeOut(first);
+    ASSERT_TRUE(m_Frame->GetSlotIdxForSelectedCard(slot, type));
     EXPECT_EQ(slot, 0);
 }
 
 TEST_F(TheSelectedCard, GetsTheCommandOnItsOwnSlotAfterTheSlotsHaveChangedOrder) {
-    const std::string first = m_deck.add("acos-a04", CardOptions().serial("1111222233334444").slot(7));
-    m_deck.add("acos-a04", CardOptions().serial("5555666677778888").slot(9));
+    const std::string first = m_Deck.Add("acos-a04", CardOptions().Serial("1111222233334444").Slot(7));
+    m_Deck.Add("acos-a04", CardOptions().Serial("5555666677778888").Slot(9));
     Open(); // the second is on top and selected
-    m_deck.takeOut(first);
-    m_deck.add("acos-a04", CardOptions().serial("9999000011112222").slot(3).directory("00-new"));
-    m_deck.answerPins({"123456", "654321", "654321"});
-    m_deck.clearTrace();
+    m_Deck.TakeOut(first);
+    m_Deck.Add("acos-a04", CardOptions().Serial("9999000011112222").Slot(3).Directory("00-new"));
+    m_Deck.AnswerPins({"123456", "654321", "654321"});
+    m_Deck.ClearTrace();
     Press(ID_SIG_CHANGE_PIN);
-    ASSERT_EQ(m_deck.trace("C_SetAttributeValue").size(), 1U);
-    EXPECT_EQ(m_deck.trace("C_SetAttributeValue").front().value("slot"), "9");
+    ASSERT_EQ(m_Deck.GetTrace("C_SetAttributeValue").size(), 1U);
+    EXPECT_EQ(m_Deck.GetTrace("C_SetAttributeValue").front().Value("slot"), "9");
     EXPECT_EQ(Status(), Utf8("PIN Änderung erfolgreich!"));
 }
 
 TEST_F(TheSelectedCard, ThatHasGoneDoesNothingVisible) {
-    const std::string card = m_deck.add("acos-a03");
+    const std::string card = m_Deck.Add("acos-a03");
     Open();
-    m_deck.takeOut(card);
-    m_deck.clearTrace();
+    m_Deck.TakeOut(card);
+    m_Deck.ClearTrace();
     for (const int id : ALL_COMMANDS)
         Press(id);
     EXPECT_EQ(Status(), "");
-    EXPECT_THAT(m_deck.trace("C_OpenSession"), IsEmpty());
-    EXPECT_EQ(m_frame->list_cards->GetItemCount(), 1);
+    EXPECT_THAT(m_Deck.GetTrace("C_OpenSession"), IsEmpty());
+    EXPECT_EQ(m_Frame->list_cards->GetItemCount(), 1);
 }
 
 TEST_F(TheSelectedCard, IsRefusedWhenNobodyHasPersonalisedIt) {
-    m_deck.add("empty");
+    m_Deck.Add("empty");
     Open();
-    m_deck.clearTrace();
+    m_Deck.ClearTrace();
     for (const int id : ALL_COMMANDS) {
-        m_frame->SetStatus("", false);
+        m_Frame->SetStatus("", false);
         Press(id);
         EXPECT_EQ(Status(), REFUSAL) << id;
     }
-    EXPECT_THAT(m_deck.trace(), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace(), IsEmpty());
 }
 
 TEST_F(TheSelectedCard, IsRefusedOnAnEmptyListToo) {
     Open();
-    m_deck.clearTrace();
+    m_Deck.ClearTrace();
     for (const int id : ALL_COMMANDS) {
-        m_frame->SetStatus("", false);
+        m_Frame->SetStatus("", false);
         Press(id);
         EXPECT_EQ(Status(), REFUSAL) << id;
     }
-    EXPECT_THAT(m_deck.trace(), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace(), IsEmpty());
 }
 
 TEST_F(TheSelectedCard, IsLeftAloneWhenTheSlotsCannotBeListed) {
-    m_deck.add("acos-a03");
-    m_deck.planFaults({"C_GetSlotList call=5 rv=CKR_DEVICE_ERROR"}); // four belong to the first refresh
+    m_Deck.Add("acos-a03");
+    m_Deck.PlanFaults({"C_GetSlotList call=5 rv=CKR_DEVICE_ERROR"}); // four belong to the first refresh
     Open();
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), "");
-    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_SetAttributeValue"), IsEmpty());
 }
 
 TEST_F(TheSelectedCard, IsLeftAloneWhenItsSessionDoesNotOpen) {
-    m_deck.add("acos-a03");
-    m_deck.planFaults({"C_OpenSession call=2 rv=CKR_DEVICE_ERROR"});
+    m_Deck.Add("acos-a03");
+    m_Deck.PlanFaults({"C_OpenSession call=2 rv=CKR_DEVICE_ERROR"});
     Open();
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), "");
-    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_SetAttributeValue"), IsEmpty());
     EXPECT_TRUE(EverySessionIsClosed());
 }
 
@@ -207,10 +207,10 @@ TEST_F(TheSelectedCard, IsLeftAloneWhenItsSessionDoesNotOpen) {
 
 TEST_F(TheSelectedCard, ChangesAndUnblocksEachOfItsPins) {
     struct Row {
-        int id;
-        const char* attribute;
-        std::vector<std::string> answers;
-        const char* status;
+        int m_Id;
+        const char* m_Attribute;
+        std::vector<std::string> m_Answers;
+        const char* m_Status;
     };
     const Row rows[] = {
         {ID_SIG_CHANGE_PIN, "0x200", {"123456", "111111", "111111"}, "PIN Änderung erfolgreich!"},
@@ -220,41 +220,41 @@ TEST_F(TheSelectedCard, ChangesAndUnblocksEachOfItsPins) {
         {ID_ENC_PUK, "0x201", {"12345678", "5555", "5555"}, "PIN Entsperren erfolgreich!"},
         {ID_PERS_PUK, "0x201", {"12345678", "6666", "6666"}, "PIN Entsperren erfolgreich!"},
     };
-    m_deck.add("acos-a03");
+    m_Deck.Add("acos-a03");
     Open();
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.id);
-        m_deck.clearTrace();
-        m_deck.answerPins(row.answers);
-        Press(row.id);
-        EXPECT_EQ(Status(), Utf8(row.status));
-        ASSERT_EQ(m_deck.trace("C_SetAttributeValue").size(), 1U);
-        EXPECT_EQ(m_deck.trace("C_SetAttributeValue").front().result, "CKR_OK");
-        EXPECT_EQ(m_deck.trace("C_SetAttributeValue").front().value("attributes").substr(0, 5),
-                  row.attribute);
+        SCOPED_TRACE(row.m_Id);
+        m_Deck.ClearTrace();
+        m_Deck.AnswerPins(row.m_Answers);
+        Press(row.m_Id);
+        EXPECT_EQ(Status(), Utf8(row.m_Status));
+        ASSERT_EQ(m_Deck.GetTrace("C_SetAttributeValue").size(), 1U);
+        EXPECT_EQ(m_Deck.GetTrace("C_SetAttributeValue").front().m_Result, "CKR_OK");
+        EXPECT_EQ(m_Deck.GetTrace("C_SetAttributeValue").front().Value("attributes").substr(0, 5),
+                  row.m_Attribute);
         EXPECT_TRUE(EverySessionIsClosed());
-        EXPECT_THAT(m_deck.trace("C_FindObjectsInit"), testing::SizeIs(1)); // and no refresh follows
+        EXPECT_THAT(m_Deck.GetTrace("C_FindObjectsInit"), testing::SizeIs(1)); // and no refresh follows
     }
 }
 
 TEST_F(TheSelectedCard, TellsWhatWentWrongWithItsPin) {
-    m_deck.add("acos-a03");
+    m_Deck.Add("acos-a03");
     Open();
-    m_deck.answerPins({"cancel"});
+    m_Deck.AnswerPins({"cancel"});
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), "Abbruch durch Benutzer");
-    m_deck.answerPins({"999999", "111111", "111111"});
+    m_Deck.AnswerPins({"999999", "111111", "111111"});
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), Utf8("Fehler beim PIN Ändern! PIN falsch!"));
-    m_deck.answerPins({"999999", "111111", "111111"});
+    m_Deck.AnswerPins({"999999", "111111", "111111"});
     Press(ID_SIG_CHANGE_PIN);
-    m_deck.answerPins({"999999", "111111", "111111"});
+    m_Deck.AnswerPins({"999999", "111111", "111111"});
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), Utf8("Fehler beim PIN Ändern! PIN Gesperrt"));
-    m_deck.answerPins({"12345678", "777777", "777777"});
+    m_Deck.AnswerPins({"12345678", "777777", "777777"});
     Press(ID_SIG_PUK);
     EXPECT_EQ(Status(), Utf8("PIN Entsperren erfolgreich!"));
-    m_deck.answerPins({"777777", "888888", "888888"});
+    m_Deck.AnswerPins({"777777", "888888", "888888"});
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_EQ(Status(), Utf8("PIN Änderung erfolgreich!"));
     EXPECT_TRUE(EverySessionIsClosed());
@@ -268,20 +268,20 @@ namespace {
 class ShowingACertificate : public CardWindowTest<> {
 protected:
     void SetUp() override {
-        m_oldPath = std::getenv("PATH");
-        const std::string viewer = m_deck.folder() + "/certViewerApp";
+        m_OldPath = std::getenv("PATH");
+        const std::string viewer = m_Deck.Folder() + "/certViewerApp";
         std::ofstream(viewer) << "#!/bin/sh\nprintf '%s\\n' \"$#\" \"$1\" >'" << Seen()
-                              << ".part'\ncp \"$1\" '" << m_deck.folder() << "/shown.cer'\nmv '" << Seen()
+                              << ".part'\ncp \"$1\" '" << m_Deck.Folder() << "/shown.cer'\nmv '" << Seen()
                               << ".part' '" << Seen() << "'\n";
         std::filesystem::permissions(viewer, std::filesystem::perms::owner_all);
-        setenv("PATH", (m_deck.folder() + ":" + m_oldPath).c_str(), 1);
-        setenv("TMPDIR", m_deck.folder().c_str(), 1);
+        setenv("PATH", (m_Deck.Folder() + ":" + m_OldPath).c_str(), 1);
+        setenv("TMPDIR", m_Deck.Folder().c_str(), 1);
     }
     void TearDown() override {
-        setenv("PATH", m_oldPath.c_str(), 1);
+        setenv("PATH", m_OldPath.c_str(), 1);
         unsetenv("TMPDIR");
     }
-    std::string Seen() { return m_deck.folder() + "/seen.txt"; }
+    std::string Seen() { return m_Deck.Folder() + "/seen.txt"; }
     std::string File() { return Velmor::CombinePaths(Velmor::GetTempDir(), "orselcards_cert.cer"); }
 
     static std::string Content(const std::string& path) {
@@ -293,19 +293,19 @@ protected:
         if (!RunUntil([this] { return std::filesystem::exists(Seen()); }, milliseconds))
             return "";
         std::filesystem::remove(Seen());
-        return Content(m_deck.folder() + "/shown.cer");
+        return Content(m_Deck.Folder() + "/shown.cer");
     }
     std::string OnCard(const std::string& card, const char* label) {
-        const auto bytes = m_deck.objectContent(card, label);
+        const auto bytes = m_Deck.ObjectContent(card, label);
         return std::string(bytes.begin(), bytes.end());
     }
-    std::string m_oldPath;
+    std::string m_OldPath;
 };
 
 } // namespace
 
 TEST_F(ShowingACertificate, HandsTheCardsBytesToTheViewerInOneFile) {
-    const std::string card = m_deck.add("ecard-g4");
+    const std::string card = m_Deck.Add("ecard-g4");
     Open();
     Press(ID_SIG_SHOW_CERT);
     ASSERT_TRUE(RunUntil([this] { return std::filesystem::exists(Seen()); }));
@@ -320,40 +320,40 @@ TEST_F(ShowingACertificate, HandsTheCardsBytesToTheViewerInOneFile) {
 }
 
 TEST_F(ShowingACertificate, OnADoubleClickTakesTheEncryptionCertificate) {
-    const std::string card = m_deck.add("acos-a04");
+    const std::string card = m_Deck.Add("acos-a04");
     Open();
     wxListEvent doubleClick(wxEVT_LIST_ITEM_ACTIVATED, ID_CARD_LIST);
-    m_frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
+    m_Frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
     EXPECT_EQ(Shown(), OnCard(card, "C.CH.EKEY"));
     EXPECT_EQ(Shown(500), ""); // and only that one
 }
 
 TEST_F(ShowingACertificate, OnADoubleClickTakesTheOtherOneWhereThereIsNone) {
-    const std::string card = m_deck.add("acos-a04");
-    m_deck.removeObject(card, "C.CH.EKEY");
+    const std::string card = m_Deck.Add("acos-a04");
+    m_Deck.RemoveObject(card, "C.CH.EKEY");
     Open();
     wxListEvent doubleClick(wxEVT_LIST_ITEM_ACTIVATED, ID_CARD_LIST);
-    m_frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
+    m_Frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
     EXPECT_EQ(Shown(), OnCard(card, "C.CH.SIG"));
 }
 
 TEST_F(ShowingACertificate, OfAnEmptyCardIsRefusedTwiceOnADoubleClick) {
     class Frame : public ProbedFrame {};
-    m_deck.add("empty");
+    m_Deck.Add("empty");
     Open();
     wxListEvent doubleClick(wxEVT_LIST_ITEM_ACTIVATED, ID_CARD_LIST);
-    m_frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
+    m_Frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
     EXPECT_EQ(Status(), REFUSAL);
     EXPECT_EQ(Shown(500), "");
 }
 
 TEST_F(ShowingACertificate, RemovesTheFileOfTheOneBeforeAlsoWhenItFails) {
-    const std::string card = m_deck.add("acos-a04");
+    const std::string card = m_Deck.Add("acos-a04");
     Open();
     Press(ID_SIG_SHOW_CERT);
     Shown();
-    m_deck.removeObject(card, "C.CH.SIG");
-    EXPECT_FALSE(m_frame->ShowCert(true));
+    m_Deck.RemoveObject(card, "C.CH.SIG");
+    EXPECT_FALSE(m_Frame->ShowCert(true));
     EXPECT_FALSE(std::filesystem::exists(File()));
     EXPECT_TRUE(EverySessionIsClosed());
     EXPECT_FALSE(wxIsBusy());
@@ -361,8 +361,8 @@ TEST_F(ShowingACertificate, RemovesTheFileOfTheOneBeforeAlsoWhenItFails) {
 }
 
 TEST_F(ShowingACertificate, MakesTheFileForThisUserAloneAndNeverWritesThroughALink) {
-    const std::string card = m_deck.add("acos-a04");
-    const std::string other = m_deck.folder() + "/other.txt";
+    const std::string card = m_Deck.Add("acos-a04");
+    const std::string other = m_Deck.Folder() + "/other.txt";
     std::ofstream(other) << "mine";
     std::filesystem::create_symlink(other, File());
     Open();
@@ -377,20 +377,20 @@ TEST_F(ShowingACertificate, MakesTheFileForThisUserAloneAndNeverWritesThroughALi
 }
 
 TEST_F(ShowingACertificate, FailsWhereItsFileCannotBeWritten) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Open();
     std::filesystem::create_directory(File()); // nothing can be removed or written there
     std::ofstream(File() + "/x") << "x";
-    EXPECT_FALSE(m_frame->ShowCert(true));
+    EXPECT_FALSE(m_Frame->ShowCert(true));
     EXPECT_TRUE(EverySessionIsClosed());
     EXPECT_EQ(Shown(300), "");
 }
 
 TEST_F(ShowingACertificate, CountsAsStartedWithoutAViewer) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Open();
     setenv("PATH", "/nowhere", 1);
-    EXPECT_TRUE(m_frame->ShowCert(true));
+    EXPECT_TRUE(m_Frame->ShowCert(true));
 }
 
 // --- Dialogs -----------------------------------------------------------------------------------------------
@@ -403,64 +403,64 @@ using InfoboxOfACard = CardWindowTest<>;
 class OpeningADialog : public CardWindowTest<> {
 protected:
     void Open(int button) {
-        m_deck.clearTrace();
-        m_rows.clear();
+        m_Deck.ClearTrace();
+        m_Rows.clear();
         Press(button);
     }
 
-    std::vector<wxString> m_rows; ///< of the hashes, or of the infobox
-    ModalDialogsAnswered m_noPersB{"Keine Personenbindung", 0};
+    std::vector<wxString> m_Rows; ///< of the hashes, or of the infobox
+    ModalDialogsAnswered m_NoPersB{"Keine Personenbindung", 0};
 
 private:
-    void Keep(const wxArrayString& rows) { m_rows.assign(rows.begin(), rows.end()); }
+    void Keep(const wxArrayString& rows) { m_Rows.assign(rows.begin(), rows.end()); }
 
-    ModalDialogsClosed<TestDialog> m_tests{
+    ModalDialogsClosed<TestDialog> m_Tests{
         ID_TEST_CLOSE, [this](TestDialog& dialog) { Keep(ChildOf<wxComboBox>(dialog)->GetStrings()); }};
-    ModalDialogsClosed<InfoboxBereich> m_infoboxes{
+    ModalDialogsClosed<InfoboxBereich> m_Infoboxes{
         ID_INFOBOX_CLOSE, [this](InfoboxBereich& dialog) { Keep(ChildOf<wxListBox>(dialog)->GetStrings()); },
         [this](InfoboxBereich& dialog) {
-            return ChildOf<wxListBox>(dialog)->GetCount() > 0 || !m_deck.trace("C_CloseSession").empty();
+            return ChildOf<wxListBox>(dialog)->GetCount() > 0 || !m_Deck.GetTrace("C_CloseSession").empty();
         }};
 };
 
 } // namespace
 
 TEST_F(OpeningADialog, ReadsTheSelectedCardAndNotTheFirst) {
-    m_deck.add("acos-a03");
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a03");
+    m_Deck.Add("acos-a04");
     CardWindowTest::Open(); // the second is on top and selected
     Open(ID_SIG_TEST);
-    EXPECT_THAT(m_rows, ElementsAre("SHA-1", "RIPEMD-160", "SHA-256"));
+    EXPECT_THAT(m_Rows, ElementsAre("SHA-1", "RIPEMD-160", "SHA-256"));
     Open(ID_PERS_SHOW);
-    EXPECT_THAT(m_rows, ElementsAre("01 PERSONENBINDUNG", "02 RFU1", "0a RFU2"));
+    EXPECT_THAT(m_Rows, ElementsAre("01 PERSONENBINDUNG", "02 RFU1", "0a RFU2"));
     Select(1);
     Open(ID_SIG_TEST);
-    EXPECT_THAT(m_rows, ElementsAre("SHA-1", "RIPEMD-160"));
+    EXPECT_THAT(m_Rows, ElementsAre("SHA-1", "RIPEMD-160"));
     Open(ID_PERS_SHOW);
-    EXPECT_THAT(m_rows, ElementsAre("Personenbindung", "RFU1", "RFU2"));
+    EXPECT_THAT(m_Rows, ElementsAre("Personenbindung", "RFU1", "RFU2"));
 }
 
 TEST_F(OpeningADialog, TellsOfAMissingIdentityLinkButNotOnAnECard) {
     for (const auto& [kind, told] : {std::pair<const char*, int>{"acos-a04", 1}, {"ecard-g4", 0}}) {
         SCOPED_TRACE(kind);
-        const std::string card = m_deck.add(kind);
-        m_deck.removeObject(card, "INFOBOX");
-        if (m_frame == nullptr)
+        const std::string card = m_Deck.Add(kind);
+        m_Deck.RemoveObject(card, "INFOBOX");
+        if (m_Frame == nullptr)
             CardWindowTest::Open();
         else
             Reload();
-        m_noPersB.count = 0;
+        m_NoPersB.m_Count = 0;
         Open(ID_PERS_SHOW);
-        EXPECT_THAT(m_rows, IsEmpty());
-        EXPECT_EQ(m_noPersB.count, told);
-        m_deck.remove(card);
+        EXPECT_THAT(m_Rows, IsEmpty());
+        EXPECT_EQ(m_NoPersB.m_Count, told);
+        m_Deck.Remove(card);
     }
 }
 
 TEST_F(InfoboxOfACard, OpensInTheMiddleOfTheScreenWhereverTheWindowIs) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Open();
-    m_frame->Move(0, 30);
+    m_Frame->Move(0, 30);
     RunFor(200);
     bool isInTheMiddle = false;
     const ModalDialogsClosed<InfoboxBereich> infobox(

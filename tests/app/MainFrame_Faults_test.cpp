@@ -35,20 +35,20 @@ constexpr const char* CARD_IN_LIST = "8004000011112222 | Erika Probe | Orsel Car
 
 /// A command of the window. Its outcome is everything that a person sees of it, as one text.
 struct WindowCommand {
-    std::string name;
-    int button;    ///< none: a double click on the list
-    int menuEntry; ///< the same command in the context menu; none: only the button
-    std::string done;
-    std::string failed;                    ///< after a fault in a call
-    Table otherwise = {};                  ///< that is not one of these
-    std::vector<std::string> answers = {}; ///< to its questions for PINs
-    std::string card = "acos-a03";
+    std::string m_Name;
+    int m_Button;    ///< none: a double click on the list
+    int m_MenuEntry; ///< the same command in the context menu; none: only the button
+    std::string m_Done;
+    std::string m_Failed;                    ///< after a fault in a call
+    Table m_Otherwise = {};                  ///< that is not one of these
+    std::vector<std::string> m_Answers = {}; ///< to its questions for PINs
+    std::string m_Card = "acos-a03";
 };
 
 constexpr int NONE = 0;
 
 void PrintTo(const WindowCommand& command, std::ostream* out) {
-    *out << command.name;
+    *out << command.m_Name;
 }
 
 /// What every command does first and last. A card that is not found is passed over without a word, and so is
@@ -171,56 +171,56 @@ wxListBox* ListOf(const wxWindow& dialog) {
 class ACommandOfTheWindow : public CardWindowTest<>, public testing::WithParamInterface<WindowCommand> {
 protected:
     void SetUp() override {
-        m_oldPath = std::getenv("PATH");
+        m_OldPath = std::getenv("PATH");
         setenv("PATH", "/nowhere", 1); // there is no viewer, which nobody notices
-        setenv("TMPDIR", m_deck.folder().c_str(), 1);
-        m_card = m_deck.add(GetParam().card,
-                            CardOptions().serial("8004000011112222").holder("Erika Probe").label(LABEL));
-        m_pristine = m_deck.read(m_card);
+        setenv("TMPDIR", m_Deck.Folder().c_str(), 1);
+        m_Card = m_Deck.Add(GetParam().m_Card,
+                            CardOptions().Serial("8004000011112222").Holder("Erika Probe").Label(LABEL));
+        m_Pristine = m_Deck.Read(m_Card);
         for (int run = 0; run < 2; ++run)
-            m_deck.answerPins(GetParam().answers);
+            m_Deck.AnswerPins(GetParam().m_Answers);
         Open();
-        for (const wxWindow* control : m_frame->Commands())
-            m_enabled.push_back(control->IsThisEnabled());
+        for (const wxWindow* control : m_Frame->Commands())
+            m_Enabled.push_back(control->IsThisEnabled());
     }
     void TearDown() override {
-        setenv("PATH", m_oldPath.c_str(), 1);
+        setenv("PATH", m_OldPath.c_str(), 1);
         unsetenv("TMPDIR");
     }
 
     /// Runs the command by its button on the card as it was, over a library that is bound anew.
     std::string RunAnew(const std::vector<std::string>& faults) {
-        m_deck.change(m_card, [this](orselsim::Card& card) { card = m_pristine; });
-        m_deck.planFaults(faults);
-        m_frame->m_p11->destroy();
-        delete m_frame->m_p11;
-        m_deck.clearTrace();
-        m_frame->m_p11 = new Velmor::tkPKCS11;
+        m_Deck.Change(m_Card, [this](orselsim::Card& card) { card = m_Pristine; });
+        m_Deck.PlanFaults(faults);
+        m_Frame->m_p11->destroy();
+        delete m_Frame->m_p11;
+        m_Deck.ClearTrace();
+        m_Frame->m_p11 = new Velmor::tkPKCS11;
         return Run([this] { PressOrDoubleClick(); });
     }
     /// Runs it again, by the context menu where that offers it.
     std::string RunAgain() {
         return Run([this] {
-            if (GetParam().menuEntry == NONE)
+            if (GetParam().m_MenuEntry == NONE)
                 return PressOrDoubleClick();
-            wxCommandEvent click(wxEVT_MENU, GetParam().menuEntry);
-            m_frame->evt_OnPopupClick(click);
+            wxCommandEvent click(wxEVT_MENU, GetParam().m_MenuEntry);
+            m_Frame->evt_OnPopupClick(click);
         });
     }
     std::string Run(const std::function<void()>& command) {
-        m_frame->SetStatus("", false);
+        m_Frame->SetStatus("", false);
         Velmor::RemoveFile(CertificateFile());
-        m_dialogs.clear();
-        m_noPersB.count = 0;
+        m_Dialogs.clear();
+        m_NoPersB.m_Count = 0;
         command();
         EXPECT_TRUE(RunUntil([this] { return Idle(); }));
         return Outcome();
     }
     void PressOrDoubleClick() {
-        if (GetParam().button != NONE)
-            return Press(GetParam().button);
+        if (GetParam().m_Button != NONE)
+            return Press(GetParam().m_Button);
         wxListEvent doubleClick(wxEVT_LIST_ITEM_ACTIVATED, ID_CARD_LIST);
-        m_frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
+        m_Frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
     }
 
     /// The status line, the certificate that the viewer got, the dialogs that came up, and the list if it was
@@ -229,51 +229,51 @@ protected:
         std::string outcome(Status().utf8_str());
         for (const char* label : {"C.CH.SIG", "C.CH.EKEY"}) {
             Velmor::ByteArray file;
-            if (Velmor::LoadFromFile(CertificateFile(), file) && file == m_deck.objectContent(m_card, label))
+            if (Velmor::LoadFromFile(CertificateFile(), file) && file == m_Deck.ObjectContent(m_Card, label))
                 outcome += label;
         }
-        outcome += m_dialogs;
-        if (m_noPersB.count > 0)
+        outcome += m_Dialogs;
+        if (m_NoPersB.m_Count > 0)
             outcome += " Keine Personenbindung";
-        if (GetParam().button == ID_RELOAD)
+        if (GetParam().m_Button == ID_RELOAD)
             outcome += CardList();
         return outcome;
     }
     std::string CardList() {
         std::string list;
-        for (long row = 0; row < m_frame->list_cards->GetItemCount(); ++row) {
-            for (const wxString& text : m_frame->Row(row))
+        for (long row = 0; row < m_Frame->list_cards->GetItemCount(); ++row) {
+            for (const wxString& text : m_Frame->Row(row))
                 list += (list.empty() ? "" : " | ") + std::string(text.utf8_str());
         }
         return list;
     }
 
     void ExpectAlive() {
-        EXPECT_TRUE(m_frame->IsShown());
-        EXPECT_TRUE(m_frame->IsThisEnabled());
+        EXPECT_TRUE(m_Frame->IsShown());
+        EXPECT_TRUE(m_Frame->IsThisEnabled());
         std::vector<bool> enabled;
-        for (const wxWindow* control : m_frame->Commands())
+        for (const wxWindow* control : m_Frame->Commands())
             enabled.push_back(control->IsThisEnabled());
-        EXPECT_EQ(enabled, m_enabled);
+        EXPECT_EQ(enabled, m_Enabled);
         for (const wxWindow* window : wxTopLevelWindows)
-            EXPECT_TRUE(window == m_frame.get() || !window->IsShown()) << window->GetLabel();
+            EXPECT_TRUE(window == m_Frame.get() || !window->IsShown()) << window->GetLabel();
         EXPECT_FALSE(wxIsBusy());
-        EXPECT_THAT(orseltest::sessionsNobodyClosed(m_deck.trace()), IsEmpty());
+        EXPECT_THAT(orseltest::SessionsNobodyClosed(m_Deck.GetTrace()), IsEmpty());
     }
 
     /// The calls of a run without faults, which has to end well.
     std::vector<CardCall> FindCalls() {
-        EXPECT_EQ(RunAnew({}), GetParam().done);
+        EXPECT_EQ(RunAnew({}), GetParam().m_Done);
         ExpectAlive();
         const std::vector<std::string> binding = {"C_Initialize", "C_GetInfo"};
-        return orseltest::callsOfCommand(m_deck.trace(), binding.size());
+        return orseltest::CallsOfCommand(m_Deck.GetTrace(), binding.size());
     }
     void ExpectStatedOutcome(const CardFault& fault) {
-        SCOPED_TRACE(fault.line());
-        EXPECT_EQ(RunAnew({fault.line()}), fault.lookUp(GetParam().otherwise, GetParam().failed));
-        EXPECT_TRUE(fault.isMetIn(m_deck.trace()));
+        SCOPED_TRACE(fault.GetLine());
+        EXPECT_EQ(RunAnew({fault.GetLine()}), fault.LookUp(GetParam().m_Otherwise, GetParam().m_Failed));
+        EXPECT_TRUE(fault.IsMetIn(m_Deck.GetTrace()));
         ExpectAlive();
-        EXPECT_EQ(RunAgain(), GetParam().done);
+        EXPECT_EQ(RunAgain(), GetParam().m_Done);
         ExpectAlive();
     }
 
@@ -281,31 +281,31 @@ protected:
         return Velmor::CombinePaths(Velmor::GetTempDir(), "orselcards_cert.cer");
     }
 
-    std::string m_card;
-    orselsim::Card m_pristine;
-    std::string m_dialogs; ///< titles and rows of those that came up
-    std::vector<bool> m_enabled;
-    std::string m_oldPath;
+    std::string m_Card;
+    orselsim::Card m_Pristine;
+    std::string m_Dialogs; ///< titles and rows of those that came up
+    std::vector<bool> m_Enabled;
+    std::string m_OldPath;
 
 private:
-    ModalDialogsAnswered m_noPersB{"Keine Personenbindung", 0};
-    ModalDialogsClosed<TestDialog> m_tests{ID_TEST_CLOSE, [this](TestDialog& dialog) {
-                                               m_dialogs += std::string(dialog.GetTitle().utf8_str()) + ":" +
+    ModalDialogsAnswered m_NoPersB{"Keine Personenbindung", 0};
+    ModalDialogsClosed<TestDialog> m_Tests{ID_TEST_CLOSE, [this](TestDialog& dialog) {
+                                               m_Dialogs += std::string(dialog.GetTitle().utf8_str()) + ":" +
                                                             Rows(ChildOf<wxComboBox>(dialog)->GetStrings());
                                            }};
-    ModalDialogsClosed<InfoboxBereich> m_infoboxes{
+    ModalDialogsClosed<InfoboxBereich> m_Infoboxes{
         ID_INFOBOX_CLOSE,
         [this](InfoboxBereich& dialog) {
-            m_dialogs += "Infoboxbereich:" + Rows(ListOf(dialog)->GetStrings());
+            m_Dialogs += "Infoboxbereich:" + Rows(ListOf(dialog)->GetStrings());
         },
         [this](InfoboxBereich& dialog) {
-            const bool isLoaded = ListOf(dialog)->GetCount() > 0 || m_noPersB.count > 0;
+            const bool isLoaded = ListOf(dialog)->GetCount() > 0 || m_NoPersB.m_Count > 0;
             return isLoaded && ListOf(dialog)->IsThisEnabled();
         }};
 };
 
 INSTANTIATE_TEST_SUITE_P(Commands, ACommandOfTheWindow, testing::ValuesIn(COMMANDS),
-                         [](const auto& command) { return command.param.name; });
+                         [](const auto& command) { return command.param.m_Name; });
 
 } // namespace
 
@@ -314,26 +314,26 @@ TEST_P(ACommandOfTheWindow, HasTheStatedOutcomeWhicheverCallFails) {
     ASSERT_THAT(calls, Not(IsEmpty()));
     size_t cases = 0;
     for (const CardCall& call : calls) {
-        for (const CardFault& fault : orseltest::faultsOf(call)) {
+        for (const CardFault& fault : orseltest::FaultsOf(call)) {
             ExpectStatedOutcome(fault);
             ++cases;
         }
     }
-    std::cout << GetParam().name << ": " << calls.size() << " calls, " << cases << " cases\n";
+    std::cout << GetParam().m_Name << ": " << calls.size() << " calls, " << cases << " cases\n";
 }
 
 TEST_P(ACommandOfTheWindow, WaitsForACardThatTakesItsTimeForACall) {
     constexpr int MILLISECONDS = 100; // many times what a call takes otherwise
     std::set<std::string> delayed;
     for (const CardCall& call : FindCalls()) {
-        if (!delayed.insert(call.function).second)
+        if (!delayed.insert(call.m_Function).second)
             continue;
-        SCOPED_TRACE(call.function);
-        EXPECT_EQ(RunAnew({call.function + " call=" + std::to_string(call.numberInTotal) +
+        SCOPED_TRACE(call.m_Function);
+        EXPECT_EQ(RunAnew({call.m_Function + " call=" + std::to_string(call.m_NumberInTotal) +
                            " delay=" + std::to_string(MILLISECONDS)}),
-                  GetParam().done);
-        EXPECT_GE(m_deck.trace(call.function).front().microseconds, MILLISECONDS * 1000);
+                  GetParam().m_Done);
+        EXPECT_GE(m_Deck.GetTrace(call.m_Function).front().m_Microseconds, MILLISECONDS * 1000);
         ExpectAlive();
     }
-    std::cout << GetParam().name << ": " << delayed.size() << " delays\n";
+    std::cout << GetParam().m_Name << ": " << delayed.size() << " delays\n";
 }

@@ -15,14 +15,14 @@ namespace {
 class TheLogOfTheWindow : public CardWindowTest<> {
 protected:
     void SetUp() override {
-        m_deck.add("acos-a04");
+        m_Deck.Add("acos-a04");
         Velmor::LibLogging* const logger = OrselCardsLogger::GetHandle();
-        logger->Init(m_deck.folder() + "/window.log", 1000, false);
+        logger->Init(m_Deck.Folder() + "/window.log", 1000, false);
         logger->LogToBuffer(Velmor::LOG_BUFFER_ONLY, 1000);
         logger->Enabled(true);
     }
     void TearDown() override {
-        m_frame.reset();
+        m_Frame.reset();
         OrselCardsLogger::GetHandle()->Destroy();
     }
 
@@ -39,7 +39,7 @@ protected:
     }
     /// Opens the window with these faults ahead; the log of its first refresh is what the test gets.
     void OpenWith(const std::vector<std::string>& faults) {
-        m_deck.planFaults(faults);
+        m_Deck.PlanFaults(faults);
         Open();
     }
 };
@@ -95,7 +95,7 @@ TEST_F(TheLogOfTheWindow, TellsOfACertificateThatItCannotShow) {
 TEST_F(TheLogOfTheWindow, HasNothingOfACommandThatSucceeds) {
     Open();
     Lines();
-    m_deck.answerPins({"123456", "654321", "654321"});
+    m_Deck.AnswerPins({"123456", "654321", "654321"});
     Press(ID_SIG_CHANGE_PIN);
     EXPECT_THAT(Lines(), IsEmpty());
 }

@@ -40,12 +40,12 @@ public:
     void evt_pers_puk(wxCommandEvent& event) override { Heard("pers_puk", event); }
     void evt_pers_show(wxCommandEvent& event) override { Heard("pers_show", event); }
 
-    std::vector<std::string> heard;
+    std::vector<std::string> m_Heard;
 
 private:
     void Heard(const char* command, const wxCommandEvent& event) {
         EXPECT_EQ(event.GetEventType() == wxEVT_BUTTON || event.GetId() == 0, true);
-        heard.push_back(command);
+        m_Heard.push_back(command);
     }
 };
 
@@ -105,10 +105,10 @@ TEST_F(TheContextMenu, CallsTheCommandOfEachEntryWithAFreshEvent) {
     };
     Open();
     for (const auto& [id, command] : rows) {
-        m_frame->heard.clear();
+        m_Frame->m_Heard.clear();
         wxCommandEvent click(wxEVT_MENU, id);
-        m_frame->evt_OnPopupClick(click);
-        EXPECT_THAT(m_frame->heard, ElementsAre(command)) << id;
+        m_Frame->evt_OnPopupClick(click);
+        EXPECT_THAT(m_Frame->m_Heard, ElementsAre(command)) << id;
     }
 }
 
@@ -116,13 +116,13 @@ TEST_F(TheContextMenu, DoesNothingForOtherIds) {
     Open();
     for (const int id : {0, 5453, 5465, -1}) {
         wxCommandEvent click(wxEVT_MENU, id);
-        m_frame->evt_OnPopupClick(click);
+        m_Frame->evt_OnPopupClick(click);
     }
-    EXPECT_THAT(m_frame->heard, IsEmpty());
+    EXPECT_THAT(m_Frame->m_Heard, IsEmpty());
 }
 
 TEST_F(TheContextMenu, OpensOnARightClickAndSelectsTheTopRow) {
-    m_deck.add("acos-a03");
+    m_Deck.Add("acos-a03");
     Open();
     Deselect();
     // The menu runs a loop of its own: close it from a timer.
@@ -130,9 +130,9 @@ TEST_F(TheContextMenu, OpensOnARightClickAndSelectsTheTopRow) {
     closer.Bind(wxEVT_TIMER, [](wxTimerEvent&) { Keyboard("key Escape"); });
     closer.Start(300);
     wxListEvent rightClick(wxEVT_LIST_ITEM_RIGHT_CLICK, ID_CARD_LIST);
-    EXPECT_TRUE(m_frame->list_cards->GetEventHandler()->ProcessEvent(rightClick));
+    EXPECT_TRUE(m_Frame->list_cards->GetEventHandler()->ProcessEvent(rightClick));
     EXPECT_EQ(SelectedRow(), 0);
-    EXPECT_THAT(m_frame->heard, IsEmpty());
+    EXPECT_THAT(m_Frame->m_Heard, IsEmpty());
 }
 
 // --- Keyboard ----------------------------------------------------------------------------------------------
@@ -174,37 +174,37 @@ bool KeyOn(ProbedFrame& frame, int code) {
 } // namespace
 
 TEST_F(TheKeyboard, CopiesTheCardNumberAloneWithControlAndC) {
-    m_deck.add("acos-a04", CardOptions().serial("1111222233334444"));
+    m_Deck.Add("acos-a04", CardOptions().Serial("1111222233334444"));
     Open();
     const ControlKey control;
     for (const int code : {'C', 'c'}) {
         wxTheClipboard->Clear();
-        EXPECT_TRUE(KeyOn(*m_frame, code));
+        EXPECT_TRUE(KeyOn(*m_Frame, code));
         EXPECT_EQ(Clipboard(), "1111222233334444");
     }
 }
 
 TEST_F(TheKeyboard, LeavesAClipboardAloneThatItCannotOpen) {
-    m_deck.add("acos-a04", CardOptions().serial("1111222233334444"));
+    m_Deck.Add("acos-a04", CardOptions().Serial("1111222233334444"));
     Open();
     const ControlKey control;
     ASSERT_TRUE(wxTheClipboard->Open()); // by somebody else, and it opens only once
     wxTheClipboard->SetData(new wxTextDataObject("von jemand anderem"));
-    EXPECT_TRUE(KeyOn(*m_frame, 'c'));
+    EXPECT_TRUE(KeyOn(*m_Frame, 'c'));
     EXPECT_TRUE(wxTheClipboard->IsOpened());
     wxTheClipboard->Close();
     EXPECT_EQ(Clipboard(), "von jemand anderem");
 }
 
 TEST_F(TheKeyboard, PassesOtherKeysOnAndCopiesNothing) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Open();
     wxTheClipboard->Clear();
-    EXPECT_TRUE(KeyOn(*m_frame, 'c'));
+    EXPECT_TRUE(KeyOn(*m_Frame, 'c'));
     {
         const ControlKey control;
-        EXPECT_TRUE(KeyOn(*m_frame, 'x'));
-        EXPECT_TRUE(KeyOn(*m_frame, WXK_DOWN));
+        EXPECT_TRUE(KeyOn(*m_Frame, 'x'));
+        EXPECT_TRUE(KeyOn(*m_Frame, WXK_DOWN));
     }
     EXPECT_NE(Clipboard().length(), 16U);
 }
@@ -212,5 +212,5 @@ TEST_F(TheKeyboard, PassesOtherKeysOnAndCopiesNothing) {
 TEST_F(TheKeyboard, KeepsTheKeyToItselfOnAnEmptyList) {
     Open();
     const ControlKey control;
-    EXPECT_FALSE(KeyOn(*m_frame, 'c'));
+    EXPECT_FALSE(KeyOn(*m_Frame, 'c'));
 }

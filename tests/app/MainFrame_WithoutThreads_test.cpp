@@ -17,7 +17,7 @@
 
 namespace {
 
-bool g_noThreads = false;
+bool g_NoThreads = false;
 
 /// Whether an address lies in one of the toolkit's libraries. What it stands on cannot do without threads.
 bool IsOfTheToolkit(void* address) {
@@ -32,7 +32,7 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
                               void* argument) noexcept {
     using Create = int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
     static auto* const create = reinterpret_cast<Create*>(dlsym(RTLD_NEXT, "pthread_create"));
-    if (g_noThreads && IsOfTheToolkit(__builtin_return_address(0))) {
+    if (g_NoThreads && IsOfTheToolkit(__builtin_return_address(0))) {
         return EAGAIN;
     }
     return create(thread, attributes, start, argument);
@@ -46,10 +46,10 @@ TEST(ARefreshWithoutAThread, EndsWithTheBusyDialogOnTheScreenAndEveryCommandEnab
     }));
     {
         const wxLogNull silence; // the toolkit tells of it by itself
-        g_noThreads = true;
+        g_NoThreads = true;
         wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
         frame->button_reload->GetEventHandler()->ProcessEvent(click);
-        g_noThreads = false;
+        g_NoThreads = false;
     }
     EXPECT_EQ(frame->m_refreshThread, nullptr);
     for (const wxWindow* command : frame->Commands()) {

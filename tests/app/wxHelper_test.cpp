@@ -15,26 +15,26 @@ class Receiver : public wxEvtHandler {
 public:
     Receiver() {
         Bind(wxEVT_MENU, [this](wxCommandEvent& event) {
-            id = event.GetId();
-            number = event.GetInt();
-            thread = std::this_thread::get_id();
+            m_Id = event.GetId();
+            m_Number = event.GetInt();
+            m_Thread = std::this_thread::get_id();
         });
     }
-    int id = 0;
-    int number = 0;
-    std::thread::id thread;
+    int m_Id = 0;
+    int m_Number = 0;
+    std::thread::id m_Thread;
 };
 
 /// Puts another C locale in force while it stands.
 class ScopedLocale {
 public:
-    explicit ScopedLocale(const char* name) : m_old(std::setlocale(LC_ALL, nullptr)) {
+    explicit ScopedLocale(const char* name) : m_Old(std::setlocale(LC_ALL, nullptr)) {
         std::setlocale(LC_ALL, name);
     }
-    ~ScopedLocale() { std::setlocale(LC_ALL, m_old.c_str()); }
+    ~ScopedLocale() { std::setlocale(LC_ALL, m_Old.c_str()); }
 
 private:
-    std::string m_old;
+    std::string m_Old;
 };
 
 } // namespace
@@ -42,18 +42,18 @@ private:
 TEST(wxHelper, SendEventIsHandledLaterOnTheMainThreadAlsoFromAnother) {
     Receiver receiver;
     std::thread([&receiver] { Velmor::SendEvent(&receiver, 5453); }).join();
-    EXPECT_EQ(receiver.id, 0);
-    ASSERT_TRUE(RunUntil([&receiver] { return receiver.id != 0; }));
-    EXPECT_EQ(receiver.id, 5453);
-    EXPECT_EQ(receiver.number, -1);
-    EXPECT_EQ(receiver.thread, std::this_thread::get_id());
+    EXPECT_EQ(receiver.m_Id, 0);
+    ASSERT_TRUE(RunUntil([&receiver] { return receiver.m_Id != 0; }));
+    EXPECT_EQ(receiver.m_Id, 5453);
+    EXPECT_EQ(receiver.m_Number, -1);
+    EXPECT_EQ(receiver.m_Thread, std::this_thread::get_id());
 }
 
 TEST(wxHelper, ProcessEventIsHandledAtOnce) {
     Receiver receiver;
     Velmor::ProcessEvent(&receiver, 5460);
-    EXPECT_EQ(receiver.id, 5460);
-    EXPECT_EQ(receiver.number, -1);
+    EXPECT_EQ(receiver.m_Id, 5460);
+    EXPECT_EQ(receiver.m_Number, -1);
 }
 
 TEST(wxHelper, TextBecomesUtf8InAUtf8Locale) {

@@ -4,45 +4,45 @@
 #include <utility>
 
 MatrixOperation& MatrixOperation::On(const std::string& cardKind) {
-    kind = cardKind;
+    m_Kind = cardKind;
     return *this;
 }
 
 MatrixOperation& MatrixOperation::From(Stage start) {
-    stage = start;
-    sessionsWhenGood = sessionsWhenBad = start == Stage::Session ? 1 : 0;
+    m_Stage = start;
+    m_SessionsWhenGood = m_SessionsWhenBad = start == Stage::SESSION ? 1 : 0;
     return *this;
 }
 
 MatrixOperation& MatrixOperation::Asking(const std::vector<std::string>& answers) {
-    pins = answers;
+    m_Pins = answers;
     return *this;
 }
 
 MatrixOperation& MatrixOperation::Gives(const std::string& whenGood, const std::string& whenBad) {
-    good = whenGood;
-    bad = whenBad;
+    m_Good = whenGood;
+    m_Bad = whenBad;
     return *this;
 }
 
 MatrixOperation& MatrixOperation::But(const std::map<std::string, std::string>& rows) {
-    otherwise.insert(rows.begin(), rows.end());
+    m_Otherwise.insert(rows.begin(), rows.end());
     return *this;
 }
 
 MatrixOperation& MatrixOperation::LeavesSessions(size_t whenGood, size_t whenBad) {
-    sessionsWhenGood = whenGood;
-    sessionsWhenBad = whenBad;
+    m_SessionsWhenGood = whenGood;
+    m_SessionsWhenBad = whenBad;
     return *this;
 }
 
 MatrixOperation& MatrixOperation::After(std::function<void(MatrixContext&)> preparation) {
-    prepare = std::move(preparation);
+    m_Prepare = std::move(preparation);
     return *this;
 }
 
 MatrixOperation& MatrixOperation::Runs(std::function<std::string(MatrixContext&)> operation) {
-    run = std::move(operation);
+    m_Run = std::move(operation);
     return *this;
 }
 

@@ -13,22 +13,22 @@
 
 /// What stands before an operation of the card class begins.
 enum class Stage {
-    Unbound, ///< no card object
-    Bound,   ///< a card object with the library
-    Listed,  ///< and with the slots of its cards
-    Session, ///< and with a session on the one card, whose type is told
+    UNBOUND, ///< no card object
+    BOUND,   ///< a card object with the library
+    LISTED,  ///< and with the slots of its cards
+    SESSION, ///< and with a session on the one card, whose type is told
 };
 
 /// What an operation works with, the same in all its runs but for the card object.
 struct MatrixContext {
-    orseltest::SimDeck deck;
-    std::string cardName;
-    const std::string serial = "8004000011112222";
-    std::unique_ptr<ProbedCard> card;
+    orseltest::SimDeck m_Deck;
+    std::string m_CardName;
+    const std::string m_Serial = "8004000011112222";
+    std::unique_ptr<ProbedCard> m_Card;
     const Bytes data = Bytes(20, 0x5A);
-    Bytes signature; ///< of the data, for operations that verify
+    Bytes m_Signature; ///< of the data, for operations that verify
 
-    Bytes OnCard(const std::string& label) const { return deck.objectContent(cardName, label); }
+    Bytes OnCard(const std::string& label) const { return m_Deck.ObjectContent(m_CardName, label); }
 };
 
 /// One operation of the card class, and the results that are right for it.
@@ -39,17 +39,17 @@ struct MatrixContext {
 /// name of the return code, or "length". Without a row it is `bad`. "{rv}" stands for the code in
 /// hexadecimal.
 struct MatrixOperation {
-    std::string name;
-    std::string kind = "acos-a03"; ///< of the card
-    Stage stage = Stage::Session;
-    std::vector<std::string> pins; ///< the answers to its questions
-    std::function<std::string(MatrixContext&)> run;
-    std::string good;
-    std::string bad;
-    std::map<std::string, std::string> otherwise;
-    size_t sessionsWhenGood = 1; ///< that it leaves open, the one of its stage included
-    size_t sessionsWhenBad = 1;
-    std::function<void(MatrixContext&)> prepare; ///< once, with the card in the deck
+    std::string m_Name;
+    std::string m_Kind = "acos-a03"; ///< of the card
+    Stage m_Stage = Stage::SESSION;
+    std::vector<std::string> m_Pins; ///< the answers to its questions
+    std::function<std::string(MatrixContext&)> m_Run;
+    std::string m_Good;
+    std::string m_Bad;
+    std::map<std::string, std::string> m_Otherwise;
+    size_t m_SessionsWhenGood = 1; ///< that it leaves open, the one of its stage included
+    size_t m_SessionsWhenBad = 1;
+    std::function<void(MatrixContext&)> m_Prepare; ///< once, with the card in the deck
 
     // The parts by name, to be chained.
     MatrixOperation& On(const std::string& cardKind);
@@ -65,21 +65,21 @@ struct MatrixOperation {
 
 /// Its name in the output of the tests.
 inline void PrintTo(const MatrixOperation& operation, std::ostream* out) {
-    *out << operation.name;
+    *out << operation.m_Name;
 }
 
 class MatrixTable {
 public:
     /// A new row. Good until the next one is added.
     MatrixOperation& Add(const std::string& name) {
-        m_operations.emplace_back();
-        m_operations.back().name = name;
-        return m_operations.back();
+        m_Operations.emplace_back();
+        m_Operations.back().m_Name = name;
+        return m_Operations.back();
     }
-    const std::vector<MatrixOperation>& Operations() const { return m_operations; }
+    const std::vector<MatrixOperation>& Operations() const { return m_Operations; }
 
 private:
-    std::vector<MatrixOperation> m_operations;
+    std::vector<MatrixOperation> m_Operations;
 };
 
 /// Every operation of the card class that calls the token library.

@@ -17,11 +17,11 @@ void AddSearches(MatrixTable& table) {
     table.Add("FindObjects").Gives("true", "false").Runs([](Context& context) {
         unsigned long handles[10] = {};
         unsigned long found = 0;
-        return Text(context.card->FindObjects(nullptr, 0, handles, 10, &found));
+        return Text(context.m_Card->FindObjects(nullptr, 0, handles, 10, &found));
     });
     table.Add("FindObject").Gives("true", "false").Runs([](Context& context) {
         unsigned long handle = 0;
-        return Text(context.card->FindObject("SK.CH.SIG", CKO_PRIVATE_KEY, &handle));
+        return Text(context.m_Card->FindObject("SK.CH.SIG", CKO_PRIVATE_KEY, &handle));
     });
 }
 
@@ -29,22 +29,22 @@ void AddSearches(MatrixTable& table) {
 
 void AddCertificates(MatrixTable& table) {
     table.Add("LoadSigningCertificate").Gives("true", "false").Runs([](Context& context) {
-        return Text(context.card->LoadSigningCertificate(true));
+        return Text(context.m_Card->LoadSigningCertificate(true));
     });
     table.Add("getSigningCertificateHandle").Gives("true", "false").Runs([](Context& context) {
-        return Text(context.card->getSigningCertificateHandle(true) != 0);
+        return Text(context.m_Card->getSigningCertificateHandle(true) != 0);
     });
     table.Add("GetCertificate").Gives("true", "false").Runs([](Context& context) {
         slCertificate certificate;
-        return Text(context.card->GetCertificate(true, certificate));
+        return Text(context.m_Card->GetCertificate(true, certificate));
     });
     table.Add("GetCertificateOfSlot")
-        .From(Stage::Bound)
+        .From(Stage::BOUND)
         .Gives("true", "false")
         .But({{"C_CloseSession", "true"}, {"C_GetSlotList length", "true"}})
         .Runs([](Context& context) {
             slCertificate certificate;
-            return Text(context.card->GetCertificate(0UL, true, certificate));
+            return Text(context.m_Card->GetCertificate(0UL, true, certificate));
         });
 }
 
@@ -54,17 +54,17 @@ void AddCollections(MatrixTable& table) {
                                                            {"C_GetAttributeValue#1 length", "false 0"},
                                                            {"C_GetAttributeValue#2 length", "false 1"}};
     table.Add("loadAllCertsInSession").Gives("true 2", "false 0").But(passedOver).Runs([](Context& context) {
-        const bool result = context.card->loadAllCertsInSession();
-        return Text(result, context.card->m_CertVector.size());
+        const bool result = context.m_Card->loadAllCertsInSession();
+        return Text(result, context.m_Card->m_CertVector.size());
     });
     table.Add("LoadAllCerts")
-        .From(Stage::Bound)
+        .From(Stage::BOUND)
         .Gives("true 2", "false 0")
         .But(passedOver)
         .But({{"C_OpenSession", "true 0"}, {"C_CloseSession", "true 2"}, {"C_GetSlotList length", "true 2"}})
         .Runs([](Context& context) {
-            const bool result = context.card->LoadAllCerts();
-            return Text(result, context.card->m_CertVector.size());
+            const bool result = context.m_Card->LoadAllCerts();
+            return Text(result, context.m_Card->m_CertVector.size());
         });
 }
 
@@ -77,7 +77,7 @@ void AddBufferSignature(MatrixTable& table, const std::string& name, SignIntoBuf
         Bytes in = context.data;
         unsigned char out[64];
         unsigned long length = sizeof(out);
-        return Text(sign(*context.card, in, out, length));
+        return Text(sign(*context.m_Card, in, out, length));
     });
 }
 
@@ -112,16 +112,16 @@ std::wstring ThumbprintOf(const Bytes& der) {
 void AddSignatures(MatrixTable& table) {
     table.Add("Sign").Asking({SIGNATURE_PIN}).Gives("true 48", "false 0").Runs([](Context& context) {
         Bytes signature;
-        const bool result = context.card->Sign("SK.CH.SIG", context.data, signature);
+        const bool result = context.m_Card->Sign("SK.CH.SIG", context.data, signature);
         return Text(result, signature.size());
     });
     table.Add("SignWithHash").Asking({SIGNATURE_PIN}).Gives("true 48", "false 0").Runs([](Context& context) {
         Bytes signature;
-        const bool result = context.card->Sign("SK.CH.SIG", context.data, signature, HASH_RAW);
+        const bool result = context.m_Card->Sign("SK.CH.SIG", context.data, signature, HASH_RAW);
         return Text(result, signature.size());
     });
     table.Add("SignByCertificate")
-        .From(Stage::Bound)
+        .From(Stage::BOUND)
         .Asking({SIGNATURE_PIN})
         .Gives("true 48", "false 0")
         .But({{"C_CloseSession", "true 48"}, {"C_GetSlotList length", "true 48"}})
@@ -129,28 +129,28 @@ void AddSignatures(MatrixTable& table) {
             const std::wstring thumbprint = ThumbprintOf(context.OnCard("C.CH.SIG"));
             Bytes signature;
             slCertificate certificate;
-            const bool result = context.card->Sign(thumbprint, context.data, certificate, signature);
+            const bool result = context.m_Card->Sign(thumbprint, context.data, certificate, signature);
             return Text(result, signature.size());
         });
 }
 
 void MakeSignature(Context& context) {
-    context.deck.answerPins({SIGNATURE_PIN});
-    context.card = std::make_unique<ProbedCard>();
+    context.m_Deck.AnswerPins({SIGNATURE_PIN});
+    context.m_Card = std::make_unique<ProbedCard>();
     std::vector<SlotStruct*> slots;
-    context.card->GetSlots(slots);
-    context.card->OpenSession(0, false);
-    context.card->Sign("SK.CH.SIG", context.data, context.signature);
+    context.m_Card->GetSlots(slots);
+    context.m_Card->OpenSession(0, false);
+    context.m_Card->Sign("SK.CH.SIG", context.data, context.m_Signature);
 }
 
 void AddVerifying(MatrixTable& table) {
     table.Add("Verify").After(MakeSignature).Gives("true", "false").Runs([](Context& context) {
         Bytes data = context.data;
-        return Text(context.card->Verify("PK.CH.SIG", context.signature, data));
+        return Text(context.m_Card->Verify("PK.CH.SIG", context.m_Signature, data));
     });
     table.Add("VerifyWithHash").After(MakeSignature).Gives("true", "false").Runs([](Context& context) {
         Bytes data = context.data;
-        return Text(context.card->Verify("PK.CH.SIG", context.signature, data, HASH_SHA1));
+        return Text(context.m_Card->Verify("PK.CH.SIG", context.m_Signature, data, HASH_SHA1));
     });
 }
 
@@ -159,12 +159,12 @@ void AddKeys(MatrixTable& table) {
         slCertificate certificate;
         std::string label;
         const bool result =
-            context.card->findCertAndKey(ThumbprintOf(context.OnCard("C.CH.SIG")), certificate, label);
+            context.m_Card->findCertAndKey(ThumbprintOf(context.OnCard("C.CH.SIG")), certificate, label);
         return Text(result, label);
     });
     table.Add("findPrivateKeyFromID").Gives("true SK.CH.EKEY", "false ").Runs([](Context& context) {
         std::string label;
-        const bool result = context.card->findPrivateKeyFromID("\x02", label);
+        const bool result = context.m_Card->findPrivateKeyFromID("\x02", label);
         return Text(result, label);
     });
     // A key that cannot be read is passed over; not to find one is no failure.
@@ -173,7 +173,7 @@ void AddKeys(MatrixTable& table) {
         .But({{"C_GetAttributeValue", "true 17"}})
         .Runs([](Context& context) {
             SignKey key = NO_KEY;
-            const bool result = context.card->GetSignKeyType(key, true);
+            const bool result = context.m_Card->GetSignKeyType(key, true);
             return Text(result, key);
         });
 }
@@ -184,16 +184,16 @@ void AddReading(MatrixTable& table) {
     table.Add("ReadEHIC").On("ecard-g2").Gives("true", "false").Runs([](Context& context) {
         unsigned char out[1024];
         unsigned long length = sizeof(out);
-        return Text(context.card->ReadEHIC(out, length));
+        return Text(context.m_Card->ReadEHIC(out, length));
     });
     table.Add("ReadGrunddaten").On("ecard-g2").Gives("true", "false").Runs([](Context& context) {
         unsigned char out[1024];
         unsigned long length = sizeof(out);
-        return Text(context.card->ReadGrunddaten(out, length));
+        return Text(context.m_Card->ReadGrunddaten(out, length));
     });
     table.Add("ReadPers").Gives("true", "false").Runs([](Context& context) {
         Personenbindung record;
-        return Text(context.card->ReadPers(&record));
+        return Text(context.m_Card->ReadPers(&record));
     });
 }
 
@@ -201,7 +201,7 @@ const std::string NO_CARD = "false Keine Smartcard gefunden für CIN=80040000111
 
 void AddUpdateOfIdentityLink(MatrixTable& table) {
     table.Add("UpdatePersonenbindung")
-        .From(Stage::Bound)
+        .From(Stage::BOUND)
         .Asking({"1234"})
         .Gives("true ", NO_CARD)
         .But({
@@ -219,7 +219,7 @@ void AddUpdateOfIdentityLink(MatrixTable& table) {
         .Runs([](Context& context) {
             const Bytes data(128, 0x30);
             std::string error;
-            const bool result = context.card->UpdatePersonenbindung(context.serial, data, error);
+            const bool result = context.m_Card->UpdatePersonenbindung(context.m_Serial, data, error);
             return Text(result, error);
         });
 }
@@ -237,11 +237,11 @@ void AddUpdatesOfCertificate(MatrixTable& table) {
     }
     table.Add("updateCertInSession").Gives("true ", NO_CARD).But(rows).Runs([](Context& context) {
         std::string error;
-        const bool result = context.card->updateCertInSession(context.OnCard("C.CH.SIG"), true, error);
+        const bool result = context.m_Card->updateCertInSession(context.OnCard("C.CH.SIG"), true, error);
         return Text(result, error);
     });
     table.Add("UpdateCertificate")
-        .From(Stage::Bound)
+        .From(Stage::BOUND)
         .Gives("true ", NO_CARD)
         .But(rows)
         .But({{"C_GetSlotList length", "true "},
@@ -251,7 +251,7 @@ void AddUpdatesOfCertificate(MatrixTable& table) {
         .Runs([](Context& context) {
             const Bytes der = context.OnCard("C.CH.SIG");
             std::string error;
-            const bool result = context.card->UpdateCertificate(context.serial, der, true, error);
+            const bool result = context.m_Card->UpdateCertificate(context.m_Serial, der, true, error);
             return Text(result, error);
         });
 }

@@ -32,19 +32,19 @@ const std::set<std::string> REPORTING = {"C_GetSlotList", "C_FindObjects",   "C_
 
 /// One call of an operation.
 struct MatrixCall {
-    std::string function;
-    size_t number;        ///< among the calls of this function within the operation, from 1
-    size_t numberInTotal; ///< among those since the library was loaded
+    std::string m_Function;
+    size_t m_Number;        ///< among the calls of this function within the operation, from 1
+    size_t m_NumberInTotal; ///< among those since the library was loaded
 };
 
 struct MatrixFault {
-    MatrixCall call;
-    std::string effect; ///< name of a return code, or ABSURD_LENGTH
-    CK_RV rv = CKR_OK;
+    MatrixCall m_Call;
+    std::string m_Effect; ///< name of a return code, or ABSURD_LENGTH
+    CK_RV m_Rv = CKR_OK;
 
     std::string Line() const {
-        const std::string what = effect == ABSURD_LENGTH ? "length=1000000" : "rv=" + effect;
-        return call.function + " call=" + std::to_string(call.numberInTotal) + " " + what;
+        const std::string what = m_Effect == ABSURD_LENGTH ? "length=1000000" : "rv=" + m_Effect;
+        return m_Call.m_Function + " call=" + std::to_string(m_Call.m_NumberInTotal) + " " + what;
     }
 };
 
@@ -56,135 +56,136 @@ std::string Replaced(std::string text, const std::string& placeholder, CK_RV rv)
 }
 
 std::string ExpectedResult(const MatrixOperation& operation, const MatrixFault& fault) {
-    const std::string numbered = fault.call.function + "#" + std::to_string(fault.call.number);
-    for (const std::string& key : {numbered + " " + fault.effect, numbered,
-                                   fault.call.function + " " + fault.effect, fault.call.function}) {
-        const auto row = operation.otherwise.find(key);
-        if (row != operation.otherwise.end())
-            return Replaced(row->second, "{rv}", fault.rv);
+    const std::string numbered = fault.m_Call.m_Function + "#" + std::to_string(fault.m_Call.m_Number);
+    for (const std::string& key : {numbered + " " + fault.m_Effect, numbered,
+                                   fault.m_Call.m_Function + " " + fault.m_Effect, fault.m_Call.m_Function}) {
+        const auto row = operation.m_Otherwise.find(key);
+        if (row != operation.m_Otherwise.end())
+            return Replaced(row->second, "{rv}", fault.m_Rv);
     }
-    return operation.bad;
+    return operation.m_Bad;
 }
 
 /// Runs one operation again and again over the same card.
 class MatrixRunner {
 public:
-    explicit MatrixRunner(const MatrixOperation& operation) : m_operation(operation) {
-        orseltest::SimDeck& deck = m_context.deck;
-        m_context.cardName = deck.add(operation.kind, orseltest::CardOptions().serial(m_context.serial));
-        if (operation.prepare) {
-            operation.prepare(m_context);
+    explicit MatrixRunner(const MatrixOperation& operation) : m_Operation(operation) {
+        orseltest::SimDeck& deck = m_Context.m_Deck;
+        m_Context.m_CardName =
+            deck.Add(operation.m_Kind, orseltest::CardOptions().Serial(m_Context.m_Serial));
+        if (operation.m_Prepare) {
+            operation.m_Prepare(m_Context);
             LetGo();
         }
-        deck.answerPins(operation.pins);
-        m_pristine = deck.read(m_context.cardName);
+        deck.AnswerPins(operation.m_Pins);
+        m_Pristine = deck.Read(m_Context.m_CardName);
     }
 
     /// The calls of a run without faults, which has to end well.
     std::vector<MatrixCall> FindCalls() {
         const std::string result = Run();
-        EXPECT_EQ(result, m_operation.good);
-        EXPECT_EQ(SessionsLeftOpen(), m_operation.sessionsWhenGood);
+        EXPECT_EQ(result, m_Operation.m_Good);
+        EXPECT_EQ(SessionsLeftOpen(), m_Operation.m_SessionsWhenGood);
         std::vector<MatrixCall> calls;
         std::map<std::string, size_t> total;
-        const std::vector<TraceRecord> trace = m_context.deck.trace();
-        for (size_t i = 0; i < m_callsInAll; ++i) {
-            const std::string& function = trace[i].function;
+        const std::vector<TraceRecord> trace = m_Context.m_Deck.GetTrace();
+        for (size_t i = 0; i < m_CallsInAll; ++i) {
+            const std::string& function = trace[i].m_Function;
             ++total[function];
-            if (i >= m_callsBefore)
-                calls.push_back({function, total[function] - m_callsOfStage[function], total[function]});
+            if (i >= m_CallsBefore)
+                calls.push_back({function, total[function] - m_CallsOfStage[function], total[function]});
             else
-                ++m_callsOfStage[function];
+                ++m_CallsOfStage[function];
         }
         return calls;
     }
 
     void ExpectStatedResult(const MatrixFault& fault) {
         SCOPED_TRACE(fault.Line());
-        m_context.deck.planFaults({fault.Line()});
+        m_Context.m_Deck.PlanFaults({fault.Line()});
         const std::string result = Run();
-        const std::string expected = ExpectedResult(m_operation, fault);
+        const std::string expected = ExpectedResult(m_Operation, fault);
         EXPECT_EQ(result, expected);
-        EXPECT_EQ(SessionsLeftOpen(),
-                  expected == m_operation.good ? m_operation.sessionsWhenGood : m_operation.sessionsWhenBad);
-        if (fault.rv != CKR_OK) { // else the trace does not show whether the fault was met
-            EXPECT_EQ(ResultOf(fault.call), fault.effect);
+        EXPECT_EQ(SessionsLeftOpen(), expected == m_Operation.m_Good ? m_Operation.m_SessionsWhenGood
+                                                                     : m_Operation.m_SessionsWhenBad);
+        if (fault.m_Rv != CKR_OK) { // else the trace does not show whether the fault was met
+            EXPECT_EQ(ResultOf(fault.m_Call), fault.m_Effect);
         }
     }
 
 private:
     /// One run from the beginning, up to the library's being let go.
     std::string Run() {
-        m_context.deck.change(m_context.cardName, [this](orselsim::Card& card) { card = m_pristine; });
-        m_context.deck.clearTrace();
-        Prepare(m_operation.stage);
-        m_callsBefore = m_context.deck.trace().size();
-        std::string result = m_operation.run(m_context);
-        m_callsInAll = m_context.deck.trace().size();
+        m_Context.m_Deck.Change(m_Context.m_CardName, [this](orselsim::Card& card) { card = m_Pristine; });
+        m_Context.m_Deck.ClearTrace();
+        Prepare(m_Operation.m_Stage);
+        m_CallsBefore = m_Context.m_Deck.GetTrace().size();
+        std::string result = m_Operation.m_Run(m_Context);
+        m_CallsInAll = m_Context.m_Deck.GetTrace().size();
         LetGo();
         return result;
     }
 
     void Prepare(Stage stage) {
-        if (stage >= Stage::Bound)
-            m_context.card = std::make_unique<ProbedCard>();
-        if (stage >= Stage::Listed) {
+        if (stage >= Stage::BOUND)
+            m_Context.m_Card = std::make_unique<ProbedCard>();
+        if (stage >= Stage::LISTED) {
             std::vector<Velmor::SlotStruct*> slots;
-            m_context.card->GetSlots(slots);
+            m_Context.m_Card->GetSlots(slots);
         }
-        if (stage >= Stage::Session) {
-            m_context.card->OpenSession(0, false);
-            m_context.card->LoadCardType();
+        if (stage >= Stage::SESSION) {
+            m_Context.m_Card->OpenSession(0, false);
+            m_Context.m_Card->LoadCardType();
         }
     }
 
     void LetGo() {
-        if (m_context.card)
-            m_context.card->Destroy();
-        m_context.card.reset();
+        if (m_Context.m_Card)
+            m_Context.m_Card->Destroy();
+        m_Context.m_Card.reset();
     }
 
     /// Sessions that were opened and that nobody tried to close, whatever came of the try.
     size_t SessionsLeftOpen() const {
         size_t open = 0;
-        const std::vector<TraceRecord> trace = m_context.deck.trace();
-        for (size_t i = 0; i < m_callsInAll; ++i) {
-            open += trace[i].function == "C_OpenSession" && trace[i].result == "CKR_OK" ? 1 : 0;
-            open -= trace[i].function == "C_CloseSession" ? 1 : 0;
+        const std::vector<TraceRecord> trace = m_Context.m_Deck.GetTrace();
+        for (size_t i = 0; i < m_CallsInAll; ++i) {
+            open += trace[i].m_Function == "C_OpenSession" && trace[i].m_Result == "CKR_OK" ? 1 : 0;
+            open -= trace[i].m_Function == "C_CloseSession" ? 1 : 0;
         }
         return open;
     }
 
     std::string ResultOf(const MatrixCall& call) const {
-        const std::vector<TraceRecord> calls = m_context.deck.trace(call.function);
-        return calls.size() >= call.numberInTotal ? calls[call.numberInTotal - 1].result : "not called";
+        const std::vector<TraceRecord> calls = m_Context.m_Deck.GetTrace(call.m_Function);
+        return calls.size() >= call.m_NumberInTotal ? calls[call.m_NumberInTotal - 1].m_Result : "not called";
     }
 
-    const MatrixOperation& m_operation;
-    MatrixContext m_context;
-    orselsim::Card m_pristine;
-    size_t m_callsBefore = 0;
-    size_t m_callsInAll = 0;
-    std::map<std::string, size_t> m_callsOfStage;
+    const MatrixOperation& m_Operation;
+    MatrixContext m_Context;
+    orselsim::Card m_Pristine;
+    size_t m_CallsBefore = 0;
+    size_t m_CallsInAll = 0;
+    std::map<std::string, size_t> m_CallsOfStage;
 };
 
 std::vector<MatrixFault> FaultsOf(const MatrixCall& call) {
     std::vector<MatrixFault> faults;
     for (const auto& [name, rv] : RETURN_CODES)
         faults.push_back({call, name, rv});
-    if (REPORTING.count(call.function) != 0)
+    if (REPORTING.count(call.m_Function) != 0)
         faults.push_back({call, ABSURD_LENGTH});
     return faults;
 }
 
 class FaultMatrix : public testing::TestWithParam<MatrixOperation> {
 protected:
-    static void TearDownTestSuite() { std::cout << "fault matrix: " << g_cases << " cases in all\n"; }
+    static void TearDownTestSuite() { std::cout << "fault matrix: " << g_Cases << " cases in all\n"; }
 
-    static size_t g_cases;
+    static size_t g_Cases;
 };
 
-size_t FaultMatrix::g_cases = 0;
+size_t FaultMatrix::g_Cases = 0;
 
 } // namespace
 
@@ -200,20 +201,20 @@ TEST_P(FaultMatrix, GivesTheStatedResult) {
             ++cases;
         }
     }
-    std::cout << operation.name << ": " << calls.size() << " calls, " << cases << " cases\n";
-    g_cases += cases;
+    std::cout << operation.m_Name << ": " << calls.size() << " calls, " << cases << " cases\n";
+    g_Cases += cases;
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, FaultMatrix, testing::ValuesIn(MatrixOperations()),
                          [](const testing::TestParamInfo<MatrixOperation>& operation) {
-                             return operation.param.name;
+                             return operation.param.m_Name;
                          });
 
 TEST(TheFaultMatrix, MeetsEveryEntryPointThatTheCardClassCalls) {
     std::set<std::string> met;
     for (const MatrixOperation& operation : MatrixOperations()) {
         for (const MatrixCall& call : MatrixRunner(operation).FindCalls())
-            met.insert(call.function);
+            met.insert(call.m_Function);
     }
     const char* const called[] = {
         "C_Initialize",

@@ -14,18 +14,18 @@ Bytes BytesOf(const std::string& text);
 
 /// What a search asks for: a class, and a label or an id unless these are empty.
 struct Wanted {
-    CK_OBJECT_CLASS objectClass;
-    std::string label = "";
-    std::string id = "";
+    CK_OBJECT_CLASS m_ObjectClass;
+    std::string m_Label = "";
+    std::string m_Id = "";
 };
 
 /// One attribute of a planned read: the room that the caller has to offer, what the library writes into it,
 /// and the length that it reports. A value that does not fit is not written.
 struct ReadAttribute {
-    CK_ATTRIBUTE_TYPE type;
-    CK_ULONG capacity;
-    Bytes value;
-    CK_ULONG length;
+    CK_ATTRIBUTE_TYPE m_Type;
+    CK_ULONG m_Capacity;
+    Bytes m_Value;
+    CK_ULONG m_Length;
 };
 
 ReadAttribute Label(const std::string& text); ///< into 256 bytes
@@ -63,13 +63,13 @@ protected:
 
     /// The card object's session at the time of the call.
     testing::Matcher<CK_SESSION_HANDLE> TheSession() {
-        return testing::Truly([this](CK_SESSION_HANDLE session) { return session == m_card.m_hSession; });
+        return testing::Truly([this](CK_SESSION_HANDLE session) { return session == m_Card.m_hSession; });
     }
 
 private:
     void PlanSearchInit(const Wanted& wanted);
 
-    testing::InSequence m_inThisOrder;
+    testing::InSequence m_InThisOrder;
 };
 
 #endif

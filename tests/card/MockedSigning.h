@@ -23,7 +23,7 @@ protected:
     }
 
     void PlanSignInit(CK_MECHANISM_TYPE mechanism, CK_RV rv = CKR_OK) {
-        EXPECT_CALL(m_library, SignInit(TheSession(), Plain(mechanism), KEY)).WillOnce(testing::Return(rv));
+        EXPECT_CALL(m_Library, SignInit(TheSession(), Plain(mechanism), KEY)).WillOnce(testing::Return(rv));
     }
     /// The call that makes the signature. `length` is what the library reports, the signature's size unless
     /// it is told.
@@ -31,7 +31,7 @@ protected:
         PlanSignReporting(data, capacity, signature, signature.size());
     }
     void PlanSignReporting(const Bytes& data, CK_ULONG capacity, const Bytes& signature, CK_ULONG length) {
-        EXPECT_CALL(m_library, Sign(TheSession(), testing::_, data.size(), testing::NotNull(),
+        EXPECT_CALL(m_Library, Sign(TheSession(), testing::_, data.size(), testing::NotNull(),
                                     testing::Pointee(capacity)))
             .WillOnce([=](auto, CK_BYTE* given, CK_ULONG size, CK_BYTE* out, CK_ULONG* outLength) {
                 EXPECT_EQ(Bytes(given, given + size), data);
@@ -42,7 +42,7 @@ protected:
     }
     /// The question for the size of a signature.
     void PlanSize(const Bytes& data, CK_ULONG size) {
-        EXPECT_CALL(m_library,
+        EXPECT_CALL(m_Library,
                     Sign(TheSession(), testing::_, data.size(), testing::IsNull(), testing::Pointee(0U)))
             .WillOnce([=](auto, CK_BYTE* given, CK_ULONG length, auto, CK_ULONG* outLength) {
                 EXPECT_EQ(Bytes(given, given + length), data);
@@ -59,7 +59,7 @@ protected:
         PlanSign(data, signature.size(), signature);
     }
     void PlanFailedSign(CK_RV rv) {
-        EXPECT_CALL(m_library, Sign(testing::_, testing::_, testing::_, testing::NotNull(), testing::_))
+        EXPECT_CALL(m_Library, Sign(testing::_, testing::_, testing::_, testing::NotNull(), testing::_))
             .WillOnce(testing::Return(rv));
     }
 

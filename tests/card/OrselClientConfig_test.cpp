@@ -28,11 +28,11 @@ protected:
     }
     std::vector<int> Version() {
         int version[4] = {9, 9, 9, 9};
-        m_card.LoadOrselClientVersion(version);
+        m_Card.LoadOrselClientVersion(version);
         return {version, version + 4};
     }
-    SystemConfig m_system;
-    ProbedCard m_card;
+    SystemConfig m_System;
+    ProbedCard m_Card;
 };
 
 } // namespace
@@ -40,13 +40,13 @@ protected:
 TEST_F(TheClientsVersion, IsReadFromTheSystemsFile) {
     Write("2.1.0.3");
     EXPECT_THAT(Version(), ElementsAre(2, 1, 0, 3));
-    EXPECT_EQ(m_card.GetOrselClientVersion(), "2.1.0.3");
-    EXPECT_EQ(m_card.m_ClientVersion[0], 0); // which only a successful Init fills
+    EXPECT_EQ(m_Card.GetOrselClientVersion(), "2.1.0.3");
+    EXPECT_EQ(m_Card.m_ClientVersion[0], 0); // which only a successful Init fills
 }
 
 TEST_F(TheClientsVersion, IsZeroWithoutAFile) {
     EXPECT_THAT(Version(), ElementsAre(0, 0, 0, 0));
-    EXPECT_EQ(m_card.GetOrselClientVersion(), "0.0.0.0");
+    EXPECT_EQ(m_Card.GetOrselClientVersion(), "0.0.0.0");
 }
 
 TEST_F(TheClientsVersion, IsZeroWithTooFewFields) {

@@ -5,16 +5,16 @@
 
 namespace {
 
-std::vector<std::string> g_lines;
+std::vector<std::string> g_Lines;
 
 } // namespace
 
 LogCapture::LogCapture() {
-    g_lines.clear();
+    g_Lines.clear();
     Velmor::tkPKCS11Logging::SetErrorLoggingFunc(
-        [](const char* line) { g_lines.push_back(std::string("E ") + line); });
+        [](const char* line) { g_Lines.push_back(std::string("E ") + line); });
     Velmor::tkPKCS11Logging::SetMessageLoggingFunc(
-        [](const char* line) { g_lines.push_back(std::string("M ") + line); });
+        [](const char* line) { g_Lines.push_back(std::string("M ") + line); });
 }
 
 LogCapture::~LogCapture() {
@@ -23,12 +23,12 @@ LogCapture::~LogCapture() {
 }
 
 std::vector<std::string> LogCapture::Lines() {
-    return g_lines;
+    return g_Lines;
 }
 
 std::vector<std::string> LogCapture::Errors() {
     std::vector<std::string> errors;
-    for (const std::string& line : g_lines) {
+    for (const std::string& line : g_Lines) {
         if (line[0] == 'E')
             errors.push_back(line.substr(2));
     }
@@ -36,5 +36,5 @@ std::vector<std::string> LogCapture::Errors() {
 }
 
 void LogCapture::Clear() {
-    g_lines.clear();
+    g_Lines.clear();
 }

@@ -17,7 +17,7 @@ using Velmor::tkPKCS11;
 
 namespace {
 
-TokenLibrary* g_library = nullptr;
+TokenLibrary* g_Library = nullptr;
 
 /// The plain function that forwards to one mocked method.
 template <auto Method>
@@ -25,7 +25,7 @@ struct Forward;
 
 template <typename... Parameters, CK_RV (TokenLibrary::*Method)(Parameters...)>
 struct Forward<Method> {
-    static CK_RV Call(Parameters... arguments) { return (g_library->*Method)(arguments...); }
+    static CK_RV Call(Parameters... arguments) { return (g_Library->*Method)(arguments...); }
 };
 
 } // namespace
@@ -34,7 +34,7 @@ TokenLibrary::TokenLibrary() = default;
 TokenLibrary::~TokenLibrary() = default;
 
 void TokenLibrary::Install() {
-    g_library = this;
+    g_Library = this;
     tkPKCS11::Proc_C_Initialize = Forward<&TokenLibrary::Initialize>::Call;
     tkPKCS11::Proc_C_Finalize = Forward<&TokenLibrary::Finalize>::Call;
     tkPKCS11::Proc_C_GetInfo = Forward<&TokenLibrary::GetInfo>::Call;
@@ -59,7 +59,7 @@ void TokenLibrary::Install() {
 }
 
 void TokenLibrary::Remove() {
-    g_library = nullptr;
+    g_Library = nullptr;
     tkPKCS11::Proc_C_Initialize = nullptr;
     tkPKCS11::Proc_C_Finalize = nullptr;
     tkPKCS11::Proc_C_GetInfo = nullptr;
@@ -102,18 +102,18 @@ CK_SLOT_INFO RemovableSlot() {
 void MockedCardTest::PlanSlots(const std::vector<CK_TOKEN_INFO>& tokens) {
     const testing::InSequence inThisOrder;
     const CK_ULONG count = tokens.size();
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), NotNull()))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), NotNull()))
         .WillOnce(DoAll(SetArgPointee<2>(count), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), testing::Pointee(count)))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), testing::Pointee(count)))
         .WillOnce([count](CK_BBOOL, CK_SLOT_ID* ids, CK_ULONG*) {
             for (CK_ULONG i = 0; i < count; ++i)
                 ids[i] = 100 + i;
             return CKR_OK;
         });
     for (CK_ULONG i = 0; i < count; ++i) {
-        EXPECT_CALL(m_library, GetTokenInfo(100 + i, _))
+        EXPECT_CALL(m_Library, GetTokenInfo(100 + i, _))
             .WillOnce(DoAll(SetArgPointee<1>(tokens[i]), Return(CKR_OK)));
-        EXPECT_CALL(m_library, GetSlotInfo(100 + i, _))
+        EXPECT_CALL(m_Library, GetSlotInfo(100 + i, _))
             .WillOnce(DoAll(SetArgPointee<1>(RemovableSlot()), Return(CKR_OK)));
     }
 }

@@ -73,15 +73,15 @@ public:
 /// A card object over mocked entry points; there is no library on the loader path.
 class MockedCardTest : public testing::Test {
 protected:
-    void SetUp() override { m_library.Install(); }
+    void SetUp() override { m_Library.Install(); }
     void TearDown() override { TokenLibrary::Remove(); }
 
     /// Plans the calls of a GetSlots over these tokens; slot ids are 100, 101, ...
     void PlanSlots(const std::vector<CK_TOKEN_INFO>& tokens);
 
-    ProbedCard m_card; ///< its constructor finds no library
-    testing::StrictMock<TokenLibrary> m_library;
-    LogCapture m_log;
+    ProbedCard m_Card; ///< its constructor finds no library
+    testing::StrictMock<TokenLibrary> m_Library;
+    LogCapture m_Log;
 };
 
 /// A token record with its texts blank-padded.

@@ -24,15 +24,15 @@ inline const std::vector<std::string>& KnownKinds() {
 class TokenTest : public testing::Test {
 protected:
     void TearDown() override {
-        if (m_card)
-            m_card->Destroy();
+        if (m_Card)
+            m_Card->Destroy();
     }
 
     /// Binds the library to the deck as it stands now.
     ProbedCard& Card() {
-        if (!m_card)
-            m_card = std::make_unique<ProbedCard>();
-        return *m_card;
+        if (!m_Card)
+            m_Card = std::make_unique<ProbedCard>();
+        return *m_Card;
     }
 
     /// Number of cards in the deck that somebody has personalised, listed anew.
@@ -52,23 +52,23 @@ protected:
 
     /// Puts in a card of this kind and opens a session on it, which is the only card then.
     void PutIn(const std::string& kind, const orseltest::CardOptions& options = {}) {
-        m_name = m_deck.add(kind, options);
+        m_Name = m_Deck.Add(kind, options);
         Open(0);
     }
 
     /// Number of sessions that were opened and not closed.
     size_t OpenSessions() const {
         size_t opened = 0;
-        for (const auto& record : m_deck.trace("C_OpenSession"))
-            opened += record.result == "CKR_OK" ? 1 : 0;
-        for (const auto& record : m_deck.trace("C_CloseSession"))
-            opened -= record.result == "CKR_OK" ? 1 : 0;
+        for (const auto& record : m_Deck.GetTrace("C_OpenSession"))
+            opened += record.m_Result == "CKR_OK" ? 1 : 0;
+        for (const auto& record : m_Deck.GetTrace("C_CloseSession"))
+            opened -= record.m_Result == "CKR_OK" ? 1 : 0;
         return opened;
     }
 
-    orseltest::SimDeck m_deck;
-    std::unique_ptr<ProbedCard> m_card;
-    std::string m_name; ///< of the card that was put in
+    orseltest::SimDeck m_Deck;
+    std::unique_ptr<ProbedCard> m_Card;
+    std::string m_Name; ///< of the card that was put in
 };
 
 #endif

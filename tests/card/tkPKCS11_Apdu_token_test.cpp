@@ -23,8 +23,8 @@ protected:
     /// Every command so far with its status word.
     std::vector<std::string> Commands() const {
         std::vector<std::string> commands;
-        for (const TraceRecord& record : m_deck.trace("C_CardTransmit"))
-            commands.push_back(record.value("apdu") + " " + record.value("sw"));
+        for (const TraceRecord& record : m_Deck.GetTrace("C_CardTransmit"))
+            commands.push_back(record.Value("apdu") + " " + record.Value("sw"));
         return commands;
     }
     std::string CinCsn() {
@@ -37,7 +37,7 @@ protected:
 } // namespace
 
 TEST_F(NumbersOfACard, AreFilesThatCommandsRead) {
-    PutIn("acos-a03", CardOptions().serial("1111222233334444"));
+    PutIn("acos-a03", CardOptions().Serial("1111222233334444"));
     Bytes response;
     EXPECT_TRUE(Card().SendAPDU({0x00, 0xA4, 0x00, 0x0C, 0x02, 0xDF, 0x71}, response));
     EXPECT_TRUE(Card().SendAPDU({0x00, 0xA4, 0x00, 0x0C, 0x02, 0xD0, 0x01}, response));
@@ -51,7 +51,7 @@ TEST_F(NumbersOfACard, AreFilesThatCommandsRead) {
 }
 
 TEST_F(NumbersOfACard, AreCutToTheCallersRoom) {
-    PutIn("acos-a03", CardOptions().serial("1111222233334444"));
+    PutIn("acos-a03", CardOptions().Serial("1111222233334444"));
     unsigned char command[] = {0x80, 0xF6, 0x00, 0x00, 0x08};
     unsigned char response[10] = {};
     unsigned long length = 4;
@@ -66,18 +66,18 @@ TEST_F(NumbersOfACard, AreCutToTheCallersRoom) {
 
 TEST_F(NumbersOfACard, CannotBeReadFromACardThatIsGone) {
     PutIn("acos-a03");
-    m_deck.takeOut(m_name);
+    m_Deck.TakeOut(m_Name);
     const LogCapture log;
     Bytes response;
     EXPECT_FALSE(Card().SendAPDU({0x00, 0xB0, 0x00, 0x00, 0x00}, response));
     EXPECT_THAT(response, IsEmpty());
     EXPECT_THAT(log.Errors(), ElementsAre("Failed C_CardTransmit, rv = 0x32"));
-    m_deck.putBack(m_name);
+    m_Deck.PutBack(m_Name);
 }
 
 TEST_F(NumbersOfACard, HaveACinOnEveryKind) {
     for (size_t index = 0; index < KnownKinds().size(); ++index)
-        m_deck.add(KnownKinds()[index], CardOptions().serial("800400001111000" + std::to_string(index)));
+        m_Deck.Add(KnownKinds()[index], CardOptions().Serial("800400001111000" + std::to_string(index)));
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         SCOPED_TRACE(KnownKinds()[index]);
         Open(static_cast<int>(index));
@@ -87,7 +87,7 @@ TEST_F(NumbersOfACard, HaveACinOnEveryKind) {
 }
 
 TEST_F(NumbersOfACard, HaveACinThatLiesInTheRootOfACardOsCard) {
-    PutIn("cardos-53", CardOptions().serial("8004001122334455"));
+    PutIn("cardos-53", CardOptions().Serial("8004001122334455"));
     EXPECT_EQ(CinCsn(), "8004001122334455");
     EXPECT_THAT(Commands(), ElementsAre("00A4000C023F00 9000", "00A4000C02D001 9000", "00B0000000 9000"));
 }
@@ -103,8 +103,8 @@ TEST_F(NumbersOfACard, HaveNoCinOnACardWithoutItsFile) {
 }
 
 TEST_F(NumbersOfACard, HaveTheNewCardsTypeAndAtrAfterACin) {
-    m_deck.add("acos-a05");
-    m_deck.add("cardos-53");
+    m_Deck.Add("acos-a05");
+    m_Deck.Add("cardos-53");
     Open(0);
     Card().CloseSession();
     EXPECT_EQ(Card().m_CardType, CARD_ACOS_A05);
@@ -115,7 +115,7 @@ TEST_F(NumbersOfACard, HaveTheNewCardsTypeAndAtrAfterACin) {
 
 TEST_F(NumbersOfACard, HaveAChipIdOnAcosAndCardOsCards) {
     for (const std::string& kind : KnownKinds())
-        m_deck.add(kind, CardOptions().serial("AABBCCDD00112233"));
+        m_Deck.Add(kind, CardOptions().Serial("AABBCCDD00112233"));
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         const std::string kind = KnownKinds()[index];
         SCOPED_TRACE(kind);
@@ -129,9 +129,9 @@ TEST_F(NumbersOfACard, HaveAChipIdOnAcosAndCardOsCards) {
 }
 
 TEST_F(NumbersOfACard, FindTheirCardByItsChipIdOnceTheTypeIsKnown) {
-    m_deck.add("acos-a04", CardOptions().serial("1111111111111111"));
-    m_deck.add("empty");
-    m_deck.add("acos-a03", CardOptions().serial("2222222222222222"));
+    m_Deck.Add("acos-a04", CardOptions().Serial("1111111111111111"));
+    m_Deck.Add("empty");
+    m_Deck.Add("acos-a03", CardOptions().Serial("2222222222222222"));
     Open(0);
     Card().CloseSession();
     EXPECT_TRUE(Card().OpenSessionWithChipId("2222222222222222", false));
@@ -142,22 +142,22 @@ TEST_F(NumbersOfACard, FindTheirCardByItsChipIdOnceTheTypeIsKnown) {
 }
 
 TEST_F(NumbersOfACard, FindTheirCardByItsSerial) {
-    m_deck.add("acos-a04", CardOptions().serial("1111111111111111"));
-    m_deck.add("empty");
-    m_deck.add("ecard-g4", CardOptions().serial("2222222222220000"));
+    m_Deck.Add("acos-a04", CardOptions().Serial("1111111111111111"));
+    m_Deck.Add("empty");
+    m_Deck.Add("ecard-g4", CardOptions().Serial("2222222222220000"));
     EXPECT_EQ(Card().findSlotForCin("222222222222"), 1);
     EXPECT_EQ(Card().findSlotForCin("2222222222220000"), 1);
     EXPECT_EQ(Card().findSlotForCin("2222222222220"), -1);
     EXPECT_EQ(Card().findSlotForCin("000000000000"), -1);
     EXPECT_TRUE(Card().OpenGlobalSession("222222222222"));
     EXPECT_EQ(Card().m_SlotIndex, 1);
-    EXPECT_EQ(m_deck.trace("C_OpenSession").back().value("flags"), "4"); // read-only
+    EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").back().Value("flags"), "4"); // read-only
     EXPECT_FALSE(Card().OpenGlobalSession("333333333333"));
     EXPECT_EQ(OpenSessions(), 1U);
 }
 
 TEST_F(NumbersOfACard, BindTheLibraryAgainAfterItWasLetGo) {
-    m_deck.add("acos-a04", CardOptions().serial("1111111111111111"));
+    m_Deck.Add("acos-a04", CardOptions().Serial("1111111111111111"));
     EXPECT_TRUE(Card().Destroy());
     EXPECT_EQ(Card().findSlotForCin("111111111111"), 0);
     EXPECT_TRUE(ProbedCard::m_bInitialized);

@@ -18,20 +18,20 @@ namespace {
 
 constexpr const char* LIBRARY = "libOrselP11.so";
 
-std::vector<std::string> g_namesAsked;
-std::vector<int> g_flagsOfOpens;
+std::vector<std::string> g_NamesAsked;
+std::vector<int> g_FlagsOfOpens;
 
 } // namespace
 
 // The linker sends the program's own calls of the loader here.
 extern "C" void* __real_dlopen(const char* file, int flags);
 extern "C" void* __wrap_dlopen(const char* file, int flags) {
-    g_flagsOfOpens.push_back(flags);
+    g_FlagsOfOpens.push_back(flags);
     return __real_dlopen(file, flags);
 }
 extern "C" void* __real_dlsym(void* handle, const char* name);
 extern "C" void* __wrap_dlsym(void* handle, const char* name) {
-    g_namesAsked.push_back(name);
+    g_NamesAsked.push_back(name);
     return __real_dlsym(handle, name);
 }
 
@@ -41,33 +41,33 @@ namespace {
 class Binding : public testing::Test {
 protected:
     void SetUp() override {
-        m_library = __real_dlopen(LIBRARY, RTLD_NOW);
-        ASSERT_NE(m_library, nullptr) << dlerror();
-        m_script = static_cast<Script*>(__real_dlsym(m_library, "TestScript"));
-        *m_script = Script();
-        m_script->initializeArgument = this; // anything but null
-        m_script->finalizeArgument = this;
-        g_namesAsked.clear();
-        g_flagsOfOpens.clear();
+        m_Library = __real_dlopen(LIBRARY, RTLD_NOW);
+        ASSERT_NE(m_Library, nullptr) << dlerror();
+        m_Script = static_cast<Script*>(__real_dlsym(m_Library, "g_TestScript"));
+        *m_Script = Script();
+        m_Script->m_InitializeArgument = this; // anything but null
+        m_Script->m_FinalizeArgument = this;
+        g_NamesAsked.clear();
+        g_FlagsOfOpens.clear();
     }
     void TearDown() override {
         ProbedCard::m_bInitialized = false;
         TokenLibrary::Remove();
-        if (m_library != nullptr)
-            dlclose(m_library);
+        if (m_Library != nullptr)
+            dlclose(m_Library);
     }
     /// Lets the library go and tells whether somebody else still holds it.
     bool IsHeldByOthers() {
-        dlclose(m_library);
-        m_library = nullptr;
+        dlclose(m_Library);
+        m_Library = nullptr;
         void* held = __real_dlopen(LIBRARY, RTLD_NOW | RTLD_NOLOAD);
         if (held != nullptr)
             dlclose(held);
         return held != nullptr;
     }
 
-    void* m_library = nullptr;
-    Script* m_script = nullptr;
+    void* m_Library = nullptr;
+    Script* m_Script = nullptr;
 };
 
 /// A pointer of the function table as the address it holds.
@@ -77,8 +77,8 @@ void* AddressOf(EntryPoint entryPoint) {
 }
 
 struct TableRow {
-    const char* name;
-    void* entryPoint;
+    const char* m_Name;
+    void* m_EntryPoint;
 };
 
 std::vector<TableRow> Table() {
@@ -150,8 +150,8 @@ TEST_F(Binding, PutsEachEntryPointIntoItsOwnPlace) {
     ProbedCard card;
     ASSERT_TRUE(ProbedCard::m_bInitialized);
     for (const TableRow& row : Table()) {
-        EXPECT_NE(row.entryPoint, nullptr) << row.name;
-        EXPECT_EQ(row.entryPoint, __real_dlsym(m_library, row.name)) << row.name;
+        EXPECT_NE(row.m_EntryPoint, nullptr) << row.m_Name;
+        EXPECT_EQ(row.m_EntryPoint, __real_dlsym(m_Library, row.m_Name)) << row.m_Name;
     }
     card.Destroy();
 }
@@ -160,14 +160,14 @@ TEST_F(Binding, AsksForTheEntryPointsInTheOrderOfTheTable) {
     ProbedCard card;
     std::vector<std::string> names;
     for (const TableRow& row : Table())
-        names.emplace_back(row.name);
-    EXPECT_THAT(g_namesAsked, ElementsAreArray(names));
+        names.emplace_back(row.m_Name);
+    EXPECT_THAT(g_NamesAsked, ElementsAreArray(names));
     card.Destroy();
 }
 
 TEST_F(Binding, LeavesTheLibrarysOwnReferencesToTheirFirstUse) {
     ProbedCard card;
-    EXPECT_THAT(g_flagsOfOpens, ElementsAre(RTLD_LAZY));
+    EXPECT_THAT(g_FlagsOfOpens, ElementsAre(RTLD_LAZY));
     card.Destroy();
 }
 
@@ -175,40 +175,40 @@ TEST_F(Binding, KeepsTheTableWhenItEnds) {
     ProbedCard card;
     card.Destroy();
     for (const TableRow& row : Table())
-        EXPECT_NE(row.entryPoint, nullptr) << row.name;
+        EXPECT_NE(row.m_EntryPoint, nullptr) << row.m_Name;
 }
 
 // --- Beginning and end -------------------------------------------------------------------------------------
 
 TEST_F(Binding, TellsTheLibraryOfNoThreadsAndEndsItWithoutAnArgument) {
     ProbedCard card;
-    EXPECT_EQ(m_script->initializeArgument, nullptr);
+    EXPECT_EQ(m_Script->m_InitializeArgument, nullptr);
     card.Destroy();
-    EXPECT_EQ(m_script->finalizeCalls, 1);
-    EXPECT_EQ(m_script->finalizeArgument, nullptr);
+    EXPECT_EQ(m_Script->m_FinalizeCalls, 1);
+    EXPECT_EQ(m_Script->m_FinalizeArgument, nullptr);
 }
 
 TEST_F(Binding, MayBeTriedAgainAfterAFailureAndIsGivenUpWhole) {
-    m_script->initializeAnswer = CKR_DEVICE_ERROR;
+    m_Script->m_InitializeAnswer = CKR_DEVICE_ERROR;
     ProbedCard card;
     const LogCapture log;
     EXPECT_FALSE(card.Init());
     EXPECT_THAT(log.Errors(), ElementsAre("PKCS11 Aufruf Proc_C_Initialize() ERROR0x30"));
     EXPECT_FALSE(ProbedCard::m_bInitialized);
     EXPECT_NE(card.m_hLibrary, nullptr);
-    m_script->initializeAnswer = CKR_OK;
+    m_Script->m_InitializeAnswer = CKR_OK;
     log.Clear();
     EXPECT_TRUE(card.Init());
     EXPECT_THAT(log.Errors(), IsEmpty());
-    EXPECT_EQ(m_script->initializeCalls, 3);
+    EXPECT_EQ(m_Script->m_InitializeCalls, 3);
     EXPECT_TRUE(card.Destroy());
-    EXPECT_EQ(m_script->finalizeCalls, 1);
+    EXPECT_EQ(m_Script->m_FinalizeCalls, 1);
     EXPECT_EQ(card.m_hLibrary, nullptr);
     EXPECT_FALSE(IsHeldByOthers());
 }
 
 TEST_F(Binding, ThatNeverSucceededIsGivenUpWholeToo) {
-    m_script->getInfoAnswer = CKR_GENERAL_ERROR;
+    m_Script->m_GetInfoAnswer = CKR_GENERAL_ERROR;
     ProbedCard card;
     EXPECT_FALSE(card.Init());
     EXPECT_FALSE(card.Init());
@@ -218,8 +218,8 @@ TEST_F(Binding, ThatNeverSucceededIsGivenUpWholeToo) {
 
 TEST_F(Binding, IsNotEndedByTheDestructor) {
     { const ProbedCard card; }
-    EXPECT_EQ(m_script->initializeCalls, 1);
-    EXPECT_EQ(m_script->finalizeCalls, 0);
+    EXPECT_EQ(m_Script->m_InitializeCalls, 1);
+    EXPECT_EQ(m_Script->m_FinalizeCalls, 0);
     EXPECT_TRUE(ProbedCard::m_bInitialized);
     EXPECT_TRUE(IsHeldByOthers());
 }
@@ -237,10 +237,10 @@ TEST_F(Binding, ReadsTheClientsVersionAnewEachTime) {
 // --- What the library tells about itself -------------------------------------------------------------------
 
 TEST_F(Binding, CutsTheLibrarysTextsAtTheirWidth) {
-    std::memset(&m_script->info, 'x', sizeof(m_script->info)); // so that no zero byte follows a text
-    const std::string manufacturer = FillWhole(m_script->info.manufacturerID, 'A');
-    const std::string description = FillWhole(m_script->info.libraryDescription, 'a');
-    m_script->info.libraryVersion = {9, 255};
+    std::memset(&m_Script->m_Info, 'x', sizeof(m_Script->m_Info)); // so that no zero byte follows a text
+    const std::string manufacturer = FillWhole(m_Script->m_Info.manufacturerID, 'A');
+    const std::string description = FillWhole(m_Script->m_Info.libraryDescription, 'a');
+    m_Script->m_Info.libraryVersion = {9, 255};
     ProbedCard card;
     EXPECT_EQ(card.m_Manufacturer, manufacturer);
     EXPECT_EQ(card.m_Manufacturer.size(), 32U);
@@ -250,9 +250,9 @@ TEST_F(Binding, CutsTheLibrarysTextsAtTheirWidth) {
 }
 
 TEST_F(Binding, KeepsTheBlanksOfTheLibrarysTextsAndEndsThemAtAZeroByte) {
-    FillField(m_script->info.manufacturerID, "Orsel");
-    FillField(m_script->info.libraryDescription, "Token");
-    m_script->info.libraryDescription[7] = 0;
+    FillField(m_Script->m_Info.manufacturerID, "Orsel");
+    FillField(m_Script->m_Info.libraryDescription, "Token");
+    m_Script->m_Info.libraryDescription[7] = 0;
     ProbedCard card;
     EXPECT_EQ(card.m_Manufacturer, "Orsel" + std::string(27, ' '));
     EXPECT_EQ(card.m_Description, "Token  ");

@@ -26,15 +26,15 @@ protected:
     /// The functions that were called since this trace was begun, without the listing of cards.
     std::vector<std::string> Calls() const {
         std::vector<std::string> calls;
-        for (const auto& record : m_deck.trace()) {
-            const std::string& name = record.function;
+        for (const auto& record : m_Deck.GetTrace()) {
+            const std::string& name = record.m_Function;
             if (name != "C_GetSlotList" && name != "C_GetTokenInfo" && name != "C_GetSlotInfo")
                 calls.push_back(name);
         }
         return calls;
     }
-    const std::string m_cin = "800400001111";
-    std::string m_error;
+    const std::string m_Cin = "800400001111";
+    std::string m_Error;
 };
 
 } // namespace
@@ -44,7 +44,7 @@ protected:
 TEST_F(DataOfACard, HoldsInsuranceDataOnECards) {
     std::vector<std::string> names;
     for (const std::string& kind : KnownKinds())
-        names.push_back(m_deck.add(kind, CardOptions().holder("Käthe")));
+        names.push_back(m_Deck.Add(kind, CardOptions().Holder("Käthe")));
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         const std::string kind = KnownKinds()[index];
         SCOPED_TRACE(kind);
@@ -57,7 +57,7 @@ TEST_F(DataOfACard, HoldsInsuranceDataOnECards) {
             unsigned long length = out.size();
             EXPECT_EQ((Card().*read)(out.data(), length), isECard);
             out.resize(isECard ? length : 0);
-            EXPECT_EQ(out, isECard ? m_deck.read(names[index]).contents.at(file) : Bytes{});
+            EXPECT_EQ(out, isECard ? m_Deck.Read(names[index]).m_Contents.at(file) : Bytes{});
         }
         EXPECT_THAT(log.Errors(), SizeIs(isECard ? 0 : 2));
         Card().CloseSession();
@@ -79,8 +79,8 @@ TEST_F(DataOfACard, NeedsRoomForInsuranceData) {
 
 TEST_F(DataOfACard, HoldsAnIdentityLinkOfItsHolderWhereThereIsNoInfobox) {
     for (const std::string& kind : KnownKinds())
-        m_deck.add(kind,
-                   CardOptions().holder("Franziska Müßig").serial("800400001111222" + kind.substr(7, 1)));
+        m_Deck.Add(kind,
+                   CardOptions().Holder("Franziska Müßig").Serial("800400001111222" + kind.substr(7, 1)));
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         SCOPED_TRACE(KnownKinds()[index]);
         Open(static_cast<int>(index));
@@ -98,23 +98,23 @@ TEST_F(DataOfACard, HoldsAnIdentityLinkOfItsHolderWhereThereIsNoInfobox) {
 
 TEST_F(DataOfACard, IsReadInOneSearchAndOneRead) {
     PutIn("acos-a03");
-    m_deck.clearTrace();
+    m_Deck.ClearTrace();
     Personenbindung record;
     EXPECT_TRUE(Card().ReadPers(&record));
     EXPECT_THAT(Calls(), ElementsAre("C_FindObjectsInit", "C_FindObjects", "C_FindObjectsFinal",
                                      "C_GetAttributeValue"));
-    EXPECT_EQ(m_deck.trace("C_FindObjects").front().value("max"), "1");
+    EXPECT_EQ(m_Deck.GetTrace("C_FindObjects").front().Value("max"), "1");
 }
 
 TEST_F(DataOfACard, ThatIsNoIdentityLinkIsRefused) {
     PutIn("acos-a03");
     Personenbindung record;
     for (const Bytes& junk : {Bytes{}, Bytes{0x31}, Bytes(5012, 0x41)}) {
-        m_deck.replaceObject(m_name, "PERSONENBINDUNG", junk);
+        m_Deck.ReplaceObject(m_Name, "PERSONENBINDUNG", junk);
         EXPECT_FALSE(Card().ReadPers(&record));
     }
     const LogCapture log;
-    m_deck.replaceObject(m_name, "PERSONENBINDUNG", Bytes(5013, 0x30));
+    m_Deck.ReplaceObject(m_Name, "PERSONENBINDUNG", Bytes(5013, 0x30));
     EXPECT_FALSE(Card().ReadPers(&record));
     EXPECT_THAT(log.Errors(), ElementsAre("PKCS11 Proc_C_GetAttributeValue(2) ERROR0x150"));
 }
@@ -124,27 +124,27 @@ TEST_F(DataOfACard, ThatIsNoIdentityLinkIsRefused) {
 class WrittenIdentityLink : public DataOfACard {
 protected:
     void SetUp() override {
-        m_deck.add("ecard-g2");
-        m_name = m_deck.add("acos-a03", CardOptions().serial(m_cin + "2222"));
-        m_before = OnCard();
+        m_Deck.Add("ecard-g2");
+        m_Name = m_Deck.Add("acos-a03", CardOptions().Serial(m_Cin + "2222"));
+        m_Before = OnCard();
     }
-    Bytes OnCard() const { return m_deck.objectContent(m_name, "PERSONENBINDUNG"); }
-    bool Update(const Bytes& data) { return Card().UpdatePersonenbindung(m_cin, data, m_error); }
+    Bytes OnCard() const { return m_Deck.ObjectContent(m_Name, "PERSONENBINDUNG"); }
+    bool Update(const Bytes& data) { return Card().UpdatePersonenbindung(m_Cin, data, m_Error); }
     static Bytes Sequence(size_t size) {
         Bytes bytes(size, 0x55);
         bytes[0] = 0x30;
         return bytes;
     }
-    Bytes m_before;
+    Bytes m_Before;
 };
 
 TEST_F(WrittenIdentityLink, IsOnTheCardToTheByte) {
     for (const size_t size : {128U, 3072U}) {
-        m_deck.answerPins({"1234"});
+        m_Deck.AnswerPins({"1234"});
         EXPECT_TRUE(Update(Sequence(size)));
         EXPECT_EQ(OnCard(), Sequence(size));
     }
-    EXPECT_EQ(m_error, "");
+    EXPECT_EQ(m_Error, "");
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
@@ -153,9 +153,9 @@ TEST_F(WrittenIdentityLink, CanBeReadAgain) {
     Personenbindung before;
     EXPECT_TRUE(Card().ReadPers(&before));
     Card().CloseSession();
-    Bytes longer = m_before;
+    Bytes longer = m_Before;
     longer.push_back(0); // behind the structure
-    m_deck.answerPins({"1234"});
+    m_Deck.AnswerPins({"1234"});
     EXPECT_TRUE(Update(longer));
     Open(1);
     Personenbindung after;
@@ -165,54 +165,54 @@ TEST_F(WrittenIdentityLink, CanBeReadAgain) {
 
 TEST_F(WrittenIdentityLink, TakesOneSessionWithALoginAndALogout) {
     Card();
-    m_deck.clearTrace();
-    m_deck.answerPins({"1234"});
+    m_Deck.ClearTrace();
+    m_Deck.AnswerPins({"1234"});
     EXPECT_TRUE(Update(Sequence(200)));
     EXPECT_THAT(Calls(),
                 ElementsAre("C_OpenSession", "C_FindObjectsInit", "C_FindObjects", "C_FindObjectsFinal",
                             "C_Login", "C_SetAttributeValue", "C_Logout", "C_CloseSession"));
-    EXPECT_EQ(m_deck.trace("C_OpenSession").front().value("flags"), "4");
-    EXPECT_EQ(m_deck.trace("C_Login").front().value("pin"), "asked");
-    EXPECT_EQ(m_deck.trace("C_SetAttributeValue").front().value("attributes"), "CKA_VALUE[200]");
+    EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").front().Value("flags"), "4");
+    EXPECT_EQ(m_Deck.GetTrace("C_Login").front().Value("pin"), "asked");
+    EXPECT_EQ(m_Deck.GetTrace("C_SetAttributeValue").front().Value("attributes"), "CKA_VALUE[200]");
 }
 
 TEST_F(WrittenIdentityLink, IsNotWrittenWithoutThePin) {
     const LogCapture log;
     for (const char* const answer : {"cancel", "9999"}) {
-        m_deck.clearTrace();
-        m_deck.answerPins({answer});
-        m_error.clear();
+        m_Deck.ClearTrace();
+        m_Deck.AnswerPins({answer});
+        m_Error.clear();
         EXPECT_FALSE(Update(Sequence(200)));
-        EXPECT_EQ(m_error, "Fehler beim Initialisieren des Kartenobjektes. (CLogin)");
-        EXPECT_THAT(m_deck.trace("C_Logout"), IsEmpty());
+        EXPECT_EQ(m_Error, "Fehler beim Initialisieren des Kartenobjektes. (CLogin)");
+        EXPECT_THAT(m_Deck.GetTrace("C_Logout"), IsEmpty());
     }
-    EXPECT_EQ(OnCard(), m_before);
+    EXPECT_EQ(OnCard(), m_Before);
     EXPECT_THAT(log.Errors(), ElementsAre("PKCS11 Proc_C_Login0x50", "PKCS11 Proc_C_Login0xa0"));
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
 TEST_F(WrittenIdentityLink, IsNotWrittenToAnyOtherCard) {
-    EXPECT_FALSE(Card().UpdatePersonenbindung("999999999999", Sequence(200), m_error));
-    EXPECT_EQ(m_error, "Keine Smartcard gefunden für CIN=999999999999");
-    EXPECT_THAT(m_deck.trace("C_OpenSession"), IsEmpty());
+    EXPECT_FALSE(Card().UpdatePersonenbindung("999999999999", Sequence(200), m_Error));
+    EXPECT_EQ(m_Error, "Keine Smartcard gefunden für CIN=999999999999");
+    EXPECT_THAT(m_Deck.GetTrace("C_OpenSession"), IsEmpty());
 }
 
 TEST_F(WrittenIdentityLink, NeedsTheObject) {
-    m_deck.removeObject(m_name, "PERSONENBINDUNG");
+    m_Deck.RemoveObject(m_Name, "PERSONENBINDUNG");
     EXPECT_FALSE(Update(Sequence(200)));
-    EXPECT_EQ(m_error, "Das Objekt 'PERSONENBINDUNG' wurde nicht gefunden.");
-    EXPECT_THAT(m_deck.trace("C_Login"), IsEmpty());
-    EXPECT_THAT(m_deck.trace("C_Logout"), SizeIs(1));
+    EXPECT_EQ(m_Error, "Das Objekt 'PERSONENBINDUNG' wurde nicht gefunden.");
+    EXPECT_THAT(m_Deck.GetTrace("C_Login"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_Logout"), SizeIs(1));
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
 TEST_F(WrittenIdentityLink, IsTheOldOneWhenTheWriteFails) {
-    m_deck.planFaults({"C_SetAttributeValue rv=CKR_DEVICE_MEMORY"});
-    m_deck.answerPins({"1234"});
+    m_Deck.PlanFaults({"C_SetAttributeValue rv=CKR_DEVICE_MEMORY"});
+    m_Deck.AnswerPins({"1234"});
     EXPECT_FALSE(Update(Sequence(200)));
-    EXPECT_EQ(m_error, "Fehler beim modifizieren des Kartenobjektes. (C_SetAttributeValue)");
-    EXPECT_EQ(OnCard(), m_before);
-    EXPECT_EQ(m_deck.trace("C_Logout").front().result, "CKR_OK");
+    EXPECT_EQ(m_Error, "Fehler beim modifizieren des Kartenobjektes. (C_SetAttributeValue)");
+    EXPECT_EQ(OnCard(), m_Before);
+    EXPECT_EQ(m_Deck.GetTrace("C_Logout").front().m_Result, "CKR_OK");
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
@@ -220,11 +220,11 @@ TEST_F(WrittenIdentityLink, IsTheOldOneWhenTheWriteFails) {
 
 class ReplacedCertificate : public DataOfACard {
 protected:
-    void SetUp() override { m_name = m_deck.add("acos-a04", CardOptions().serial(m_cin + "2222")); }
+    void SetUp() override { m_Name = m_Deck.Add("acos-a04", CardOptions().Serial(m_Cin + "2222")); }
 
-    Bytes OnCard(const std::string& label) const { return m_deck.objectContent(m_name, label); }
+    Bytes OnCard(const std::string& label) const { return m_Deck.ObjectContent(m_Name, label); }
     bool Update(const Bytes& der, bool sigCert) {
-        return Card().UpdateCertificate(m_cin, der, sigCert, m_error);
+        return Card().UpdateCertificate(m_Cin, der, sigCert, m_Error);
     }
     /// A certificate of the card under another number, signed with the card's own key.
     Bytes Renewed(const std::string& certificate, const std::string& key) const {
@@ -245,7 +245,7 @@ TEST_F(ReplacedCertificate, IsOnTheCardToTheByte) {
         const Bytes before = OnCard(label);
         const Bytes renewed = Renewed(label, key);
         ASSERT_NE(renewed, before);
-        EXPECT_TRUE(Update(renewed, sigCert)) << m_error;
+        EXPECT_TRUE(Update(renewed, sigCert)) << m_Error;
         EXPECT_EQ(OnCard(label), renewed);
         Bytes held;
         Card().GetSigningCertificate(held);
@@ -255,44 +255,44 @@ TEST_F(ReplacedCertificate, IsOnTheCardToTheByte) {
         EXPECT_EQ(Card().GetSerialNumber(), "0x1267");
         Card().CloseSession();
     }
-    EXPECT_THAT(m_deck.trace("C_Login"), IsEmpty());
-    EXPECT_THAT(m_deck.trace("C_Logout"), SizeIs(2));
+    EXPECT_THAT(m_Deck.GetTrace("C_Login"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_Logout"), SizeIs(2));
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
 TEST_F(ReplacedCertificate, HasToBeForTheSameKey) {
     const Bytes before = OnCard("C.CH.SIG");
     EXPECT_FALSE(Update(CertificateBuilder().Key(TestKey::P256).Der(), true));
-    EXPECT_EQ(m_error, "Public Key Hashwerte stimmen nicht überein");
+    EXPECT_EQ(m_Error, "Public Key Hashwerte stimmen nicht überein");
     EXPECT_FALSE(Update(OnCard("C.CH.EKEY"), true));
     EXPECT_EQ(OnCard("C.CH.SIG"), before);
-    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_SetAttributeValue"), IsEmpty());
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
 TEST_F(ReplacedCertificate, HasToBeOneAndToReplaceOne) {
     EXPECT_FALSE(Update({1, 2, 3}, true));
-    EXPECT_EQ(m_error, "Zertifikat konnte nicht gelesen werden");
+    EXPECT_EQ(m_Error, "Zertifikat konnte nicht gelesen werden");
     const Bytes renewed = Renewed("C.CH.SIG", "SK.CH.SIG");
-    m_deck.removeObject(m_name, "C.CH.SIG");
+    m_Deck.RemoveObject(m_Name, "C.CH.SIG");
     EXPECT_FALSE(Update(renewed, true));
-    EXPECT_EQ(m_error, "Zertifikat auf der Karte nicht gefunden");
+    EXPECT_EQ(m_Error, "Zertifikat auf der Karte nicht gefunden");
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
 TEST_F(ReplacedCertificate, OfACardThatDoesNotOpenCountsAsASuccess) {
-    m_deck.planFaults({"C_OpenSession rv=CKR_DEVICE_ERROR"});
+    m_Deck.PlanFaults({"C_OpenSession rv=CKR_DEVICE_ERROR"});
     const Bytes before = OnCard("C.CH.SIG");
     EXPECT_TRUE(Update(Renewed("C.CH.SIG", "SK.CH.SIG"), true));
-    EXPECT_EQ(m_error, "");
+    EXPECT_EQ(m_Error, "");
     EXPECT_EQ(OnCard("C.CH.SIG"), before);
 }
 
 TEST_F(ReplacedCertificate, IsTheOldOneWhenTheWriteFails) {
-    m_deck.planFaults({"C_SetAttributeValue rv=CKR_USER_NOT_LOGGED_IN"});
+    m_Deck.PlanFaults({"C_SetAttributeValue rv=CKR_USER_NOT_LOGGED_IN"});
     const Bytes before = OnCard("C.CH.SIG");
     EXPECT_FALSE(Update(Renewed("C.CH.SIG", "SK.CH.SIG"), true));
-    EXPECT_EQ(m_error, "Fehler beim Modifizieren des Kartenobjektes. Code = 0x101");
+    EXPECT_EQ(m_Error, "Fehler beim Modifizieren des Kartenobjektes. Code = 0x101");
     EXPECT_EQ(OnCard("C.CH.SIG"), before);
     EXPECT_EQ(OpenSessions(), 0U);
 }

@@ -25,9 +25,9 @@ protected:
     void PutBefore(size_t count, const std::string& label) {
         const Bytes tooLarge(5013, 0x30);
         for (size_t i = 0; i < count; ++i)
-            m_deck.addCertificate(m_name, label, tooLarge, {7});
-        m_deck.change(m_name, [count](orselsim::Card& card) {
-            auto& objects = card.record.objects;
+            m_Deck.AddCertificate(m_Name, label, tooLarge, {7});
+        m_Deck.Change(m_Name, [count](orselsim::Card& card) {
+            auto& objects = card.m_Record.m_Objects;
             std::rotate(objects.begin(), objects.end() - static_cast<std::ptrdiff_t>(count), objects.end());
         });
     }
@@ -38,13 +38,13 @@ protected:
 TEST_F(CertificatesOfACard, AreLoadedFromEveryKind) {
     std::vector<std::string> names;
     for (const std::string& kind : KnownKinds())
-        names.push_back(m_deck.add(kind, CardOptions().holder("Besitzer " + kind)));
+        names.push_back(m_Deck.Add(kind, CardOptions().Holder("Besitzer " + kind)));
     for (size_t index = 0; index < names.size(); ++index) {
         SCOPED_TRACE(names[index]);
         Open(static_cast<int>(index));
         for (const bool sigCert : {false, true}) {
             EXPECT_TRUE(Card().LoadSigningCertificate(sigCert));
-            EXPECT_EQ(Loaded(), m_deck.objectContent(names[index], sigCert ? "C.CH.SIG" : "C.CH.EKEY"));
+            EXPECT_EQ(Loaded(), m_Deck.ObjectContent(names[index], sigCert ? "C.CH.SIG" : "C.CH.EKEY"));
             EXPECT_EQ(Card().GetSubjectCN(), "Besitzer " + KnownKinds()[index]);
             EXPECT_THAT(Card().GetSubject(), HasSubstr("CN=Besitzer " + KnownKinds()[index]));
             EXPECT_THAT(Card().GetIssuer(), HasSubstr("CN="));
@@ -57,7 +57,7 @@ TEST_F(CertificatesOfACard, AreLoadedFromEveryKind) {
 
 TEST_F(CertificatesOfACard, HaveTheKeyThatTheTokenTells) {
     for (const std::string& kind : KnownKinds())
-        m_deck.add(kind);
+        m_Deck.Add(kind);
     ASSERT_EQ(ListCards(), KnownKinds().size());
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         SCOPED_TRACE(KnownKinds()[index]);
@@ -77,9 +77,9 @@ TEST_F(CertificatesOfACard, HaveTheKeyThatTheTokenTells) {
 }
 
 TEST_F(CertificatesOfACard, ReadByIndexLeaveNoSession) {
-    m_deck.add("acos-a03", CardOptions().holder("Anna"));
-    m_deck.add("empty");
-    m_deck.add("ecard-g4", CardOptions().holder("Eva"));
+    m_Deck.Add("acos-a03", CardOptions().Holder("Anna"));
+    m_Deck.Add("empty");
+    m_Deck.Add("ecard-g4", CardOptions().Holder("Eva"));
     slCertificate certificate;
     EXPECT_TRUE(Card().GetCertificate(1, true, certificate)); // the empty card does not count
     EXPECT_EQ(certificate.GetSubjectCN(), "Eva");
@@ -89,9 +89,9 @@ TEST_F(CertificatesOfACard, ReadByIndexLeaveNoSession) {
 }
 
 TEST_F(CertificatesOfACard, ThatAreMissingLeaveTheLastOnesHolder) {
-    PutIn("acos-a03", CardOptions().holder("Anna"));
+    PutIn("acos-a03", CardOptions().Holder("Anna"));
     EXPECT_TRUE(Card().LoadSigningCertificate(true));
-    m_deck.removeObject(m_name, "C.CH.EKEY");
+    m_Deck.RemoveObject(m_Name, "C.CH.EKEY");
     const LogCapture log;
     EXPECT_FALSE(Card().LoadSigningCertificate(false));
     EXPECT_EQ(log.Lines().back(), "M Key not found !!!");
@@ -102,10 +102,10 @@ TEST_F(CertificatesOfACard, ThatAreMissingLeaveTheLastOnesHolder) {
 
 TEST_F(CertificatesOfACard, WithALongerLabelAreFoundForWritingAlone) {
     PutIn("acos-a03");
-    m_deck.replaceObject(m_name, "C.CH.SIG", {1, 2, 3});
-    m_deck.change(m_name, [](orselsim::Card& card) {
-        for (orselsim::ObjectRecord& object : card.record.objects)
-            object.label += object.label == "C.CH.SIG" ? " (alt)" : "";
+    m_Deck.ReplaceObject(m_Name, "C.CH.SIG", {1, 2, 3});
+    m_Deck.Change(m_Name, [](orselsim::Card& card) {
+        for (orselsim::ObjectRecord& object : card.m_Record.m_Objects)
+            object.m_Label += object.m_Label == "C.CH.SIG" ? " (alt)" : "";
     });
     EXPECT_FALSE(Card().LoadSigningCertificate(true)); // this library matches whole labels
     EXPECT_NE(Card().getSigningCertificateHandle(true), 0U);
@@ -121,8 +121,8 @@ TEST_F(CertificatesOfACard, AreLookedAtUpToTheTenth) {
 }
 
 TEST_F(CertificatesOfACard, AreCollectedFromAllCardsThatOpen) {
-    m_deck.addDemoCards();
-    m_deck.planFaults({"C_OpenSession slot=2 rv=CKR_DEVICE_ERROR"});
+    m_Deck.AddDemoCards();
+    m_Deck.PlanFaults({"C_OpenSession slot=2 rv=CKR_DEVICE_ERROR"});
     EXPECT_TRUE(Card().LoadAllCerts());
     EXPECT_THAT(Card().m_CertVector, SizeIs(16)); // of nine personalised cards, two each, but for one card
     for (const slCertificate* certificate : Card().m_CertVector)
@@ -131,15 +131,15 @@ TEST_F(CertificatesOfACard, AreCollectedFromAllCardsThatOpen) {
 }
 
 TEST_F(CertificatesOfACard, AreNoneWithoutACard) {
-    m_deck.add("empty");
+    m_Deck.Add("empty");
     EXPECT_FALSE(Card().LoadAllCerts());
-    EXPECT_THAT(m_deck.trace("C_OpenSession"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_OpenSession"), IsEmpty());
 }
 
 TEST_F(CertificatesOfACard, ThatAreTooLargeArePassedOverWhenTheyAreCollected) {
     PutIn("acos-a03");
     PutBefore(1, "C.CH.EKEY");
-    m_deck.addCertificate(m_name, "C.CH.X", {1, 2, 3}, {8}); // and what is none stays in the list
+    m_Deck.AddCertificate(m_Name, "C.CH.X", {1, 2, 3}, {8}); // and what is none stays in the list
     const LogCapture log;
     EXPECT_TRUE(Card().loadAllCertsInSession());
     EXPECT_THAT(Card().m_CertVector, SizeIs(3));
@@ -148,7 +148,7 @@ TEST_F(CertificatesOfACard, ThatAreTooLargeArePassedOverWhenTheyAreCollected) {
 }
 
 TEST_F(CertificatesOfACard, WhoseLengthIsAbsurdEndTheCollectionButNotTheLoad) {
-    m_deck.planFaults({"C_GetAttributeValue call=2 attribute=CKA_VALUE length=1000000"});
+    m_Deck.PlanFaults({"C_GetAttributeValue call=2 attribute=CKA_VALUE length=1000000"});
     PutIn("acos-a03");
     EXPECT_FALSE(Card().loadAllCertsInSession());
     EXPECT_THAT(Card().m_CertVector, SizeIs(1));
@@ -158,14 +158,14 @@ TEST_F(CertificatesOfACard, WhoseLengthIsAbsurdEndTheCollectionButNotTheLoad) {
 }
 
 TEST_F(CertificatesOfACard, AreNotReadFromACardThatIsGone) {
-    PutIn("acos-a03", CardOptions().holder("Anna"));
+    PutIn("acos-a03", CardOptions().Holder("Anna"));
     EXPECT_TRUE(Card().LoadSigningCertificate(true));
-    m_deck.takeOut(m_name);
+    m_Deck.TakeOut(m_Name);
     const LogCapture log;
     EXPECT_FALSE(Card().LoadSigningCertificate(true));
     EXPECT_FALSE(Card().loadAllCertsInSession());
     EXPECT_THAT(log.Errors(), ElementsAre("PKCS11 Proc_C_FindObjectsInit0x32", "PKCS11 FindObjects ERROR",
                                           "PKCS11 Proc_C_FindObjectsInit0x32", "PKCS11 FindObjects"));
     EXPECT_EQ(Card().GetSubjectCN(), "Anna");
-    m_deck.putBack(m_name);
+    m_Deck.PutBack(m_Name);
 }

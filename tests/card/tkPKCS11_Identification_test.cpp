@@ -17,14 +17,14 @@ class Identification : public MockedCardTest {
 protected:
     void SetUp() override {
         MockedCardTest::SetUp();
-        m_card.m_hSession = 9;
-        m_card.m_Slots.push_back(new SlotStruct{100, "Karte", "1"});
-        m_card.m_SlotIndex = 0;
+        m_Card.m_hSession = 9;
+        m_Card.m_Slots.push_back(new SlotStruct{100, "Karte", "1"});
+        m_Card.m_SlotIndex = 0;
     }
 
     /// Plans one read of a property through a buffer of this capacity.
     void PlanAttribute(const char* name, unsigned long capacity, std::vector<unsigned char> value) {
-        EXPECT_CALL(m_library, CardAttribute(9, StrEq(name), _, testing::Pointee(capacity)))
+        EXPECT_CALL(m_Library, CardAttribute(9, StrEq(name), _, testing::Pointee(capacity)))
             .WillOnce([value](auto, auto, unsigned char* out, unsigned long* length) {
                 std::copy(value.begin(), value.end(), out);
                 *length = value.size();
@@ -32,10 +32,10 @@ protected:
             });
     }
     void PlanModel(const std::string& model) {
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, _, _))
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, _, _))
             .Times(2)
             .WillRepeatedly(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
-        EXPECT_CALL(m_library, GetTokenInfo(_, _))
+        EXPECT_CALL(m_Library, GetTokenInfo(_, _))
             .WillOnce(DoAll(SetArgPointee<1>(Token("Karte", "1", model)), Return(CKR_OK)));
     }
 };
@@ -46,81 +46,81 @@ constexpr const char* ACOS_ATR = "3BBF11008131FE45455041";
 
 TEST_F(Identification, TheAtrIsUpperCaseHexadecimalTextWithoutBlanks) {
     PlanAttribute("ATR", 1024, {0x3B, 0xDF, 0x0A, 0xfe});
-    EXPECT_EQ(m_card.ReadATR(false), "3BDF0AFE");
-    EXPECT_EQ(m_card.m_Atr, "3BDF0AFE");
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    EXPECT_EQ(m_Card.ReadATR(false), "3BDF0AFE");
+    EXPECT_EQ(m_Card.m_Atr, "3BDF0AFE");
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(Identification, ACachedAtrIsReadAgainOnlyByForce) {
-    m_card.m_Atr = "3B01";
-    EXPECT_EQ(m_card.ReadATR(false), "3B01");
+    m_Card.m_Atr = "3B01";
+    EXPECT_EQ(m_Card.ReadATR(false), "3B01");
     PlanAttribute("ATR", 1024, {0x3B, 0x02});
-    EXPECT_EQ(m_card.ReadATR(true), "3B02");
+    EXPECT_EQ(m_Card.ReadATR(true), "3B02");
 }
 
 TEST_F(Identification, AnAtrThatCannotBeReadIsEmptyAndReported) {
-    m_card.m_Atr = "3B01";
-    EXPECT_CALL(m_library, CardAttribute(_, _, _, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
-    EXPECT_EQ(m_card.ReadATR(true), "");
-    EXPECT_EQ(m_card.m_Atr, "");
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E Failed get ATR, rv = 0x32"));
+    m_Card.m_Atr = "3B01";
+    EXPECT_CALL(m_Library, CardAttribute(_, _, _, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
+    EXPECT_EQ(m_Card.ReadATR(true), "");
+    EXPECT_EQ(m_Card.m_Atr, "");
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E Failed get ATR, rv = 0x32"));
 }
 
 TEST_F(Identification, AnAtrLongerThanTheBufferIsAFailedRead) {
-    EXPECT_CALL(m_library, CardAttribute(_, _, _, _)).WillOnce(DoAll(SetArgPointee<3>(1025), Return(CKR_OK)));
-    EXPECT_EQ(m_card.ReadATR(false), "");
-    EXPECT_THAT(m_log.Errors(), testing::SizeIs(1));
-    EXPECT_CALL(m_library, CardAttribute(_, _, _, _)).WillOnce(DoAll(SetArgPointee<3>(257), Return(CKR_OK)));
-    EXPECT_EQ(m_card.Reset(), "");
-    EXPECT_THAT(m_log.Errors(), testing::SizeIs(2));
+    EXPECT_CALL(m_Library, CardAttribute(_, _, _, _)).WillOnce(DoAll(SetArgPointee<3>(1025), Return(CKR_OK)));
+    EXPECT_EQ(m_Card.ReadATR(false), "");
+    EXPECT_THAT(m_Log.Errors(), testing::SizeIs(1));
+    EXPECT_CALL(m_Library, CardAttribute(_, _, _, _)).WillOnce(DoAll(SetArgPointee<3>(257), Return(CKR_OK)));
+    EXPECT_EQ(m_Card.Reset(), "");
+    EXPECT_THAT(m_Log.Errors(), testing::SizeIs(2));
 }
 
 TEST_F(Identification, AnAtrThatFillsTheBufferIsTaken) {
     PlanAttribute("ATR", 1024, std::vector<unsigned char>(1024, 0x3B));
-    EXPECT_EQ(m_card.ReadATR(false).length(), 2048U);
+    EXPECT_EQ(m_Card.ReadATR(false).length(), 2048U);
 }
 
 TEST_F(Identification, WithoutTheVendorEntryPointThereIsNoAtrAndNoWord) {
     tkPKCS11::Proc_C_CardAttribute = nullptr;
-    m_card.m_Atr = "3B01";
-    EXPECT_EQ(m_card.ReadATR(false), "");
-    EXPECT_EQ(m_card.Reset(), "");
-    EXPECT_EQ(m_card.m_Atr, "3B01");
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    m_Card.m_Atr = "3B01";
+    EXPECT_EQ(m_Card.ReadATR(false), "");
+    EXPECT_EQ(m_Card.Reset(), "");
+    EXPECT_EQ(m_Card.m_Atr, "3B01");
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(Identification, SetAtrReplacesTheCachedText) {
     unsigned char bytes[] = {0x3B, 0xAB};
-    m_card.SetAtr(bytes, 2);
-    EXPECT_EQ(m_card.m_Atr, "3BAB");
-    m_card.SetAtr(bytes, 0);
-    EXPECT_EQ(m_card.m_Atr, "");
+    m_Card.SetAtr(bytes, 2);
+    EXPECT_EQ(m_Card.m_Atr, "3BAB");
+    m_Card.SetAtr(bytes, 0);
+    EXPECT_EQ(m_Card.m_Atr, "");
 }
 
 TEST_F(Identification, AResetGivesTheNewAtrThroughASmallerBuffer) {
-    m_card.m_Atr = "3B01";
+    m_Card.m_Atr = "3B01";
     PlanAttribute("Reset", 256, {0x3B, 0x77});
-    EXPECT_EQ(m_card.Reset(), "3B77");
-    EXPECT_EQ(m_card.m_Atr, "3B77");
+    EXPECT_EQ(m_Card.Reset(), "3B77");
+    EXPECT_EQ(m_Card.m_Atr, "3B77");
 }
 
 TEST_F(Identification, AFailedResetForgetsTheAtrAndIsReportedWithoutABlank) {
-    m_card.m_Atr = "3B01";
-    EXPECT_CALL(m_library, CardAttribute(_, StrEq("Reset"), _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
-    EXPECT_EQ(m_card.Reset(), "");
-    EXPECT_EQ(m_card.m_Atr, "");
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E Failed do Reset, rv =0x30"));
+    m_Card.m_Atr = "3B01";
+    EXPECT_CALL(m_Library, CardAttribute(_, StrEq("Reset"), _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_EQ(m_Card.Reset(), "");
+    EXPECT_EQ(m_Card.m_Atr, "");
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E Failed do Reset, rv =0x30"));
 }
 
 // --- AtrCmp ------------------------------------------------------------------------------------------------
 
 TEST_F(Identification, AtrsAreComparedByPrefixAndCase) {
-    EXPECT_TRUE(m_card.AtrCmp("3BBF11", "3BBF"));
-    EXPECT_TRUE(m_card.AtrCmp("3BBF", "3BBF"));
-    EXPECT_TRUE(m_card.AtrCmp("", ""));
-    EXPECT_FALSE(m_card.AtrCmp("3BB", "3BBF"));
-    EXPECT_FALSE(m_card.AtrCmp("3bbf11", "3BBF"));
-    EXPECT_FALSE(m_card.AtrCmp("003BBF", "3BBF"));
+    EXPECT_TRUE(m_Card.AtrCmp("3BBF11", "3BBF"));
+    EXPECT_TRUE(m_Card.AtrCmp("3BBF", "3BBF"));
+    EXPECT_TRUE(m_Card.AtrCmp("", ""));
+    EXPECT_FALSE(m_Card.AtrCmp("3BB", "3BBF"));
+    EXPECT_FALSE(m_Card.AtrCmp("3bbf11", "3BBF"));
+    EXPECT_FALSE(m_Card.AtrCmp("003BBF", "3BBF"));
 }
 
 // --- LoadCardType, GetCardType -----------------------------------------------------------------------------
@@ -135,12 +135,12 @@ TEST_F(Identification, EveryKnownAtrGivesItsCardType) {
     };
     for (const auto& [atr, type] : rows) {
         for (const char* rest : {"", "0102"}) {
-            m_card.m_Atr = std::string(atr) + rest;
-            EXPECT_TRUE(m_card.LoadCardType()) << atr;
-            EXPECT_EQ(m_card.m_CardType, type) << atr;
+            m_Card.m_Atr = std::string(atr) + rest;
+            EXPECT_TRUE(m_Card.LoadCardType()) << atr;
+            EXPECT_EQ(m_Card.m_CardType, type) << atr;
         }
     }
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(Identification, OneAtrCoversThreeAcosGenerationsToldApartByTheModel) {
@@ -149,70 +149,70 @@ TEST_F(Identification, OneAtrCoversThreeAcosGenerationsToldApartByTheModel) {
         {"ACOS EMV-A05xyz", CARD_ACOS_A05}, {"Anderes", CARD_ACOS_A03},
     };
     for (const auto& [model, type] : rows) {
-        m_card.m_Atr = ACOS_ATR;
+        m_Card.m_Atr = ACOS_ATR;
         PlanModel(model);
-        EXPECT_TRUE(m_card.LoadCardType()) << model;
-        EXPECT_EQ(m_card.m_CardType, type) << model;
+        EXPECT_TRUE(m_Card.LoadCardType()) << model;
+        EXPECT_EQ(m_Card.m_CardType, type) << model;
     }
 }
 
 TEST_F(Identification, AnAcosCardWhoseModelCannotBeReadIsTheOldestGeneration) {
-    m_card.m_Atr = ACOS_ATR;
-    EXPECT_CALL(m_library, GetSlotList(_, _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
-    EXPECT_TRUE(m_card.LoadCardType());
-    EXPECT_EQ(m_card.m_CardType, CARD_ACOS_A03);
+    m_Card.m_Atr = ACOS_ATR;
+    EXPECT_CALL(m_Library, GetSlotList(_, _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_TRUE(m_Card.LoadCardType());
+    EXPECT_EQ(m_Card.m_CardType, CARD_ACOS_A03);
 }
 
 TEST_F(Identification, AnUnknownAtrIsReportedAndLeavesTheTypeUnknown) {
-    m_card.m_CardType = CARD_CARDOS;
-    m_card.m_Atr = "3BBF1100";
-    EXPECT_FALSE(m_card.LoadCardType());
-    EXPECT_EQ(m_card.m_CardType, CARD_UNKNOWN);
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E Unknown atr=3BBF1100"));
+    m_Card.m_CardType = CARD_CARDOS;
+    m_Card.m_Atr = "3BBF1100";
+    EXPECT_FALSE(m_Card.LoadCardType());
+    EXPECT_EQ(m_Card.m_CardType, CARD_UNKNOWN);
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E Unknown atr=3BBF1100"));
 }
 
 TEST_F(Identification, ALibraryWithoutTheVendorEntryPointGivesAnUnknownCard) {
     tkPKCS11::Proc_C_CardAttribute = nullptr;
-    EXPECT_FALSE(m_card.LoadCardType());
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E Unknown atr="));
+    EXPECT_FALSE(m_Card.LoadCardType());
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E Unknown atr="));
 }
 
 TEST_F(Identification, WithoutASessionThereIsNoCardType) {
-    m_card.m_CardType = CARD_CARDOS;
-    m_card.m_hSession = 0;
-    EXPECT_FALSE(m_card.LoadCardType());
-    EXPECT_EQ(m_card.m_CardType, CARD_UNKNOWN);
-    m_card.m_hSession = 9;
+    m_Card.m_CardType = CARD_CARDOS;
+    m_Card.m_hSession = 0;
+    EXPECT_FALSE(m_Card.LoadCardType());
+    EXPECT_EQ(m_Card.m_CardType, CARD_UNKNOWN);
+    m_Card.m_hSession = 9;
     for (const int index : {-1, 1}) {
-        m_card.m_SlotIndex = index;
-        EXPECT_FALSE(m_card.LoadCardType());
+        m_Card.m_SlotIndex = index;
+        EXPECT_FALSE(m_Card.LoadCardType());
     }
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E no session (1)", "E no session (2)", "E no session (2)"));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E no session (1)", "E no session (2)", "E no session (2)"));
 }
 
 TEST_F(Identification, ACachedAtrDecidesAlsoAfterAChangeOfCard) {
     PlanAttribute("ATR", 1024, {0x3B, 0xBD, 0x18, 0x00, 0x81, 0x31, 0xFE, 0x45, 0x80, 0x51, 0x02});
-    EXPECT_TRUE(m_card.LoadCardType());
-    EXPECT_TRUE(m_card.LoadCardType()); // no second read is planned
-    EXPECT_EQ(m_card.m_CardType, CARD_ECARD_G2);
+    EXPECT_TRUE(m_Card.LoadCardType());
+    EXPECT_TRUE(m_Card.LoadCardType()); // no second read is planned
+    EXPECT_EQ(m_Card.m_CardType, CARD_ECARD_G2);
 }
 
 TEST_F(Identification, GetCardTypeLoadsOnlyWhileTheTypeIsUnknown) {
-    m_card.m_CardType = CARD_CARDOS;
-    EXPECT_EQ(m_card.GetCardType(), CARD_CARDOS);
-    m_card.m_CardType = CARD_UNKNOWN;
-    m_card.m_Atr = "FF";
-    EXPECT_EQ(m_card.GetCardType(), CARD_UNKNOWN);
-    EXPECT_EQ(m_card.GetCardType(), CARD_UNKNOWN);
-    EXPECT_THAT(m_log.Errors(), ElementsAre("Unknown atr=FF", "Unknown atr=FF"));
-    m_card.m_Atr = "3BBD18008131FE45805102";
-    EXPECT_EQ(m_card.GetCardType(), CARD_ECARD_G2);
+    m_Card.m_CardType = CARD_CARDOS;
+    EXPECT_EQ(m_Card.GetCardType(), CARD_CARDOS);
+    m_Card.m_CardType = CARD_UNKNOWN;
+    m_Card.m_Atr = "FF";
+    EXPECT_EQ(m_Card.GetCardType(), CARD_UNKNOWN);
+    EXPECT_EQ(m_Card.GetCardType(), CARD_UNKNOWN);
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("Unknown atr=FF", "Unknown atr=FF"));
+    m_Card.m_Atr = "3BBD18008131FE45805102";
+    EXPECT_EQ(m_Card.GetCardType(), CARD_ECARD_G2);
 }
 
 TEST_F(Identification, TheKindOfCardFollowsFromTheLoadedTypeAlone) {
     struct Row {
-        int type;
-        bool acos, eCard, cardOs;
+        int m_Type;
+        bool m_Acos, m_ECard, m_CardOs;
     };
     const Row rows[] = {
         {CARD_UNKNOWN, false, false, false},
@@ -226,12 +226,12 @@ TEST_F(Identification, TheKindOfCardFollowsFromTheLoadedTypeAlone) {
         {CARD_ECARD_G3B, false, true, false},
         {CARD_CARDOS, false, false, true},
     };
-    m_card.m_Atr = "3BBD18008131FE45805102"; // an e-card, if anybody looked
+    m_Card.m_Atr = "3BBD18008131FE45805102"; // an e-card, if anybody looked
     for (const Row& row : rows) {
-        m_card.m_CardType = row.type;
-        EXPECT_EQ(m_card.IsAcos(), row.acos) << row.type;
-        EXPECT_EQ(m_card.IsECard(), row.eCard) << row.type;
-        EXPECT_EQ(m_card.IsCardOS(), row.cardOs) << row.type;
+        m_Card.m_CardType = row.m_Type;
+        EXPECT_EQ(m_Card.IsAcos(), row.m_Acos) << row.m_Type;
+        EXPECT_EQ(m_Card.IsECard(), row.m_ECard) << row.m_Type;
+        EXPECT_EQ(m_Card.IsCardOS(), row.m_CardOs) << row.m_Type;
     }
 }
 
@@ -239,23 +239,24 @@ TEST_F(Identification, TheKindOfCardFollowsFromTheLoadedTypeAlone) {
 
 TEST_F(Identification, AnAbsentClientHasFourZeros) {
     int version[4] = {1, 2, 3, 4};
-    m_card.LoadOrselClientVersion(version);
+    m_Card.LoadOrselClientVersion(version);
     EXPECT_THAT(version, ElementsAre(0, 0, 0, 0));
-    EXPECT_EQ(m_card.GetOrselClientVersion(), "0.0.0.0");
+    EXPECT_EQ(m_Card.GetOrselClientVersion(), "0.0.0.0");
 }
 
 TEST_F(Identification, ASoftwarePinDependsOnEachFieldOfTheClientVersionByItself) {
     struct Row {
-        int version[4];
-        bool supported;
+        int m_Version[4];
+        bool m_Supported;
     };
     const Row rows[] = {
         {{0, 0, 0, 0}, false}, {{1, 3, 2, 10}, false}, {{2, 0, 0, 0}, true},  {{0, 4, 0, 0}, true},
         {{0, 0, 3, 0}, true},  {{0, 0, 0, 11}, true},  {{1, 0, 0, 11}, true}, {{3, 0, 0, 0}, true},
     };
     for (const Row& row : rows) {
-        std::copy(std::begin(row.version), std::end(row.version), m_card.m_ClientVersion);
-        EXPECT_EQ(m_card.ClientSupportForceSofwarePin(), row.supported)
-            << row.version[0] << "." << row.version[1] << "." << row.version[2] << "." << row.version[3];
+        std::copy(std::begin(row.m_Version), std::end(row.m_Version), m_Card.m_ClientVersion);
+        EXPECT_EQ(m_Card.ClientSupportForceSofwarePin(), row.m_Supported)
+            << row.m_Version[0] << "." << row.m_Version[1] << "." << row.m_Version[2] << "."
+            << row.m_Version[3];
     }
 }

@@ -20,14 +20,14 @@ protected:
     /// The attributes of every write so far, as the trace shows them.
     std::vector<std::string> Writes() const {
         std::vector<std::string> writes;
-        for (const TraceRecord& record : m_deck.trace("C_SetAttributeValue"))
-            writes.push_back(record.value("attributes"));
+        for (const TraceRecord& record : m_Deck.GetTrace("C_SetAttributeValue"))
+            writes.push_back(record.Value("attributes"));
         return writes;
     }
-    void SetClientVersion(int major) { m_card->m_ClientVersion[0] = major; }
+    void SetClientVersion(int major) { m_Card->m_ClientVersion[0] = major; }
 
-    PINState m_state = PIN_STATE_OK;
-    int m_tries = 17;
+    PINState m_State = PIN_STATE_OK;
+    int m_Tries = 17;
 };
 
 } // namespace
@@ -42,22 +42,22 @@ TEST_F(PinsOfACard, AreChangedAtTheObjectsThatTheyProtect) {
     };
     PutIn("acos-a03");
     for (const auto& [appl, pin, before, after] : rows) {
-        m_deck.answerPins({before, after, after});
+        m_Deck.AnswerPins({before, after, after});
         EXPECT_EQ(Card().ChangePIN(appl), P11_OK);
-        EXPECT_TRUE(m_deck.hasPin(m_name, pin, after)) << pin;
+        EXPECT_TRUE(m_Deck.HasPin(m_Name, pin, after)) << pin;
     }
     EXPECT_THAT(Writes(), ElementsAre("0x200:0", "0x200:0", "0x200:0"));
     for (const char* const digits : {"123456", "654321", "4321", "98765"})
-        EXPECT_THAT(m_deck.traceText(), Not(HasSubstr(digits)));
+        EXPECT_THAT(m_Deck.TraceText(), Not(HasSubstr(digits)));
 }
 
 TEST_F(PinsOfACard, AreChangedOnEveryKind) {
     for (const std::string& kind : KnownKinds())
-        m_deck.add(kind);
+        m_Deck.Add(kind);
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         SCOPED_TRACE(KnownKinds()[index]);
         Open(static_cast<int>(index));
-        m_deck.answerPins({"123456", "111222", "111222", "1234", "3333", "3333"});
+        m_Deck.AnswerPins({"123456", "111222", "111222", "1234", "3333", "3333"});
         EXPECT_EQ(Card().ChangePIN(ApplSignature), P11_OK);
         EXPECT_EQ(Card().ChangePIN(ApplEncryption), P11_OK);
         Card().CloseSession();
@@ -71,9 +71,9 @@ TEST_F(PinsOfACard, AreLockedByTheThirdWrongTryAndStayIt) {
     const unsigned triesLeft[] = {2, 1, 0, 0};
     const LogCapture log;
     for (size_t i = 0; i < std::size(results); ++i) {
-        m_deck.answerPins({"999999", "654321", "654321"}); // the last time nobody is asked
+        m_Deck.AnswerPins({"999999", "654321", "654321"}); // the last time nobody is asked
         EXPECT_EQ(Card().ChangePIN(ApplSignature), results[i]) << i;
-        EXPECT_EQ(m_deck.triesLeft(m_name, "signature"), triesLeft[i]) << i;
+        EXPECT_EQ(m_Deck.TriesLeft(m_Name, "signature"), triesLeft[i]) << i;
     }
     EXPECT_THAT(log.Errors(), ElementsAre("Proc_C_SetAttributeValue returned CKR_PIN_INCORRECT",
                                           "Proc_C_SetAttributeValue returned CKR_PIN_INCORRECT",
@@ -84,12 +84,12 @@ TEST_F(PinsOfACard, AreLockedByTheThirdWrongTryAndStayIt) {
 TEST_F(PinsOfACard, StayAsTheyAreWhenTheUserCancels) {
     PutIn("acos-a05");
     const LogCapture log;
-    m_deck.answerPins({"cancel"});
+    m_Deck.AnswerPins({"cancel"});
     EXPECT_EQ(Card().ChangePIN(ApplSignature), P11_CANCELLED);
-    m_deck.answerPins({"1234", "4321", "cancel"});
+    m_Deck.AnswerPins({"1234", "4321", "cancel"});
     EXPECT_EQ(Card().ChangePIN(ApplEncryption), P11_CANCELLED);
-    EXPECT_TRUE(m_deck.hasPin(m_name, "signature", "123456"));
-    EXPECT_TRUE(m_deck.hasPin(m_name, "encryption", "1234"));
+    EXPECT_TRUE(m_Deck.HasPin(m_Name, "signature", "123456"));
+    EXPECT_TRUE(m_Deck.HasPin(m_Name, "encryption", "1234"));
     EXPECT_THAT(log.Errors(), ElementsAre("Proc_C_SetAttributeValue returned CKR_FUNCTION_CANCELED",
                                           "Proc_C_SetAttributeValue returned CKR_FUNCTION_CANCELED"));
 }
@@ -97,17 +97,17 @@ TEST_F(PinsOfACard, StayAsTheyAreWhenTheUserCancels) {
 TEST_F(PinsOfACard, AreRefusedInAWrongFormWithoutCostingATry) {
     PutIn("acos-a05");
     const LogCapture log;
-    m_deck.answerPins({"123456", "12345", "12345", "123456", "abcdef", "abcdef"});
+    m_Deck.AnswerPins({"123456", "12345", "12345", "123456", "abcdef", "abcdef"});
     EXPECT_EQ(Card().ChangePIN(ApplSignature), P11_ERROR);
     EXPECT_EQ(Card().ChangePIN(ApplSignature), P11_ERROR);
-    EXPECT_EQ(m_deck.triesLeft(m_name, "signature"), 3U);
+    EXPECT_EQ(m_Deck.TriesLeft(m_Name, "signature"), 3U);
     EXPECT_THAT(log.Errors(), ElementsAre("Proc_C_SetAttributeValue returned 0xa2",
                                           "Proc_C_SetAttributeValue returned 0xa1"));
 }
 
 TEST_F(PinsOfACard, NeedTheirObject) {
     PutIn("cardos-53"); // its identity link lies in the infobox, under another name
-    m_deck.removeObject(m_name, "SK.CH.SIG");
+    m_Deck.RemoveObject(m_Name, "SK.CH.SIG");
     const LogCapture log;
     EXPECT_EQ(Card().ChangePIN(ApplSignature), P11_ERROR);
     EXPECT_EQ(Card().UnblockPIN(ApplIdentityLink), P11_ERROR);
@@ -117,26 +117,26 @@ TEST_F(PinsOfACard, NeedTheirObject) {
 
 TEST_F(PinsOfACard, CannotBeChangedOnACardThatIsGone) {
     PutIn("acos-a03");
-    m_deck.takeOut(m_name);
+    m_Deck.TakeOut(m_Name);
     EXPECT_EQ(Card().ChangePIN(ApplSignature), P11_ERROR);
     EXPECT_EQ(Card().UnblockPIN(ApplEncryption), P11_ERROR);
-    m_deck.putBack(m_name);
+    m_Deck.PutBack(m_Name);
 }
 
 // --- UnblockPIN --------------------------------------------------------------------------------------------
 
 TEST_F(PinsOfACard, AreUnblockedWithThePuk) {
     PutIn("acos-a03");
-    m_deck.setTries(m_name, "signature", 0);
-    m_deck.setTries(m_name, "encryption", 0);
-    m_deck.answerPins({"12345678", "222333", "222333", "12345678", "4444", "4444"});
+    m_Deck.SetTries(m_Name, "signature", 0);
+    m_Deck.SetTries(m_Name, "encryption", 0);
+    m_Deck.AnswerPins({"12345678", "222333", "222333", "12345678", "4444", "4444"});
     EXPECT_EQ(Card().UnblockPIN(ApplSignature), P11_OK);
     EXPECT_EQ(Card().UnblockPIN(ApplIdentityLink), P11_OK);
-    EXPECT_TRUE(m_deck.hasPin(m_name, "signature", "222333"));
-    EXPECT_TRUE(m_deck.hasPin(m_name, "encryption", "4444"));
-    EXPECT_EQ(m_deck.triesLeft(m_name, "signature"), 3U);
+    EXPECT_TRUE(m_Deck.HasPin(m_Name, "signature", "222333"));
+    EXPECT_TRUE(m_Deck.HasPin(m_Name, "encryption", "4444"));
+    EXPECT_EQ(m_Deck.TriesLeft(m_Name, "signature"), 3U);
     EXPECT_THAT(Writes(), ElementsAre("0x201:0", "0x201:0"));
-    m_deck.answerPins({"87654321", "222333", "222333"});
+    m_Deck.AnswerPins({"87654321", "222333", "222333"});
     EXPECT_EQ(Card().UnblockPIN(ApplEncryption), P11_PIN_INCORRECT);
 }
 
@@ -151,26 +151,26 @@ TEST_F(PinsOfACard, AreNotUnblockedOnACardWithoutAPuk) {
 
 TEST_F(PinsOfACard, AreInitialisedOnTheScreenByAClientThatCan) {
     PutIn("acos-a04");
-    m_deck.unsetPin(m_name, "signature");
+    m_Deck.UnsetPin(m_Name, "signature");
     SetClientVersion(2);
-    m_deck.answerPins({"777888", "777888"});
+    m_Deck.AnswerPins({"777888", "777888"});
     EXPECT_EQ(Card().InitPIN(ApplSignature), P11_OK);
-    EXPECT_TRUE(m_deck.hasPin(m_name, "signature", "777888"));
+    EXPECT_TRUE(m_Deck.HasPin(m_Name, "signature", "777888"));
     EXPECT_THAT(Writes(), ElementsAre("0x200:1,0x80000002:1"));
 }
 
 TEST_F(PinsOfACard, AreInitialisedWithoutTheScreenWhereTheCardRefusesIt) {
     PutIn("acos-a04");
-    m_deck.unsetPin(m_name, "signature");
-    m_deck.change(m_name, [](orselsim::Card& card) { card.record.allowsSoftwarePin = false; });
+    m_Deck.UnsetPin(m_Name, "signature");
+    m_Deck.Change(m_Name, [](orselsim::Card& card) { card.m_Record.m_AllowsSoftwarePin = false; });
     SetClientVersion(2);
-    m_deck.answerPins({"777888", "777888"});
+    m_Deck.AnswerPins({"777888", "777888"});
     EXPECT_EQ(Card().InitPIN(ApplSignature), P11_OK);
     EXPECT_THAT(Writes(), ElementsAre("0x200:1,0x80000002:1", "0x200:1"));
 }
 
 TEST_F(PinsOfACard, AreAskedForOnceMoreWithAnEmptyListByAnOldClient) {
-    m_deck.planFaults({"C_SetAttributeValue call=1 rv=CKR_FUNCTION_FAILED"});
+    m_Deck.PlanFaults({"C_SetAttributeValue call=1 rv=CKR_FUNCTION_FAILED"});
     PutIn("acos-a04");
     SetClientVersion(1);
     EXPECT_EQ(Card().InitPIN(ApplSignature), P11_PIN_INCORRECT); // the library refuses the empty list
@@ -180,12 +180,12 @@ TEST_F(PinsOfACard, AreAskedForOnceMoreWithAnEmptyListByAnOldClient) {
 TEST_F(PinsOfACard, AreInitialisedOnce) {
     PutIn("acos-a04");
     EXPECT_EQ(Card().InitPIN(ApplSignature), P11_PIN_INCORRECT);
-    EXPECT_TRUE(m_deck.hasPin(m_name, "signature", "123456"));
+    EXPECT_TRUE(m_Deck.HasPin(m_Name, "signature", "123456"));
 }
 
 TEST_F(PinsOfACard, OfOtherKeysAndCardsAreChangedByAnInitialisation) {
     PutIn("acos-a04");
-    m_deck.answerPins({"1234", "4321", "4321", "0000", "1111", "1111"});
+    m_Deck.AnswerPins({"1234", "4321", "4321", "0000", "1111", "1111"});
     EXPECT_EQ(Card().InitPIN(ApplEncryption), P11_OK);
     EXPECT_EQ(Card().InitPIN(ApplEncryption), P11_PIN_LOCKED); // a wrong PIN, told in the other way
     EXPECT_THAT(Writes(), ElementsAre("0x200:0", "0x200:0"));
@@ -201,16 +201,16 @@ TEST_F(PinsOfACard, OfAnUnknownCardAreNotInitialised) {
 
 TEST_F(PinsOfACard, TellTheirTriesOnECardsOfAKnownAtr) {
     for (const std::string& kind : KnownKinds())
-        m_deck.add(kind);
+        m_Deck.Add(kind);
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         const std::string kind = KnownKinds()[index];
         SCOPED_TRACE(kind);
         Open(static_cast<int>(index));
         const bool tells = kind == "ecard-g2" || kind == "ecard-g3a" || kind == "ecard-g3b";
         for (const ApplType appl : {ApplSignature, ApplEncryption, ApplIdentityLink}) {
-            EXPECT_EQ(Card().GetPINStatus(appl, m_state, m_tries), tells ? 0 : -1);
-            EXPECT_EQ(m_state, tells ? PIN_STATE_OK : PIN_STATE_UNKNOWN);
-            EXPECT_EQ(m_tries, tells ? 3 : -1);
+            EXPECT_EQ(Card().GetPINStatus(appl, m_State, m_Tries), tells ? 0 : -1);
+            EXPECT_EQ(m_State, tells ? PIN_STATE_OK : PIN_STATE_UNKNOWN);
+            EXPECT_EQ(m_Tries, tells ? 3 : -1);
         }
         Card().CloseSession();
     }
@@ -218,30 +218,30 @@ TEST_F(PinsOfACard, TellTheirTriesOnECardsOfAKnownAtr) {
 
 TEST_F(PinsOfACard, TellEveryStateTheyAreIn) {
     PutIn("ecard-g2");
-    m_deck.setTries(m_name, "signature", 1);
-    m_deck.setTries(m_name, "encryption", 0);
-    EXPECT_EQ(Card().GetPINStatus(ApplSignature, m_state, m_tries), 0);
-    EXPECT_EQ(std::pair(m_state, m_tries), std::pair(PIN_STATE_OK, 1));
-    EXPECT_EQ(Card().GetPINStatus(ApplIdentityLink, m_state, m_tries), 0);
-    EXPECT_EQ(std::pair(m_state, m_tries), std::pair(PIN_STATE_BLOCKED, 0));
-    m_deck.unsetPin(m_name, "encryption");
-    EXPECT_EQ(Card().GetPINStatus(ApplEncryption, m_state, m_tries), 0);
-    EXPECT_EQ(std::pair(m_state, m_tries), std::pair(PIN_STATE_UNKNOWN, -1));
+    m_Deck.SetTries(m_Name, "signature", 1);
+    m_Deck.SetTries(m_Name, "encryption", 0);
+    EXPECT_EQ(Card().GetPINStatus(ApplSignature, m_State, m_Tries), 0);
+    EXPECT_EQ(std::pair(m_State, m_Tries), std::pair(PIN_STATE_OK, 1));
+    EXPECT_EQ(Card().GetPINStatus(ApplIdentityLink, m_State, m_Tries), 0);
+    EXPECT_EQ(std::pair(m_State, m_Tries), std::pair(PIN_STATE_BLOCKED, 0));
+    m_Deck.UnsetPin(m_Name, "encryption");
+    EXPECT_EQ(Card().GetPINStatus(ApplEncryption, m_State, m_Tries), 0);
+    EXPECT_EQ(std::pair(m_State, m_Tries), std::pair(PIN_STATE_UNKNOWN, -1));
 }
 
 TEST_F(PinsOfACard, TellNothingBeforeTheCardTypeIsLoaded) {
-    m_deck.add("ecard-g2");
+    m_Deck.Add("ecard-g2");
     ListCards();
     ASSERT_TRUE(Card().OpenSession(0, false));
-    EXPECT_EQ(Card().GetPINStatus(ApplSignature, m_state, m_tries), -1);
-    EXPECT_EQ(std::pair(m_state, m_tries), std::pair(PIN_STATE_UNKNOWN, -1));
+    EXPECT_EQ(Card().GetPINStatus(ApplSignature, m_State, m_Tries), -1);
+    EXPECT_EQ(std::pair(m_State, m_Tries), std::pair(PIN_STATE_UNKNOWN, -1));
     EXPECT_TRUE(Card().LoadCardType());
-    EXPECT_EQ(Card().GetPINStatus(ApplSignature, m_state, m_tries), 0);
+    EXPECT_EQ(Card().GetPINStatus(ApplSignature, m_State, m_Tries), 0);
 }
 
 TEST_F(PinsOfACard, OfACardThatLacksTheQueryReadAsBlocked) {
     PutIn("ecard-g2");
-    m_deck.change(m_name, [](orselsim::Card& card) { card.record.reportsPinStatus = false; });
-    EXPECT_EQ(Card().GetPINStatus(ApplSignature, m_state, m_tries), -2);
-    EXPECT_EQ(std::pair(m_state, m_tries), std::pair(PIN_STATE_BLOCKED, 0));
+    m_Deck.Change(m_Name, [](orselsim::Card& card) { card.m_Record.m_ReportsPinStatus = false; });
+    EXPECT_EQ(Card().GetPINStatus(ApplSignature, m_State, m_Tries), -2);
+    EXPECT_EQ(std::pair(m_State, m_Tries), std::pair(PIN_STATE_BLOCKED, 0));
 }

@@ -19,7 +19,7 @@ const char* const FAILED_CALLS[] = {"PKCS11 Proc_C_FindObjectsInit0x30", "PKCS11
 
 class ByCertificate : public MockedSigningTest {
 protected:
-    const Wanted ANY_CERT = {CKO_CERTIFICATE};
+    const Wanted m_AnyCert = {CKO_CERTIFICATE};
 
     /// A certificate's attributes as this search reads them.
     static std::vector<ReadAttribute> Read(const Bytes& der, const std::string& id) {
@@ -30,123 +30,123 @@ protected:
         PlanRead(KEY, {Label(label)});
     }
 
-    const Bytes m_der = CertificateBuilder().Serial("77").Der();
-    const Bytes m_other = CertificateBuilder().Serial("78").Der();
-    const std::wstring m_thumbprint = CertificateBuilder().Serial("77").Wrapped().GetThumbprint();
-    const Bytes m_data = {1, 2, 3};
-    Bytes m_signature;
-    slCertificate m_certificate;
-    std::string m_label;
+    const Bytes m_Der = CertificateBuilder().Serial("77").Der();
+    const Bytes m_Other = CertificateBuilder().Serial("78").Der();
+    const std::wstring m_Thumbprint = CertificateBuilder().Serial("77").Wrapped().GetThumbprint();
+    const Bytes m_Data = {1, 2, 3};
+    Bytes m_Signature;
+    slCertificate m_Certificate;
+    std::string m_Label;
 };
 
 } // namespace
 
 TEST_F(ByCertificate, TheKeyIsFoundByItsId) {
-    PlanSearch(ANY_CERT, {1, 2, 3, 4, 5});
+    PlanSearch(m_AnyCert, {1, 2, 3, 4, 5});
     PlanFailedRead(1, CKR_DEVICE_ERROR);
-    PlanRead(2, Read(m_other, "\x01"));
+    PlanRead(2, Read(m_Other, "\x01"));
     PlanRead(3, Read({0x30}, "\x02")); // no certificate
-    PlanRead(4, Read(m_der, std::string("\x03\x00\x04", 3)));
+    PlanRead(4, Read(m_Der, std::string("\x03\x00\x04", 3)));
     PlanKeyOfId(std::string("\x03\x00\x04", 3), "SK.CH.SIG");
-    EXPECT_TRUE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
-    EXPECT_EQ(m_certificate.ToBin(), m_der);
-    EXPECT_EQ(m_label, "SK.CH.SIG");
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x30"));
+    EXPECT_TRUE(m_Card.findCertAndKey(m_Thumbprint, m_Certificate, m_Label));
+    EXPECT_EQ(m_Certificate.ToBin(), m_Der);
+    EXPECT_EQ(m_Label, "SK.CH.SIG");
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x30"));
 }
 
 TEST_F(ByCertificate, TheThumbprintCountsInItsWholeLength) {
-    PlanSearch(ANY_CERT, {1, 1});
-    PlanRead(1, Read(m_der, "\x01"));
-    PlanRead(1, Read(m_other, "\x01"));
-    EXPECT_FALSE(m_card.findCertAndKey(m_thumbprint + L"0", m_certificate, m_label));
-    EXPECT_EQ(m_certificate.GetX509(), nullptr);
+    PlanSearch(m_AnyCert, {1, 1});
+    PlanRead(1, Read(m_Der, "\x01"));
+    PlanRead(1, Read(m_Other, "\x01"));
+    EXPECT_FALSE(m_Card.findCertAndKey(m_Thumbprint + L"0", m_Certificate, m_Label));
+    EXPECT_EQ(m_Certificate.GetX509(), nullptr);
 }
 
 TEST_F(ByCertificate, NothingIsFoundWithoutASessionOrCertificates) {
-    m_card.m_hSession = 0;
-    EXPECT_FALSE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
-    m_card.m_hSession = SESSION;
-    PlanSearch(ANY_CERT, {});
-    EXPECT_FALSE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    m_Card.m_hSession = 0;
+    EXPECT_FALSE(m_Card.findCertAndKey(m_Thumbprint, m_Certificate, m_Label));
+    m_Card.m_hSession = SESSION;
+    PlanSearch(m_AnyCert, {});
+    EXPECT_FALSE(m_Card.findCertAndKey(m_Thumbprint, m_Certificate, m_Label));
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(ByCertificate, ASearchThatFailsIsReported) {
     for (size_t call = 0; call < 3; ++call) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
-        EXPECT_FALSE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
+        EXPECT_FALSE(m_Card.findCertAndKey(m_Thumbprint, m_Certificate, m_Label));
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
-        EXPECT_FALSE(m_card.findPrivateKeyFromID("\x01", m_label));
-        EXPECT_THAT(m_log.Errors(), ElementsAre(FAILED_CALLS[call], "PKCS11 FindObjects", FAILED_CALLS[call],
+        EXPECT_FALSE(m_Card.findPrivateKeyFromID("\x01", m_Label));
+        EXPECT_THAT(m_Log.Errors(), ElementsAre(FAILED_CALLS[call], "PKCS11 FindObjects", FAILED_CALLS[call],
                                                 "PKCS11 FindObjects"));
     }
 }
 
 TEST_F(ByCertificate, ACertificateThatClaimsToBeTooLongEndsTheSearch) {
-    PlanSearch(ANY_CERT, {1, 2});
+    PlanSearch(m_AnyCert, {1, 2});
     PlanRead(1, {Label("egal"), Claiming(5013, Value({})), Id("\x01")});
-    EXPECT_FALSE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E buffer to short"));
+    EXPECT_FALSE(m_Card.findCertAndKey(m_Thumbprint, m_Certificate, m_Label));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E buffer to short"));
 }
 
 TEST_F(ByCertificate, AnIdThatClaimsToBeTooLongIsPassedOver) {
-    PlanSearch(ANY_CERT, {1, 2});
-    PlanRead(1, {Label("egal"), Value(m_der), Claiming(257, Id("\x01"))});
-    PlanRead(2, Read(m_der, "\x02"));
+    PlanSearch(m_AnyCert, {1, 2});
+    PlanRead(1, {Label("egal"), Value(m_Der), Claiming(257, Id("\x01"))});
+    PlanRead(2, Read(m_Der, "\x02"));
     PlanKeyOfId("\x02", "SK.CH.EKEY");
-    EXPECT_TRUE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
-    EXPECT_EQ(m_label, "SK.CH.EKEY");
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x150"));
+    EXPECT_TRUE(m_Card.findCertAndKey(m_Thumbprint, m_Certificate, m_Label));
+    EXPECT_EQ(m_Label, "SK.CH.EKEY");
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x150"));
 }
 
 TEST_F(ByCertificate, ALabelThatClaimsToBeTooLongIsPassedOver) {
-    PlanSearch(ANY_CERT, {1, 2});
-    PlanRead(1, {Claiming(257, Label("egal")), Value(m_der), Id("\x01")});
-    PlanRead(2, Read(m_der, "\x02"));
+    PlanSearch(m_AnyCert, {1, 2});
+    PlanRead(1, {Claiming(257, Label("egal")), Value(m_Der), Id("\x01")});
+    PlanRead(2, Read(m_Der, "\x02"));
     PlanKeyOfId("\x02", "SK.CH.EKEY");
-    EXPECT_TRUE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x150"));
+    EXPECT_TRUE(m_Card.findCertAndKey(m_Thumbprint, m_Certificate, m_Label));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x150"));
 }
 
 TEST_F(ByCertificate, WithoutItsKeyIsHandedOutAllTheSame) {
-    PlanSearch(ANY_CERT, {1});
-    PlanRead(1, Read(m_der, "\x01"));
+    PlanSearch(m_AnyCert, {1});
+    PlanRead(1, Read(m_Der, "\x01"));
     PlanSearch({CKO_PRIVATE_KEY, "", "\x01"}, {});
-    EXPECT_FALSE(m_card.findCertAndKey(m_thumbprint, m_certificate, m_label));
-    EXPECT_EQ(m_certificate.ToBin(), m_der);
-    EXPECT_EQ(m_label, "");
+    EXPECT_FALSE(m_Card.findCertAndKey(m_Thumbprint, m_Certificate, m_Label));
+    EXPECT_EQ(m_Certificate.ToBin(), m_Der);
+    EXPECT_EQ(m_Label, "");
 }
 
 TEST_F(ByCertificate, TheKeyHasToBeTheOnlyOneOfItsId) {
     for (const size_t count : {0U, 2U}) {
         PlanSearch({CKO_PRIVATE_KEY, "", "\x01"}, std::vector<CK_OBJECT_HANDLE>(count, KEY));
-        EXPECT_FALSE(m_card.findPrivateKeyFromID("\x01", m_label));
+        EXPECT_FALSE(m_Card.findPrivateKeyFromID("\x01", m_Label));
     }
-    EXPECT_EQ(m_label, "");
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    EXPECT_EQ(m_Label, "");
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(ByCertificate, TheKeyHasToHaveALabel) {
     PlanKeyOfId("\x01", "");
-    EXPECT_FALSE(m_card.findPrivateKeyFromID("\x01", m_label));
+    EXPECT_FALSE(m_Card.findPrivateKeyFromID("\x01", m_Label));
     PlanSearch({CKO_PRIVATE_KEY, "", "\x01"}, {KEY});
     PlanFailedRead(KEY, CKR_DEVICE_ERROR);
-    EXPECT_FALSE(m_card.findPrivateKeyFromID("\x01", m_label));
+    EXPECT_FALSE(m_Card.findPrivateKeyFromID("\x01", m_Label));
     PlanSearch({CKO_PRIVATE_KEY, "", "\x01"}, {KEY});
     PlanRead(KEY, {Claiming(257, Label("x"))});
-    EXPECT_FALSE(m_card.findPrivateKeyFromID("\x01", m_label));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x30",
+    EXPECT_FALSE(m_Card.findPrivateKeyFromID("\x01", m_Label));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x30",
                                            "E PKCS11 Proc_C_GetAttributeValue0x150"));
     PlanKeyOfId("\x01", std::string("a\0b", 3));
-    EXPECT_TRUE(m_card.findPrivateKeyFromID("\x01", m_label));
-    EXPECT_EQ(m_label, std::string("a\0b", 3));
+    EXPECT_TRUE(m_Card.findPrivateKeyFromID("\x01", m_Label));
+    EXPECT_EQ(m_Label, std::string("a\0b", 3));
 }
 
 TEST_F(ByCertificate, TheKeyNeedsASession) {
-    m_card.m_hSession = 0;
-    EXPECT_FALSE(m_card.findPrivateKeyFromID("\x01", m_label));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E findPrivateKeyFromID, Session not initialized"));
+    m_Card.m_hSession = 0;
+    EXPECT_FALSE(m_Card.findPrivateKeyFromID("\x01", m_Label));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E findPrivateKeyFromID, Session not initialized"));
 }
 
 TEST_F(ByCertificate, SignsOnTheCardThatHoldsIt) {
@@ -154,43 +154,43 @@ TEST_F(ByCertificate, SignsOnTheCardThatHoldsIt) {
     PlanSlots({Token("a", "1"), Token("b", "2"), Token("c", "3"), Token("d", "4")});
     PlanOpen(100, 0);
     PlanOpen(101, 11);
-    PlanSearch(ANY_CERT, {1});
-    PlanRead(1, Read(m_other, "\x01"));
+    PlanSearch(m_AnyCert, {1});
+    PlanRead(1, Read(m_Other, "\x01"));
     PlanClose(11);
     PlanOpen(102, 12);
-    PlanSearch(ANY_CERT, {1});
-    PlanRead(1, Read(m_der, "\x02"));
+    PlanSearch(m_AnyCert, {1});
+    PlanRead(1, Read(m_Der, "\x02"));
     PlanKeyOfId("\x02", "SK.CH.EKEY");
-    PlanSigning("SK.CH.EKEY", CKK_RSA, CKM_SHA1_RSA_PKCS, m_data, {5, 6});
+    PlanSigning("SK.CH.EKEY", CKK_RSA, CKM_SHA1_RSA_PKCS, m_Data, {5, 6});
     PlanClose(12);
-    m_signature = {1};
-    EXPECT_TRUE(m_card.Sign(m_thumbprint, m_data, m_certificate, m_signature));
-    EXPECT_THAT(m_signature, ElementsAre(1, 5, 6));
-    EXPECT_EQ(m_certificate.ToBin(), m_der);
+    m_Signature = {1};
+    EXPECT_TRUE(m_Card.Sign(m_Thumbprint, m_Data, m_Certificate, m_Signature));
+    EXPECT_THAT(m_Signature, ElementsAre(1, 5, 6));
+    EXPECT_EQ(m_Certificate.ToBin(), m_Der);
 }
 
 TEST_F(ByCertificate, ClosesTheSessionAlsoWhenSigningFails) {
     BindLibrary();
     PlanSlots({Token("a", "1"), Token("b", "2")});
     PlanOpen(100, 11);
-    PlanSearch(ANY_CERT, {1});
-    PlanRead(1, Read(m_der, "\x02"));
+    PlanSearch(m_AnyCert, {1});
+    PlanRead(1, Read(m_Der, "\x02"));
     PlanKeyOfId("\x02", "SK.CH.EKEY");
     PlanKeys({});
     PlanClose(11);
-    EXPECT_FALSE(m_card.Sign(m_thumbprint, m_data, m_certificate, m_signature));
-    EXPECT_THAT(m_signature, IsEmpty());
+    EXPECT_FALSE(m_Card.Sign(m_Thumbprint, m_Data, m_Certificate, m_Signature));
+    EXPECT_THAT(m_Signature, IsEmpty());
 }
 
 TEST_F(ByCertificate, NeedsALibraryAndCards) {
-    EXPECT_FALSE(m_card.Sign(m_thumbprint, m_data, m_certificate, m_signature));
-    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 LoadLibrary ERROR"));
+    EXPECT_FALSE(m_Card.Sign(m_Thumbprint, m_Data, m_Certificate, m_Signature));
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 LoadLibrary ERROR"));
     BindLibrary();
-    EXPECT_CALL(m_library, GetSlotList(_, _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
-    EXPECT_FALSE(m_card.Sign(m_thumbprint, m_data, m_certificate, m_signature));
+    EXPECT_CALL(m_Library, GetSlotList(_, _, _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_FALSE(m_Card.Sign(m_Thumbprint, m_Data, m_Certificate, m_Signature));
     PlanSlots({Token("a", "0000000000000000")}); // an empty card does not count
-    EXPECT_FALSE(m_card.Sign(m_thumbprint, m_data, m_certificate, m_signature));
+    EXPECT_FALSE(m_Card.Sign(m_Thumbprint, m_Data, m_Certificate, m_Signature));
     PlanSlots({Token("a", "1")});
     PlanOpen(100, 0);
-    EXPECT_FALSE(m_card.Sign(m_thumbprint, m_data, m_certificate, m_signature));
+    EXPECT_FALSE(m_Card.Sign(m_Thumbprint, m_Data, m_Certificate, m_Signature));
 }

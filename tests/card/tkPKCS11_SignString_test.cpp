@@ -23,9 +23,9 @@ Bytes Hex(const std::string& text) {
 
 /// Digests of "abc", and what stands before them in an RSA signature.
 struct Digest {
-    HashAlgorithm hash;
-    const char* digest;
-    const char* digestInfo;
+    HashAlgorithm m_Hash;
+    const char* m_Digest;
+    const char* m_DigestInfo;
 };
 
 const Digest DIGESTS[] = {
@@ -47,31 +47,31 @@ const Digest DIGESTS[] = {
 
 const Digest& DigestOf(HashAlgorithm hash) {
     return *std::find_if(std::begin(DIGESTS), std::end(DIGESTS),
-                         [hash](const Digest& digest) { return digest.hash == hash; });
+                         [hash](const Digest& digest) { return digest.m_Hash == hash; });
 }
 
 Bytes BareDigest(HashAlgorithm hash) {
-    return Hex(DigestOf(hash).digest);
+    return Hex(DigestOf(hash).m_Digest);
 }
 
 Bytes WithDigestInfo(HashAlgorithm hash) {
-    return Hex(std::string(DigestOf(hash).digestInfo) + DigestOf(hash).digest);
+    return Hex(std::string(DigestOf(hash).m_DigestInfo) + DigestOf(hash).m_Digest);
 }
 
 class SignString : public MockedSigningTest {
 protected:
     bool Sign(bool sigKey) {
-        return m_card.signString(m_text.data(), m_text.size(), m_out, m_outLength, sigKey);
+        return m_Card.signString(m_Text.data(), m_Text.size(), m_Out, m_OutLength, sigKey);
     }
     bool Sign(bool sigKey, HashAlgorithm hash) {
-        return m_card.signString(m_text.data(), m_text.size(), m_out, m_outLength, m_key, sigKey, hash);
+        return m_Card.signString(m_Text.data(), m_Text.size(), m_Out, m_OutLength, m_Key, sigKey, hash);
     }
-    Bytes Signature() const { return Bytes(m_out, m_out + m_outLength); }
+    Bytes Signature() const { return Bytes(m_Out, m_Out + m_OutLength); }
 
-    Bytes m_text = BytesOf("abc");
-    unsigned char m_out[64] = {};
-    unsigned long m_outLength = sizeof(m_out);
-    SignKey m_key = static_cast<SignKey>(17);
+    Bytes m_Text = BytesOf("abc");
+    unsigned char m_Out[64] = {};
+    unsigned long m_OutLength = sizeof(m_Out);
+    SignKey m_Key = static_cast<SignKey>(17);
 };
 
 } // namespace
@@ -82,21 +82,21 @@ TEST_F(SignString, HashesOnTheHost) {
     for (const Digest& row : DIGESTS) {
         Bytes bare;
         Bytes prefixed;
-        EXPECT_TRUE(m_card.hashString(m_text.data(), m_text.size(), bare, row.hash, false));
-        EXPECT_TRUE(m_card.hashString(m_text.data(), m_text.size(), prefixed, row.hash, true));
-        EXPECT_EQ(bare, BareDigest(row.hash)) << row.hash;
-        EXPECT_EQ(prefixed, WithDigestInfo(row.hash)) << row.hash;
+        EXPECT_TRUE(m_Card.hashString(m_Text.data(), m_Text.size(), bare, row.m_Hash, false));
+        EXPECT_TRUE(m_Card.hashString(m_Text.data(), m_Text.size(), prefixed, row.m_Hash, true));
+        EXPECT_EQ(bare, BareDigest(row.m_Hash)) << row.m_Hash;
+        EXPECT_EQ(prefixed, WithDigestInfo(row.m_Hash)) << row.m_Hash;
     }
-    EXPECT_THAT(m_log.Lines(), testing::Each("M tkPKCS11::hashString"));
-    EXPECT_THAT(m_log.Lines(), testing::SizeIs(2 * std::size(DIGESTS)));
+    EXPECT_THAT(m_Log.Lines(), testing::Each("M tkPKCS11::hashString"));
+    EXPECT_THAT(m_Log.Lines(), testing::SizeIs(2 * std::size(DIGESTS)));
 }
 
 TEST_F(SignString, HashesTheEmptyTextToo) {
     Bytes digest;
-    EXPECT_TRUE(m_card.hashString(m_text.data(), 0, digest, HASH_SHA1, false));
+    EXPECT_TRUE(m_Card.hashString(m_Text.data(), 0, digest, HASH_SHA1, false));
     EXPECT_EQ(digest, Hex("DA39A3EE5E6B4B0D3255BFEF95601890AFD80709"));
     digest.clear();
-    EXPECT_TRUE(m_card.hashString(nullptr, 0, digest, HASH_SHA1, false));
+    EXPECT_TRUE(m_Card.hashString(nullptr, 0, digest, HASH_SHA1, false));
     EXPECT_EQ(digest, Hex("DA39A3EE5E6B4B0D3255BFEF95601890AFD80709"));
 }
 
@@ -104,7 +104,7 @@ TEST_F(SignString, HasNoHashForNoAlgorithm) {
     for (const int hash : {7, 9, 10, -1}) {
         Bytes digest = {1};
         EXPECT_FALSE(
-            m_card.hashString(m_text.data(), m_text.size(), digest, static_cast<HashAlgorithm>(hash), true));
+            m_Card.hashString(m_Text.data(), m_Text.size(), digest, static_cast<HashAlgorithm>(hash), true));
         EXPECT_THAT(digest, ElementsAre(1));
     }
 }
@@ -119,14 +119,14 @@ TEST_F(SignString, SignsTheDataItselfWithSha1) {
         {false, "SK.CH.EKEY", CKK_ECDSA, CKM_ECDSA_SHA1},
     };
     for (const auto& [sigKey, label, keyType, mechanism] : rows) {
-        m_log.Clear();
-        m_outLength = sizeof(m_out);
+        m_Log.Clear();
+        m_OutLength = sizeof(m_Out);
         PlanKey(label, keyType);
         PlanSignInit(mechanism);
-        PlanSign(m_text, 64, {5, 6, 7});
+        PlanSign(m_Text, 64, {5, 6, 7});
         EXPECT_TRUE(Sign(sigKey));
         EXPECT_THAT(Signature(), ElementsAre(5, 6, 7));
-        EXPECT_THAT(m_log.Lines(), ElementsAre("M tkPKCS11::signString", "M PKCS11 Key Found",
+        EXPECT_THAT(m_Log.Lines(), ElementsAre("M tkPKCS11::signString", "M PKCS11 Key Found",
                                                "M PKCS11 Anzeige: Bitte PIN eingeben"));
     }
 }
@@ -135,20 +135,20 @@ TEST_F(SignString, TakesCharactersToo) {
     char text[] = "abc";
     PlanKey("SK.CH.SIG", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS);
-    PlanSign(m_text, 64, {5});
-    EXPECT_TRUE(m_card.signString(text, 3, m_out, m_outLength, true));
+    PlanSign(m_Text, 64, {5});
+    EXPECT_TRUE(m_Card.signString(text, 3, m_Out, m_OutLength, true));
     EXPECT_THAT(Signature(), ElementsAre(5));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("M tkPKCS11::signString(char*)", "M tkPKCS11::signString",
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("M tkPKCS11::signString(char*)", "M tkPKCS11::signString",
                                            "M PKCS11 Key Found", "M PKCS11 Anzeige: Bitte PIN eingeben"));
 }
 
 TEST_F(SignString, TestsItsArgumentsInOrder) {
     struct Row {
-        CK_SESSION_HANDLE session;
-        unsigned long inLength;
-        bool hasInput;
-        bool hasOutput;
-        const char* logged;
+        CK_SESSION_HANDLE m_Session;
+        unsigned long m_InLength;
+        bool m_HasInput;
+        bool m_HasOutput;
+        const char* m_Logged;
     };
     const Row rows[] = {
         {0, 0, false, false, "PKCS11 Session nicht offen"},
@@ -157,23 +157,23 @@ TEST_F(SignString, TestsItsArgumentsInOrder) {
         {SESSION, 3, true, false, "PKCS11 output == NULL"},
     };
     for (const Row& row : rows) {
-        m_card.m_hSession = row.session;
-        unsigned char* const in = row.hasInput ? m_text.data() : nullptr;
-        unsigned char* const out = row.hasOutput ? m_out : nullptr;
-        EXPECT_FALSE(m_card.signString(in, row.inLength, out, m_outLength, true));
-        EXPECT_FALSE(m_card.signString(in, row.inLength, out, m_outLength, m_key, true, HASH_SHA1));
-        EXPECT_THAT(m_log.Lines(),
-                    ElementsAre("M tkPKCS11::signString", std::string("E ") + row.logged,
-                                "M tkPKCS11::signString with HashAlgorithm", std::string("E ") + row.logged));
-        m_log.Clear();
+        m_Card.m_hSession = row.m_Session;
+        unsigned char* const in = row.m_HasInput ? m_Text.data() : nullptr;
+        unsigned char* const out = row.m_HasOutput ? m_Out : nullptr;
+        EXPECT_FALSE(m_Card.signString(in, row.m_InLength, out, m_OutLength, true));
+        EXPECT_FALSE(m_Card.signString(in, row.m_InLength, out, m_OutLength, m_Key, true, HASH_SHA1));
+        EXPECT_THAT(m_Log.Lines(), ElementsAre("M tkPKCS11::signString", std::string("E ") + row.m_Logged,
+                                               "M tkPKCS11::signString with HashAlgorithm",
+                                               std::string("E ") + row.m_Logged));
+        m_Log.Clear();
     }
-    EXPECT_EQ(m_outLength, 64U);
-    EXPECT_EQ(m_key, 17);
+    EXPECT_EQ(m_OutLength, 64U);
+    EXPECT_EQ(m_Key, 17);
 }
 
 TEST_F(SignString, WalksTheKeysToTheFirstWhoseLabelBeginsAsWanted) {
     for (const bool withHash : {false, true}) {
-        m_outLength = sizeof(m_out);
+        m_OutLength = sizeof(m_Out);
         PlanKeys({1, 2, 3, 4, 5, KEY, 99});
         PlanFailedRead(1, CKR_DEVICE_ERROR);
         PlanReadOfKey(2, "SK.CH.EKEY", CKK_RSA);
@@ -182,10 +182,10 @@ TEST_F(SignString, WalksTheKeysToTheFirstWhoseLabelBeginsAsWanted) {
         PlanRead(5, {Label("SK.CH.SIG"), Claiming(sizeof(CK_ULONG) + 1, KeyType(CKK_RSA))});
         PlanReadOfKey(KEY, "SK.CH.SIG 2", CKK_ECDSA);
         PlanSignInit(CKM_ECDSA_SHA1);
-        PlanSign(m_text, 64, {5});
+        PlanSign(m_Text, 64, {5});
         EXPECT_TRUE(withHash ? Sign(true, HASH_SHA1) : Sign(true));
     }
-    EXPECT_THAT(m_log.Errors(), IsEmpty());
+    EXPECT_THAT(m_Log.Errors(), IsEmpty());
 }
 
 TEST_F(SignString, ForgetsAKeyTypeBeforeTheNextKey) {
@@ -193,21 +193,21 @@ TEST_F(SignString, ForgetsAKeyTypeBeforeTheNextKey) {
     PlanReadOfKey(1, "anders", CKK_ECDSA);
     PlanRead(KEY, {Label("SK.CH.SIG"), {CKA_KEY_TYPE, sizeof(CK_KEY_TYPE), {}, 0}});
     PlanSignInit(CKM_SHA1_RSA_PKCS); // a key type of 0 is RSA
-    PlanSign(m_text, 64, {5});
+    PlanSign(m_Text, 64, {5});
     EXPECT_TRUE(Sign(true));
 }
 
 TEST_F(SignString, ReportsASearchThatFails) {
     for (size_t call = 0; call < 3; ++call) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
         EXPECT_FALSE(Sign(true));
-        EXPECT_THAT(m_log.Errors(),
+        EXPECT_THAT(m_Log.Errors(),
                     ElementsAre(std::string(FAILED_CALLS[call]) + "0x30", "PKCS11 FindObjects ERROR"));
-        m_log.Clear();
+        m_Log.Clear();
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
         EXPECT_FALSE(Sign(true, HASH_SHA256));
-        EXPECT_THAT(m_log.Errors(), ElementsAre(std::string(FAILED_CALLS[call]) + " ERROR0x30"));
+        EXPECT_THAT(m_Log.Errors(), ElementsAre(std::string(FAILED_CALLS[call]) + " ERROR0x30"));
     }
 }
 
@@ -220,30 +220,30 @@ TEST_F(SignString, TrustsNoSearchThatClaimsMoreThanItCouldHandOut) {
 
 TEST_F(SignString, ReportsAKeyThatIsNotThere) {
     for (const bool withHash : {false, true}) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanKeys({1});
         PlanReadOfKey(1, "SK.CH.SI", CKK_RSA);
         EXPECT_FALSE(withHash ? Sign(true, HASH_SHA256) : Sign(true));
         PlanKeys({});
         EXPECT_FALSE(withHash ? Sign(false, HASH_SHA256) : Sign(false));
-        EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Key NOT Found", "PKCS11 Key NOT Found"));
+        EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Key NOT Found", "PKCS11 Key NOT Found"));
     }
-    EXPECT_EQ(m_key, 17);
+    EXPECT_EQ(m_Key, 17);
 }
 
 TEST_F(SignString, ReportsAKeyThatItCannotSignWith) {
     for (const bool withHash : {false, true}) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanKey("SK.CH.SIG", CKK_DSA);
         EXPECT_FALSE(withHash ? Sign(true, HASH_SHA1) : Sign(true));
-        EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Unbekannter Signaturalgorihtmus"));
+        EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Unbekannter Signaturalgorihtmus"));
     }
-    EXPECT_EQ(m_key, 17);
+    EXPECT_EQ(m_Key, 17);
 }
 
 TEST_F(SignString, ReportsACardThatDoesNotSign) {
     for (const bool withHash : {false, true}) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanKey("SK.CH.SIG", CKK_RSA);
         PlanSignInit(CKM_SHA1_RSA_PKCS, CKR_MECHANISM_INVALID);
         EXPECT_FALSE(withHash ? Sign(true, HASH_SHA1) : Sign(true));
@@ -251,7 +251,7 @@ TEST_F(SignString, ReportsACardThatDoesNotSign) {
         PlanSignInit(CKM_SHA1_RSA_PKCS);
         PlanFailedSign(CKR_FUNCTION_CANCELED);
         EXPECT_FALSE(withHash ? Sign(true, HASH_SHA1) : Sign(true));
-        EXPECT_THAT(m_log.Errors(),
+        EXPECT_THAT(m_Log.Errors(),
                     ElementsAre("PKCS11 Proc_C_SignInit ERROR0x70", "PKCS11 Proc_C_Sign ERROR0x50"));
     }
 }
@@ -259,9 +259,9 @@ TEST_F(SignString, ReportsACardThatDoesNotSign) {
 TEST_F(SignString, TakesASignatureLongerThanItsRoomForAFailure) {
     PlanKey("SK.CH.SIG", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS);
-    PlanSignReporting(m_text, 64, {5}, 65);
+    PlanSignReporting(m_Text, 64, {5}, 65);
     EXPECT_FALSE(Sign(true));
-    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_Sign ERROR0x150"));
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Proc_C_Sign ERROR0x150"));
 }
 
 // --- Form with a hash --------------------------------------------------------------------------------------
@@ -272,32 +272,32 @@ protected:
     void ExpectSigned(CK_KEY_TYPE keyType, bool sigKey, HashAlgorithm hash, CK_MECHANISM_TYPE mechanism,
                       const Bytes& input, SignKey told) {
         SCOPED_TRACE(testing::Message() << "key type " << keyType << ", hash " << hash << ", " << sigKey);
-        m_outLength = sizeof(m_out);
-        m_key = static_cast<SignKey>(17);
+        m_OutLength = sizeof(m_Out);
+        m_Key = static_cast<SignKey>(17);
         PlanKey(sigKey ? "SK.CH.SIG" : "SK.CH.EKEY", keyType);
         PlanSignInit(mechanism);
         PlanSign(input, 64, {5, 6});
         EXPECT_TRUE(Sign(sigKey, hash));
         EXPECT_THAT(Signature(), ElementsAre(5, 6));
-        EXPECT_EQ(m_key, told);
-        testing::Mock::VerifyAndClearExpectations(&m_library);
+        EXPECT_EQ(m_Key, told);
+        testing::Mock::VerifyAndClearExpectations(&m_Library);
     }
 };
 
 TEST_F(SignStringWithHash, GivesAnRsaKeyTheDataWhereTheCardHashesElseTheHashWithItsDigestInfo) {
     for (const bool sigKey : {true, false}) {
-        ExpectSigned(CKK_RSA, sigKey, HASH_SHA1, CKM_SHA1_RSA_PKCS, m_text, KEY_RSA);
+        ExpectSigned(CKK_RSA, sigKey, HASH_SHA1, CKM_SHA1_RSA_PKCS, m_Text, KEY_RSA);
         for (const HashAlgorithm hash :
              {HASH_SHA224, HASH_SHA256, HASH_SHA512, HASH_MD5, HASH_MD4, HASH_SHA384})
             ExpectSigned(CKK_RSA, sigKey, hash, CKM_RSA_PKCS, WithDigestInfo(hash), KEY_RSA);
     }
-    ExpectSigned(CKK_RSA, true, HASH_RIPEMD160, CKM_RIPEMD160_RSA_PKCS, m_text, KEY_RSA);
+    ExpectSigned(CKK_RSA, true, HASH_RIPEMD160, CKM_RIPEMD160_RSA_PKCS, m_Text, KEY_RSA);
     ExpectSigned(CKK_RSA, false, HASH_RIPEMD160, CKM_RSA_PKCS, WithDigestInfo(HASH_RIPEMD160), KEY_RSA);
 }
 
 TEST_F(SignStringWithHash, GivesAnEcKeyTheDataWithSha1ElseTheBareHash) {
     for (const bool sigKey : {true, false}) {
-        ExpectSigned(CKK_ECDSA, sigKey, HASH_SHA1, CKM_ECDSA_SHA1, m_text, KEY_ECC);
+        ExpectSigned(CKK_ECDSA, sigKey, HASH_SHA1, CKM_ECDSA_SHA1, m_Text, KEY_ECC);
         for (const HashAlgorithm hash :
              {HASH_RIPEMD160, HASH_SHA224, HASH_SHA256, HASH_SHA512, HASH_MD5, HASH_MD4, HASH_SHA384})
             ExpectSigned(CKK_ECDSA, sigKey, hash, CKM_ECDSA, BareDigest(hash), KEY_ECC);
@@ -308,20 +308,20 @@ TEST_F(SignStringWithHash, TellsWhatItDoes) {
     PlanKey("SK.CH.SIG", CKK_ECDSA);
     PlanSignInit(CKM_ECDSA);
     PlanSign(BareDigest(HASH_SHA256), 64, {5});
-    EXPECT_TRUE(m_card.signString(m_text.data(), m_text.size(), m_out, m_outLength, true, HASH_SHA256));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("M tkPKCS11::signString with HashAlgorithm", "M PKCS11 Key Found",
+    EXPECT_TRUE(m_Card.signString(m_Text.data(), m_Text.size(), m_Out, m_OutLength, true, HASH_SHA256));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("M tkPKCS11::signString with HashAlgorithm", "M PKCS11 Key Found",
                                            "M tkPKCS11::hashString", "M PKCS11 Anzeige: Bitte PIN eingeben"));
 }
 
 TEST_F(SignStringWithHash, CannotHashWithoutAnAlgorithm) {
     for (const CK_KEY_TYPE keyType : {CKK_RSA, CKK_ECDSA}) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanKey("SK.CH.SIG", keyType);
         EXPECT_FALSE(Sign(true, HASH_RAW));
-        EXPECT_EQ(m_key, keyType == CKK_RSA ? KEY_RSA : KEY_ECC);
-        EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 ERROR hashing data"));
+        EXPECT_EQ(m_Key, keyType == CKK_RSA ? KEY_RSA : KEY_ECC);
+        EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 ERROR hashing data"));
     }
-    EXPECT_EQ(m_outLength, 64U);
+    EXPECT_EQ(m_OutLength, 64U);
 }
 
 TEST_F(SignStringWithHash, HasRoomFor2048BytesOfDataAndHashesAnyLength) {
@@ -331,16 +331,16 @@ TEST_F(SignStringWithHash, HasRoomFor2048BytesOfDataAndHashesAnyLength) {
         {CKK_ECDSA, HASH_SHA1, CKM_ECDSA_SHA1},
     };
     for (const auto& [keyType, hash, mechanism] : rows) {
-        m_log.Clear();
-        m_text.assign(2049, 'x');
+        m_Log.Clear();
+        m_Text.assign(2049, 'x');
         PlanKey("SK.CH.SIG", keyType);
         EXPECT_FALSE(Sign(true, hash));
-        EXPECT_THAT(m_log.Errors(), ElementsAre("Data size too long: 2049 bytes"));
-        m_text.resize(2048);
-        ExpectSigned(keyType, true, hash, mechanism, m_text, keyType == CKK_RSA ? KEY_RSA : KEY_ECC);
+        EXPECT_THAT(m_Log.Errors(), ElementsAre("Data size too long: 2049 bytes"));
+        m_Text.resize(2048);
+        ExpectSigned(keyType, true, hash, mechanism, m_Text, keyType == CKK_RSA ? KEY_RSA : KEY_ECC);
     }
-    m_text.assign(2049, 'x');
+    m_Text.assign(2049, 'x');
     Bytes hashed;
-    EXPECT_TRUE(m_card.hashString(m_text.data(), m_text.size(), hashed, HASH_SHA256, true));
+    EXPECT_TRUE(m_Card.hashString(m_Text.data(), m_Text.size(), hashed, HASH_SHA256, true));
     ExpectSigned(CKK_RSA, true, HASH_SHA256, CKM_RSA_PKCS, hashed, KEY_RSA);
 }

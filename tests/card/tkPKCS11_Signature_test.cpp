@@ -22,8 +22,8 @@ constexpr unsigned long NO_MECHANISM = static_cast<unsigned long>(-1);
 
 class Signatures : public MockedSigningTest {
 protected:
-    const Bytes m_data = {1, 2, 3};
-    Bytes m_signature;
+    const Bytes m_Data = {1, 2, 3};
+    Bytes m_Signature;
 };
 
 } // namespace
@@ -40,7 +40,7 @@ TEST_F(Signatures, HaveAMechanismByKeyTypeAndHash) {
         for (int hash = -1; hash <= 11; ++hash) {
             const auto row = mechanisms.find({keyType, hash});
             const unsigned long expected = row != mechanisms.end() ? row->second : NO_MECHANISM;
-            EXPECT_EQ(m_card.KeyAndHashAlgoToMechanism(keyType, static_cast<HashAlgorithm>(hash)), expected)
+            EXPECT_EQ(m_Card.KeyAndHashAlgoToMechanism(keyType, static_cast<HashAlgorithm>(hash)), expected)
                 << keyType << ", " << hash;
         }
     }
@@ -49,33 +49,33 @@ TEST_F(Signatures, HaveAMechanismByKeyTypeAndHash) {
 // --- Sign --------------------------------------------------------------------------------------------------
 
 TEST_F(Signatures, AreMadeInTwoCallsAndAppended) {
-    PlanSigning("SK.CH.SIG", CKK_RSA, CKM_SHA256_RSA_PKCS, m_data, {5, 6});
-    EXPECT_TRUE(m_card.Sign("SK.CH.SIG", m_data, m_signature, HASH_SHA256));
-    PlanSigning("SK.CH.SIG", CKK_ECDSA, CKM_ECDSA, m_data, {7, 8, 9});
-    EXPECT_TRUE(m_card.Sign("SK.CH.SIG", m_data, m_signature, HASH_RAW));
-    EXPECT_THAT(m_signature, ElementsAre(5, 6, 7, 8, 9));
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    PlanSigning("SK.CH.SIG", CKK_RSA, CKM_SHA256_RSA_PKCS, m_Data, {5, 6});
+    EXPECT_TRUE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature, HASH_SHA256));
+    PlanSigning("SK.CH.SIG", CKK_ECDSA, CKM_ECDSA, m_Data, {7, 8, 9});
+    EXPECT_TRUE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature, HASH_RAW));
+    EXPECT_THAT(m_Signature, ElementsAre(5, 6, 7, 8, 9));
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(Signatures, AreMadeWithSha1UnlessAHashIsNamed) {
-    PlanSigning("SK.CH.EKEY", CKK_RSA, CKM_SHA1_RSA_PKCS, m_data, {5});
-    EXPECT_TRUE(m_card.Sign("SK.CH.EKEY", m_data, m_signature));
-    EXPECT_THAT(m_signature, ElementsAre(5));
+    PlanSigning("SK.CH.EKEY", CKK_RSA, CKM_SHA1_RSA_PKCS, m_Data, {5});
+    EXPECT_TRUE(m_Card.Sign("SK.CH.EKEY", m_Data, m_Signature));
+    EXPECT_THAT(m_Signature, ElementsAre(5));
 }
 
 TEST_F(Signatures, MayBeShorterThanTheirAnnouncedSize) {
     PlanKey("SK.CH.SIG", CKK_ECDSA);
     PlanSignInit(CKM_ECDSA_SHA1);
-    PlanSize(m_data, 4);
-    PlanSign(m_data, 4, {5, 6, 7});
-    EXPECT_TRUE(m_card.Sign("SK.CH.SIG", m_data, m_signature));
-    EXPECT_THAT(m_signature, ElementsAre(5, 6, 7));
+    PlanSize(m_Data, 4);
+    PlanSign(m_Data, 4, {5, 6, 7});
+    EXPECT_TRUE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature));
+    EXPECT_THAT(m_Signature, ElementsAre(5, 6, 7));
 }
 
 TEST_F(Signatures, OfNothingAreLeftToTheCard) {
     PlanSigning("SK.CH.SIG", CKK_RSA, CKM_SHA1_RSA_PKCS, {}, {5});
-    EXPECT_TRUE(m_card.Sign("SK.CH.SIG", {}, m_signature));
-    EXPECT_THAT(m_signature, ElementsAre(5));
+    EXPECT_TRUE(m_Card.Sign("SK.CH.SIG", {}, m_Signature));
+    EXPECT_THAT(m_Signature, ElementsAre(5));
 }
 
 TEST_F(Signatures, AreMadeWithTheFirstKeyWhoseLabelBeginsAsWanted) {
@@ -85,10 +85,10 @@ TEST_F(Signatures, AreMadeWithTheFirstKeyWhoseLabelBeginsAsWanted) {
     PlanRead(3, {Claiming(257, Label("Mein Schluessel")), KeyType(CKK_RSA)});
     PlanReadOfKey(KEY, "Mein Schluessel 2", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS);
-    PlanSize(m_data, 1);
-    PlanSign(m_data, 1, {5});
-    EXPECT_TRUE(m_card.Sign("Mein Schluessel", m_data, m_signature));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x30",
+    PlanSize(m_Data, 1);
+    PlanSign(m_Data, 1, {5});
+    EXPECT_TRUE(m_Card.Sign("Mein Schluessel", m_Data, m_Signature));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x30",
                                            "E PKCS11 Proc_C_GetAttributeValue0x150"));
 }
 
@@ -100,158 +100,158 @@ TEST_F(Signatures, CompareLabelsUpToAZeroByte) {
     PlanSize({1}, 2);
     PlanSign({1}, 2, {7, 8});
     Bytes signature;
-    EXPECT_TRUE(m_card.Sign(std::string("SK.CH\0B", 7), {1}, signature, HASH_RAW));
+    EXPECT_TRUE(m_Card.Sign(std::string("SK.CH\0B", 7), {1}, signature, HASH_RAW));
     EXPECT_EQ(signature, (Bytes{7, 8}));
 }
 
 TEST_F(Signatures, FailWithoutAWordWithoutASessionOrAKey) {
-    m_card.m_hSession = 0;
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature, HASH_SHA1));
-    m_card.m_hSession = SESSION;
+    m_Card.m_hSession = 0;
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature, HASH_SHA1));
+    m_Card.m_hSession = SESSION;
     PlanKeys({});
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature, HASH_SHA1));
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature, HASH_SHA1));
     PlanKeys({1});
     PlanReadOfKey(1, "SK.CH.EKEY", CKK_RSA);
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature, HASH_SHA1));
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature, HASH_SHA1));
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(Signatures, ReportASearchThatFails) {
     for (size_t call = 0; call < 3; ++call) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
-        EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature, HASH_SHA1));
+        EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature, HASH_SHA1));
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
-        EXPECT_FALSE(m_card.Verify("PK.CH.SIG", m_data, m_signature, HASH_SHA1));
-        EXPECT_THAT(m_log.Errors(), ElementsAre(FAILED_CALLS[call], "PKCS11 FindObjects", FAILED_CALLS[call],
+        EXPECT_FALSE(m_Card.Verify("PK.CH.SIG", m_Data, m_Signature, HASH_SHA1));
+        EXPECT_THAT(m_Log.Errors(), ElementsAre(FAILED_CALLS[call], "PKCS11 FindObjects", FAILED_CALLS[call],
                                                 "PKCS11 FindObjects"));
     }
 }
 
 TEST_F(Signatures, ReportAHashThatTheKeyHasNoMechanismFor) {
     PlanKey("SK.CH.SIG", CKK_ECDSA);
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature, HASH_SHA256));
-    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Unbekannter Signaturalgorihtmus"));
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature, HASH_SHA256));
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Unbekannter Signaturalgorihtmus"));
 }
 
 TEST_F(Signatures, ThatFailLeaveWhatThereWas) {
-    m_signature = {1};
+    m_Signature = {1};
     PlanKey("SK.CH.SIG", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS, CKR_KEY_TYPE_INCONSISTENT);
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature));
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature));
 
     PlanKey("SK.CH.SIG", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS);
-    EXPECT_CALL(m_library, Sign(_, _, _, IsNull(), _)).WillOnce(Return(CKR_DEVICE_ERROR));
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature));
+    EXPECT_CALL(m_Library, Sign(_, _, _, IsNull(), _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature));
 
     PlanKey("SK.CH.SIG", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS);
-    PlanSize(m_data, 8);
+    PlanSize(m_Data, 8);
     PlanFailedSign(CKR_PIN_INCORRECT);
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature));
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature));
 
-    EXPECT_THAT(m_signature, ElementsAre(1));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_SignInit0x63", "E PKCS11 Proc_C_Sign0x30",
+    EXPECT_THAT(m_Signature, ElementsAre(1));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Proc_C_SignInit0x63", "E PKCS11 Proc_C_Sign0x30",
                                            "E PKCS11 Proc_C_Sign0xa0"));
 }
 
 TEST_F(Signatures, OfNoSizeFailWithoutAWord) {
     PlanKey("SK.CH.SIG", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS);
-    PlanSize(m_data, 0);
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature));
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    PlanSize(m_Data, 0);
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature));
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(Signatures, OfAnAbsurdSizeAreFailures) {
     PlanKey("SK.CH.SIG", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS);
-    PlanSize(m_data, NO_MECHANISM);
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature));
+    PlanSize(m_Data, NO_MECHANISM);
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature));
     PlanKey("SK.CH.SIG", CKK_RSA);
     PlanSignInit(CKM_SHA1_RSA_PKCS);
-    PlanSize(m_data, 2);
-    PlanSignReporting(m_data, 2, {5, 6}, 3);
-    EXPECT_FALSE(m_card.Sign("SK.CH.SIG", m_data, m_signature));
-    EXPECT_THAT(m_signature, IsEmpty());
-    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_Sign0x150", "PKCS11 Proc_C_Sign0x150"));
+    PlanSize(m_Data, 2);
+    PlanSignReporting(m_Data, 2, {5, 6}, 3);
+    EXPECT_FALSE(m_Card.Sign("SK.CH.SIG", m_Data, m_Signature));
+    EXPECT_THAT(m_Signature, IsEmpty());
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Proc_C_Sign0x150", "PKCS11 Proc_C_Sign0x150"));
 }
 
 // --- Verify ------------------------------------------------------------------------------------------------
 
 class Verifying : public Signatures {
 protected:
-    const Wanted PUBLIC_KEY = {CKO_PUBLIC_KEY, "PK.CH.SIG"};
+    const Wanted m_PublicKey = {CKO_PUBLIC_KEY, "PK.CH.SIG"};
 
     void PlanVerifyInit(CK_MECHANISM_TYPE mechanism, CK_RV rv = CKR_OK) {
-        EXPECT_CALL(m_library, VerifyInit(TheSession(), Plain(mechanism), KEY)).WillOnce(Return(rv));
+        EXPECT_CALL(m_Library, VerifyInit(TheSession(), Plain(mechanism), KEY)).WillOnce(Return(rv));
     }
     void PlanVerify(CK_RV rv) {
-        EXPECT_CALL(m_library, Verify(TheSession(), _, m_text.size(), _, m_data.size()))
+        EXPECT_CALL(m_Library, Verify(TheSession(), _, m_Text.size(), _, m_Data.size()))
             .WillOnce([=](auto, CK_BYTE* data, CK_ULONG size, CK_BYTE* signature, CK_ULONG signatureSize) {
-                EXPECT_EQ(Bytes(data, data + size), m_text);
-                EXPECT_EQ(Bytes(signature, signature + signatureSize), m_data);
+                EXPECT_EQ(Bytes(data, data + size), m_Text);
+                EXPECT_EQ(Bytes(signature, signature + signatureSize), m_Data);
                 return rv;
             });
     }
-    Bytes m_text = {7, 8};
+    Bytes m_Text = {7, 8};
 };
 
 TEST_F(Verifying, AsksTheCardWithTheFirstKeyOfExactlyThisLabel) {
-    PlanSearch(PUBLIC_KEY, {KEY, 99});
+    PlanSearch(m_PublicKey, {KEY, 99});
     PlanRead(KEY, {KeyType(CKK_RSA)});
     PlanVerifyInit(CKM_SHA512_RSA_PKCS);
     PlanVerify(CKR_OK);
-    EXPECT_TRUE(m_card.Verify("PK.CH.SIG", m_data, m_text, HASH_SHA512));
-    PlanSearch(PUBLIC_KEY, {KEY});
+    EXPECT_TRUE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text, HASH_SHA512));
+    PlanSearch(m_PublicKey, {KEY});
     PlanRead(KEY, {KeyType(CKK_ECDSA)});
     PlanVerifyInit(CKM_ECDSA_SHA1); // unless a hash is named
     PlanVerify(CKR_OK);
-    EXPECT_TRUE(m_card.Verify("PK.CH.SIG", m_data, m_text));
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    EXPECT_TRUE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text));
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(Verifying, FailsWithoutAWordWithoutASessionOrAKey) {
-    m_card.m_hSession = 0;
-    EXPECT_FALSE(m_card.Verify("PK.CH.SIG", m_data, m_text, HASH_SHA1));
-    m_card.m_hSession = SESSION;
-    PlanSearch(PUBLIC_KEY, {});
-    EXPECT_FALSE(m_card.Verify("PK.CH.SIG", m_data, m_text, HASH_SHA1));
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    m_Card.m_hSession = 0;
+    EXPECT_FALSE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text, HASH_SHA1));
+    m_Card.m_hSession = SESSION;
+    PlanSearch(m_PublicKey, {});
+    EXPECT_FALSE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text, HASH_SHA1));
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(Verifying, ReportsAKeyThatCannotBeRead) {
-    PlanSearch(PUBLIC_KEY, {KEY, 99});
+    PlanSearch(m_PublicKey, {KEY, 99});
     PlanFailedRead(KEY, CKR_DEVICE_ERROR); // and goes on to no other
-    EXPECT_FALSE(m_card.Verify("PK.CH.SIG", m_data, m_text, HASH_SHA1));
-    PlanSearch(PUBLIC_KEY, {KEY});
+    EXPECT_FALSE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text, HASH_SHA1));
+    PlanSearch(m_PublicKey, {KEY});
     PlanRead(KEY, {Claiming(sizeof(CK_ULONG) + 1, KeyType(CKK_RSA))});
-    EXPECT_FALSE(m_card.Verify("PK.CH.SIG", m_data, m_text, HASH_SHA1));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x30",
+    EXPECT_FALSE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text, HASH_SHA1));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Proc_C_GetAttributeValue0x30",
                                            "E PKCS11 Proc_C_GetAttributeValue0x150"));
 }
 
 TEST_F(Verifying, ReportsAHashThatTheKeyHasNoMechanismFor) {
-    PlanSearch(PUBLIC_KEY, {KEY});
+    PlanSearch(m_PublicKey, {KEY});
     PlanRead(KEY, {KeyType(CKK_RSA)});
-    EXPECT_FALSE(m_card.Verify("PK.CH.SIG", m_data, m_text, HASH_MD5));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Unbekannter Signaturalgorihtmus"));
+    EXPECT_FALSE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text, HASH_MD5));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Unbekannter Signaturalgorihtmus"));
 }
 
 TEST_F(Verifying, TellsAWrongSignatureAndAFailingCardAlike) {
-    PlanSearch(PUBLIC_KEY, {KEY});
+    PlanSearch(m_PublicKey, {KEY});
     PlanRead(KEY, {KeyType(CKK_RSA)});
     PlanVerifyInit(CKM_SHA1_RSA_PKCS, CKR_MECHANISM_INVALID);
-    EXPECT_FALSE(m_card.Verify("PK.CH.SIG", m_data, m_text));
+    EXPECT_FALSE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text));
     for (const CK_RV rv : {CKR_SIGNATURE_INVALID, CKR_DEVICE_REMOVED}) {
-        PlanSearch(PUBLIC_KEY, {KEY});
+        PlanSearch(m_PublicKey, {KEY});
         PlanRead(KEY, {KeyType(CKK_RSA)});
         PlanVerifyInit(CKM_SHA1_RSA_PKCS);
         PlanVerify(rv);
-        EXPECT_FALSE(m_card.Verify("PK.CH.SIG", m_data, m_text));
+        EXPECT_FALSE(m_Card.Verify("PK.CH.SIG", m_Data, m_Text));
     }
-    EXPECT_THAT(m_log.Lines(),
+    EXPECT_THAT(m_Log.Lines(),
                 ElementsAre("E PKCS11 Proc_C_VerifyInit0x70", "E PKCS11 Proc_C_Verify ERROR0xc0",
                             "E PKCS11 Proc_C_Verify ERROR0x32"));
 }
@@ -260,7 +260,7 @@ TEST_F(Verifying, TellsAWrongSignatureAndAFailingCardAlike) {
 
 class KindOfKey : public MockedSigningTest {
 protected:
-    SignKey m_key = static_cast<SignKey>(17);
+    SignKey m_Key = static_cast<SignKey>(17);
 };
 
 TEST_F(KindOfKey, IsToldByTheKeyOnTheCard) {
@@ -270,60 +270,60 @@ TEST_F(KindOfKey, IsToldByTheKeyOnTheCard) {
         {false, "SK.CH.EKEY", CKK_RSA, KEY_RSA},
     };
     for (const auto& [sigKey, label, keyType, told] : rows) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanKey(label, keyType);
-        EXPECT_TRUE(m_card.GetSignKeyType(m_key, sigKey));
-        EXPECT_EQ(m_key, told);
-        EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 GetSignKeyType", "M PKCS11 Key Found"));
+        EXPECT_TRUE(m_Card.GetSignKeyType(m_Key, sigKey));
+        EXPECT_EQ(m_Key, told);
+        EXPECT_THAT(m_Log.Lines(), ElementsAre("M PKCS11 GetSignKeyType", "M PKCS11 Key Found"));
     }
 }
 
 TEST_F(KindOfKey, IsNoFailureWhereThereIsNoSuchKey) {
     PlanKeys({});
-    EXPECT_TRUE(m_card.GetSignKeyType(m_key, true));
+    EXPECT_TRUE(m_Card.GetSignKeyType(m_Key, true));
     PlanKeys({1, 2});
     PlanFailedRead(1, CKR_DEVICE_ERROR);
     PlanReadOfKey(2, "SK.CH.EKEY", CKK_RSA);
-    EXPECT_TRUE(m_card.GetSignKeyType(m_key, true));
-    EXPECT_EQ(m_key, 17);
-    EXPECT_THAT(m_log.Errors(), IsEmpty());
+    EXPECT_TRUE(m_Card.GetSignKeyType(m_Key, true));
+    EXPECT_EQ(m_Key, 17);
+    EXPECT_THAT(m_Log.Errors(), IsEmpty());
 }
 
 TEST_F(KindOfKey, FailsForAnyOtherKey) {
     PlanKey("SK.CH.SIG", CKK_DSA);
-    EXPECT_FALSE(m_card.GetSignKeyType(m_key, true));
-    EXPECT_EQ(m_key, 17);
+    EXPECT_FALSE(m_Card.GetSignKeyType(m_Key, true));
+    EXPECT_EQ(m_Key, 17);
 }
 
 TEST_F(KindOfKey, NeedsASessionAndASearch) {
-    m_card.m_hSession = 0;
-    EXPECT_FALSE(m_card.GetSignKeyType(m_key, true));
-    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 GetSignKeyType", "E PKCS11 Session nicht offen"));
-    m_card.m_hSession = SESSION;
+    m_Card.m_hSession = 0;
+    EXPECT_FALSE(m_Card.GetSignKeyType(m_Key, true));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("M PKCS11 GetSignKeyType", "E PKCS11 Session nicht offen"));
+    m_Card.m_hSession = SESSION;
     const char* const texts[] = {"PKCS11 Proc_C_FindObjectsInit ERROR0x30",
                                  "PKCS11 Proc_C_FindObjects ERROR0x30",
                                  "PKCS11 Proc_C_FindObjectsFinal ERROR0x30"};
     for (size_t call = 0; call < 3; ++call) {
-        m_log.Clear();
+        m_Log.Clear();
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
-        EXPECT_FALSE(m_card.GetSignKeyType(m_key, true));
-        EXPECT_THAT(m_log.Errors(), ElementsAre(texts[call]));
+        EXPECT_FALSE(m_Card.GetSignKeyType(m_Key, true));
+        EXPECT_THAT(m_Log.Errors(), ElementsAre(texts[call]));
     }
-    EXPECT_EQ(m_key, 17);
+    EXPECT_EQ(m_Key, 17);
 }
 
 TEST_F(KindOfKey, TrustsNoSearchThatClaimsMoreThanItCouldHandOut) {
     PlanSearchClaiming(11, {CKO_PRIVATE_KEY});
-    EXPECT_FALSE(m_card.GetSignKeyType(m_key, true));
-    EXPECT_EQ(m_key, 17);
-    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_FindObjects ERROR0x150"));
+    EXPECT_FALSE(m_Card.GetSignKeyType(m_Key, true));
+    EXPECT_EQ(m_Key, 17);
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Proc_C_FindObjects ERROR0x150"));
 }
 
 TEST_F(KindOfKey, AndTheCardDecideTheHash) {
     const int rsa = KEY_RSA;
     const int ecc = KEY_ECC;
     for (int type = 2; type <= 9; ++type) {
-        m_card.m_CardType = type;
+        m_Card.m_CardType = type;
         const std::pair<int, HashAlgorithm> rows[] = {
             {rsa, type == CARD_CARDOS ? HASH_SHA256 : HASH_RIPEMD160},
             {ecc, type <= 4 ? HASH_RIPEMD160 : HASH_SHA256},
@@ -331,9 +331,9 @@ TEST_F(KindOfKey, AndTheCardDecideTheHash) {
             {-1, HASH_RIPEMD160},
         };
         for (const auto& [key, hash] : rows) {
-            m_log.Clear();
-            EXPECT_EQ(m_card.GetHashAlgorithm(static_cast<SignKey>(key)), hash) << key << ", " << type;
-            EXPECT_THAT(m_log.Lines(), ElementsAre("M GetHashAlgorithm",
+            m_Log.Clear();
+            EXPECT_EQ(m_Card.GetHashAlgorithm(static_cast<SignKey>(key)), hash) << key << ", " << type;
+            EXPECT_THAT(m_Log.Lines(), ElementsAre("M GetHashAlgorithm",
                                                    "M GetHashAlgorithm, KeyType=" + std::to_string(key) +
                                                        ", CardType=" + std::to_string(type) +
                                                        ", hashalgo=" + std::to_string(hash)));
@@ -342,35 +342,35 @@ TEST_F(KindOfKey, AndTheCardDecideTheHash) {
 }
 
 TEST_F(KindOfKey, OfAnUnknownCardIsHashedByTodaysRule) {
-    m_card.m_hSession = 0;
-    EXPECT_EQ(m_card.GetHashAlgorithm(KEY_ECC), HASH_SHA256);
-    EXPECT_EQ(m_card.GetHashAlgorithm(KEY_RSA), HASH_RIPEMD160);
-    EXPECT_THAT(m_log.Errors(), ElementsAre("no session (1)", "no session (1)"));
+    m_Card.m_hSession = 0;
+    EXPECT_EQ(m_Card.GetHashAlgorithm(KEY_ECC), HASH_SHA256);
+    EXPECT_EQ(m_Card.GetHashAlgorithm(KEY_RSA), HASH_RIPEMD160);
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("no session (1)", "no session (1)"));
 }
 
 TEST_F(KindOfKey, LoadsTheOldestAcosGenerationAnewAtEveryCall) {
-    m_card.m_Slots.push_back(new SlotStruct{100, "Karte", "1"});
-    m_card.m_SlotIndex = 0;
-    m_card.m_Atr = "3BBF11008131FE45455041";
+    m_Card.m_Slots.push_back(new SlotStruct{100, "Karte", "1"});
+    m_Card.m_SlotIndex = 0;
+    m_Card.m_Atr = "3BBF11008131FE45455041";
     for (const char* const model : {"ACOS EMV-A03", "ACOS EMV-A04"}) {
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
             .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, testing::NotNull(), _))
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, testing::NotNull(), _))
             .WillOnce(DoAll(SetArgPointee<1>(100), Return(CKR_OK)));
-        EXPECT_CALL(m_library, GetTokenInfo(100, _))
+        EXPECT_CALL(m_Library, GetTokenInfo(100, _))
             .WillOnce(DoAll(SetArgPointee<1>(Token("a", "1", model)), Return(CKR_OK)));
-        m_card.GetHashAlgorithm(KEY_ECC);
+        m_Card.GetHashAlgorithm(KEY_ECC);
     }
-    EXPECT_EQ(m_card.m_CardType, CARD_ACOS_A04);
-    EXPECT_EQ(m_card.GetHashAlgorithm(KEY_ECC), HASH_SHA256); // and is not loaded again
+    EXPECT_EQ(m_Card.m_CardType, CARD_ACOS_A04);
+    EXPECT_EQ(m_Card.GetHashAlgorithm(KEY_ECC), HASH_SHA256); // and is not loaded again
 }
 
 TEST_F(KindOfKey, OfTheOldestAcosGenerationIsHashedByTheOldRule) {
-    m_card.m_Slots.push_back(new SlotStruct{100, "Karte", "1"});
-    m_card.m_SlotIndex = 0;
-    m_card.m_Atr = "3BBF11008131FE45455041";
-    EXPECT_CALL(m_library, GetSlotList(_, _, _))
+    m_Card.m_Slots.push_back(new SlotStruct{100, "Karte", "1"});
+    m_Card.m_SlotIndex = 0;
+    m_Card.m_Atr = "3BBF11008131FE45455041";
+    EXPECT_CALL(m_Library, GetSlotList(_, _, _))
         .WillOnce(Return(CKR_DEVICE_ERROR)); // so the generation stays untold
-    EXPECT_EQ(m_card.GetHashAlgorithm(KEY_ECC), HASH_RIPEMD160);
-    EXPECT_EQ(m_card.m_CardType, CARD_ACOS_A03);
+    EXPECT_EQ(m_Card.GetHashAlgorithm(KEY_ECC), HASH_RIPEMD160);
+    EXPECT_EQ(m_Card.m_CardType, CARD_ACOS_A03);
 }

@@ -15,8 +15,8 @@ namespace {
 
 /// A hash and its name for the openssl command; without a name that has to take the hash as it is.
 struct HashName {
-    HashAlgorithm hash;
-    const char* digest;
+    HashAlgorithm m_Hash;
+    const char* m_Digest;
 };
 
 /// What signString takes.
@@ -39,11 +39,11 @@ std::vector<HashName> HashesOf(SignKey key) {
 
 /// Both keys of a card.
 struct KeyNames {
-    bool sigKey;
-    const char* privateKey;
-    const char* publicKey;
-    const char* certificate;
-    const char* pin;
+    bool m_SigKey;
+    const char* m_PrivateKey;
+    const char* m_PublicKey;
+    const char* m_Certificate;
+    const char* m_Pin;
 };
 const KeyNames KEYS[] = {{true, "SK.CH.SIG", "PK.CH.SIG", "C.CH.SIG", "123456"},
                          {false, "SK.CH.EKEY", "PK.CH.EKEY", "C.CH.EKEY", "1234"}};
@@ -58,20 +58,20 @@ bool IsSignedBare(SignKey key, HashAlgorithm hash) {
 /// A test of every card kind.
 class SignaturesOf : public TokenTest, public testing::WithParamInterface<std::string> {
 protected:
-    SignaturesOf() : m_command(m_deck.folder()) {}
+    SignaturesOf() : m_Command(m_Deck.Folder()) {}
 
     SignKey KindOf(const KeyNames& key) {
         SignKey kind = KEY_RSA;
-        EXPECT_TRUE(Card().GetSignKeyType(kind, key.sigKey));
+        EXPECT_TRUE(Card().GetSignKeyType(kind, key.m_SigKey));
         return kind;
     }
     bool SignString(const KeyNames& key, HashAlgorithm hash, Bytes& signature) {
         signature.assign(512, 0);
         unsigned long length = signature.size();
         SignKey kind = KEY_RSA;
-        m_deck.answerPins({key.pin});
-        const bool isSigned =
-            Card().signString(m_data.data(), m_data.size(), signature.data(), length, kind, key.sigKey, hash);
+        m_Deck.AnswerPins({key.m_Pin});
+        const bool isSigned = Card().signString(m_Data.data(), m_Data.size(), signature.data(), length, kind,
+                                                key.m_SigKey, hash);
         EXPECT_EQ(kind, KindOf(key));
         signature.resize(length);
         return isSigned;
@@ -79,26 +79,26 @@ protected:
     /// The data as the command has to see it when the card has signed its hash as it is.
     Bytes BareHash(HashAlgorithm hash) {
         Bytes digest;
-        EXPECT_TRUE(Card().hashString(m_data.data(), m_data.size(), digest, hash, false));
+        EXPECT_TRUE(Card().hashString(m_Data.data(), m_Data.size(), digest, hash, false));
         return digest;
     }
-    Bytes Certificate(const KeyNames& key) const { return m_deck.objectContent(m_name, key.certificate); }
+    Bytes Certificate(const KeyNames& key) const { return m_Deck.ObjectContent(m_Name, key.m_Certificate); }
 
-    const OpenSslCommand m_command;
-    Bytes m_data = Bytes(1000, 0xA5); ///< more than any key signs as it is
-    const Bytes m_short = Bytes(20, 0x5A);
+    const OpenSslCommand m_Command;
+    Bytes m_Data = Bytes(1000, 0xA5); ///< more than any key signs as it is
+    const Bytes m_Short = Bytes(20, 0x5A);
 };
 
 TEST_P(SignaturesOf, ThisKindAreGoodForEveryHash) {
     PutIn(GetParam());
     for (const KeyNames& key : KEYS) {
         for (const auto& [hash, digest] : EVERY_HASH) {
-            SCOPED_TRACE(testing::Message() << key.privateKey << ", hash " << hash);
+            SCOPED_TRACE(testing::Message() << key.m_PrivateKey << ", hash " << hash);
             Bytes signature;
             ASSERT_TRUE(SignString(key, hash, signature));
             const bool isBare = IsSignedBare(KindOf(key), hash);
-            const Bytes data = isBare ? BareHash(hash) : m_data;
-            EXPECT_TRUE(m_command.Verifies(Certificate(key), isBare ? "" : digest, data, signature));
+            const Bytes data = isBare ? BareHash(hash) : m_Data;
+            EXPECT_TRUE(m_Command.Verifies(Certificate(key), isBare ? "" : digest, data, signature));
         }
     }
 }
@@ -108,14 +108,14 @@ TEST_P(SignaturesOf, ThisKindAreGoodInThePlainForms) {
     for (const KeyNames& key : KEYS) {
         Bytes signature(512);
         unsigned long length = signature.size();
-        m_deck.answerPins({key.pin});
-        ASSERT_TRUE(Card().signString(m_data.data(), m_data.size(), signature.data(), length, key.sigKey));
+        m_Deck.AnswerPins({key.m_Pin});
+        ASSERT_TRUE(Card().signString(m_Data.data(), m_Data.size(), signature.data(), length, key.m_SigKey));
         signature.resize(length);
-        EXPECT_TRUE(m_command.Verifies(Certificate(key), "sha1", m_data, signature)) << key.privateKey;
+        EXPECT_TRUE(m_Command.Verifies(Certificate(key), "sha1", m_Data, signature)) << key.m_PrivateKey;
         signature.clear();
-        m_deck.answerPins({key.pin});
-        ASSERT_TRUE(Card().Sign(key.privateKey, m_data, signature));
-        EXPECT_TRUE(m_command.Verifies(Certificate(key), "sha1", m_data, signature)) << key.privateKey;
+        m_Deck.AnswerPins({key.m_Pin});
+        ASSERT_TRUE(Card().Sign(key.m_PrivateKey, m_Data, signature));
+        EXPECT_TRUE(m_Command.Verifies(Certificate(key), "sha1", m_Data, signature)) << key.m_PrivateKey;
     }
 }
 
@@ -123,16 +123,16 @@ TEST_P(SignaturesOf, ThisKindByLabelAreGoodForEveryMechanism) {
     PutIn(GetParam());
     for (const KeyNames& key : KEYS) {
         for (const auto& [hash, digest] : HashesOf(KindOf(key))) {
-            SCOPED_TRACE(testing::Message() << key.privateKey << ", hash " << hash);
-            Bytes data = hash == HASH_RAW ? m_short : m_data;
+            SCOPED_TRACE(testing::Message() << key.m_PrivateKey << ", hash " << hash);
+            Bytes data = hash == HASH_RAW ? m_Short : m_Data;
             Bytes signature;
-            m_deck.answerPins({key.pin});
-            ASSERT_TRUE(Card().Sign(key.privateKey, data, signature, hash));
-            EXPECT_TRUE(m_command.Verifies(Certificate(key), digest, data, signature));
-            EXPECT_TRUE(Card().Verify(key.publicKey, signature, data, hash));
+            m_Deck.AnswerPins({key.m_Pin});
+            ASSERT_TRUE(Card().Sign(key.m_PrivateKey, data, signature, hash));
+            EXPECT_TRUE(m_Command.Verifies(Certificate(key), digest, data, signature));
+            EXPECT_TRUE(Card().Verify(key.m_PublicKey, signature, data, hash));
             data[0] ^= 1;
-            EXPECT_FALSE(m_command.Verifies(Certificate(key), digest, data, signature));
-            EXPECT_FALSE(Card().Verify(key.publicKey, signature, data, hash));
+            EXPECT_FALSE(m_Command.Verifies(Certificate(key), digest, data, signature));
+            EXPECT_FALSE(Card().Verify(key.m_PublicKey, signature, data, hash));
         }
     }
 }
@@ -140,15 +140,15 @@ TEST_P(SignaturesOf, ThisKindByLabelAreGoodForEveryMechanism) {
 TEST_P(SignaturesOf, ThisKindMadeElsewhereAreVerifiedOnTheCard) {
     PutIn(GetParam());
     for (const KeyNames& key : KEYS) {
-        const Bytes keyFile = m_deck.objectContent(m_name, key.privateKey);
+        const Bytes keyFile = m_Deck.ObjectContent(m_Name, key.m_PrivateKey);
         for (const auto& [hash, digest] : HashesOf(KindOf(key))) {
-            SCOPED_TRACE(testing::Message() << key.publicKey << ", hash " << hash);
-            Bytes data = hash == HASH_RAW ? m_short : m_data;
-            Bytes signature = m_command.Sign(keyFile, digest, data);
+            SCOPED_TRACE(testing::Message() << key.m_PublicKey << ", hash " << hash);
+            Bytes data = hash == HASH_RAW ? m_Short : m_Data;
+            Bytes signature = m_Command.Sign(keyFile, digest, data);
             ASSERT_THAT(signature, testing::Not(IsEmpty()));
-            EXPECT_TRUE(Card().Verify(key.publicKey, signature, data, hash));
+            EXPECT_TRUE(Card().Verify(key.m_PublicKey, signature, data, hash));
             signature.back() ^= 1;
-            EXPECT_FALSE(Card().Verify(key.publicKey, signature, data, hash));
+            EXPECT_FALSE(Card().Verify(key.m_PublicKey, signature, data, hash));
         }
     }
 }
@@ -159,29 +159,29 @@ TEST_P(SignaturesOf, ThisKindDoNotTakeAnotherHash) {
         const std::vector<HashName> offered = HashesOf(KindOf(key));
         for (int hash = 0; hash <= 10; ++hash) {
             const bool isOffered = std::any_of(offered.begin(), offered.end(),
-                                               [hash](const HashName& name) { return name.hash == hash; });
+                                               [hash](const HashName& name) { return name.m_Hash == hash; });
             if (isOffered)
                 continue;
             Bytes signature;
-            EXPECT_FALSE(Card().Sign(key.privateKey, m_data, signature, static_cast<HashAlgorithm>(hash)));
+            EXPECT_FALSE(Card().Sign(key.m_PrivateKey, m_Data, signature, static_cast<HashAlgorithm>(hash)));
             EXPECT_THAT(signature, IsEmpty());
         }
     }
-    EXPECT_THAT(m_deck.trace("C_SignInit"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_SignInit"), IsEmpty());
 }
 
 TEST_P(SignaturesOf, ThisKindNeedThePin) {
     PutIn(GetParam());
     for (const KeyNames& key : KEYS) {
         Bytes signature = {1};
-        m_deck.answerPins({"cancel", "99999999"});
+        m_Deck.AnswerPins({"cancel", "99999999"});
         const LogCapture log;
-        EXPECT_FALSE(Card().Sign(key.privateKey, m_short, signature));
-        EXPECT_FALSE(Card().Sign(key.privateKey, m_short, signature));
+        EXPECT_FALSE(Card().Sign(key.m_PrivateKey, m_Short, signature));
+        EXPECT_FALSE(Card().Sign(key.m_PrivateKey, m_Short, signature));
         EXPECT_THAT(signature, ElementsAre(1));
         EXPECT_THAT(log.Errors(), ElementsAre("PKCS11 Proc_C_Sign0x50", "PKCS11 Proc_C_Sign0xa0"));
-        m_deck.answerPins({key.pin});
-        EXPECT_TRUE(Card().Sign(key.privateKey, m_short, signature)); // and go on after a failure
+        m_Deck.AnswerPins({key.m_Pin});
+        EXPECT_TRUE(Card().Sign(key.m_PrivateKey, m_Short, signature)); // and go on after a failure
     }
 }
 
@@ -196,7 +196,7 @@ TEST_P(SignaturesOf, ThisKindAreMadeWithTheHashThatTheCardNeeds) {
             EXPECT_EQ(hash, kind == "acos-a03" || kind == "ecard-g2" ? HASH_RIPEMD160 : HASH_SHA256);
         Bytes signature;
         ASSERT_TRUE(SignString(key, hash, signature));
-        EXPECT_TRUE(m_command.Verifies(Certificate(key), hash == HASH_SHA256 ? "sha256" : "ripemd160", m_data,
+        EXPECT_TRUE(m_Command.Verifies(Certificate(key), hash == HASH_SHA256 ? "sha256" : "ripemd160", m_Data,
                                        signature));
     }
 }
@@ -212,62 +212,62 @@ INSTANTIATE_TEST_SUITE_P(EveryKind, SignaturesOf, testing::ValuesIn(KnownKinds()
 
 class SignatureByCertificate : public TokenTest {
 protected:
-    SignatureByCertificate() : m_command(m_deck.folder()) {}
+    SignatureByCertificate() : m_Command(m_Deck.Folder()) {}
 
     std::wstring ThumbprintOf(const std::string& card, const std::string& label) {
         slCertificate certificate;
-        EXPECT_TRUE(certificate.LoadFromBuffer(m_deck.objectContent(card, label)));
+        EXPECT_TRUE(certificate.LoadFromBuffer(m_Deck.ObjectContent(card, label)));
         return certificate.GetThumbprint();
     }
-    const OpenSslCommand m_command;
-    const Bytes m_data = Bytes(100, 0x11);
-    slCertificate m_certificate;
-    Bytes m_signature;
+    const OpenSslCommand m_Command;
+    const Bytes m_Data = Bytes(100, 0x11);
+    slCertificate m_Certificate;
+    Bytes m_Signature;
 };
 
 TEST_F(SignatureByCertificate, IsMadeOnWhicheverCardHoldsIt) {
     std::vector<std::string> cards;
     for (const std::string& kind : KnownKinds())
-        cards.push_back(m_deck.add(kind));
+        cards.push_back(m_Deck.Add(kind));
     for (const std::string& card : cards) {
         for (const KeyNames& key : KEYS) {
             slCertificate certificate; // one of its own: an assignment keeps what an object held
             Bytes signature;
-            m_deck.answerPins({key.pin});
-            ASSERT_TRUE(Card().Sign(ThumbprintOf(card, key.certificate), m_data, certificate, signature));
-            EXPECT_EQ(certificate.ToBin(), m_deck.objectContent(card, key.certificate));
-            EXPECT_TRUE(m_command.Verifies(certificate.ToBin(), "sha1", m_data, signature));
+            m_Deck.AnswerPins({key.m_Pin});
+            ASSERT_TRUE(Card().Sign(ThumbprintOf(card, key.m_Certificate), m_Data, certificate, signature));
+            EXPECT_EQ(certificate.ToBin(), m_Deck.ObjectContent(card, key.m_Certificate));
+            EXPECT_TRUE(m_Command.Verifies(certificate.ToBin(), "sha1", m_Data, signature));
             EXPECT_EQ(OpenSessions(), 0U);
         }
     }
 }
 
 TEST_F(SignatureByCertificate, IsNotMadeForACertificateThatNoCardHolds) {
-    const std::string gone = m_deck.add("acos-a03");
-    m_deck.add("acos-a03");
+    const std::string gone = m_Deck.Add("acos-a03");
+    m_Deck.Add("acos-a03");
     const std::wstring thumbprint = ThumbprintOf(gone, "C.CH.SIG");
-    m_deck.remove(gone);
-    EXPECT_FALSE(Card().Sign(thumbprint, m_data, m_certificate, m_signature));
-    EXPECT_EQ(m_certificate.GetX509(), nullptr);
-    EXPECT_THAT(m_deck.trace("C_SignInit"), IsEmpty());
+    m_Deck.Remove(gone);
+    EXPECT_FALSE(Card().Sign(thumbprint, m_Data, m_Certificate, m_Signature));
+    EXPECT_EQ(m_Certificate.GetX509(), nullptr);
+    EXPECT_THAT(m_Deck.GetTrace("C_SignInit"), IsEmpty());
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
 TEST_F(SignatureByCertificate, IsNotMadeWhenTwoKeysShareTheId) {
-    const std::string card = m_deck.add("acos-a03");
-    m_deck.change(card, [](orselsim::Card& changed) {
-        for (orselsim::ObjectRecord& object : changed.record.objects)
-            object.id = object.kind == orselsim::ObjectKind::Data ? Bytes{} : Bytes{1};
+    const std::string card = m_Deck.Add("acos-a03");
+    m_Deck.Change(card, [](orselsim::Card& changed) {
+        for (orselsim::ObjectRecord& object : changed.m_Record.m_Objects)
+            object.m_Id = object.m_Kind == orselsim::ObjectKind::DATA ? Bytes{} : Bytes{1};
     });
-    EXPECT_FALSE(Card().Sign(ThumbprintOf(card, "C.CH.SIG"), m_data, m_certificate, m_signature));
-    EXPECT_THAT(m_deck.trace("C_SignInit"), IsEmpty());
+    EXPECT_FALSE(Card().Sign(ThumbprintOf(card, "C.CH.SIG"), m_Data, m_Certificate, m_Signature));
+    EXPECT_THAT(m_Deck.GetTrace("C_SignInit"), IsEmpty());
     EXPECT_EQ(OpenSessions(), 0U);
 }
 
 TEST_F(SignatureByCertificate, BindsTheLibraryAgainAfterItWasLetGo) {
-    const std::string card = m_deck.add("ecard-g4");
+    const std::string card = m_Deck.Add("ecard-g4");
     EXPECT_TRUE(Card().Destroy());
-    m_deck.answerPins({"123456"});
-    EXPECT_TRUE(Card().Sign(ThumbprintOf(card, "C.CH.SIG"), m_data, m_certificate, m_signature));
-    EXPECT_THAT(m_signature, SizeIs(64));
+    m_Deck.AnswerPins({"123456"});
+    EXPECT_TRUE(Card().Sign(ThumbprintOf(card, "C.CH.SIG"), m_Data, m_Certificate, m_Signature));
+    EXPECT_THAT(m_Signature, SizeIs(64));
 }

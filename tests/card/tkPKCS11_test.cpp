@@ -135,14 +135,14 @@ using GetSlots = MockedCardTest;
 TEST_F(GetSlots, ListsTheTokensInTheLibrarysOrderWithTheirPadding) {
     PlanSlots({Token("Orsel Carta", "1111111111111111"), Token("Firmenausweis", "22")});
     std::vector<SlotStruct*> slots;
-    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    ASSERT_TRUE(m_Card.GetSlots(slots, true));
     ASSERT_EQ(slots.size(), 2U);
     EXPECT_EQ(slots[0]->m_SlotId, 100U);
     EXPECT_EQ(slots[0]->m_Label, "Orsel Carta                     ");
     EXPECT_EQ(slots[0]->m_Serial, "1111111111111111");
     EXPECT_EQ(slots[1]->m_SlotId, 101U);
     EXPECT_EQ(slots[1]->m_Serial, "22              ");
-    EXPECT_THAT(m_log.Lines(),
+    EXPECT_THAT(m_Log.Lines(),
                 ElementsAre("M PKCS11 GetSlots", "M token label:  Orsel Carta                     ",
                             "M token serial:  1111111111111111",
                             "M token label:  Firmenausweis                   ",
@@ -156,7 +156,7 @@ TEST_F(GetSlots, EndsTheTextsAtAZeroByteAndAtTheFieldsWidth) {
     CK_TOKEN_INFO full = Token(std::string(32, 'L'), std::string(16, 'S'));
     PlanSlots({terminated, full});
     std::vector<SlotStruct*> slots;
-    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    ASSERT_TRUE(m_Card.GetSlots(slots, true));
     EXPECT_EQ(slots[0]->m_Label, "Karte");
     EXPECT_EQ(slots[0]->m_Serial, "1234");
     EXPECT_EQ(slots[1]->m_Label, std::string(32, 'L'));
@@ -167,7 +167,7 @@ TEST_F(GetSlots, WithoutATokenGivesAnEmptyListAndSucceeds) {
     PlanSlots({});
     SlotStruct stale;
     std::vector<SlotStruct*> slots = {&stale};
-    EXPECT_TRUE(m_card.GetSlots(slots, true));
+    EXPECT_TRUE(m_Card.GetSlots(slots, true));
     EXPECT_THAT(slots, IsEmpty());
 }
 
@@ -176,11 +176,11 @@ TEST_F(GetSlots, LeavesEmptyCardsOutUnlessAskedForThem) {
                                                Token("Voll", "0000000000000001")};
     std::vector<SlotStruct*> slots;
     PlanSlots(tokens);
-    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    ASSERT_TRUE(m_Card.GetSlots(slots, true));
     EXPECT_EQ(slots.size(), 2U);
     for (const bool shortForm : {true, false}) {
         PlanSlots(tokens);
-        ASSERT_TRUE(shortForm ? m_card.GetSlots(slots) : m_card.GetSlots(slots, false));
+        ASSERT_TRUE(shortForm ? m_Card.GetSlots(slots) : m_Card.GetSlots(slots, false));
         ASSERT_EQ(slots.size(), 1U);
         EXPECT_EQ(slots[0]->m_Serial, "0000000000000001");
     }
@@ -189,107 +189,107 @@ TEST_F(GetSlots, LeavesEmptyCardsOutUnlessAskedForThem) {
 TEST_F(GetSlots, DoesNotTakeAShorterRowOfZerosForAnEmptyCard) {
     PlanSlots({Token("Karte", "00000000")});
     std::vector<SlotStruct*> slots;
-    ASSERT_TRUE(m_card.GetSlots(slots, false));
+    ASSERT_TRUE(m_Card.GetSlots(slots, false));
     EXPECT_EQ(slots.size(), 1U);
 }
 
 TEST_F(GetSlots, ReportsAFailureOfTheFirstCountAndLeavesTheListEmpty) {
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), Pointee(0U))).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), Pointee(0U))).WillOnce(Return(CKR_DEVICE_ERROR));
     SlotStruct stale;
     std::vector<SlotStruct*> slots = {&stale};
-    EXPECT_FALSE(m_card.GetSlots(slots, true));
+    EXPECT_FALSE(m_Card.GetSlots(slots, true));
     EXPECT_THAT(slots, IsEmpty());
-    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 GetSlots", "E PKCS11 Proc_C_GetSlotList ERROR0x30"));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("M PKCS11 GetSlots", "E PKCS11 Proc_C_GetSlotList ERROR0x30"));
 }
 
 TEST_F(GetSlots, ReportsAFailureOfTheSecondCall) {
     const InSequence inThisOrder;
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
         .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), _)).WillOnce(Return(CKR_GENERAL_ERROR));
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), _)).WillOnce(Return(CKR_GENERAL_ERROR));
     std::vector<SlotStruct*> slots;
-    EXPECT_FALSE(m_card.GetSlots(slots, true));
-    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_GetSlotList(2) ERROR0x5"));
+    EXPECT_FALSE(m_Card.GetSlots(slots, true));
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Proc_C_GetSlotList(2) ERROR0x5"));
 }
 
 TEST_F(GetSlots, OffersRoomForAtMost128Tokens) {
     const InSequence inThisOrder;
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
         .WillOnce(DoAll(SetArgPointee<2>(129), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), Pointee(128U)))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), Pointee(128U)))
         .WillOnce(Return(CKR_BUFFER_TOO_SMALL));
     std::vector<SlotStruct*> slots;
-    EXPECT_FALSE(m_card.GetSlots(slots, true));
-    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_GetSlotList(2) ERROR0x150"));
+    EXPECT_FALSE(m_Card.GetSlots(slots, true));
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Proc_C_GetSlotList(2) ERROR0x150"));
 }
 
 TEST_F(GetSlots, NeverReadsBehindItsRoomWhateverCountComesBack) {
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, _, _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, _, _))
         .WillRepeatedly(DoAll(SetArgPointee<2>(1000000), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetTokenInfo(_, _)).Times(128).WillRepeatedly(Return(CKR_SLOT_ID_INVALID));
+    EXPECT_CALL(m_Library, GetTokenInfo(_, _)).Times(128).WillRepeatedly(Return(CKR_SLOT_ID_INVALID));
     std::vector<SlotStruct*> slots;
-    EXPECT_TRUE(m_card.GetSlots(slots, true));
+    EXPECT_TRUE(m_Card.GetSlots(slots, true));
     EXPECT_THAT(slots, IsEmpty());
 }
 
 TEST_F(GetSlots, AsksAboutNoMoreTokensThanItOfferedRoomFor) {
     const InSequence inThisOrder;
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
         .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), Pointee(1U)))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), Pointee(1U)))
         .WillOnce(DoAll(SetArgPointee<1>(7), SetArgPointee<2>(3), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetTokenInfo(7, _)).WillOnce(Return(CKR_TOKEN_NOT_PRESENT));
+    EXPECT_CALL(m_Library, GetTokenInfo(7, _)).WillOnce(Return(CKR_TOKEN_NOT_PRESENT));
     std::vector<SlotStruct*> slots;
-    EXPECT_TRUE(m_card.GetSlots(slots, true));
+    EXPECT_TRUE(m_Card.GetSlots(slots, true));
 }
 
 TEST_F(GetSlots, GoesOnBehindATokenOrASlotThatCannotBeQueried) {
     const InSequence inThisOrder;
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
         .WillOnce(DoAll(SetArgPointee<2>(3), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), _))
         .WillOnce([](CK_BBOOL, CK_SLOT_ID* ids, CK_ULONG*) {
             ids[0] = 5, ids[1] = 6, ids[2] = 7;
             return CKR_OK;
         });
-    EXPECT_CALL(m_library, GetTokenInfo(5, _)).WillOnce(Return(CKR_TOKEN_NOT_PRESENT));
-    EXPECT_CALL(m_library, GetTokenInfo(6, _))
+    EXPECT_CALL(m_Library, GetTokenInfo(5, _)).WillOnce(Return(CKR_TOKEN_NOT_PRESENT));
+    EXPECT_CALL(m_Library, GetTokenInfo(6, _))
         .WillOnce(DoAll(SetArgPointee<1>(Token("a", "1")), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotInfo(6, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
-    EXPECT_CALL(m_library, GetTokenInfo(7, _))
+    EXPECT_CALL(m_Library, GetSlotInfo(6, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
+    EXPECT_CALL(m_Library, GetTokenInfo(7, _))
         .WillOnce(DoAll(SetArgPointee<1>(Token("b", "2")), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotInfo(7, _))
+    EXPECT_CALL(m_Library, GetSlotInfo(7, _))
         .WillOnce(DoAll(SetArgPointee<1>(RemovableSlot()), Return(CKR_OK)));
     std::vector<SlotStruct*> slots;
-    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    ASSERT_TRUE(m_Card.GetSlots(slots, true));
     ASSERT_EQ(slots.size(), 1U);
     EXPECT_EQ(slots[0]->m_SlotId, 7U);
-    EXPECT_THAT(m_log.Errors(), ElementsAre("PKCS11 Proc_C_GetTokenInfo ERROR (continue)0xe0",
+    EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Proc_C_GetTokenInfo ERROR (continue)0xe0",
                                             "PKCS11 Proc_C_GetTokenInfo ERROR (continue)0x32"));
 }
 
 TEST_F(GetSlots, SkipsADeviceThatIsNotRemovableWithoutAWord) {
     CK_SLOT_INFO fixed = {};
     fixed.flags = CKF_TOKEN_PRESENT | CKF_HW_SLOT;
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, _, _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, _, _))
         .WillRepeatedly(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetTokenInfo(_, _))
+    EXPECT_CALL(m_Library, GetTokenInfo(_, _))
         .WillOnce(DoAll(SetArgPointee<1>(Token("a", "1")), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotInfo(_, _)).WillOnce(DoAll(SetArgPointee<1>(fixed), Return(CKR_OK)));
+    EXPECT_CALL(m_Library, GetSlotInfo(_, _)).WillOnce(DoAll(SetArgPointee<1>(fixed), Return(CKR_OK)));
     std::vector<SlotStruct*> slots;
-    ASSERT_TRUE(m_card.GetSlots(slots, true));
+    ASSERT_TRUE(m_Card.GetSlots(slots, true));
     EXPECT_THAT(slots, IsEmpty());
-    EXPECT_THAT(m_log.Lines(), ElementsAre("M PKCS11 GetSlots"));
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("M PKCS11 GetSlots"));
 }
 
 TEST_F(GetSlots, RenewsTheRecordsOfTheCallBefore) {
     PlanSlots({Token("a", "1"), Token("b", "2")});
     std::vector<SlotStruct*> first;
-    ASSERT_TRUE(m_card.GetSlots(first, true));
+    ASSERT_TRUE(m_Card.GetSlots(first, true));
     PlanSlots({Token("c", "3")});
     std::vector<SlotStruct*> second;
-    ASSERT_TRUE(m_card.GetSlots(second, true));
-    EXPECT_EQ(m_card.m_Slots, second);
+    ASSERT_TRUE(m_Card.GetSlots(second, true));
+    EXPECT_EQ(m_Card.m_Slots, second);
     ASSERT_EQ(second.size(), 1U);
     EXPECT_EQ(second[0]->m_Serial, "3               ");
 }
@@ -297,12 +297,12 @@ TEST_F(GetSlots, RenewsTheRecordsOfTheCallBefore) {
 TEST_F(GetSlots, DeleteSlotsForgetsEveryRecordAndKeepsTheVectorsRoom) {
     PlanSlots({Token("a", "1")});
     std::vector<SlotStruct*> slots;
-    ASSERT_TRUE(m_card.GetSlots(slots, true));
-    m_card.m_Slots.push_back(nullptr);
-    const size_t capacity = m_card.m_Slots.capacity();
-    m_card.DeleteSlots();
-    EXPECT_THAT(m_card.m_Slots, IsEmpty());
-    EXPECT_EQ(m_card.m_Slots.capacity(), capacity);
+    ASSERT_TRUE(m_Card.GetSlots(slots, true));
+    m_Card.m_Slots.push_back(nullptr);
+    const size_t capacity = m_Card.m_Slots.capacity();
+    m_Card.DeleteSlots();
+    EXPECT_THAT(m_Card.m_Slots, IsEmpty());
+    EXPECT_EQ(m_Card.m_Slots.capacity(), capacity);
 }
 
 // --- GetTokenInfo ------------------------------------------------------------------------------------------
@@ -312,15 +312,15 @@ protected:
     /// The library lists slots 100 .. 100+count-1 and answers for one of them.
     void PlanToken(CK_ULONG count, CK_SLOT_ID slot, const CK_TOKEN_INFO& token) {
         const InSequence inThisOrder;
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
             .WillOnce(DoAll(SetArgPointee<2>(count), Return(CKR_OK)));
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), Pointee(count)))
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), Pointee(count)))
             .WillOnce([count](CK_BBOOL, CK_SLOT_ID* ids, CK_ULONG*) {
                 for (CK_ULONG i = 0; i < count; ++i)
                     ids[i] = 100 + i;
                 return CKR_OK;
             });
-        EXPECT_CALL(m_library, GetTokenInfo(slot, _))
+        EXPECT_CALL(m_Library, GetTokenInfo(slot, _))
             .WillOnce(DoAll(SetArgPointee<1>(token), Return(CKR_OK)));
     }
 };
@@ -330,40 +330,40 @@ TEST_F(GetTokenInfo, GivesTheFourTextsInTheirWholeWidth) {
     token.label[7] = 0; // does not end the text here
     PlanToken(3, 102, token);
     TokenInfoStruct info;
-    ASSERT_TRUE(m_card.GetTokenInfo(2, info));
+    ASSERT_TRUE(m_Card.GetTokenInfo(2, info));
     EXPECT_EQ(info.m_Label, std::string("Karte  \0", 8) + std::string(24, ' '));
     EXPECT_EQ(info.m_ManufacturerId, "Hersteller" + std::string(22, ' '));
     EXPECT_EQ(info.m_Model, "Modell          ");
     EXPECT_EQ(info.m_Serial, "123             ");
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(GetTokenInfo, FailsBehindTheLastTokenWithoutAWord) {
     for (const unsigned long index : {2UL, 3UL, ~0UL}) {
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
             .WillOnce(DoAll(SetArgPointee<2>(2), Return(CKR_OK)));
         TokenInfoStruct info = {"l", "h", "m", "s"};
-        EXPECT_FALSE(m_card.GetTokenInfo(index, info)) << index;
+        EXPECT_FALSE(m_Card.GetTokenInfo(index, info)) << index;
         EXPECT_EQ(info.m_Label + info.m_ManufacturerId + info.m_Model + info.m_Serial, "lhms");
     }
-    EXPECT_THAT(m_log.Lines(), IsEmpty());
+    EXPECT_THAT(m_Log.Lines(), IsEmpty());
 }
 
 TEST_F(GetTokenInfo, FailsWhenTheTokenGoesBetweenTheTwoCalls) {
     const InSequence inThisOrder;
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
         .WillOnce(DoAll(SetArgPointee<2>(2), Return(CKR_OK)));
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), _))
         .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
     TokenInfoStruct info;
-    EXPECT_FALSE(m_card.GetTokenInfo(1, info));
+    EXPECT_FALSE(m_Card.GetTokenInfo(1, info));
 }
 
 TEST_F(GetTokenInfo, FailsOnACountThatNoReaderStackHas) {
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
         .WillOnce(DoAll(SetArgPointee<2>(~0UL), Return(CKR_OK)));
     TokenInfoStruct info;
-    EXPECT_FALSE(m_card.GetTokenInfo(0, info));
+    EXPECT_FALSE(m_Card.GetTokenInfo(0, info));
 }
 
 TEST_F(GetTokenInfo, ReportsWhichCallFailedAndLeavesTheRecordAlone) {
@@ -371,25 +371,25 @@ TEST_F(GetTokenInfo, ReportsWhichCallFailedAndLeavesTheRecordAlone) {
     info.m_Label = "alt";
     info.m_HasInfobox = true;
 
-    EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _)).WillOnce(Return(CKR_DEVICE_ERROR));
-    EXPECT_FALSE(m_card.GetTokenInfo(0, info));
+    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _)).WillOnce(Return(CKR_DEVICE_ERROR));
+    EXPECT_FALSE(m_Card.GetTokenInfo(0, info));
     {
         const InSequence inThisOrder;
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, IsNull(), _))
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
             .WillOnce(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, NotNull(), _)).WillOnce(Return(CKR_DEVICE_MEMORY));
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), _)).WillOnce(Return(CKR_DEVICE_MEMORY));
     }
-    EXPECT_FALSE(m_card.GetTokenInfo(0, info));
+    EXPECT_FALSE(m_Card.GetTokenInfo(0, info));
     {
         const InSequence inThisOrder;
-        EXPECT_CALL(m_library, GetSlotList(CK_TRUE, _, _))
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, _, _))
             .Times(2)
             .WillRepeatedly(DoAll(SetArgPointee<2>(1), Return(CKR_OK)));
-        EXPECT_CALL(m_library, GetTokenInfo(_, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
+        EXPECT_CALL(m_Library, GetTokenInfo(_, _)).WillOnce(Return(CKR_DEVICE_REMOVED));
     }
-    EXPECT_FALSE(m_card.GetTokenInfo(0, info));
+    EXPECT_FALSE(m_Card.GetTokenInfo(0, info));
 
-    EXPECT_THAT(m_log.Lines(), ElementsAre("E PKCS11 Proc_C_GetSlotList(1) ERROR0x30",
+    EXPECT_THAT(m_Log.Lines(), ElementsAre("E PKCS11 Proc_C_GetSlotList(1) ERROR0x30",
                                            "E PKCS11 Proc_C_GetSlotList(2) ERROR0x31",
                                            "E PKCS11 Proc_C_GetTokenInfo ERROR0x32"));
     EXPECT_EQ(info.m_Label, "alt");
@@ -397,14 +397,14 @@ TEST_F(GetTokenInfo, ReportsWhichCallFailedAndLeavesTheRecordAlone) {
 }
 
 struct ClassificationRow {
-    const char* model;
-    const char* label;
-    SignKey encKeyType;
-    unsigned int encKeyBits;
-    SignKey sigKeyType;
-    unsigned int sigKeyBits;
-    TokenType tokenType;
-    bool hasInfobox;
+    const char* m_Model;
+    const char* m_Label;
+    SignKey m_EncKeyType;
+    unsigned int m_EncKeyBits;
+    SignKey m_SigKeyType;
+    unsigned int m_SigKeyBits;
+    TokenType m_TokenType;
+    bool m_HasInfobox;
 };
 
 TEST_F(GetTokenInfo, ClassifiesByModelAndLabel) {
@@ -419,17 +419,17 @@ TEST_F(GetTokenInfo, ClassifiesByModelAndLabel) {
         {"CardOS 5.3", "irgendwas", KEY_RSA, 2048, KEY_ECC, 256, TOKEN_CARDOS_53, true},
     };
     for (const ClassificationRow& row : rows) {
-        SCOPED_TRACE(row.model);
-        PlanToken(1, 100, Token(row.label, "1", row.model));
+        SCOPED_TRACE(row.m_Model);
+        PlanToken(1, 100, Token(row.m_Label, "1", row.m_Model));
         TokenInfoStruct2 info;
-        info.m_HasInfobox = !row.hasInfobox;
-        ASSERT_TRUE(m_card.GetTokenInfo(0, info));
-        EXPECT_EQ(info.m_EncKeyType, row.encKeyType);
-        EXPECT_EQ(info.m_EncKeyBits, row.encKeyBits);
-        EXPECT_EQ(info.m_SigKeyType, row.sigKeyType);
-        EXPECT_EQ(info.m_SigKeyBits, row.sigKeyBits);
-        EXPECT_EQ(info.m_TokenType, row.tokenType);
-        EXPECT_EQ(info.m_HasInfobox, row.hasInfobox);
+        info.m_HasInfobox = !row.m_HasInfobox;
+        ASSERT_TRUE(m_Card.GetTokenInfo(0, info));
+        EXPECT_EQ(info.m_EncKeyType, row.m_EncKeyType);
+        EXPECT_EQ(info.m_EncKeyBits, row.m_EncKeyBits);
+        EXPECT_EQ(info.m_SigKeyType, row.m_SigKeyType);
+        EXPECT_EQ(info.m_SigKeyBits, row.m_SigKeyBits);
+        EXPECT_EQ(info.m_TokenType, row.m_TokenType);
+        EXPECT_EQ(info.m_HasInfobox, row.m_HasInfobox);
         EXPECT_EQ(info.m_Serial, "1               ");
     }
 }
@@ -437,7 +437,7 @@ TEST_F(GetTokenInfo, ClassifiesByModelAndLabel) {
 TEST_F(GetTokenInfo, ASecondFormGivesTheFourTextsToo) {
     PlanToken(1, 100, Token("Karte", "123", "Modell", "Hersteller"));
     TokenInfoStruct2 info;
-    ASSERT_TRUE(m_card.GetTokenInfo(0, info));
+    ASSERT_TRUE(m_Card.GetTokenInfo(0, info));
     EXPECT_EQ(info.m_Label, "Karte" + std::string(27, ' '));
     EXPECT_EQ(info.m_ManufacturerId, "Hersteller" + std::string(22, ' '));
     EXPECT_EQ(info.m_Model, "Modell          ");
@@ -457,7 +457,7 @@ TEST_F(GetTokenInfo, LeavesTheKindOfAnUnrecognisedTokenAsTheCallerSetIt) {
         SCOPED_TRACE(model);
         PlanToken(1, 100, Token(label, "1", model));
         TokenInfoStruct2 info = {"", "", "", "", KEY_ECC, 11, KEY_RSA, 12, TOKEN_ECARD_G2, true};
-        ASSERT_TRUE(m_card.GetTokenInfo(0, info));
+        ASSERT_TRUE(m_Card.GetTokenInfo(0, info));
         EXPECT_EQ(info.m_EncKeyType, KEY_ECC);
         EXPECT_EQ(info.m_EncKeyBits, 11U);
         EXPECT_EQ(info.m_SigKeyType, KEY_RSA);

@@ -41,8 +41,8 @@ TEST_F(TheCardClass, BindsTheLibraryAndTellsAboutIt) {
                             "M m_Manufacturer: " + card.m_Manufacturer,
                             "M m_Description: " + card.m_Description, "M m_Version: " + card.m_Version));
     std::vector<std::string> calls;
-    for (const auto& record : m_deck.trace())
-        calls.push_back(record.function);
+    for (const auto& record : m_Deck.GetTrace())
+        calls.push_back(record.m_Function);
     EXPECT_THAT(calls, ElementsAre("C_Initialize", "C_GetInfo"));
 }
 
@@ -92,7 +92,7 @@ TEST_F(TheCardClass, SharesTheBindingWithASecondObjectThatCannotEndIt) {
     EXPECT_EQ(second.m_hLibrary, nullptr);
     EXPECT_TRUE(second.Destroy());
     EXPECT_TRUE(ProbedCard::m_bInitialized);
-    EXPECT_THAT(m_deck.trace("C_Finalize"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_Finalize"), IsEmpty());
 }
 
 TEST_F(TheCardClass, IsFinalisedOnceAndMayBeBoundAgain) {
@@ -101,14 +101,14 @@ TEST_F(TheCardClass, IsFinalisedOnceAndMayBeBoundAgain) {
     EXPECT_FALSE(ProbedCard::m_bInitialized);
     EXPECT_EQ(card.m_hLibrary, nullptr);
     EXPECT_TRUE(card.Destroy());
-    EXPECT_THAT(m_deck.trace("C_Finalize"), testing::SizeIs(1));
+    EXPECT_THAT(m_Deck.GetTrace("C_Finalize"), testing::SizeIs(1));
     EXPECT_TRUE(card.init());
     EXPECT_TRUE(card.init()); // safe to repeat
-    EXPECT_THAT(m_deck.trace("C_Initialize"), testing::SizeIs(2));
+    EXPECT_THAT(m_Deck.GetTrace("C_Initialize"), testing::SizeIs(2));
 }
 
 TEST_F(TheCardClass, ReportsALibraryThatDoesNotInitialiseAndTriesAgain) {
-    m_deck.planFaults({"C_Initialize call=1 rv=CKR_DEVICE_ERROR"});
+    m_Deck.PlanFaults({"C_Initialize call=1 rv=CKR_DEVICE_ERROR"});
     const LogCapture log;
     ProbedCard& card = Card();
     EXPECT_FALSE(ProbedCard::m_bInitialized);
@@ -117,7 +117,7 @@ TEST_F(TheCardClass, ReportsALibraryThatDoesNotInitialiseAndTriesAgain) {
 }
 
 TEST_F(TheCardClass, ReportsALibraryThatCannotTellAboutItself) {
-    m_deck.planFaults({"C_GetInfo call=1 rv=CKR_GENERAL_ERROR"});
+    m_Deck.PlanFaults({"C_GetInfo call=1 rv=CKR_GENERAL_ERROR"});
     const LogCapture log;
     EXPECT_FALSE((Card(), ProbedCard::m_bInitialized));
     EXPECT_THAT(log.Errors(), ElementsAre("PKCS11 Aufruf Proc_C_GetInfo(&info) ERROR0x5"));
@@ -126,18 +126,18 @@ TEST_F(TheCardClass, ReportsALibraryThatCannotTellAboutItself) {
 // --- Slots -------------------------------------------------------------------------------------------------
 
 TEST_F(TheCardClass, ListsCardsAsTheyComeAndGo) {
-    m_deck.add("acos-a04", CardOptions().serial("1111222233334444"));
-    const std::string second = m_deck.add("cardos-53", CardOptions().serial("5555666677778888"));
-    m_deck.add("empty");
+    m_Deck.Add("acos-a04", CardOptions().Serial("1111222233334444"));
+    const std::string second = m_Deck.Add("cardos-53", CardOptions().Serial("5555666677778888"));
+    m_Deck.Add("empty");
     EXPECT_THAT(Serials(true), ElementsAre("1111222233334444", "5555666677778888", "0000000000000000"));
     EXPECT_THAT(Serials(false), ElementsAre("1111222233334444", "5555666677778888"));
-    m_deck.takeOut(second);
+    m_Deck.TakeOut(second);
     EXPECT_THAT(Serials(false), ElementsAre("1111222233334444"));
 }
 
 TEST_F(TheCardClass, NeverListsADeviceThatIsNotRemovable) {
-    m_deck.add("acos-a04", CardOptions().serial("1111222233334444").fixedReader());
-    m_deck.add("acos-a04", CardOptions().serial("5555666677778888"));
+    m_Deck.Add("acos-a04", CardOptions().Serial("1111222233334444").FixedReader());
+    m_Deck.Add("acos-a04", CardOptions().Serial("5555666677778888"));
     EXPECT_THAT(Serials(true), ElementsAre("5555666677778888"));
 }
 
@@ -146,9 +146,9 @@ TEST_F(TheCardClass, ListsNothingOnAnEmptyDeck) {
 }
 
 TEST_F(TheCardClass, PassesOverADamagedCard) {
-    const std::string damaged = m_deck.add("acos-a04");
-    m_deck.add("acos-a04", CardOptions().serial("5555666677778888"));
-    m_deck.damage(damaged);
+    const std::string damaged = m_Deck.Add("acos-a04");
+    m_Deck.Add("acos-a04", CardOptions().Serial("5555666677778888"));
+    m_Deck.Damage(damaged);
     EXPECT_THAT(Serials(true), ElementsAre("5555666677778888"));
 }
 
@@ -156,8 +156,8 @@ TEST_F(TheCardClass, PassesOverADamagedCard) {
 
 TEST_F(TheCardClass, TellsEveryKindOfTheDemoDeckByTokenAndByAtr) {
     struct Row {
-        int tokenType;
-        int cardType;
+        int m_TokenType;
+        int m_CardType;
     };
     const Row rows[] = {
         {TOKEN_ACOS_03, CARD_ACOS_A03},    {TOKEN_ACOS_04, CARD_ACOS_A04},
@@ -166,23 +166,23 @@ TEST_F(TheCardClass, TellsEveryKindOfTheDemoDeckByTokenAndByAtr) {
         {TOKEN_ECARD_G4, CARD_UNKNOWN},    {TOKEN_CARDOS_53, CARD_CARDOS},
         {TOKEN_ACOS_04, CARD_ACOS_A04},    {TOKEN_TYPE_COUNT, CARD_UNKNOWN},
     };
-    m_deck.addDemoCards();
+    m_Deck.AddDemoCards();
     ASSERT_EQ(Serials(true).size(), std::size(rows));
     for (size_t i = 0; i < std::size(rows); ++i) {
         SCOPED_TRACE(i);
         TokenInfoStruct2 info;
         ASSERT_TRUE(Card().GetTokenInfo(i, info));
-        EXPECT_EQ(info.m_TokenType, rows[i].tokenType);
+        EXPECT_EQ(info.m_TokenType, rows[i].m_TokenType);
         ASSERT_TRUE(Card().OpenSession(static_cast<int>(i), false));
         Card().ReadATR(true);
         Card().LoadCardType();
-        EXPECT_EQ(Card().m_CardType, rows[i].cardType);
+        EXPECT_EQ(Card().m_CardType, rows[i].m_CardType);
         EXPECT_TRUE(Card().CloseSession());
     }
 }
 
 TEST_F(TheCardClass, ReadsTheAtrAgainAfterAReset) {
-    m_deck.add("ecard-g2");
+    m_Deck.Add("ecard-g2");
     Serials(true);
     ASSERT_TRUE(Card().OpenSession(0, false));
     const std::string atr = Card().ReadATR(false);
@@ -193,7 +193,7 @@ TEST_F(TheCardClass, ReadsTheAtrAgainAfterAReset) {
 // --- Objects -----------------------------------------------------------------------------------------------
 
 TEST_F(TheCardClass, FindsTheObjectsOfACardByTheirLabels) {
-    m_deck.add("acos-a03");
+    m_Deck.Add("acos-a03");
     Serials(true);
     ASSERT_TRUE(Card().OpenSession(0, false));
     const std::pair<const char*, unsigned long> objects[] = {
@@ -211,10 +211,10 @@ TEST_F(TheCardClass, FindsTheObjectsOfACardByTheirLabels) {
 }
 
 TEST_F(TheCardClass, ReportsASearchOnACardThatIsGone) {
-    const std::string card = m_deck.add("acos-a03");
+    const std::string card = m_Deck.Add("acos-a03");
     Serials(true);
     ASSERT_TRUE(Card().OpenSession(0, false));
-    m_deck.takeOut(card);
+    m_Deck.TakeOut(card);
     const LogCapture log;
     unsigned long handle = 0;
     EXPECT_FALSE(Card().FindObject("SK.CH.SIG", CKO_PRIVATE_KEY, &handle));

@@ -20,9 +20,9 @@ namespace {
 class ADeckOfThree : public CliTest {
 protected:
     void SetUp() override {
-        m_deck.add("acos-a04", CardOptions().serial("0512380917624502").holder("Käthe Grünbichler"));
-        m_deck.add("ecard-g3b", CardOptions().serial("8004000334455667").holder("Anneliese Süßmaier"));
-        m_deck.add("empty");
+        m_Deck.Add("acos-a04", CardOptions().Serial("0512380917624502").Holder("Käthe Grünbichler"));
+        m_Deck.Add("ecard-g3b", CardOptions().Serial("8004000334455667").Holder("Anneliese Süßmaier"));
+        m_Deck.Add("empty");
     }
 };
 
@@ -86,7 +86,7 @@ TEST_F(ADeckOfThree, WantsToBeToldWhichCardIsMeant) {
 }
 
 TEST_F(ADeckOfThree, KeepsNumberAndKindTogetherBesideAFixedReader) {
-    m_deck.add("cardos-53", CardOptions().directory("00-first").fixedReader());
+    m_Deck.Add("cardos-53", CardOptions().Directory("00-first").FixedReader());
     const json list = json::parse(Good({"list", "--json"}));
     ASSERT_EQ(list["cards"].size(), 3U);
     EXPECT_EQ(list["cards"][0]["kind"], "Orsel Carta ACOS 04");
@@ -94,7 +94,7 @@ TEST_F(ADeckOfThree, KeepsNumberAndKindTogetherBesideAFixedReader) {
 }
 
 TEST_F(ACardAlone, NeedsNoName) {
-    m_deck.add("acos-a03", CardOptions().serial("0401270843567891").holder("Jörg Weißenböck"));
+    m_Deck.Add("acos-a03", CardOptions().Serial("0401270843567891").Holder("Jörg Weißenböck"));
     const json card = json::parse(Good({"show", "--json"}));
     EXPECT_EQ(card["cin"], "0401270843567891");
     EXPECT_EQ(card["kind"], "Orsel Carta ACOS 03");
@@ -106,19 +106,19 @@ TEST_F(ACardAlone, NeedsNoName) {
 }
 
 TEST_F(ACardAlone, ThatIsAnECardTellsTheStateOfItsPins) {
-    const std::string card = m_deck.add("ecard-g3a");
-    m_deck.setTries(card, "signature", 0);
-    m_deck.setTries(card, "encryption", 1);
+    const std::string card = m_Deck.Add("ecard-g3a");
+    m_Deck.SetTries(card, "signature", 0);
+    m_Deck.SetTries(card, "encryption", 1);
     EXPECT_EQ(Good({"pin"}), "Signature PIN:      blocked\n"
                              "Encryption PIN:     good, 1 try is left\n"
                              "Identity link PIN:  good, 1 try is left\n");
-    m_deck.unsetPin(card, "signature");
+    m_Deck.UnsetPin(card, "signature");
     EXPECT_EQ(json::parse(Good({"pin", "--json"}))["pins"][0],
               json({{"pin", "signature"}, {"state", "not-set"}, {"triesLeft", nullptr}}));
 }
 
 TEST_F(ACardAlone, ThatNobodyHasPersonalisedIsShownWithoutFailure) {
-    m_deck.add("empty");
+    m_Deck.Add("empty");
     const json card = json::parse(Good({"show", "--json"}));
     EXPECT_EQ(card["empty"], true);
     EXPECT_EQ(card["signatureCertificate"], nullptr);
@@ -133,21 +133,21 @@ TEST_F(ACardAlone, ThatNobodyHasPersonalisedIsShownWithoutFailure) {
 }
 
 TEST_F(ACardAlone, CannotSteerTheTerminal) {
-    const std::string name = m_deck.add("acos-a04", CardOptions().label("\033[31mred"));
+    const std::string name = m_Deck.Add("acos-a04", CardOptions().Label("\033[31mred"));
     EXPECT_THAT(Good({"list"}), Not(HasSubstr("\033")));
     EXPECT_THAT(Good({"show"}), Not(HasSubstr("\033")));
     EXPECT_EQ(json::parse(Good({"list", "--json"}))["cards"][0]["label"], "\033[31mred");
 }
 
 TEST_F(ACardAlone, ThatIsPutInIsWaitedFor) {
-    const std::string name = m_deck.add("ecard-g4");
-    m_deck.takeOut(name);
+    const std::string name = m_Deck.Add("ecard-g4");
+    m_Deck.TakeOut(name);
     EXPECT_EQ(RunCli({"show"}).m_Code, 3);
     std::thread person([this, &name] {
-        while (m_deck.trace("C_GetSlotList").size() < 6) { // the command has looked and waits
+        while (m_Deck.GetTrace("C_GetSlotList").size() < 6) { // the command has looked and waits
             std::this_thread::yield();
         }
-        m_deck.putBack(name);
+        m_Deck.PutBack(name);
     });
     const CliResult result = RunCli({"show", "--wait", "60"});
     person.join();
@@ -163,7 +163,7 @@ TEST_F(ACardAlone, IsMissedAfterTheTimeThatWasGiven) {
 }
 
 TEST_F(ACardAlone, GivesItsNumberAndFilesToRawCommands) {
-    m_deck.add("acos-a05", CardOptions().serial("0623491026733613"));
+    m_Deck.Add("acos-a05", CardOptions().Serial("0623491026733613"));
     const std::string answer = Good({"apdu", "80F6000008", "00 A4 00 0C 02 12 34"});
     EXPECT_THAT(answer, HasSubstr(" 9000  done\n"));
     EXPECT_THAT(answer, HasSubstr("6A82  file not found\n"));
@@ -176,16 +176,16 @@ TEST_F(ACardAlone, GivesItsNumberAndFilesToRawCommands) {
 }
 
 TEST_F(ACardAlone, IsShownWithAllThatItHolds) {
-    const std::string card = m_deck.add("acos-a03");
+    const std::string card = m_Deck.Add("acos-a03");
     const size_t before = json::parse(Good({"show", "--json"}))["dataObjects"].size();
     std::vector<std::string> labels;
     for (const size_t count : {40U, 70U}) { // more than are asked for at once, the second time
-        m_deck.change(card, [&](orselsim::Card& changed) {
-            changed.contents["record"] = {1};
+        m_Deck.Change(card, [&](orselsim::Card& changed) {
+            changed.m_Contents["record"] = {1};
             while (labels.size() < count) {
                 labels.push_back("record " + std::to_string(labels.size() + 100));
-                changed.record.objects.push_back(
-                    {orselsim::ObjectKind::Data, labels.back(), {}, "record", false, ""});
+                changed.m_Record.m_Objects.push_back(
+                    {orselsim::ObjectKind::DATA, labels.back(), {}, "record", false, ""});
             }
         });
         const auto objects =
@@ -201,48 +201,48 @@ TEST_F(ACardAlone, IsShownWithAllThatItHolds) {
 }
 
 TEST_F(ACardAlone, WhoseObjectsNeverComeToAnEndIsShownWithoutThem) {
-    m_deck.add("acos-a03");
-    m_deck.planFaults({"C_FindObjects length=10"}); // as many as the card class asks for, again and again
+    m_Deck.Add("acos-a03");
+    m_Deck.PlanFaults({"C_FindObjects length=10"}); // as many as the card class asks for, again and again
     const CliResult result = RunCli({"show"});
     EXPECT_EQ(result.m_Code, 1);
     EXPECT_THAT(result.m_Out,
                 HasSubstr("Data objects:            The token library gave an answer that cannot be "
                           "right (C_FindObjects).\n"));
-    EXPECT_LT(m_deck.trace("C_FindObjects").size(), 1300U);
+    EXPECT_LT(m_Deck.GetTrace("C_FindObjects").size(), 1300U);
     ExpectNoSession();
 }
 
 TEST_F(ACardAlone, GivesInsuranceDataIfItIsAnECard) {
-    const std::string card = m_deck.add("ecard-g4", CardOptions().holder("Björn Straßgschwandtner"));
+    const std::string card = m_Deck.Add("ecard-g4", CardOptions().Holder("Björn Straßgschwandtner"));
     const json data = json::parse(Good({"insurance", "--json"}));
     EXPECT_THAT(data["ehic"].get<std::string>(), HasSubstr("426AC3B6726E"));
     EXPECT_THAT(Good({"insurance"}), HasSubstr("Grunddaten"));
-    m_deck.remove(card);
-    m_deck.add("acos-a04");
+    m_Deck.Remove(card);
+    m_Deck.Add("acos-a04");
     const CliResult result = RunCli({"insurance"});
     EXPECT_EQ(result.m_Code, 1);
     EXPECT_THAT(result.m_Error, HasSubstr("only e-cards"));
 }
 
 TEST_F(ACardAlone, GivesItsIdentityLinkInWordsAndAsItIs) {
-    const std::string card = m_deck.add("acos-a03", CardOptions().holder("Jörg Weißenböck"));
+    const std::string card = m_Deck.Add("acos-a03", CardOptions().Holder("Jörg Weißenböck"));
     EXPECT_THAT(Good({"identity-link"}), HasSubstr("Weißenböck"));
-    const orselsim::Bytes link = m_deck.objectContent(card, "PERSONENBINDUNG");
+    const orselsim::Bytes link = m_Deck.ObjectContent(card, "PERSONENBINDUNG");
     EXPECT_EQ(Good({"identity-link", "--raw"}), std::string(link.begin(), link.end()));
     EXPECT_EQ(json::parse(Good({"identity-link", "--json"}))["familyName"], "Weißenböck");
-    m_deck.replaceObject(card, "PERSONENBINDUNG", orselsim::Bytes(200, 0x41));
+    m_Deck.ReplaceObject(card, "PERSONENBINDUNG", orselsim::Bytes(200, 0x41));
     EXPECT_THAT(RunCli({"identity-link"}).m_Error, HasSubstr("damaged"));
-    m_deck.replaceObject(card, "PERSONENBINDUNG", orselsim::Bytes(200, 0));
+    m_Deck.ReplaceObject(card, "PERSONENBINDUNG", orselsim::Bytes(200, 0));
     EXPECT_THAT(RunCli({"identity-link"}).m_Error, HasSubstr("no identity link"));
-    m_deck.removeObject(card, "PERSONENBINDUNG");
+    m_Deck.RemoveObject(card, "PERSONENBINDUNG");
     EXPECT_THAT(RunCli({"identity-link"}).m_Error, HasSubstr("no identity link"));
 }
 
 TEST_F(ACardAlone, IsLeftInPeaceOnceASignalHasCome) {
-    m_deck.add("acos-a04");
-    m_deck.planFaults({"C_FindObjects call=1 delay=300"});
+    m_Deck.Add("acos-a04");
+    m_Deck.PlanFaults({"C_FindObjects call=1 delay=300"});
     std::thread person([this] {
-        while (m_deck.trace("C_FindObjectsInit").empty()) {
+        while (m_Deck.GetTrace("C_FindObjectsInit").empty()) {
             std::this_thread::yield();
         }
         orselcli::Interruption::Note(SIGINT);
@@ -252,6 +252,6 @@ TEST_F(ACardAlone, IsLeftInPeaceOnceASignalHasCome) {
     EXPECT_EQ(result.m_Code, 130);
     EXPECT_THAT(result.m_Out, IsEmpty());
     EXPECT_THAT(result.m_Error, HasSubstr("interrupted"));
-    EXPECT_THAT(m_deck.trace("C_GetAttributeValue"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_GetAttributeValue"), IsEmpty());
     ExpectNoSession();
 }

@@ -72,7 +72,7 @@ std::string CliTest::ContentOf(const std::string& path) {
 
 std::vector<std::string> CliTest::Files() const {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(m_deck.folder())) {
+    for (const auto& entry : std::filesystem::directory_iterator(m_Deck.Folder())) {
         names.push_back(entry.path().filename().string());
     }
     return names;

@@ -30,17 +30,17 @@ protected:
 
     /// A file of the test's own; the path of one that is not made yet.
     std::string FileOf(const std::string& name, const std::string& content);
-    std::string PathOf(const std::string& name) const { return m_deck.folder() + "/" + name; }
+    std::string PathOf(const std::string& name) const { return m_Deck.Folder() + "/" + name; }
     static std::string ContentOf(const std::string& path);
     /// Names of what lies in the test's folder.
     std::vector<std::string> Files() const;
 
     /// Nobody left a session open.
     void ExpectNoSession() {
-        EXPECT_THAT(orseltest::sessionsNobodyClosed(m_deck.trace()), testing::IsEmpty());
+        EXPECT_THAT(orseltest::SessionsNobodyClosed(m_Deck.GetTrace()), testing::IsEmpty());
     }
 
-    orseltest::SimDeck m_deck;
+    orseltest::SimDeck m_Deck;
 };
 
 #endif

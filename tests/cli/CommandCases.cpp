@@ -80,7 +80,7 @@ void ACommand::SetUp() {
         const bool isFile = std::find(std::begin(FILES), std::end(FILES), word) != std::end(FILES);
         m_Line.push_back(isFile ? PathOf(word) : word);
     }
-    m_Pristine = m_deck.read(m_card);
+    m_Pristine = m_Deck.Read(m_Card);
     m_PristineState = StateOf(m_Pristine);
 }
 
@@ -88,32 +88,32 @@ void ACommand::MakeFiles() {
     const std::string& kind = GetParam().m_Kind;
     FileOf("FILE", "twenty characters...");
     if (GetParam().m_Name == "UpdateIdentityLink") {
-        const std::string other = m_deck.add(kind, CardOptions().holder("Otto Anders"));
-        FileOf("LINK", TextOf(m_deck.objectContent(other, "PERSONENBINDUNG")));
-        m_deck.remove(other);
+        const std::string other = m_Deck.Add(kind, CardOptions().Holder("Otto Anders"));
+        FileOf("LINK", TextOf(m_Deck.ObjectContent(other, "PERSONENBINDUNG")));
+        m_Deck.Remove(other);
     }
-    m_card = m_deck.add(kind, CardOptions().serial("8004000011112222"));
-    orselsim::Bytes certificate = m_deck.objectContent(m_card, "C.CH.EKEY");
+    m_Card = m_Deck.Add(kind, CardOptions().Serial("8004000011112222"));
+    orselsim::Bytes certificate = m_Deck.ObjectContent(m_Card, "C.CH.EKEY");
     certificate.back() ^= 1; // of the issuer's signature: another certificate for the same key
     FileOf("CERTIFICATE", TextOf(certificate));
     if (GetParam().m_Name.find("Verify") == 0) {
-        m_deck.answerPins({"1234"});
+        m_Deck.AnswerPins({"1234"});
         Good({"sign", "encryption", PathOf("FILE"), "--out", PathOf("SIGNATURE")});
     }
-    m_deck.answerPins(GetParam().m_Answers);
+    m_Deck.AnswerPins(GetParam().m_Answers);
 }
 
 CliResult ACommand::Run(int out) {
     if (GetParam().m_Changes) {
-        m_deck.change(m_card, [this](orselsim::Card& card) { card = m_Pristine; });
+        m_Deck.Change(m_Card, [this](orselsim::Card& card) { card = m_Pristine; });
     }
-    m_deck.clearTrace();
+    m_Deck.ClearTrace();
     return out >= 0 ? RunCliInto(out, m_Line) : RunCli(m_Line);
 }
 
 std::string ACommand::StateOf(const orselsim::Card& card) {
-    std::string state = TextOf(orselsim::printCardRecord(card.record));
-    for (const auto& [file, content] : card.contents) {
+    std::string state = TextOf(orselsim::PrintCardRecord(card.m_Record));
+    for (const auto& [file, content] : card.m_Contents) {
         state += "\n" + file + "\n" + TextOf(content);
     }
     return state;

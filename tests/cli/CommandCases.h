@@ -38,12 +38,12 @@ protected:
     CliResult Run(int out = -1);
 
     /// Whether the card is in another state than in the beginning.
-    bool IsChanged() const { return StateOf(m_deck.read(m_card)) != m_PristineState; }
+    bool IsChanged() const { return StateOf(m_Deck.Read(m_Card)) != m_PristineState; }
     std::string Out() const { return ContentOf(PathOf("OUT")); }
     /// A temporary file has the name of the one to be written and more.
     void ExpectNoRemains() const;
 
-    std::string m_card;
+    std::string m_Card;
 
 private:
     static std::string StateOf(const orselsim::Card& card);

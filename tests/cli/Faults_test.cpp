@@ -18,16 +18,16 @@ namespace {
 class AFaultyLibrary : public ACommand {
 protected:
     void ExpectAGoodEnd(const CardFault& fault) {
-        m_deck.planFaults({fault.line()});
+        m_Deck.PlanFaults({fault.GetLine()});
         std::remove(PathOf("OUT").c_str());
         const CliResult result = Run();
-        EXPECT_TRUE(fault.isMetIn(m_deck.trace()));
+        EXPECT_TRUE(fault.IsMetIn(m_Deck.GetTrace()));
         ExpectNoSession();
         ExpectNoRemains();
         EXPECT_THAT(result.m_Code, testing::AnyOf(0, 1, 3, 4));
         if (result.m_Code == 0 && !GetParam().m_MayBePartial) {
-            EXPECT_EQ(result.m_Out, m_good.m_Out);
-            EXPECT_EQ(Out(), m_goodFile);
+            EXPECT_EQ(result.m_Out, m_Good.m_Out);
+            EXPECT_EQ(Out(), m_GoodFile);
         }
         if (result.m_Code != 0) {
             EXPECT_THAT(result.m_Error,
@@ -37,22 +37,22 @@ protected:
         }
     }
 
-    CliResult m_good;
-    std::string m_goodFile;
+    CliResult m_Good;
+    std::string m_GoodFile;
 };
 
 } // namespace
 
 TEST_P(AFaultyLibrary, LetsEveryCommandEndWell) {
-    m_good = Run();
-    m_goodFile = Out();
-    ASSERT_EQ(m_good.m_Code, 0) << m_good.m_Error;
-    const std::vector<CardCall> calls = orseltest::callsOfCommand(m_deck.trace(), 0);
+    m_Good = Run();
+    m_GoodFile = Out();
+    ASSERT_EQ(m_Good.m_Code, 0) << m_Good.m_Error;
+    const std::vector<CardCall> calls = orseltest::CallsOfCommand(m_Deck.GetTrace(), 0);
     ASSERT_THAT(calls, Not(IsEmpty()));
     size_t cases = 0;
     for (const CardCall& call : calls) {
-        for (const CardFault& fault : orseltest::faultsOf(call)) {
-            SCOPED_TRACE(fault.line());
+        for (const CardFault& fault : orseltest::FaultsOf(call)) {
+            SCOPED_TRACE(fault.GetLine());
             ExpectAGoodEnd(fault);
             ++cases;
         }
@@ -71,12 +71,12 @@ class ACardThatGoes : public CliTest {};
 } // namespace
 
 TEST_F(ACardThatGoes, InTheMiddleIsToldAsSuch) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     FileOf("text", "a text");
-    m_deck.answerPins({"123456"});
+    m_Deck.AnswerPins({"123456"});
     for (const char* function :
          {"C_OpenSession", "C_FindObjectsInit", "C_GetAttributeValue", "C_SignInit", "C_Sign"}) {
-        m_deck.planFaults({std::string(function) + " rv=CKR_DEVICE_REMOVED"});
+        m_Deck.PlanFaults({std::string(function) + " rv=CKR_DEVICE_REMOVED"});
         const CliResult result =
             RunCli({"sign", "signature", PathOf("text"), "--hash", "sha256", "--out", PathOf("out")});
         EXPECT_EQ(result.m_Code, 1) << function;
@@ -87,9 +87,9 @@ TEST_F(ACardThatGoes, InTheMiddleIsToldAsSuch) {
 }
 
 TEST_F(ACardThatGoes, LeavesTheOthersInTheList) {
-    m_deck.add("acos-a04", orseltest::CardOptions().serial("0512380917624502"));
-    m_deck.add("ecard-g4", orseltest::CardOptions().serial("8004000445566778"));
-    m_deck.planFaults({"C_OpenSession call=1 rv=CKR_DEVICE_REMOVED"});
+    m_Deck.Add("acos-a04", orseltest::CardOptions().Serial("0512380917624502"));
+    m_Deck.Add("ecard-g4", orseltest::CardOptions().Serial("8004000445566778"));
+    m_Deck.PlanFaults({"C_OpenSession call=1 rv=CKR_DEVICE_REMOVED"});
     const CliResult result = RunCli({"list"});
     EXPECT_EQ(result.m_Code, 0);
     EXPECT_THAT(result.m_Out, testing::AllOf(HasSubstr("0512380917624502"), HasSubstr("8004000445566778")));

@@ -26,7 +26,7 @@ class AFileOfTheCommandLine : public CliTest {
 protected:
     void TearDown() override { Interruption::Forget(); }
 
-    const Bytes m_content = {'n', 'e', 'w'};
+    const Bytes m_Content = {'n', 'e', 'w'};
 };
 
 mode_t RightsOf(const std::string& path) {
@@ -40,7 +40,7 @@ mode_t RightsOf(const std::string& path) {
 TEST_F(AFileOfTheCommandLine, IsReplacedWholeAndLeavesNothingBeside) {
     const std::string path = FileOf("out", "old and longer");
     const auto before = Files();
-    EXPECT_TRUE(WriteOutput(path, m_content).IsDone());
+    EXPECT_TRUE(WriteOutput(path, m_Content).IsDone());
     EXPECT_EQ(ContentOf(path), "new");
     EXPECT_THAT(Files(), testing::UnorderedElementsAreArray(before));
 }
@@ -48,10 +48,10 @@ TEST_F(AFileOfTheCommandLine, IsReplacedWholeAndLeavesNothingBeside) {
 TEST_F(AFileOfTheCommandLine, KeepsItsRightsAndGetsTheUsualOnesWhenNew) {
     const std::string path = FileOf("out", "old");
     chmod(path.c_str(), 0604);
-    EXPECT_TRUE(WriteOutput(path, m_content).IsDone());
+    EXPECT_TRUE(WriteOutput(path, m_Content).IsDone());
     EXPECT_EQ(RightsOf(path), 0604U);
     const mode_t mask = umask(027);
-    EXPECT_TRUE(WriteOutput(PathOf("new"), m_content).IsDone());
+    EXPECT_TRUE(WriteOutput(PathOf("new"), m_Content).IsDone());
     umask(mask);
     EXPECT_EQ(RightsOf(PathOf("new")), 0640U);
 }
@@ -60,7 +60,7 @@ TEST_F(AFileOfTheCommandLine, IsLeftAsItWasWhenASignalCame) {
     const std::string path = FileOf("out", "old");
     const auto before = Files();
     Interruption::Note(SIGINT);
-    EXPECT_FALSE(WriteOutput(path, m_content).IsDone());
+    EXPECT_FALSE(WriteOutput(path, m_Content).IsDone());
     EXPECT_EQ(ContentOf(path), "old");
     EXPECT_THAT(Files(), testing::UnorderedElementsAreArray(before));
 }
@@ -69,7 +69,7 @@ TEST_F(AFileOfTheCommandLine, ThatIsAPipeGetsNothingWhenASignalCame) {
     ASSERT_EQ(mkfifo(PathOf("pipe").c_str(), 0600), 0);
     const int reader = open(PathOf("pipe").c_str(), O_RDONLY | O_NONBLOCK);
     Interruption::Note(SIGINT);
-    EXPECT_FALSE(WriteOutput(PathOf("pipe"), m_content).IsDone());
+    EXPECT_FALSE(WriteOutput(PathOf("pipe"), m_Content).IsDone());
     char byte = 0;
     EXPECT_EQ(read(reader, &byte, 1), 0);
     close(reader);
@@ -78,19 +78,19 @@ TEST_F(AFileOfTheCommandLine, ThatIsAPipeGetsNothingWhenASignalCame) {
 TEST_F(AFileOfTheCommandLine, IsReachedThroughALinkThatStaysOne) {
     const std::string path = FileOf("target", "old");
     std::filesystem::create_symlink(path, PathOf("link"));
-    EXPECT_TRUE(WriteOutput(PathOf("link"), m_content).IsDone());
+    EXPECT_TRUE(WriteOutput(PathOf("link"), m_Content).IsDone());
     EXPECT_TRUE(std::filesystem::is_symlink(PathOf("link")));
     EXPECT_EQ(ContentOf(path), "new");
 }
 
 TEST_F(AFileOfTheCommandLine, IsRefusedWhereThereIsNoDirectory) {
-    EXPECT_EQ(WriteOutput(PathOf("no/such/file"), m_content).Why(), Reason::OUTPUT_UNWRITABLE);
+    EXPECT_EQ(WriteOutput(PathOf("no/such/file"), m_Content).Why(), Reason::OUTPUT_UNWRITABLE);
 }
 
 TEST_F(AFileOfTheCommandLine, ThatIsADeviceIsWrittenToAsItStands) {
-    EXPECT_TRUE(WriteOutput("/dev/null", m_content).IsDone());
+    EXPECT_TRUE(WriteOutput("/dev/null", m_Content).IsDone());
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
-    EXPECT_EQ(WriteOutput("/dev/full", m_content).Why(), Reason::OUTPUT_FAILED);
+    EXPECT_EQ(WriteOutput("/dev/full", m_Content).Why(), Reason::OUTPUT_FAILED);
 }
 
 TEST_F(AFileOfTheCommandLine, IsReadWholeUpToItsLimit) {
@@ -100,5 +100,5 @@ TEST_F(AFileOfTheCommandLine, IsReadWholeUpToItsLimit) {
     EXPECT_EQ(content.size(), 200000U);
     EXPECT_EQ(ReadInput(path, content, 199999).Why(), Reason::INPUT_TOO_LARGE);
     EXPECT_EQ(ReadInput(PathOf("none"), content).Why(), Reason::INPUT_UNREADABLE);
-    EXPECT_EQ(ReadInput(m_deck.folder(), content).Why(), Reason::INPUT_UNREADABLE);
+    EXPECT_EQ(ReadInput(m_Deck.Folder(), content).Why(), Reason::INPUT_UNREADABLE);
 }

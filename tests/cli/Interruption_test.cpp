@@ -60,8 +60,8 @@ protected:
         ASSERT_EQ(m_Good.m_Code, 0) << m_Good.m_Error;
         m_GoodFile = Out();
         ASSERT_EQ(IsChanged(), GetParam().m_Changes);
-        for (const orseltest::TraceRecord& record : m_deck.trace()) {
-            m_Calls.push_back(record.function);
+        for (const orseltest::TraceRecord& record : m_Deck.GetTrace()) {
+            m_Calls.push_back(record.m_Function);
         }
         ASSERT_GT(m_Calls.size(), 5U);
         ASSERT_EQ(m_Calls.back(), "C_Finalize");
@@ -69,21 +69,21 @@ protected:
 
     /// Whatever was opened is closed: each session, and the library last.
     void ExpectAllClosed() {
-        m_Trace = m_deck.trace();
+        m_Trace = m_Deck.GetTrace();
         std::map<std::string, int> calls;
         for (const orseltest::TraceRecord& record : m_Trace) {
-            ++calls[record.function];
+            ++calls[record.m_Function];
         }
-        EXPECT_THAT(orseltest::sessionsNobodyClosed(m_Trace), IsEmpty());
+        EXPECT_THAT(orseltest::SessionsNobodyClosed(m_Trace), IsEmpty());
         EXPECT_EQ(calls["C_OpenSession"], calls["C_CloseSession"]);
         EXPECT_EQ(calls["C_Initialize"], calls["C_Finalize"]);
-        EXPECT_EQ(m_Trace.back().function, "C_Finalize");
+        EXPECT_EQ(m_Trace.back().m_Function, "C_Finalize");
         ExpectNoRemains();
     }
     /// Behind the interruption the library only ends what it has begun; binding it comes first in any case.
     void ExpectNothingBegun(size_t call) {
         for (size_t next = call + 1; next < m_Trace.size(); ++next) {
-            EXPECT_THAT(m_Trace[next].function,
+            EXPECT_THAT(m_Trace[next].m_Function,
                         testing::AnyOf("C_CloseSession", "C_Logout", "C_Finalize", "C_GetInfo"));
         }
     }

@@ -21,13 +21,13 @@ Bytes BytesOf(const std::string& text) {
 }
 
 struct KeyCase {
-    std::string kind;
-    std::string key;
-    std::string hash;
+    std::string m_Kind;
+    std::string m_Key;
+    std::string m_Hash;
 };
 
 void PrintTo(const KeyCase& keyCase, std::ostream* out) {
-    *out << keyCase.kind << " " << keyCase.key << " " << keyCase.hash;
+    *out << keyCase.m_Kind << " " << keyCase.m_Key << " " << keyCase.m_Hash;
 }
 
 std::vector<KeyCase> KeyCases() {
@@ -52,22 +52,22 @@ protected:
 
 class AnECard : public CliTest {
 protected:
-    void SetUp() override { m_card = m_deck.add("ecard-g3b", CardOptions().serial("8004000334455667")); }
+    void SetUp() override { m_Card = m_Deck.Add("ecard-g3b", CardOptions().Serial("8004000334455667")); }
 
-    std::string m_card;
+    std::string m_Card;
 };
 
 } // namespace
 
 TEST_P(AKeyOfACard, SignsWhatOpensslVerifies) {
     const auto& [kind, key, hash] = GetParam();
-    const std::string card = m_deck.add(kind);
-    m_deck.answerPins({PinOf(key), PinOf(key), PinOf(key)});
+    const std::string card = m_Deck.Add(kind);
+    m_Deck.AnswerPins({PinOf(key), PinOf(key), PinOf(key)});
     for (const std::string& text : {std::string("a short text"), std::string(5000, 'x'), std::string()}) {
         const std::string file = FileOf("text", text);
         const std::string signature = Good({"sign", key, file, "--hash", hash});
-        const OpenSslCommand openssl(m_deck.folder());
-        EXPECT_TRUE(openssl.Verifies(m_deck.objectContent(card, LabelOf(key)), hash, BytesOf(text),
+        const OpenSslCommand openssl(m_Deck.Folder());
+        EXPECT_TRUE(openssl.Verifies(m_Deck.ObjectContent(card, LabelOf(key)), hash, BytesOf(text),
                                      BytesOf(signature)))
             << text.size();
         const std::string signatureFile = FileOf("signature", signature);
@@ -91,27 +91,27 @@ TEST_P(AKeyOfACard, SignsWhatOpensslVerifies) {
 INSTANTIATE_TEST_SUITE_P(Of, AKeyOfACard, testing::ValuesIn(KeyCases()));
 
 TEST_F(AnECard, SignsWithTheHashThatItNeeds) {
-    m_deck.answerPins({"1234"});
+    m_Deck.AnswerPins({"1234"});
     EXPECT_EQ(json::parse(Good({"sign", "encryption", FileOf("text", "a text"), "--json"}))["hash"],
               "ripemd160");
 }
 
 TEST_F(AnECard, SignsWithTheHashThatItsOtherKeyNeeds) {
-    m_deck.answerPins({"123456"});
+    m_Deck.AnswerPins({"123456"});
     EXPECT_EQ(json::parse(Good({"sign", "signature", FileOf("text", "a text"), "--json"}))["hash"], "sha256");
 }
 
 TEST_F(AnECard, SignsAFinishedHashAsItIs) {
-    m_deck.answerPins({"123456"});
+    m_Deck.AnswerPins({"123456"});
     const std::string hash(32, 'h');
     const std::string signature = Good({"sign", "signature", FileOf("hash", hash), "--hash", "raw"});
-    const OpenSslCommand openssl(m_deck.folder());
+    const OpenSslCommand openssl(m_Deck.Folder());
     EXPECT_TRUE(
-        openssl.Verifies(m_deck.objectContent(m_card, "C.CH.SIG"), "", BytesOf(hash), BytesOf(signature)));
+        openssl.Verifies(m_Deck.ObjectContent(m_Card, "C.CH.SIG"), "", BytesOf(hash), BytesOf(signature)));
 }
 
 TEST_F(AnECard, WritesItsSignatureToAFileOrInBase64) {
-    m_deck.answerPins({"123456", "123456"});
+    m_Deck.AnswerPins({"123456", "123456"});
     const std::string file = FileOf("text", "a text");
     EXPECT_EQ(Good({"sign", "signature", file, "--out", PathOf("out")}), "");
     EXPECT_EQ(ContentOf(PathOf("out")).size(), 64U);
@@ -121,7 +121,7 @@ TEST_F(AnECard, WritesItsSignatureToAFileOrInBase64) {
 }
 
 TEST_F(AnECard, TellsAWrongPinWithTheTriesThatAreLeft) {
-    m_deck.answerPins({"000000", "000000", "000000"});
+    m_Deck.AnswerPins({"000000", "000000", "000000"});
     const std::string file = FileOf("text", "a text");
     EXPECT_THAT(RunCli({"sign", "signature", file}).m_Error,
                 StartsWith("orselcards-cli: The PIN is wrong; 2 tries are left.\n"));
@@ -139,27 +139,27 @@ TEST_F(AnECard, GivesEachCauseAnErrorOfItsOwn) {
         EXPECT_THAT(result.m_Out, IsEmpty());
         return json::parse(result.m_Error)["error"]["reason"].get<std::string>();
     };
-    m_deck.answerPins({"cancel"});
+    m_Deck.AnswerPins({"cancel"});
     EXPECT_EQ(reasonOf({"sign", "signature", file}), "cancelled");
-    m_deck.setTries(m_card, "signature", 0);
+    m_Deck.SetTries(m_Card, "signature", 0);
     EXPECT_EQ(reasonOf({"sign", "signature", file}), "pin-blocked");
     EXPECT_EQ(reasonOf({"pin", "unblock", "signature"}), "not-supported"); // an e-card has no PUK
-    m_deck.unsetPin(m_card, "signature");
+    m_Deck.UnsetPin(m_Card, "signature");
     EXPECT_EQ(reasonOf({"sign", "signature", file}), "pin-not-set");
-    m_deck.planFaults({"C_Sign rv=CKR_DEVICE_REMOVED"});
+    m_Deck.PlanFaults({"C_Sign rv=CKR_DEVICE_REMOVED"});
     EXPECT_EQ(reasonOf({"sign", "encryption", file}), "card-gone");
-    m_deck.planFaults({"C_Sign rv=0x80000123"});
+    m_Deck.PlanFaults({"C_Sign rv=0x80000123"});
     EXPECT_EQ(reasonOf({"sign", "encryption", file}), "unknown-code");
-    m_deck.planFaults({});
-    m_deck.removeObject(m_card, "SK.CH.EKEY");
+    m_Deck.PlanFaults({});
+    m_Deck.RemoveObject(m_Card, "SK.CH.EKEY");
     EXPECT_EQ(reasonOf({"sign", "encryption", file}), "no-key");
     EXPECT_EQ(reasonOf({"sign", "signature", PathOf("none")}), "input-unreadable");
 }
 
 TEST_F(AnECard, ChangesAndUnblocksPins) {
-    m_deck.answerPins({"123456", "654321", "654321", "0000"});
+    m_Deck.AnswerPins({"123456", "654321", "654321", "0000"});
     EXPECT_EQ(Good({"pin", "change", "signature"}), "The PIN is changed.\n");
-    EXPECT_TRUE(m_deck.hasPin(m_card, "signature", "654321"));
+    EXPECT_TRUE(m_Deck.HasPin(m_Card, "signature", "654321"));
     const CliResult wrong = RunCli({"pin", "change", "encryption"}); // the script begins anew
     EXPECT_EQ(wrong.m_Code, 1);
     EXPECT_THAT(wrong.m_Error, HasSubstr("2 tries are left"));
@@ -168,7 +168,7 @@ TEST_F(AnECard, ChangesAndUnblocksPins) {
 }
 
 TEST_F(AnECard, ShowsItsIdentityLinkWhereverItKeepsIt) {
-    const orselsim::Bytes link = m_deck.objectContent(m_card, "0x01");
+    const orselsim::Bytes link = m_Deck.ObjectContent(m_Card, "0x01");
     EXPECT_EQ(Good({"identity-link", "--raw"}), std::string(link.begin(), link.end()));
 }
 
@@ -181,7 +181,7 @@ TEST_F(AnECard, NeverTakesAPinFromTheCommandLine) {
 TEST_F(AnECard, GivesTheCertificatesThatItHolds) {
     for (const std::string& key : {std::string("signature"), std::string("encryption")}) {
         const orselsim::Bytes content =
-            m_deck.objectContent(m_card, key == "signature" ? "C.CH.SIG" : "C.CH.EKEY");
+            m_Deck.ObjectContent(m_Card, key == "signature" ? "C.CH.SIG" : "C.CH.EKEY");
         const std::string der(content.begin(), content.end());
         EXPECT_EQ(Good({"certificate", key, "--der"}), der);
         Good({"certificate", key, "--out", PathOf("pem")});
@@ -192,8 +192,8 @@ TEST_F(AnECard, GivesTheCertificatesThatItHolds) {
         EXPECT_EQ(json::parse(Good({"certificate", key, "--json"}))["pem"], ContentOf(PathOf("pem")));
     }
     EXPECT_THAT(Good({"certificate", "signature", "--text"}), HasSubstr("EC 256"));
-    m_deck.replaceObject(m_card, "C.CH.SIG", {1, 2, 3});
+    m_Deck.ReplaceObject(m_Card, "C.CH.SIG", {1, 2, 3});
     EXPECT_THAT(RunCli({"certificate", "signature"}).m_Error, HasSubstr("is none"));
-    m_deck.removeObject(m_card, "C.CH.SIG");
+    m_Deck.RemoveObject(m_Card, "C.CH.SIG");
     EXPECT_THAT(RunCli({"certificate", "signature"}).m_Error, HasSubstr("no such certificate"));
 }

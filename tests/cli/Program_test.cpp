@@ -21,17 +21,17 @@ namespace {
 class TheProgram : public CliTest {
 protected:
     void SetUp() override {
-        m_deck.add("acos-a04", CardOptions().serial("0512380917624502").holder("Käthe Grünbichler"));
+        m_Deck.Add("acos-a04", CardOptions().Serial("0512380917624502").Holder("Käthe Grünbichler"));
         FileOf("FILE", "a text");
-        m_deck.answerPins({"123456"});
+        m_Deck.AnswerPins({"123456"});
     }
 
     /// Runs one of the scripts beside this test in a folder of its own, on the demo deck.
     int RunScript(const std::string& script, const std::vector<std::string>& arguments) {
         const std::string work = PathOf("work");
         std::filesystem::create_directory(work);
-        m_deck.remove("01-acos-a04");
-        m_deck.addDemoCards();
+        m_Deck.Remove("01-acos-a04");
+        m_Deck.AddDemoCards();
         std::string command = std::string("cd ") + work + " && PATH=" + ORSEL_CLI_DIR +
                               ":$PATH LD_LIBRARY_PATH=" + ORSEL_SIMULATOR_DIR + " LC_ALL=C.UTF-8 " +
                               ORSEL_TESTS_DIR + "/" + script;
@@ -48,7 +48,7 @@ TEST_F(TheProgram, EndsWithTheCodeThatTells) {
     const std::map<int, std::vector<std::string>> lines = {
         {0, {"list"}}, {1, {"insurance"}}, {2, {"certificate"}}, {3, {"show", "77"}}};
     for (const auto& [code, line] : lines) {
-        Process process(m_deck.folder(), line);
+        Process process(m_Deck.Folder(), line);
         EXPECT_EQ(process.Wait(), code) << line[0];
         EXPECT_EQ(process.Error().empty(), code == 0) << process.Error();
     }
@@ -69,7 +69,7 @@ TEST_F(TheProgram, TellsAFullDisk) {
     const int full = open("/dev/full", O_WRONLY);
     Process::Wish wish;
     wish.m_Out = full;
-    Process process(m_deck.folder(), {"list"}, wish);
+    Process process(m_Deck.Folder(), {"list"}, wish);
     close(full);
     EXPECT_EQ(process.Wait(), 1);
     EXPECT_THAT(process.Error(), HasSubstr("output cannot be written"));
@@ -78,11 +78,11 @@ TEST_F(TheProgram, TellsAFullDisk) {
 TEST_F(TheProgram, SpeaksGerman) {
     const Variable locale("LC_ALL", "C.UTF-8");
     const Variable language("LANGUAGE", "de");
-    Process process(m_deck.folder(), {"show", "77"});
+    Process process(m_Deck.Folder(), {"show", "77"});
     EXPECT_EQ(process.Wait(), 3);
     EXPECT_EQ(process.Error(), "orselcards-cli: Es gibt keine Karte „77“.\n"
                                "„orselcards-cli list“ zeigt die Karten.\n");
-    Process list(m_deck.folder(), {"list"});
+    Process list(m_Deck.Folder(), {"list"});
     EXPECT_EQ(list.Wait(), 0);
     EXPECT_THAT(list.Out(), HasSubstr("Inhaber"));
 }
@@ -99,7 +99,7 @@ TEST_F(TheProgram, FitsATerminalAndHasColoursThereUnlessTheyAreRefused) {
         ASSERT_EQ(openpty(&master, &slave, nullptr, nullptr, &size), 0);
         Process::Wish wish;
         wish.m_Out = slave;
-        Process process(m_deck.folder(), {"list"}, wish);
+        Process process(m_Deck.Folder(), {"list"}, wish);
         EXPECT_EQ(process.Wait(), 0);
         close(slave);
         std::array<char, 4096> buffer = {};
@@ -115,7 +115,7 @@ TEST_F(TheProgram, FitsATerminalAndHasColoursThereUnlessTheyAreRefused) {
 }
 
 TEST_F(TheProgram, DoesWhatItsPageSays) {
-    m_deck.answerPins({});
+    m_Deck.AnswerPins({});
     EXPECT_EQ(RunScript("run-examples", {ORSEL_SOURCE_DIR "/docs/command-line.md", PathOf("work")}), 0);
 }
 

@@ -80,24 +80,24 @@ private:
 class TheQuestion : public CliTest {
 protected:
     void SetUp() override {
-        const std::string other = m_deck.add("acos-a03", CardOptions().holder("Otto Anders"));
-        m_new = m_deck.objectContent(other, "PERSONENBINDUNG");
-        FileOf("LINK", {m_new.begin(), m_new.end()});
-        m_deck.remove(other);
-        m_card = m_deck.add("acos-a03", CardOptions().holder("Lena Huber"));
-        m_old = Link();
-        orselsim::Bytes certificate = m_deck.objectContent(m_card, "C.CH.EKEY");
+        const std::string other = m_Deck.Add("acos-a03", CardOptions().Holder("Otto Anders"));
+        m_New = m_Deck.ObjectContent(other, "PERSONENBINDUNG");
+        FileOf("LINK", {m_New.begin(), m_New.end()});
+        m_Deck.Remove(other);
+        m_Card = m_Deck.Add("acos-a03", CardOptions().Holder("Lena Huber"));
+        m_Old = Link();
+        orselsim::Bytes certificate = m_Deck.ObjectContent(m_Card, "C.CH.EKEY");
         certificate.back() ^= 1; // of the issuer's signature: another certificate for the same key
         FileOf("CERTIFICATE", {certificate.begin(), certificate.end()});
-        m_deck.answerPins({"1234"});
+        m_Deck.AnswerPins({"1234"});
     }
 
-    orselsim::Bytes Link() const { return m_deck.objectContent(m_card, "PERSONENBINDUNG"); }
+    orselsim::Bytes Link() const { return m_Deck.ObjectContent(m_Card, "PERSONENBINDUNG"); }
 
     /// Types the keys at the question; gives the exit code. The card may then only have changed if it is 0.
     int CodeFor(const std::string& question, const std::string& keys, const Line& more = {}) {
-        m_deck.replaceObject(m_card, "PERSONENBINDUNG", m_old);
-        m_deck.clearTrace();
+        m_Deck.ReplaceObject(m_Card, "PERSONENBINDUNG", m_Old);
+        m_Deck.ClearTrace();
         Line line = {"update", "identity-link", PathOf("LINK")};
         line.insert(line.end(), more.begin(), more.end());
         Terminal terminal(line);
@@ -106,16 +106,16 @@ protected:
         terminal.Type(keys);
         const int code = terminal.Wait();
         m_Screen = terminal.Screen();
-        EXPECT_EQ(Link(), code == 0 ? m_new : m_old) << m_Screen;
+        EXPECT_EQ(Link(), code == 0 ? m_New : m_Old) << m_Screen;
         ExpectNoSession();
-        EXPECT_EQ(m_deck.trace("C_Finalize").size(), 1U);
+        EXPECT_EQ(m_Deck.GetTrace("C_Finalize").size(), 1U);
         return code;
     }
 
     const Variable m_Locale{"LC_ALL", "C.UTF-8"};
-    std::string m_card;
-    orselsim::Bytes m_old;
-    orselsim::Bytes m_new;
+    std::string m_Card;
+    orselsim::Bytes m_Old;
+    orselsim::Bytes m_New;
     std::string m_Screen;
 };
 
@@ -170,35 +170,35 @@ TEST_F(TheQuestion, ShowsWhatItIsAboutAlsoWhenQuietOrInJson) {
 }
 
 TEST_F(TheQuestion, IsAskedBeforeACertificateIsWrittenToo) {
-    const orselsim::Bytes before = m_deck.objectContent(m_card, "C.CH.EKEY");
+    const orselsim::Bytes before = m_Deck.ObjectContent(m_Card, "C.CH.EKEY");
     for (const auto& [keys, code] : std::vector<std::pair<std::string, int>>{
              {"n\n", 1}, {CTRL_D, 1}, {CTRL_C, 128 + SIGINT}, {"y\n", 0}}) {
         Terminal terminal({"update", "certificate", PathOf("CERTIFICATE")});
         EXPECT_TRUE(terminal.Shows(ENGLISH));
         terminal.Type(keys);
         EXPECT_EQ(terminal.Wait(), code) << terminal.Screen();
-        EXPECT_EQ(m_deck.objectContent(m_card, "C.CH.EKEY") == before, code != 0);
+        EXPECT_EQ(m_Deck.ObjectContent(m_Card, "C.CH.EKEY") == before, code != 0);
         ExpectNoSession();
     }
 }
 
 TEST_F(TheQuestion, IsNotAskedWithoutATerminalNorBehindAYesOnTheCommandLine) {
     const Line line = {"update", "identity-link", PathOf("LINK")};
-    Process refused(m_deck.folder(), line);
+    Process refused(m_Deck.Folder(), line);
     EXPECT_EQ(refused.Wait(), 2);
     EXPECT_EQ(refused.Error(), "orselcards-cli: There is nobody to ask whether to go on.\n"
                                "Give --yes if you mean it.\n");
     {
         const Variable language("LANGUAGE", "de");
-        Process german(m_deck.folder(), line);
+        Process german(m_Deck.Folder(), line);
         EXPECT_EQ(german.Wait(), 2);
         EXPECT_THAT(german.Error(), HasSubstr("--yes"));
         EXPECT_THAT(german.Error(), Not(HasSubstr("There is nobody")));
     }
-    EXPECT_EQ(Link(), m_old);
-    Process agreed(m_deck.folder(), {"update", "identity-link", PathOf("LINK"), "--yes"});
+    EXPECT_EQ(Link(), m_Old);
+    Process agreed(m_Deck.Folder(), {"update", "identity-link", PathOf("LINK"), "--yes"});
     EXPECT_EQ(agreed.Wait(), 0);
     EXPECT_THAT(agreed.Error(), testing::AllOf(HasSubstr("Huber"), HasSubstr("Anders")));
-    EXPECT_EQ(Link(), m_new);
+    EXPECT_EQ(Link(), m_New);
     ExpectNoSession();
 }

@@ -19,9 +19,9 @@ TEST(TheReasons, HaveATextAndANameOfTheirOwnEach) {
     std::set<std::string> ids;
     std::set<Reason> reasons;
     for (const ReasonWords& row : Reasons()) {
-        EXPECT_TRUE(texts.insert(row.text).second) << row.text;
-        EXPECT_TRUE(ids.insert(row.id).second) << row.id;
-        EXPECT_TRUE(reasons.insert(row.reason).second) << row.id;
+        EXPECT_TRUE(texts.insert(row.m_Text).second) << row.m_Text;
+        EXPECT_TRUE(ids.insert(row.m_Id).second) << row.m_Id;
+        EXPECT_TRUE(reasons.insert(row.m_Reason).second) << row.m_Id;
     }
 }
 
@@ -31,10 +31,10 @@ TEST(TheReasons, LeaveNoneOut) {
 
 TEST(TheReasons, AreWordsAndNoNumbers) {
     for (const ReasonWords& row : Reasons()) {
-        const std::string text = row.text;
+        const std::string text = row.m_Text;
         EXPECT_EQ(text.find("0x"), std::string::npos) << text;
         EXPECT_EQ(text.find("CKR_"), std::string::npos) << text;
-        if (row.reason != Reason::USAGE) {
+        if (row.m_Reason != Reason::USAGE) {
             EXPECT_TRUE(std::isalpha(static_cast<unsigned char>(text[0])) != 0 || text[0] == '"') << text;
         }
     }
@@ -43,8 +43,8 @@ TEST(TheReasons, AreWordsAndNoNumbers) {
 TEST(TheReasons, SayWhatToDoNextButForTheFewWhereThereIsNothing) {
     std::set<std::string> silent;
     for (const ReasonWords& row : Reasons()) {
-        if (std::string(row.next).empty()) {
-            silent.insert(row.id);
+        if (std::string(row.m_Next).empty()) {
+            silent.insert(row.m_Id);
         }
     }
     EXPECT_THAT(silent, testing::UnorderedElementsAre("done", "declined", "interrupted", "attribute-secret"));

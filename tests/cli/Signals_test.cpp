@@ -24,15 +24,15 @@ using Line = std::vector<std::string>;
 class AProcess : public CliTest {
 protected:
     void SetUp() override {
-        m_card = m_deck.add("acos-a04");
+        m_Card = m_Deck.Add("acos-a04");
         FileOf("FILE", "a text");
-        m_deck.answerPins({"123456"});
+        m_Deck.AnswerPins({"123456"});
     }
 
     /// Whatever has been opened is closed, and nothing lies beside the file.
     void ExpectNothingHalf() {
         ExpectNoSession();
-        EXPECT_EQ(m_deck.trace("C_Initialize").size(), m_deck.trace("C_Finalize").size());
+        EXPECT_EQ(m_Deck.GetTrace("C_Initialize").size(), m_Deck.GetTrace("C_Finalize").size());
         for (const std::string& name : Files()) {
             EXPECT_THAT(name, Not(testing::StartsWith("OUT.")));
         }
@@ -40,16 +40,16 @@ protected:
 
     /// Names of the calls that the command makes when nobody disturbs it.
     std::vector<std::string> CallsOf(const Line& line) {
-        m_deck.clearTrace();
-        EXPECT_EQ(Process(m_deck.folder(), line).Wait(), 0) << line[0];
+        m_Deck.ClearTrace();
+        EXPECT_EQ(Process(m_Deck.Folder(), line).Wait(), 0) << line[0];
         std::vector<std::string> calls;
-        for (const orseltest::TraceRecord& record : m_deck.trace()) {
-            calls.push_back(record.function);
+        for (const orseltest::TraceRecord& record : m_Deck.GetTrace()) {
+            calls.push_back(record.m_Function);
         }
         return calls;
     }
 
-    std::string m_card;
+    std::string m_Card;
 };
 
 /// A pipe whose reading end this process has closed, or another one will.
@@ -88,11 +88,11 @@ TEST_F(AProcess, ThatSignsEndsByTheSignalOrWithTheWholeFileInWhicheverCallItCome
     for (size_t call = 0; call < calls.size(); ++call) {
         SCOPED_TRACE(std::to_string(call) + " " + calls[call]);
         FileOf("OUT", "old");
-        m_deck.clearTrace();
+        m_Deck.ClearTrace();
         const Variable plan("ORSEL_INTERRUPT", std::to_string(call) + " signal " + std::to_string(SIGINT));
         Process::Wish wish;
         wish.m_Libraries = ORSEL_INTERRUPTED_DIR;
-        Process process(m_deck.folder(), line, wish);
+        Process process(m_Deck.Folder(), line, wish);
         const int code = process.Wait();
         ExpectNothingHalf();
         const bool isWritten = ContentOf(PathOf("OUT")) != "old";
@@ -107,14 +107,14 @@ TEST_F(AProcess, WhoseReaderGoesAwayEndsByTheSignalOfTheClosedPipeInWhicheverCal
     const std::vector<std::string> calls = CallsOf(line);
     for (size_t call = 0; call < calls.size(); ++call) {
         SCOPED_TRACE(std::to_string(call) + " " + calls[call]);
-        m_deck.clearTrace();
+        m_Deck.ClearTrace();
         Pipe output;
         const Variable plan("ORSEL_INTERRUPT",
                             std::to_string(call) + " close " + std::to_string(output.Reading()));
         Process::Wish wish;
         wish.m_Out = output.Writing();
         wish.m_Libraries = ORSEL_INTERRUPTED_DIR;
-        Process process(m_deck.folder(), line, wish);
+        Process process(m_Deck.Folder(), line, wish);
         output.CloseAll();
         EXPECT_EQ(process.Wait(), 128 + SIGPIPE);
         EXPECT_EQ(process.Error(), "");
@@ -130,7 +130,7 @@ TEST_F(AProcess, WithoutAReaderEndsByTheSignalOfTheClosedPipe) {
         output.CloseReading();
         Process::Wish wish;
         wish.m_Out = output.Writing();
-        Process process(m_deck.folder(), line, wish);
+        Process process(m_Deck.Folder(), line, wish);
         EXPECT_EQ(process.Wait(), 128 + SIGPIPE) << line[0];
         EXPECT_EQ(process.Error(), "") << line[0];
         ExpectNothingHalf();
@@ -138,9 +138,9 @@ TEST_F(AProcess, WithoutAReaderEndsByTheSignalOfTheClosedPipe) {
 }
 
 TEST_F(AProcess, EndsAtOnceAtASecondSignalAndLeavesNoHalfFile) {
-    m_deck.planFaults({"C_Sign delay=60000"});
-    Process process(m_deck.folder(), {"sign", "signature", PathOf("FILE"), "--out", PathOf("OUT")});
-    while (m_deck.trace("C_SignInit").empty()) {
+    m_Deck.PlanFaults({"C_Sign delay=60000"});
+    Process process(m_Deck.Folder(), {"sign", "signature", PathOf("FILE"), "--out", PathOf("OUT")});
+    while (m_Deck.GetTrace("C_SignInit").empty()) {
         std::this_thread::yield();
     }
     process.Signal(SIGTERM);
@@ -155,16 +155,16 @@ TEST_F(AProcess, ThatIsToIgnoreCtrlCDoesSo) {
     Process::Wish wish;
     wish.m_Libraries = ORSEL_INTERRUPTED_DIR;
     wish.m_IgnoresInterrupt = true;
-    Process process(m_deck.folder(), {"list"}, wish);
+    Process process(m_Deck.Folder(), {"list"}, wish);
     EXPECT_EQ(process.Wait(), 0);
     EXPECT_THAT(process.Out(), Not(IsEmpty()));
 }
 
 TEST_F(AProcess, WaitingForACardEndsByTheSignal) {
-    m_deck.takeOut(m_card);
-    m_deck.clearTrace();
-    Process waiting(m_deck.folder(), {"show", "--wait", "600"});
-    while (m_deck.trace("C_GetSlotList").size() < 6) { // it has looked and waits
+    m_Deck.TakeOut(m_Card);
+    m_Deck.ClearTrace();
+    Process waiting(m_Deck.Folder(), {"show", "--wait", "600"});
+    while (m_Deck.GetTrace("C_GetSlotList").size() < 6) { // it has looked and waits
         std::this_thread::yield();
     }
     waiting.Signal(SIGINT);
@@ -177,7 +177,7 @@ TEST_F(AProcess, WaitingForDataEndsByTheSignal) {
     Pipe input;
     Process::Wish wish;
     wish.m_In = input.Reading();
-    Process process(m_deck.folder(), {"sign", "signature", "--out", PathOf("OUT")}, wish);
+    Process process(m_Deck.Folder(), {"sign", "signature", "--out", PathOf("OUT")}, wish);
     ASSERT_EQ(write(input.Writing(), "a", 1), 1);
     int unread = 1;
     while (unread != 0) { // it reads, and waits for more
@@ -193,16 +193,16 @@ TEST_F(AProcess, WaitingForDataEndsByTheSignal) {
 TEST_F(AProcess, WithoutStandardDescriptorsTakesNoOtherFileForThem) {
     Process::Wish wish;
     wish.m_Closed = {STDIN_FILENO, STDOUT_FILENO};
-    Process list(m_deck.folder(), {"list"}, wish);
+    Process list(m_Deck.Folder(), {"list"}, wish);
     EXPECT_EQ(list.Wait(), 1);
     EXPECT_THAT(list.Error(), HasSubstr("output cannot be written"));
-    Process reading(m_deck.folder(), {"sign", "signature"}, wish);
+    Process reading(m_Deck.Folder(), {"sign", "signature"}, wish);
     EXPECT_EQ(reading.Wait(), 2);
     wish.m_Closed = {STDERR_FILENO}; // the library's trace would be the next file in this place
     const Line read = {"certificate", "signature", "--out", PathOf("OUT")};
-    EXPECT_EQ(Process(m_deck.folder(), read, wish).Wait(), 0);
+    EXPECT_EQ(Process(m_Deck.Folder(), read, wish).Wait(), 0);
     const Line write = {"update", "certificate", PathOf("OUT"), "--yes"};
-    EXPECT_EQ(Process(m_deck.folder(), write, wish).Wait(), 0);
-    EXPECT_THAT(m_deck.traceText(), Not(HasSubstr("On the card now")));
+    EXPECT_EQ(Process(m_Deck.Folder(), write, wish).Wait(), 0);
+    EXPECT_THAT(m_Deck.TraceText(), Not(HasSubstr("On the card now")));
     EXPECT_THAT(ContentOf(PathOf("OUT")), testing::StartsWith("-----BEGIN CERTIFICATE-----"));
 }

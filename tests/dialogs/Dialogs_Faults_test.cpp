@@ -19,28 +19,28 @@ namespace {
 
 /// A command on a card, with what has to hold around it.
 struct Command {
-    std::function<void()> prepare; ///< opens the dialog, up to the command
-    std::function<void()> run;
-    std::function<void(const CardFault&)> checkFailed; ///< after this fault
-    std::function<void()> prepareAgain = [] {};
-    std::function<void()> checkDone;
+    std::function<void()> m_Prepare; ///< opens the dialog, up to the command
+    std::function<void()> m_Run;
+    std::function<void(const CardFault&)> m_CheckFailed; ///< after this fault
+    std::function<void()> m_PrepareAgain = [] {};
+    std::function<void()> m_CheckDone;
 };
 
 class ACommandUnderFaults : public AnInfoboxOnACard {
 protected:
-    ~ACommandUnderFaults() override { m_test.reset(); }
+    ~ACommandUnderFaults() override { m_Test.reset(); }
 
     void RunAllFaults(const Command& command) {
-        const orselsim::Card untouched = m_deck.read(m_card);
+        const orselsim::Card untouched = m_Deck.Read(m_Card);
         const std::vector<CardCall> calls = Learn(command);
         ASSERT_FALSE(calls.empty());
         int cases = 0;
         for (const CardCall& call : calls) {
-            for (const CardFault& fault : orseltest::faultsOf(call)) {
-                SCOPED_TRACE(fault.line());
+            for (const CardFault& fault : orseltest::FaultsOf(call)) {
+                SCOPED_TRACE(fault.GetLine());
                 ++cases;
-                m_deck.change(m_card, [&](orselsim::Card& card) { card = untouched; });
-                m_deck.planFaults({fault.line()});
+                m_Deck.Change(m_Card, [&](orselsim::Card& card) { card = untouched; });
+                m_Deck.PlanFaults({fault.GetLine()});
                 BindTraced();
                 RunOne(command, fault);
             }
@@ -51,40 +51,40 @@ protected:
     /// The calls of the command when nothing fails.
     std::vector<CardCall> Learn(const Command& command) {
         BindTraced();
-        command.prepare();
+        command.m_Prepare();
         const size_t before = Calls().size();
-        command.run();
-        command.checkDone();
-        return orseltest::callsOfCommand(m_deck.trace(), before);
+        command.m_Run();
+        command.m_CheckDone();
+        return orseltest::CallsOfCommand(m_Deck.GetTrace(), before);
     }
 
     void RunOne(const Command& command, const CardFault& fault) {
-        command.prepare();
-        m_deck.clearTrace();
-        command.run();
-        EXPECT_TRUE(fault.isMetIn(m_deck.trace()));
-        command.checkFailed(fault);
-        EXPECT_THAT(orseltest::sessionsNobodyClosed(m_deck.trace()), IsEmpty());
-        command.prepareAgain();
-        command.run();
-        command.checkDone();
+        command.m_Prepare();
+        m_Deck.ClearTrace();
+        command.m_Run();
+        EXPECT_TRUE(fault.IsMetIn(m_Deck.GetTrace()));
+        command.m_CheckFailed(fault);
+        EXPECT_THAT(orseltest::SessionsNobodyClosed(m_Deck.GetTrace()), IsEmpty());
+        command.m_PrepareAgain();
+        command.m_Run();
+        command.m_CheckDone();
     }
 
     void ExpectAlive() {
-        EXPECT_TRUE(m_dialog->IsShown());
+        EXPECT_TRUE(m_Dialog->IsShown());
         for (const wxWindow* window :
-             std::vector<wxWindow*>{m_dialog->list_box, m_dialog->notebook, m_dialog->button_close})
+             std::vector<wxWindow*>{m_Dialog->list_box, m_Dialog->notebook, m_Dialog->button_close})
             EXPECT_TRUE(window->IsEnabled());
     }
     /// Opens the infobox dialog and reads the card.
     void PrepareInfobox() {
-        m_noPersB.count = 0;
-        m_dialog = std::make_unique<ProbedInfobox>(Velmor::TOKEN_ACOS_04);
-        m_dialog->SetP11(m_p11.get(), 0);
-        m_dialog->Show(true);
+        m_NoPersB.m_Count = 0;
+        m_Dialog = std::make_unique<ProbedInfobox>(Velmor::TOKEN_ACOS_04);
+        m_Dialog->SetP11(m_P11.get(), 0);
+        m_Dialog->Show(true);
     }
 
-    std::unique_ptr<ProbedTestDialog> m_test;
+    std::unique_ptr<ProbedTestDialog> m_Test;
 };
 
 } // namespace
@@ -97,23 +97,23 @@ class ASignatureTestUnderFaults : public ACommandUnderFaults {
 protected:
     void SetUp() override {
         Insert("acos-a04");
-        m_deck.answerPins(std::vector<std::string>(4, "123456"));
+        m_Deck.AnswerPins(std::vector<std::string>(4, "123456"));
     }
     void Prepare() {
-        m_test = std::make_unique<ProbedTestDialog>();
-        m_test->SetP11(m_p11.get(), 0, Velmor::ApplSignature);
-        m_test->Show(true);
+        m_Test = std::make_unique<ProbedTestDialog>();
+        m_Test->SetP11(m_P11.get(), 0, Velmor::ApplSignature);
+        m_Test->Show(true);
     }
     /// What is said after a fault in this call, and that nothing else is amiss.
     void ExpectAfterFault(const CardCall& call, const char* failed, const char* done) {
-        const bool isOpen = call.function == "C_OpenSession";
+        const bool isOpen = call.m_Function == "C_OpenSession";
         const char* const expected = isOpen ? "Fehler beim Aufbau der Verbindung zur Karte"
-                                     : call.function == "C_CloseSession" ? done
-                                                                         : failed;
-        EXPECT_EQ(m_test->Status(), Utf8(expected));
-        EXPECT_EQ(m_deck.trace("C_CloseSession").size(), isOpen ? 0U : 1U);
-        EXPECT_TRUE(m_test->IsShown());
-        for (const wxWindow* button : {m_test->button_sign, m_test->button_verify, m_test->button_close})
+                                     : call.m_Function == "C_CloseSession" ? done
+                                                                           : failed;
+        EXPECT_EQ(m_Test->Status(), Utf8(expected));
+        EXPECT_EQ(m_Deck.GetTrace("C_CloseSession").size(), isOpen ? 0U : 1U);
+        EXPECT_TRUE(m_Test->IsShown());
+        for (const wxWindow* button : {m_Test->button_sign, m_Test->button_verify, m_Test->button_close})
             EXPECT_TRUE(button->IsEnabled());
     }
 };
@@ -122,32 +122,33 @@ protected:
 
 TEST_F(ASignatureTestUnderFaults, FailsToSignWithAMessage) {
     Command sign;
-    sign.prepare = [this] { Prepare(); };
-    sign.run = [this] { m_test->Sign(); };
-    sign.checkFailed = [this](const CardFault& fault) {
-        ExpectAfterFault(fault.call, "Fehler beim Signieren", "Signatur erfolgreich!");
-        EXPECT_EQ(m_test->text_signature->IsEmpty(), fault.call.function != "C_CloseSession");
+    sign.m_Prepare = [this] { Prepare(); };
+    sign.m_Run = [this] { m_Test->Sign(); };
+    sign.m_CheckFailed = [this](const CardFault& fault) {
+        ExpectAfterFault(fault.m_Call, "Fehler beim Signieren", "Signatur erfolgreich!");
+        EXPECT_EQ(m_Test->text_signature->IsEmpty(), fault.m_Call.m_Function != "C_CloseSession");
     };
-    sign.checkDone = [this] { EXPECT_EQ(m_test->Status(), "Signatur erfolgreich!"); };
+    sign.m_CheckDone = [this] { EXPECT_EQ(m_Test->Status(), "Signatur erfolgreich!"); };
     RunAllFaults(sign);
 }
 
 TEST_F(ASignatureTestUnderFaults, FailsToVerifyWithAMessage) {
     Prepare();
-    m_test->SetP11(m_p11.get(), 0, Velmor::ApplSignature);
-    m_test->Sign();
-    const wxString signature = m_test->text_signature->GetValue();
+    m_Test->SetP11(m_P11.get(), 0, Velmor::ApplSignature);
+    m_Test->Sign();
+    const wxString signature = m_Test->text_signature->GetValue();
     Command verify;
-    verify.prepare = [this, signature] {
+    verify.m_Prepare = [this, signature] {
         Prepare();
-        m_test->text_signature->SetValue(signature);
+        m_Test->text_signature->SetValue(signature);
     };
-    verify.run = [this] { m_test->Verify(); };
-    verify.checkFailed = [this, signature](const CardFault& fault) {
-        ExpectAfterFault(fault.call, "Fehler beim Verifizieren der Signatur", "Signaturprüfung erfolgreich!");
-        EXPECT_EQ(m_test->text_signature->GetValue(), signature);
+    verify.m_Run = [this] { m_Test->Verify(); };
+    verify.m_CheckFailed = [this, signature](const CardFault& fault) {
+        ExpectAfterFault(fault.m_Call, "Fehler beim Verifizieren der Signatur",
+                         "Signaturprüfung erfolgreich!");
+        EXPECT_EQ(m_Test->text_signature->GetValue(), signature);
     };
-    verify.checkDone = [this] { EXPECT_EQ(m_test->Status(), Utf8("Signaturprüfung erfolgreich!")); };
+    verify.m_CheckDone = [this] { EXPECT_EQ(m_Test->Status(), Utf8("Signaturprüfung erfolgreich!")); };
     RunAllFaults(verify);
 }
 
@@ -155,26 +156,26 @@ TEST_F(ASignatureTestUnderFaults, FailsToVerifyWithAMessage) {
 
 TEST_F(ACommandUnderFaults, LeavesTheListEmptyWhenTheContainerCannotBeLoaded) {
     const std::string FIXED = "Personenbindung,RFU1,RFU2,";
-    const std::string LISTED = "01 PERSONENBINDUNG,02 RFU1,0a RFU2,";
+    const std::string listed = "01 PERSONENBINDUNG,02 RFU1,0a RFU2,";
     Insert("acos-a04");
     Command load;
-    load.prepare = [this] { PrepareInfobox(); };
-    load.run = [this] { m_dialog->Load(); };
-    load.checkFailed = [&](const CardFault& fault) {
+    load.m_Prepare = [this] { PrepareInfobox(); };
+    load.m_Run = [this] { m_Dialog->Load(); };
+    load.m_CheckFailed = [&](const CardFault& fault) {
         ExpectAlive();
-        EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled());
+        EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
         std::string rows;
-        for (const std::string& row : m_dialog->Rows())
+        for (const std::string& row : m_Dialog->Rows())
             rows += row + ",";
-        EXPECT_EQ(rows, fault.lookUp({{"C_GetSlotList", FIXED},
-                                      {"C_GetSlotList#2 length", LISTED}, // there is a card with this index
+        EXPECT_EQ(rows, fault.LookUp({{"C_GetSlotList", FIXED},
+                                      {"C_GetSlotList#2 length", listed}, // there is a card with this index
                                       {"C_GetTokenInfo", FIXED},
-                                      {"C_CloseSession", LISTED}},
+                                      {"C_CloseSession", listed}},
                                      ""));
-        EXPECT_EQ(m_noPersB.count, m_dialog->Rows().empty() ? 1 : 0);
+        EXPECT_EQ(m_NoPersB.m_Count, m_Dialog->Rows().empty() ? 1 : 0);
     };
-    load.checkDone = [this] {
-        EXPECT_THAT(m_dialog->Rows(), ElementsAre("01 PERSONENBINDUNG", "02 RFU1", "0a RFU2"));
+    load.m_CheckDone = [this] {
+        EXPECT_THAT(m_Dialog->Rows(), ElementsAre("01 PERSONENBINDUNG", "02 RFU1", "0a RFU2"));
     };
     RunAllFaults(load);
 }
@@ -182,14 +183,14 @@ TEST_F(ACommandUnderFaults, LeavesTheListEmptyWhenTheContainerCannotBeLoaded) {
 namespace {
 
 struct RowOfACard {
-    const char* name;
-    const char* kind;
-    int row;
-    int told; ///< how often a failed read of the row tells of a missing identity link
+    const char* m_Name;
+    const char* m_Kind;
+    int m_Row;
+    int m_Told; ///< how often a failed read of the row tells of a missing identity link
 };
 
 void PrintTo(const RowOfACard& row, std::ostream* out) {
-    *out << row.kind << ", row " << row.row;
+    *out << row.m_Kind << ", row " << row.m_Row;
 }
 
 class ASelectionUnderFaults : public ACommandUnderFaults, public testing::WithParamInterface<RowOfACard> {};
@@ -199,28 +200,28 @@ INSTANTIATE_TEST_SUITE_P(Rows, ASelectionUnderFaults,
                                          RowOfACard{"FixedEntry", "acos-a03", 1, 0},
                                          RowOfACard{"ContainersIdentityLink", "acos-a04", 0, 1},
                                          RowOfACard{"ContainersEntry", "acos-a04", 1, 0}),
-                         [](const auto& row) { return row.param.name; });
+                         [](const auto& row) { return row.param.m_Name; });
 
 } // namespace
 
 TEST_P(ASelectionUnderFaults, LeavesThePagesBlank) {
-    Insert(GetParam().kind);
+    Insert(GetParam().m_Kind);
     Command select;
-    select.prepare = [this] {
+    select.m_Prepare = [this] {
         PrepareInfobox();
-        m_dialog->Load();
+        m_Dialog->Load();
     };
-    select.run = [this] { m_dialog->Select(GetParam().row); };
-    select.checkFailed = [this](const CardFault& fault) {
+    select.m_Run = [this] { m_Dialog->Select(GetParam().m_Row); };
+    select.m_CheckFailed = [this](const CardFault& fault) {
         ExpectAlive();
-        const bool isShown = fault.call.function == "C_CloseSession";
-        EXPECT_EQ(m_dialog->text_binary->IsEmpty(), !isShown);
-        EXPECT_EQ(m_noPersB.count, isShown ? 0 : GetParam().told);
-        EXPECT_EQ(m_dialog->button_encrypt->IsThisEnabled(), isShown && m_dialog->m_bInfoboxKonzept);
-        EXPECT_EQ(m_deck.trace("C_CloseSession").size(), 1U);
+        const bool isShown = fault.m_Call.m_Function == "C_CloseSession";
+        EXPECT_EQ(m_Dialog->text_binary->IsEmpty(), !isShown);
+        EXPECT_EQ(m_NoPersB.m_Count, isShown ? 0 : GetParam().m_Told);
+        EXPECT_EQ(m_Dialog->button_encrypt->IsThisEnabled(), isShown && m_Dialog->m_bInfoboxKonzept);
+        EXPECT_EQ(m_Deck.GetTrace("C_CloseSession").size(), 1U);
     };
-    select.prepareAgain = [this] { m_dialog->Select(2); };
-    select.checkDone = [this] { EXPECT_FALSE(m_dialog->text_binary->IsEmpty()); };
+    select.m_PrepareAgain = [this] { m_Dialog->Select(2); };
+    select.m_CheckDone = [this] { EXPECT_FALSE(m_Dialog->text_binary->IsEmpty()); };
     RunAllFaults(select);
 }
 
@@ -237,41 +238,41 @@ INSTANTIATE_TEST_SUITE_P(Entries, AToggleUnderFaults, testing::Bool(),
 TEST_P(AToggleUnderFaults, ChangesNothingOrLosesTheListThatItCannotReadAnew) {
     Insert("acos-a04");
     if (GetParam())
-        m_deck.replaceObject(m_card, "0x0a", Bytes(64));
+        m_Deck.ReplaceObject(m_Card, "0x0a", Bytes(64));
     const size_t write = GetParam() ? 5 : 4; // which call writes; what comes behind it lists the entries anew
     wxString shown;
     Command toggle;
-    toggle.prepare = [&] {
+    toggle.m_Prepare = [&] {
         PrepareInfobox();
-        m_dialog->Load();
-        m_dialog->Select(2);
-        shown = m_dialog->text_binary->GetValue();
+        m_Dialog->Load();
+        m_Dialog->Select(2);
+        shown = m_Dialog->text_binary->GetValue();
     };
-    toggle.run = [&] { m_dialog->Encrypt(); };
-    toggle.checkFailed = [&](const CardFault& fault) {
+    toggle.m_Run = [&] { m_Dialog->Encrypt(); };
+    toggle.m_CheckFailed = [&](const CardFault& fault) {
         ExpectAlive();
-        EXPECT_EQ(m_noPersB.count, 0);
-        EXPECT_EQ(m_deck.trace("C_CloseSession").size(), m_deck.trace("C_OpenSession").size());
-        if (fault.call.position <= write) {
-            EXPECT_EQ(m_dialog->text_binary->GetValue(), shown);
-            EXPECT_EQ(m_dialog->list_box->GetSelection(), 2);
-            EXPECT_TRUE(m_dialog->button_encrypt->IsThisEnabled());
-        } else if (fault.call.function != "C_CloseSession") {
-            EXPECT_THAT(m_dialog->Rows(), IsEmpty());
-            EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
+        EXPECT_EQ(m_NoPersB.m_Count, 0);
+        EXPECT_EQ(m_Deck.GetTrace("C_CloseSession").size(), m_Deck.GetTrace("C_OpenSession").size());
+        if (fault.m_Call.m_Position <= write) {
+            EXPECT_EQ(m_Dialog->text_binary->GetValue(), shown);
+            EXPECT_EQ(m_Dialog->list_box->GetSelection(), 2);
+            EXPECT_TRUE(m_Dialog->button_encrypt->IsThisEnabled());
+        } else if (fault.m_Call.m_Function != "C_CloseSession") {
+            EXPECT_THAT(m_Dialog->Rows(), IsEmpty());
+            EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
         }
     };
-    toggle.prepareAgain = [&] {
-        if (m_dialog->Rows().empty())
-            m_dialog->LoadInfobox();
-        if (m_dialog->list_box->GetSelection() == wxNOT_FOUND)
-            m_dialog->Select(2);
+    toggle.m_PrepareAgain = [&] {
+        if (m_Dialog->Rows().empty())
+            m_Dialog->LoadInfobox();
+        if (m_Dialog->list_box->GetSelection() == wxNOT_FOUND)
+            m_Dialog->Select(2);
     };
-    toggle.checkDone = [&] {
-        EXPECT_EQ(m_dialog->Rows().size(), 3U);
-        EXPECT_EQ(m_dialog->list_box->GetSelection(), wxNOT_FOUND);
-        EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
-        EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled());
+    toggle.m_CheckDone = [&] {
+        EXPECT_EQ(m_Dialog->Rows().size(), 3U);
+        EXPECT_EQ(m_Dialog->list_box->GetSelection(), wxNOT_FOUND);
+        EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
+        EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
     };
     RunAllFaults(toggle);
 }

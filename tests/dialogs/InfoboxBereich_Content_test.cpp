@@ -33,7 +33,7 @@ ByteArray IdentityLink() {
 
 class ThePagesOfTheInfoboxDialog : public testing::Test {
 protected:
-    ProbedInfobox m_dialog;
+    ProbedInfobox m_Dialog;
 };
 
 } // namespace
@@ -41,24 +41,24 @@ protected:
 // --- Filling the pages -------------------------------------------------------------------------------------
 
 TEST_F(ThePagesOfTheInfoboxDialog, ShowAnIdentityLinkAsNamedFields) {
-    m_dialog.SetContent(IdentityLink(), CONTENT_PERSONENBINDUNG);
-    EXPECT_EQ(m_dialog.text_inhalt->GetValue(),
+    m_Dialog.SetContent(IdentityLink(), CONTENT_PERSONENBINDUNG);
+    EXPECT_EQ(m_Dialog.text_inhalt->GetValue(),
               Utf8("Vorname: Käthe\r\nNachname: Müller\r\nGeburtsdatum: 1959-02-20\r\n\r\n"
                    "IssuerTemplate: Vorlage\r\nIssueInstant: 2024-03-01T10:15:00\r\n"));
-    EXPECT_EQ(m_dialog.text_binary->GetValue(), IdentityLink().ToHexString(ByteArray::UPPERCASE));
-    EXPECT_EQ(m_dialog.text_text->GetValue(), Utf8(IdentityLink().ToString().c_str()));
+    EXPECT_EQ(m_Dialog.text_binary->GetValue(), IdentityLink().ToHexString(ByteArray::UPPERCASE));
+    EXPECT_EQ(m_Dialog.text_text->GetValue(), Utf8(IdentityLink().ToString().c_str()));
 }
 
 TEST_F(ThePagesOfTheInfoboxDialog, ShowTheLabelsAloneForAnIdentityLinkThatCannotBeParsed) {
-    m_dialog.SetContent(BytesOf("keine"), CONTENT_PERSONENBINDUNG);
-    EXPECT_THAT(m_dialog.Pages(), ElementsAre(NO_FIELDS, "6B 65 69 6E 65", "keine"));
+    m_Dialog.SetContent(BytesOf("keine"), CONTENT_PERSONENBINDUNG);
+    EXPECT_THAT(m_Dialog.Pages(), ElementsAre(NO_FIELDS, "6B 65 69 6E 65", "keine"));
 }
 
 TEST_F(ThePagesOfTheInfoboxDialog, ShowAnythingElseAsItIs) {
     struct Row {
-        std::string bytes;
-        const char* binary;
-        const char* text;
+        std::string m_Bytes;
+        const char* m_Binary;
+        const char* m_Text;
     };
     const Row rows[] = {
         {"Abc", "41 62 63", "Abc"},
@@ -70,15 +70,15 @@ TEST_F(ThePagesOfTheInfoboxDialog, ShowAnythingElseAsItIs) {
         {"zwei\nZeilen", "7A 77 65 69 0A 5A 65 69 6C 65 6E", "zwei\nZeilen"},
     };
     for (const Row& row : rows) {
-        m_dialog.SetContent(BytesOf("davor"), CONTENT_RAW);
-        m_dialog.SetContent(BytesOf(row.bytes), CONTENT_RAW);
-        EXPECT_THAT(m_dialog.Pages(), ElementsAre(Utf8(row.text), row.binary, Utf8(row.text)));
+        m_Dialog.SetContent(BytesOf("davor"), CONTENT_RAW);
+        m_Dialog.SetContent(BytesOf(row.m_Bytes), CONTENT_RAW);
+        EXPECT_THAT(m_Dialog.Pages(), ElementsAre(Utf8(row.m_Text), row.m_Binary, Utf8(row.m_Text)));
     }
 }
 
 TEST_F(ThePagesOfTheInfoboxDialog, DoNotLookAtTheBytesToTellWhatTheyAre) {
-    m_dialog.SetContent(IdentityLink(), CONTENT_RAW);
-    EXPECT_EQ(m_dialog.text_inhalt->GetValue(), Utf8(IdentityLink().ToString().c_str()));
+    m_Dialog.SetContent(IdentityLink(), CONTENT_RAW);
+    EXPECT_EQ(m_Dialog.text_inhalt->GetValue(), Utf8(IdentityLink().ToString().c_str()));
 }
 
 TEST_F(ThePagesOfTheInfoboxDialog, AreClearedByNoContentAndByNoBytes) {
@@ -89,9 +89,9 @@ TEST_F(ThePagesOfTheInfoboxDialog, AreClearedByNoContentAndByNoBytes) {
         {ByteArray(), CONTENT_PERSONENBINDUNG},
     };
     for (const auto& [bytes, type] : rows) {
-        m_dialog.SetContent(BytesOf("davor"), CONTENT_RAW);
-        m_dialog.SetContent(bytes, type);
-        EXPECT_THAT(m_dialog.Pages(), Each(wxString()));
+        m_Dialog.SetContent(BytesOf("davor"), CONTENT_RAW);
+        m_Dialog.SetContent(bytes, type);
+        EXPECT_THAT(m_Dialog.Pages(), Each(wxString()));
     }
 }
 
@@ -104,40 +104,40 @@ TEST(ContentTypes, HaveTheirNumbers) {
 TEST_F(AnInfoboxOnACard, ReadsARowOnceHoweverOftenItIsClicked) {
     for (const char* kind : {"acos-a03", "acos-a04"}) {
         OpenOn(kind);
-        m_dialog->Select(1);
+        m_Dialog->Select(1);
         ExpectOneSession();
-        m_dialog->Select(1);
-        EXPECT_EQ(m_deck.trace("C_OpenSession").size(), 1U);
-        EXPECT_EQ(m_dialog->m_LastSelection, m_dialog->list_box->GetString(1));
-        m_dialog->Select(2);
-        EXPECT_EQ(m_deck.trace("C_OpenSession").size(), 2U);
-        m_dialog->Select(1);
-        EXPECT_EQ(m_deck.trace("C_OpenSession").size(), 3U);
-        m_dialog.reset();
-        m_deck.remove(m_card);
+        m_Dialog->Select(1);
+        EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").size(), 1U);
+        EXPECT_EQ(m_Dialog->m_LastSelection, m_Dialog->list_box->GetString(1));
+        m_Dialog->Select(2);
+        EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").size(), 2U);
+        m_Dialog->Select(1);
+        EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").size(), 3U);
+        m_Dialog.reset();
+        m_Deck.Remove(m_Card);
     }
 }
 
 TEST_F(AnInfoboxOnACard, DoesNothingWhenNoRowIsSelected) {
     OpenOn("acos-a03");
-    m_dialog->Select(1);
-    m_deck.clearTrace();
-    m_dialog->Select(wxNOT_FOUND);
+    m_Dialog->Select(1);
+    m_Deck.ClearTrace();
+    m_Dialog->Select(wxNOT_FOUND);
     EXPECT_THAT(Calls(), IsEmpty());
-    EXPECT_EQ(m_dialog->m_LastSelection, "RFU1");
-    EXPECT_EQ(m_dialog->text_inhalt->GetValue(), "Bibliotheksausweis 4711");
+    EXPECT_EQ(m_Dialog->m_LastSelection, "RFU1");
+    EXPECT_EQ(m_Dialog->text_inhalt->GetValue(), "Bibliotheksausweis 4711");
 }
 
 TEST_F(AnInfoboxOnACard, LeavesThePagesBlankAndNotStaleWhenARowCannotBeRead) {
     for (const char* kind : {"acos-a03", "acos-a04"}) {
         OpenOn(kind);
-        m_dialog->Select(1);
-        EXPECT_FALSE(m_dialog->text_inhalt->GetValue().empty());
-        m_deck.takeOut(m_card);
-        m_dialog->Select(2);
-        EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
-        EXPECT_EQ(m_noPersB.count, 0);
-        m_dialog.reset();
+        m_Dialog->Select(1);
+        EXPECT_FALSE(m_Dialog->text_inhalt->GetValue().empty());
+        m_Deck.TakeOut(m_Card);
+        m_Dialog->Select(2);
+        EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
+        EXPECT_EQ(m_NoPersB.m_Count, 0);
+        m_Dialog.reset();
     }
 }
 
@@ -155,9 +155,9 @@ TEST_F(AnInfoboxOnACard, ReadsTheObjectOfAFixedRow) {
         {"Etwas anderes", ""},
     };
     for (const auto& [row, label] : rows) {
-        m_deck.clearTrace();
-        m_dialog->listbox(row);
-        EXPECT_EQ(m_deck.trace("C_FindObjectsInit").front().value("attributes"),
+        m_Deck.ClearTrace();
+        m_Dialog->listbox(row);
+        EXPECT_EQ(m_Deck.GetTrace("C_FindObjectsInit").front().Value("attributes"),
                   std::string("CKA_CLASS:CKO_DATA,CKA_LABEL:") + label);
         ExpectOneSession();
     }
@@ -165,49 +165,49 @@ TEST_F(AnInfoboxOnACard, ReadsTheObjectOfAFixedRow) {
 
 TEST_F(AnInfoboxOnACard, ShowsAFixedRowAsWhatItIs) {
     OpenOn("acos-a03");
-    m_dialog->Select(0);
-    EXPECT_TRUE(m_dialog->text_inhalt->GetValue().StartsWith("Vorname: "));
-    EXPECT_NE(m_dialog->text_inhalt->GetValue(), NO_FIELDS);
-    m_dialog->Select(1);
-    EXPECT_THAT(m_dialog->Pages(),
+    m_Dialog->Select(0);
+    EXPECT_TRUE(m_Dialog->text_inhalt->GetValue().StartsWith("Vorname: "));
+    EXPECT_NE(m_Dialog->text_inhalt->GetValue(), NO_FIELDS);
+    m_Dialog->Select(1);
+    EXPECT_THAT(m_Dialog->Pages(),
                 ElementsAre("Bibliotheksausweis 4711", testing::_, "Bibliotheksausweis 4711"));
-    m_dialog->Select(2); // blank
-    EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
-    EXPECT_EQ(m_noPersB.count, 0);
-    EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled()); // no switch without a container
-    EXPECT_EQ(m_dialog->button_encrypt->GetLabel(), Utf8("unverschlüsselt speichern"));
+    m_Dialog->Select(2); // blank
+    EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
+    EXPECT_EQ(m_NoPersB.m_Count, 0);
+    EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled()); // no switch without a container
+    EXPECT_EQ(m_Dialog->button_encrypt->GetLabel(), Utf8("unverschlüsselt speichern"));
 }
 
 TEST_F(AnInfoboxOnACard, TellsOfAFixedIdentityLinkThatIsMissingOrBlank) {
     Insert("acos-a03");
-    m_deck.replaceObject(m_card, "PERSONENBINDUNG", Bytes(64));
+    m_Deck.ReplaceObject(m_Card, "PERSONENBINDUNG", Bytes(64));
     OpenAndLoad();
-    m_dialog->Select(0);
-    EXPECT_EQ(m_noPersB.count, 1);
-    m_deck.removeObject(m_card, "PERSONENBINDUNG");
-    m_dialog->listbox("Personenbindung");
-    EXPECT_EQ(m_noPersB.count, 2);
-    EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
+    m_Dialog->Select(0);
+    EXPECT_EQ(m_NoPersB.m_Count, 1);
+    m_Deck.RemoveObject(m_Card, "PERSONENBINDUNG");
+    m_Dialog->listbox("Personenbindung");
+    EXPECT_EQ(m_NoPersB.m_Count, 2);
+    EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
 }
 
 TEST_F(AnInfoboxOnACard, SaysNothingOfAFixedRowThatIsMissing) {
     Insert("acos-a03");
-    m_deck.removeObject(m_card, "RFU1");
+    m_Deck.RemoveObject(m_Card, "RFU1");
     OpenAndLoad();
-    m_dialog->Select(1);
-    EXPECT_EQ(m_noPersB.count, 0);
-    EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
+    m_Dialog->Select(1);
+    EXPECT_EQ(m_NoPersB.m_Count, 0);
+    EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
 }
 
 TEST_F(AnInfoboxOnACard, OffersNoIdentityLinkOnAnECardWithFixedRows) {
     for (const char* kind : {"ecard-g2", "ecard-g3a"}) {
         Insert(kind);
-        m_deck.removeObject(m_card, "PERSONENBINDUNG");
+        m_Deck.RemoveObject(m_Card, "PERSONENBINDUNG");
         OpenAndLoad();
-        m_dialog->Select(0);
-        EXPECT_EQ(m_noPersB.count, 0);
-        m_dialog.reset();
-        m_deck.remove(m_card);
+        m_Dialog->Select(0);
+        EXPECT_EQ(m_NoPersB.m_Count, 0);
+        m_Dialog.reset();
+        m_Deck.Remove(m_Card);
     }
 }
 
@@ -216,29 +216,29 @@ TEST_F(AnInfoboxOnACard, OffersNoIdentityLinkOnAnECardWithFixedRows) {
 TEST_F(AnInfoboxOnACard, ReadsTheObjectOfAContainersRow) {
     Insert("acos-a04");
     ReplaceContainer({{0x01, 0, {1}}, {0x0a, 0, {1}}, {0xab, 0, {1}}});
-    m_deck.addData(m_card, "0xab", {'x'});
+    m_Deck.AddData(m_Card, "0xab", {'x'});
     OpenAndLoad();
     const char* const labels[] = {"0x01", "0x0a", "0xab"};
     for (int row = 0; row < 3; ++row) {
-        m_deck.clearTrace();
-        m_dialog->Select(row);
-        EXPECT_EQ(m_deck.trace("C_FindObjectsInit").front().value("attributes"),
+        m_Deck.ClearTrace();
+        m_Dialog->Select(row);
+        EXPECT_EQ(m_Deck.GetTrace("C_FindObjectsInit").front().Value("attributes"),
                   std::string("CKA_CLASS:CKO_DATA,CKA_LABEL:") + labels[row]);
         ExpectOneSession();
-        EXPECT_TRUE(m_dialog->button_encrypt->IsThisEnabled());
+        EXPECT_TRUE(m_Dialog->button_encrypt->IsThisEnabled());
     }
-    EXPECT_EQ(m_dialog->text_inhalt->GetValue(), "x");
+    EXPECT_EQ(m_Dialog->text_inhalt->GetValue(), "x");
 }
 
 TEST_F(AnInfoboxOnACard, ShowsAContainersRowByItsTag) {
     OpenOn("acos-a04");
-    m_dialog->Select(0);
-    EXPECT_TRUE(m_dialog->text_inhalt->GetValue().StartsWith("Vorname: "));
-    EXPECT_NE(m_dialog->text_inhalt->GetValue(), NO_FIELDS);
-    m_dialog->Select(1);
-    EXPECT_EQ(m_dialog->text_inhalt->GetValue(), "Notfallkontakt: 0660 0000000");
-    m_dialog->Select(2);
-    EXPECT_THAT(m_dialog->Pages(), ElementsAre("AB", "41 42 00 43 44 FE FF", "AB"));
+    m_Dialog->Select(0);
+    EXPECT_TRUE(m_Dialog->text_inhalt->GetValue().StartsWith("Vorname: "));
+    EXPECT_NE(m_Dialog->text_inhalt->GetValue(), NO_FIELDS);
+    m_Dialog->Select(1);
+    EXPECT_EQ(m_Dialog->text_inhalt->GetValue(), "Notfallkontakt: 0660 0000000");
+    m_Dialog->Select(2);
+    EXPECT_THAT(m_Dialog->Pages(), ElementsAre("AB", "41 42 00 43 44 FE FF", "AB"));
 }
 
 TEST_F(AnInfoboxOnACard, LabelsTheEncryptButtonByTheContainersAttributes) {
@@ -256,86 +256,86 @@ TEST_F(AnInfoboxOnACard, LabelsTheEncryptButtonByTheContainersAttributes) {
     OpenAndLoad();
     const char* const labels[] = {DECRYPT, ENCRYPT, ENCRYPT, DECRYPT, DECRYPT, DECRYPT, ENCRYPT, DECRYPT};
     for (int row = 0; row < 8; ++row) {
-        m_dialog->Select(row);
-        EXPECT_EQ(m_dialog->button_encrypt->GetLabel(), Utf8(labels[row])) << row;
+        m_Dialog->Select(row);
+        EXPECT_EQ(m_Dialog->button_encrypt->GetLabel(), Utf8(labels[row])) << row;
     }
 }
 
 TEST_F(AnInfoboxOnACard, DoesNothingForARowThatTheContainerDoesNotKnow) {
     OpenOn("acos-a04");
-    m_dialog->Select(0);
-    m_dialog->button_encrypt->Enable(false);
-    m_deck.clearTrace();
+    m_Dialog->Select(0);
+    m_Dialog->button_encrypt->Enable(false);
+    m_Deck.ClearTrace();
     for (const char* row : {"07 RFU2", "RFU1", "", "x", "00 NICHTS"})
-        m_dialog->listboxInfoboxKonzept(row);
+        m_Dialog->listboxInfoboxKonzept(row);
     EXPECT_THAT(Calls(), IsEmpty());
-    EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled());
-    EXPECT_TRUE(m_dialog->text_inhalt->GetValue().StartsWith("Vorname: "));
+    EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
+    EXPECT_TRUE(m_Dialog->text_inhalt->GetValue().StartsWith("Vorname: "));
 }
 
 TEST_F(AnInfoboxOnACard, ReadsTheTagFromThreeCharactersAndKeepsItsLowByte) {
     OpenOn("acos-a04");
     for (const char* row : {"101 RFU1", " 1 egal", "1"}) { // a tag is a byte
-        m_deck.clearTrace();
-        m_dialog->listboxInfoboxKonzept(row);
-        ASSERT_FALSE(m_deck.trace("C_FindObjectsInit").empty()) << row;
-        EXPECT_EQ(m_deck.trace("C_FindObjectsInit").front().value("attributes"),
+        m_Deck.ClearTrace();
+        m_Dialog->listboxInfoboxKonzept(row);
+        ASSERT_FALSE(m_Deck.GetTrace("C_FindObjectsInit").empty()) << row;
+        EXPECT_EQ(m_Deck.GetTrace("C_FindObjectsInit").front().Value("attributes"),
                   "CKA_CLASS:CKO_DATA,CKA_LABEL:0x01");
     }
 }
 
 TEST_F(AnInfoboxOnACard, OffersTheSwitchForABlankEntryWithEmptyPages) {
     Insert("acos-a04");
-    m_deck.replaceObject(m_card, "0x01", Bytes(64));
+    m_Deck.ReplaceObject(m_Card, "0x01", Bytes(64));
     OpenAndLoad();
-    m_dialog->Select(0);
-    EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
-    EXPECT_TRUE(m_dialog->button_encrypt->IsThisEnabled());
-    EXPECT_EQ(m_noPersB.count, 0); // a blank identity link is one here
+    m_Dialog->Select(0);
+    EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
+    EXPECT_TRUE(m_Dialog->button_encrypt->IsThisEnabled());
+    EXPECT_EQ(m_NoPersB.m_Count, 0); // a blank identity link is one here
 }
 
 TEST_F(AnInfoboxOnACard, TellsOfAContainersIdentityLinkThatCannotBeRead) {
     Insert("acos-a04");
-    m_deck.removeObject(m_card, "0x01");
+    m_Deck.RemoveObject(m_Card, "0x01");
     OpenAndLoad();
-    m_dialog->Select(0);
-    EXPECT_EQ(m_noPersB.count, 1);
-    EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled());
-    EXPECT_EQ(m_dialog->button_encrypt->GetLabel(), Utf8("verschlüsselt speichern")); // set before the read
+    m_Dialog->Select(0);
+    EXPECT_EQ(m_NoPersB.m_Count, 1);
+    EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
+    EXPECT_EQ(m_Dialog->button_encrypt->GetLabel(), Utf8("verschlüsselt speichern")); // set before the read
 }
 
 TEST_F(AnInfoboxOnACard, OffersNoIdentityLinkOnAnECardWithAContainer) {
     Insert("ecard-g4");
-    m_deck.removeObject(m_card, "0x01");
+    m_Deck.RemoveObject(m_Card, "0x01");
     OpenAndLoad();
-    m_dialog->Select(0);
-    EXPECT_EQ(m_noPersB.count, 0);
+    m_Dialog->Select(0);
+    EXPECT_EQ(m_NoPersB.m_Count, 0);
 }
 
 TEST_F(AnInfoboxOnACard, LeavesTheSwitchAsItIsWhenAnotherEntryCannotBeRead) {
     Insert("acos-a04");
-    m_deck.removeObject(m_card, "0x02");
+    m_Deck.RemoveObject(m_Card, "0x02");
     OpenAndLoad();
-    m_dialog->Select(1);
-    EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled());
-    m_dialog->Select(2);
-    EXPECT_TRUE(m_dialog->button_encrypt->IsThisEnabled());
-    m_dialog->Select(1);
-    EXPECT_TRUE(m_dialog->button_encrypt->IsThisEnabled());
-    EXPECT_EQ(m_noPersB.count, 0);
-    EXPECT_THAT(m_dialog->Pages(), Each(wxString()));
+    m_Dialog->Select(1);
+    EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
+    m_Dialog->Select(2);
+    EXPECT_TRUE(m_Dialog->button_encrypt->IsThisEnabled());
+    m_Dialog->Select(1);
+    EXPECT_TRUE(m_Dialog->button_encrypt->IsThisEnabled());
+    EXPECT_EQ(m_NoPersB.m_Count, 0);
+    EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
 }
 
 TEST_F(AnInfoboxOnACard, ClosesWhenTheExternalProgramIsStartedForARow) {
     Insert("acos-a04");
-    m_deck.removeObject(m_card, "0x01");
+    m_Deck.RemoveObject(m_Card, "0x01");
     Open().Show(false);
-    m_noPersB.answer = 1;
+    m_NoPersB.m_Answer = 1;
     const auto isLoaded = [this] {
-        return m_dialog->Rows().size() == 3 && m_dialog->list_box->IsThisEnabled();
+        return m_Dialog->Rows().size() == 3 && m_Dialog->list_box->IsThisEnabled();
     };
     const int result = RunModal(
-        *m_dialog, [this] { m_dialog->Select(0); }, isLoaded);
+        *m_Dialog, [this] { m_Dialog->Select(0); }, isLoaded);
     EXPECT_EQ(result, 0);
-    EXPECT_EQ(m_noPersB.count, 1);
+    EXPECT_EQ(m_NoPersB.m_Count, 1);
 }

@@ -15,8 +15,8 @@ namespace {
 
 /// A card's infobox area by the kind of the card.
 struct KindRow {
-    const char* kind;
-    bool hasContainer;
+    const char* m_Kind;
+    bool m_HasContainer;
 };
 
 constexpr KindRow KINDS[] = {
@@ -25,13 +25,13 @@ constexpr KindRow KINDS[] = {
 };
 
 void PrintTo(const KindRow& row, std::ostream* out) {
-    *out << row.kind;
+    *out << row.m_Kind;
 }
 
 class AnInfoboxOnEachKindOfCard : public AnInfoboxOnACard, public testing::WithParamInterface<KindRow> {};
 
 INSTANTIATE_TEST_SUITE_P(Kinds, AnInfoboxOnEachKindOfCard, testing::ValuesIn(KINDS), [](const auto& row) {
-    std::string name = row.param.kind;
+    std::string name = row.param.m_Kind;
     std::replace(name.begin(), name.end(), '-', '_');
     return name;
 });
@@ -41,55 +41,55 @@ INSTANTIATE_TEST_SUITE_P(Kinds, AnInfoboxOnEachKindOfCard, testing::ValuesIn(KIN
 // --- Loading -----------------------------------------------------------------------------------------------
 
 TEST_P(AnInfoboxOnEachKindOfCard, ListsTheContainersEntriesOrThreeFixedRows) {
-    OpenOn(GetParam().kind);
-    EXPECT_EQ(m_dialog->m_bInfoboxKonzept, GetParam().hasContainer);
-    if (GetParam().hasContainer)
-        EXPECT_THAT(m_dialog->Rows(), ElementsAre("01 PERSONENBINDUNG", "02 RFU1", "0a RFU2"));
+    OpenOn(GetParam().m_Kind);
+    EXPECT_EQ(m_Dialog->m_bInfoboxKonzept, GetParam().m_HasContainer);
+    if (GetParam().m_HasContainer)
+        EXPECT_THAT(m_Dialog->Rows(), ElementsAre("01 PERSONENBINDUNG", "02 RFU1", "0a RFU2"));
     else
-        EXPECT_THAT(m_dialog->Rows(), ElementsAre("Personenbindung", "RFU1", "RFU2"));
-    EXPECT_EQ(m_dialog->list_box->GetSelection(), wxNOT_FOUND);
-    EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled());
-    EXPECT_TRUE(m_dialog->list_box->IsEnabled());
-    EXPECT_EQ(m_noPersB.count, 0);
-    EXPECT_EQ(m_dialog->button_encrypt->GetLabel(), Utf8("unverschlüsselt speichern"));
+        EXPECT_THAT(m_Dialog->Rows(), ElementsAre("Personenbindung", "RFU1", "RFU2"));
+    EXPECT_EQ(m_Dialog->list_box->GetSelection(), wxNOT_FOUND);
+    EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
+    EXPECT_TRUE(m_Dialog->list_box->IsEnabled());
+    EXPECT_EQ(m_NoPersB.m_Count, 0);
+    EXPECT_EQ(m_Dialog->button_encrypt->GetLabel(), Utf8("unverschlüsselt speichern"));
 }
 
 TEST_P(AnInfoboxOnEachKindOfCard, ShowsTheIdentityLinkOfTheCard) {
-    OpenOn(GetParam().kind);
-    m_dialog->Select(0);
-    if (GetParam().kind == std::string("unknown")) { // holds none
-        EXPECT_EQ(m_noPersB.count, 1);
+    OpenOn(GetParam().m_Kind);
+    m_Dialog->Select(0);
+    if (GetParam().m_Kind == std::string("unknown")) { // holds none
+        EXPECT_EQ(m_NoPersB.m_Count, 1);
         return;
     }
-    EXPECT_EQ(m_noPersB.count, 0);
-    EXPECT_TRUE(m_dialog->text_inhalt->GetValue().StartsWith("Vorname: "));
-    EXPECT_TRUE(m_dialog->text_binary->GetValue().StartsWith("30 8"));
-    EXPECT_EQ(m_dialog->button_encrypt->IsThisEnabled(), GetParam().hasContainer);
+    EXPECT_EQ(m_NoPersB.m_Count, 0);
+    EXPECT_TRUE(m_Dialog->text_inhalt->GetValue().StartsWith("Vorname: "));
+    EXPECT_TRUE(m_Dialog->text_binary->GetValue().StartsWith("30 8"));
+    EXPECT_EQ(m_Dialog->button_encrypt->IsThisEnabled(), GetParam().m_HasContainer);
 }
 
 TEST_F(AnInfoboxOnACard, HoldsThreeRowsWhateverACardWithoutAContainerHolds) {
     Insert("acos-a03");
     for (const char* label : {"PERSONENBINDUNG", "RFU1", "RFU2"})
-        m_deck.removeObject(m_card, label);
+        m_Deck.RemoveObject(m_Card, label);
     Open();
-    m_dialog->Load();
-    EXPECT_THAT(m_dialog->Rows(), ElementsAre("Personenbindung", "RFU1", "RFU2"));
-    EXPECT_EQ(m_noPersB.count, 0);
+    m_Dialog->Load();
+    EXPECT_THAT(m_Dialog->Rows(), ElementsAre("Personenbindung", "RFU1", "RFU2"));
+    EXPECT_EQ(m_NoPersB.m_Count, 0);
     EXPECT_THAT(Calls(), ElementsAre("C_GetSlotList", "C_GetSlotList", "C_GetTokenInfo")); // no session
 }
 
 TEST_F(AnInfoboxOnACard, AsksTheTokenAndThenReadsTheContainerInOneSession) {
     Insert("acos-a04");
     Open();
-    m_dialog->Load();
+    m_Dialog->Load();
     EXPECT_THAT(Calls(), ElementsAre("C_GetSlotList", "C_GetSlotList", "C_GetTokenInfo", "C_OpenSession",
                                      "C_FindObjectsInit", "C_FindObjects", "C_FindObjectsFinal",
                                      "C_GetAttributeValue", "C_CloseSession"));
     ExpectOneSession();
-    EXPECT_EQ(m_deck.trace("C_FindObjectsInit").front().value("attributes"),
+    EXPECT_EQ(m_Deck.GetTrace("C_FindObjectsInit").front().Value("attributes"),
               "CKA_CLASS:CKO_DATA,CKA_LABEL:INFOBOX");
-    EXPECT_EQ(m_deck.trace("C_FindObjects").front().value("max"), "10");
-    EXPECT_EQ(m_deck.trace("C_GetAttributeValue").front().value("attributes"), "CKA_VALUE");
+    EXPECT_EQ(m_Deck.GetTrace("C_FindObjects").front().Value("max"), "10");
+    EXPECT_EQ(m_Deck.GetTrace("C_GetAttributeValue").front().Value("attributes"), "CKA_VALUE");
 }
 
 TEST_F(AnInfoboxOnACard, IsDisabledWhileItLoads) {
@@ -97,74 +97,74 @@ TEST_F(AnInfoboxOnACard, IsDisabledWhileItLoads) {
     Open();
     bool wasEnabled = true;
     bool wasEmpty = false;
-    m_dialog->CallAfter([&] { // done while the dialog yields before it reads the card
-        wasEnabled = m_dialog->list_box->IsThisEnabled() || m_dialog->button_close->IsThisEnabled();
-        wasEmpty = m_dialog->Rows().empty() && Calls().empty();
+    m_Dialog->CallAfter([&] { // done while the dialog yields before it reads the card
+        wasEnabled = m_Dialog->list_box->IsThisEnabled() || m_Dialog->button_close->IsThisEnabled();
+        wasEmpty = m_Dialog->Rows().empty() && Calls().empty();
     });
-    m_dialog->Load();
+    m_Dialog->Load();
     EXPECT_FALSE(wasEnabled);
     EXPECT_TRUE(wasEmpty);
-    EXPECT_TRUE(m_dialog->list_box->IsThisEnabled());
-    EXPECT_TRUE(m_dialog->button_close->IsThisEnabled());
+    EXPECT_TRUE(m_Dialog->list_box->IsThisEnabled());
+    EXPECT_TRUE(m_Dialog->button_close->IsThisEnabled());
 }
 
 TEST_F(AnInfoboxOnACard, LoadsByItselfOnceItRuns) {
     Insert("acos-a04");
     Open().Show(false);
     const auto isLoaded = [this] {
-        return m_dialog->Rows().size() == 3 && m_dialog->list_box->IsThisEnabled();
+        return m_Dialog->Rows().size() == 3 && m_Dialog->list_box->IsThisEnabled();
     };
     const auto close = [this] {
         RunFor(100); // for a second loading, which does not come
-        Press(*m_dialog, 5450);
+        Press(*m_Dialog, 5450);
     };
-    const int result = RunModal(*m_dialog, close, isLoaded);
+    const int result = RunModal(*m_Dialog, close, isLoaded);
     EXPECT_EQ(result, 0);
-    EXPECT_EQ(m_deck.trace("C_OpenSession").size(), 1U);
+    EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").size(), 1U);
 }
 
 TEST_F(AnInfoboxOnACard, ReadsTheSlotThatItIsGiven) {
-    m_deck.add("acos-a03", orseltest::CardOptions().slot(1));
-    m_card = m_deck.add("acos-a04", orseltest::CardOptions().slot(2));
+    m_Deck.Add("acos-a03", orseltest::CardOptions().Slot(1));
+    m_Card = m_Deck.Add("acos-a04", orseltest::CardOptions().Slot(2));
     Bind();
     ProbedInfobox dialog;
-    dialog.SetP11(m_p11.get(), 1);
+    dialog.SetP11(m_P11.get(), 1);
     dialog.Load();
     EXPECT_EQ(dialog.Rows().front(), "01 PERSONENBINDUNG");
-    EXPECT_EQ(m_deck.trace("C_OpenSession").front().value("slot"), "2");
+    EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").front().Value("slot"), "2");
 }
 
 TEST_F(AnInfoboxOnACard, TakesACardThatCannotBeQueriedForOneWithoutAContainer) {
-    m_deck.add("acos-a04");
-    m_deck.planFaults({"C_GetTokenInfo call=2 rv=CKR_DEVICE_ERROR"}); // the first call lists the slots
+    m_Deck.Add("acos-a04");
+    m_Deck.PlanFaults({"C_GetTokenInfo call=2 rv=CKR_DEVICE_ERROR"}); // the first call lists the slots
     Bind();
     ProbedInfobox dialog;
-    dialog.SetP11(m_p11.get(), 0);
+    dialog.SetP11(m_P11.get(), 0);
     dialog.Load();
     EXPECT_THAT(dialog.Rows(), ElementsAre("Personenbindung", "RFU1", "RFU2"));
 }
 
 TEST_F(AnInfoboxOnACard, TellsOfAMissingIdentityLinkWhenThereIsNoContainer) {
     Insert("acos-a04");
-    m_deck.removeObject(m_card, "INFOBOX");
+    m_Deck.RemoveObject(m_Card, "INFOBOX");
     Open();
-    m_noPersB.inspect = [this](wxDialog&) { EXPECT_TRUE(m_dialog->list_box->IsThisEnabled()); };
-    m_dialog->Load();
-    EXPECT_THAT(m_dialog->Rows(), IsEmpty());
-    EXPECT_EQ(m_noPersB.count, 1);
-    EXPECT_TRUE(m_dialog->m_bInfoboxKonzept);
+    m_NoPersB.m_Inspect = [this](wxDialog&) { EXPECT_TRUE(m_Dialog->list_box->IsThisEnabled()); };
+    m_Dialog->Load();
+    EXPECT_THAT(m_Dialog->Rows(), IsEmpty());
+    EXPECT_EQ(m_NoPersB.m_Count, 1);
+    EXPECT_TRUE(m_Dialog->m_bInfoboxKonzept);
     ExpectOneSession();
 }
 
 TEST_F(AnInfoboxOnACard, SaysNothingWhenAnECardHasNoContainer) {
     for (const char* kind : {"ecard-g3b", "ecard-g4"}) {
         Insert(kind);
-        m_deck.removeObject(m_card, "INFOBOX");
+        m_Deck.RemoveObject(m_Card, "INFOBOX");
         OpenAndLoad();
-        EXPECT_THAT(m_dialog->Rows(), IsEmpty());
-        EXPECT_EQ(m_noPersB.count, 0);
-        m_dialog.reset();
-        m_deck.remove(m_card);
+        EXPECT_THAT(m_Dialog->Rows(), IsEmpty());
+        EXPECT_EQ(m_NoPersB.m_Count, 0);
+        m_Dialog.reset();
+        m_Deck.Remove(m_Card);
     }
 }
 
@@ -179,60 +179,60 @@ TEST_F(AnInfoboxOnACard, StaysEmptyWithABadOrEmptyContainer) {
     };
     Insert("acos-a04");
     for (const Bytes& container : containers) {
-        m_deck.replaceObject(m_card, "INFOBOX", container);
+        m_Deck.ReplaceObject(m_Card, "INFOBOX", container);
         Bind();
-        m_noPersB.count = 0;
+        m_NoPersB.m_Count = 0;
         OpenAndLoad();
-        EXPECT_THAT(m_dialog->Rows(), IsEmpty());
-        EXPECT_EQ(m_noPersB.count, 1);
-        m_dialog.reset();
+        EXPECT_THAT(m_Dialog->Rows(), IsEmpty());
+        EXPECT_EQ(m_NoPersB.m_Count, 1);
+        m_Dialog.reset();
     }
 }
 
 TEST_F(AnInfoboxOnACard, EndsWhenTheExternalProgramIsStartedWhileItLoads) {
     Insert("acos-a04");
-    m_deck.removeObject(m_card, "INFOBOX");
+    m_Deck.RemoveObject(m_Card, "INFOBOX");
     Open().Show(false);
-    m_noPersB.answer = 1;
-    EXPECT_EQ(m_dialog->ShowModal(), 0);
-    EXPECT_EQ(m_noPersB.count, 1);
+    m_NoPersB.m_Answer = 1;
+    EXPECT_EQ(m_Dialog->ShowModal(), 0);
+    EXPECT_EQ(m_NoPersB.m_Count, 1);
 }
 
 TEST_F(AnInfoboxOnACard, ListsEveryTagInTheOrderOfTheContainer) {
     Insert("acos-a04");
     ReplaceContainer({{0xab, 0, {1}}, {0x03, 0, {1}}, {0x01, 0, {1}}, {0x03, 1, {1}}});
     OpenAndLoad();
-    EXPECT_THAT(m_dialog->Rows(), ElementsAre("ab RFU2", "03 RFU2", "01 PERSONENBINDUNG", "03 RFU2"));
+    EXPECT_THAT(m_Dialog->Rows(), ElementsAre("ab RFU2", "03 RFU2", "01 PERSONENBINDUNG", "03 RFU2"));
 }
 
 TEST_F(AnInfoboxOnACard, ListsTheContainerAnewWithoutASelection) {
     OpenOn("acos-a04");
-    m_dialog->Select(1);
+    m_Dialog->Select(1);
     ReplaceContainer({{0x07, 0, {1}}});
-    EXPECT_TRUE(m_dialog->LoadInfobox());
-    EXPECT_THAT(m_dialog->Rows(), ElementsAre("07 RFU2"));
-    EXPECT_EQ(m_dialog->list_box->GetSelection(), wxNOT_FOUND);
-    EXPECT_FALSE(m_dialog->button_encrypt->IsThisEnabled());
-    EXPECT_EQ(m_dialog->m_InfoboxFS.GetEntryCount(), 1); // nothing is left of the one before
+    EXPECT_TRUE(m_Dialog->LoadInfobox());
+    EXPECT_THAT(m_Dialog->Rows(), ElementsAre("07 RFU2"));
+    EXPECT_EQ(m_Dialog->list_box->GetSelection(), wxNOT_FOUND);
+    EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
+    EXPECT_EQ(m_Dialog->m_InfoboxFS.GetEntryCount(), 1); // nothing is left of the one before
 }
 
 TEST_F(AnInfoboxOnACard, LosesItsRowsWhenTheContainerHasGone) {
     OpenOn("acos-a04");
-    m_dialog->Select(1);
-    m_deck.removeObject(m_card, "INFOBOX");
-    EXPECT_FALSE(m_dialog->LoadInfobox());
-    EXPECT_THAT(m_dialog->Rows(), IsEmpty());
-    EXPECT_TRUE(m_dialog->button_encrypt->IsThisEnabled()); // only a loading that works disables it
-    EXPECT_EQ(m_dialog->m_InfoboxFS.GetEntryCount(), 3);
+    m_Dialog->Select(1);
+    m_Deck.RemoveObject(m_Card, "INFOBOX");
+    EXPECT_FALSE(m_Dialog->LoadInfobox());
+    EXPECT_THAT(m_Dialog->Rows(), IsEmpty());
+    EXPECT_TRUE(m_Dialog->button_encrypt->IsThisEnabled()); // only a loading that works disables it
+    EXPECT_EQ(m_Dialog->m_InfoboxFS.GetEntryCount(), 3);
 }
 
 TEST_F(AnInfoboxOnACard, KnowsAContainerForEverOnceItHasMetOne) {
     OpenOn("acos-a04");
-    m_deck.remove(m_card);
+    m_Deck.Remove(m_Card);
     Insert("acos-a03");
-    m_dialog->SetP11(m_p11.get(), 0);
-    m_dialog->Load();
-    EXPECT_TRUE(m_dialog->m_bInfoboxKonzept);
+    m_Dialog->SetP11(m_P11.get(), 0);
+    m_Dialog->Load();
+    EXPECT_TRUE(m_Dialog->m_bInfoboxKonzept);
 }
 
 // --- Reading one data object -------------------------------------------------------------------------------
@@ -254,36 +254,36 @@ protected:
     }
     /// Gives the object of this label another content.
     void Write(const Bytes& content) {
-        m_deck.replaceObject(m_card, "RFU1", content);
-        m_deck.clearTrace();
+        m_Deck.ReplaceObject(m_Card, "RFU1", content);
+        m_Deck.ClearTrace();
     }
-    bool Read(const std::string& label = "RFU1") { return m_dialog->LoadInfoboxData(label, m_out); }
+    bool Read(const std::string& label = "RFU1") { return m_Dialog->LoadInfoboxData(label, m_Out); }
 
-    ByteArray m_out;
+    ByteArray m_Out;
 };
 
 } // namespace
 
 TEST_F(ADataObject, IsReadInOneSessionByClassAndLabel) {
     EXPECT_TRUE(Read());
-    EXPECT_EQ(m_out.ToString(), "Bibliotheksausweis 4711");
-    EXPECT_EQ(m_dialog->m_CachedContent, m_out);
+    EXPECT_EQ(m_Out.ToString(), "Bibliotheksausweis 4711");
+    EXPECT_EQ(m_Dialog->m_CachedContent, m_Out);
     EXPECT_THAT(Calls(), ElementsAre("C_OpenSession", "C_FindObjectsInit", "C_FindObjects",
                                      "C_FindObjectsFinal", "C_GetAttributeValue", "C_CloseSession"));
     ExpectOneSession();
-    EXPECT_EQ(m_deck.trace("C_FindObjectsInit").front().value("attributes"),
+    EXPECT_EQ(m_Deck.GetTrace("C_FindObjectsInit").front().Value("attributes"),
               "CKA_CLASS:CKO_DATA,CKA_LABEL:RFU1");
 }
 
 TEST_F(ADataObject, ReplacesWhatWasInTheOutput) {
-    m_out = ByteArray(std::string("alt"));
+    m_Out = ByteArray(std::string("alt"));
     EXPECT_TRUE(Read());
-    EXPECT_EQ(m_out.ToString(), "Bibliotheksausweis 4711");
+    EXPECT_EQ(m_Out.ToString(), "Bibliotheksausweis 4711");
 }
 
 TEST_F(ADataObject, CountsAsEmptyWhenItsFirst128BytesAreZero) {
     struct Row {
-        Bytes content;
+        Bytes m_Content;
         size_t size;
     };
     const Row rows[] = {
@@ -297,57 +297,57 @@ TEST_F(ADataObject, CountsAsEmptyWhenItsFirst128BytesAreZero) {
         {{1}, 1},
     };
     for (const Row& row : rows) {
-        Write(row.content);
-        m_out = ByteArray(std::string("alt"));
+        Write(row.m_Content);
+        m_Out = ByteArray(std::string("alt"));
         EXPECT_TRUE(Read());
-        EXPECT_EQ(m_out.size(), row.size);
-        EXPECT_EQ(m_dialog->m_CachedContent.size(), row.size);
+        EXPECT_EQ(m_Out.size(), row.size);
+        EXPECT_EQ(m_Dialog->m_CachedContent.size(), row.size);
     }
 }
 
 TEST_F(ADataObject, IsReadUpTo5012Bytes) {
     Write(Bytes(5012, 0x41));
     EXPECT_TRUE(Read());
-    EXPECT_EQ(m_out.size(), 5012U);
+    EXPECT_EQ(m_Out.size(), 5012U);
     Write(Bytes(5013, 0x41));
     EXPECT_FALSE(Read());
-    EXPECT_EQ(m_out.size(), 5012U); // untouched
+    EXPECT_EQ(m_Out.size(), 5012U); // untouched
     ExpectOneSession();
 }
 
 TEST_F(ADataObject, IsTheFirstOfThoseWithItsLabel) {
-    m_deck.addData(m_card, "RFU1", {'z', 'w', 'e', 'i'});
+    m_Deck.AddData(m_Card, "RFU1", {'z', 'w', 'e', 'i'});
     EXPECT_TRUE(Read());
-    EXPECT_EQ(m_out.ToString(), "Bibliotheksausweis 4711");
+    EXPECT_EQ(m_Out.ToString(), "Bibliotheksausweis 4711");
 }
 
 TEST_F(ADataObject, ThatIsMissingIsNoSuccessAndLeavesTheOutput) {
-    m_out = ByteArray(std::string("alt"));
+    m_Out = ByteArray(std::string("alt"));
     EXPECT_FALSE(Read("NIRGENDS"));
-    EXPECT_EQ(m_out.ToString(), "alt");
-    EXPECT_EQ(m_dialog->m_CachedContent.ToString(),
+    EXPECT_EQ(m_Out.ToString(), "alt");
+    EXPECT_EQ(m_Dialog->m_CachedContent.ToString(),
               "alt"); // what is in the output is kept, whoever put it there
-    EXPECT_THAT(m_deck.trace("C_GetAttributeValue"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_GetAttributeValue"), IsEmpty());
     ExpectOneSession();
 }
 
 TEST_F(ADataObject, LosesWhatWasReadBeforeIt) {
     EXPECT_TRUE(Read());
-    m_out.clear();
+    m_Out.clear();
     EXPECT_FALSE(Read("NIRGENDS"));
-    EXPECT_TRUE(m_dialog->m_CachedContent.empty());
+    EXPECT_TRUE(m_Dialog->m_CachedContent.empty());
     EXPECT_TRUE(Read());
     EXPECT_TRUE(Read("RFU2")); // blank
-    EXPECT_TRUE(m_dialog->m_CachedContent.empty());
+    EXPECT_TRUE(m_Dialog->m_CachedContent.empty());
 }
 
 TEST_F(ADataObject, IsNotReadWithoutASessionWhichIsClosedAllTheSame) {
-    m_deck.takeOut(m_card);
-    m_out = ByteArray(std::string("alt"));
+    m_Deck.TakeOut(m_Card);
+    m_Out = ByteArray(std::string("alt"));
     EXPECT_FALSE(Read());
-    EXPECT_EQ(m_out.ToString(), "alt");
+    EXPECT_EQ(m_Out.ToString(), "alt");
     EXPECT_THAT(Calls(), ElementsAre("C_OpenSession", "C_CloseSession"));
-    m_deck.putBack(m_card);
+    m_Deck.PutBack(m_Card);
     EXPECT_TRUE(Read());
 }
 
@@ -355,7 +355,7 @@ TEST_F(ADataObject, IsNotReadFromALibraryThatCannotReadAttributes) {
     const auto entryPoint = Velmor::tkPKCS11::Proc_C_GetAttributeValue;
     Velmor::tkPKCS11::Proc_C_GetAttributeValue = nullptr;
     EXPECT_FALSE(Read());
-    EXPECT_TRUE(m_out.empty());
+    EXPECT_TRUE(m_Out.empty());
     ExpectOneSession();
     Velmor::tkPKCS11::Proc_C_GetAttributeValue = entryPoint;
     EXPECT_TRUE(Read());
@@ -364,11 +364,11 @@ TEST_F(ADataObject, IsNotReadFromALibraryThatCannotReadAttributes) {
 TEST_F(ADataObject, IsNotReadWhenTheLibraryReportsALengthBeyondTheBuffer) {
     for (const CK_ULONG length : {CK_ULONG{5013}, CK_ULONG{0xFFFFFFF0}, CK_UNAVAILABLE_INFORMATION}) {
         BindWithFault("C_GetAttributeValue call=1 length=" + std::to_string(length));
-        m_dialog->SetP11(m_p11.get(), 0);
+        m_Dialog->SetP11(m_P11.get(), 0);
         EXPECT_FALSE(Read()) << length;
-        EXPECT_TRUE(m_out.empty());
+        EXPECT_TRUE(m_Out.empty());
         ExpectOneSession();
         EXPECT_TRUE(Read());
-        m_out.clear();
+        m_Out.clear();
     }
 }

@@ -12,7 +12,7 @@ namespace {
 
 class TheInfoboxDialog : public testing::Test {
 protected:
-    ProbedInfobox m_dialog;
+    ProbedInfobox m_Dialog;
 };
 
 } // namespace
@@ -20,10 +20,10 @@ protected:
 // --- Window ------------------------------------------------------------------------------------------------
 
 TEST_F(TheInfoboxDialog, IsAnOrdinaryDialogOf600By400) {
-    EXPECT_EQ(m_dialog.GetTitle(), "Infoboxbereich");
-    EXPECT_EQ(m_dialog.GetWindowStyle() & ~wxTAB_TRAVERSAL, wxDEFAULT_DIALOG_STYLE);
-    EXPECT_EQ(m_dialog.GetSize(), wxSize(600, 400));
-    EXPECT_EQ(m_dialog.GetIcon().GetSize(), wxSize(32, 32));
+    EXPECT_EQ(m_Dialog.GetTitle(), "Infoboxbereich");
+    EXPECT_EQ(m_Dialog.GetWindowStyle() & ~wxTAB_TRAVERSAL, wxDEFAULT_DIALOG_STYLE);
+    EXPECT_EQ(m_Dialog.GetSize(), wxSize(600, 400));
+    EXPECT_EQ(m_Dialog.GetIcon().GetSize(), wxSize(32, 32));
     wxFrame parent(nullptr, wxID_ANY, "");
     const ProbedInfobox child(&parent, Velmor::TOKEN_ECARD_G2);
     EXPECT_EQ(child.GetParent(), &parent);
@@ -31,95 +31,95 @@ TEST_F(TheInfoboxDialog, IsAnOrdinaryDialogOf600By400) {
 }
 
 TEST_F(TheInfoboxDialog, StartsWithoutACard) {
-    EXPECT_EQ(m_dialog.m_pP11, nullptr);
-    EXPECT_EQ(m_dialog.m_nSlot, 0);
-    EXPECT_FALSE(m_dialog.m_bInfoboxKonzept);
-    EXPECT_EQ(m_dialog.m_LastSelection, "");
-    EXPECT_TRUE(m_dialog.m_CachedContent.empty());
-    EXPECT_EQ(m_dialog.m_InfoboxFS.GetEntryCount(), 0);
-    EXPECT_FALSE(m_dialog.m_startTimer.IsRunning());
+    EXPECT_EQ(m_Dialog.m_pP11, nullptr);
+    EXPECT_EQ(m_Dialog.m_nSlot, 0);
+    EXPECT_FALSE(m_Dialog.m_bInfoboxKonzept);
+    EXPECT_EQ(m_Dialog.m_LastSelection, "");
+    EXPECT_TRUE(m_Dialog.m_CachedContent.empty());
+    EXPECT_EQ(m_Dialog.m_InfoboxFS.GetEntryCount(), 0);
+    EXPECT_FALSE(m_Dialog.m_startTimer.IsRunning());
 }
 
 TEST_F(TheInfoboxDialog, HasAListAndTwoButtons) {
-    EXPECT_EQ(m_dialog.list_box->GetId(), 5451);
-    EXPECT_EQ(m_dialog.list_box->GetWindowStyle() & (wxLB_SINGLE | wxLB_MULTIPLE | wxLB_EXTENDED | wxLB_SORT),
+    EXPECT_EQ(m_Dialog.list_box->GetId(), 5451);
+    EXPECT_EQ(m_Dialog.list_box->GetWindowStyle() & (wxLB_SINGLE | wxLB_MULTIPLE | wxLB_EXTENDED | wxLB_SORT),
               wxLB_SINGLE);
-    EXPECT_EQ(m_dialog.list_box->GetCount(), 0U);
-    EXPECT_EQ(m_dialog.button_encrypt->GetId(), 5452);
-    EXPECT_EQ(m_dialog.button_encrypt->GetLabel(), Utf8("unverschlüsselt speichern"));
-    EXPECT_EQ(m_dialog.button_close->GetId(), 5450);
-    EXPECT_EQ(m_dialog.button_close->GetLabel(), Utf8("Schließen"));
-    EXPECT_THAT(ChildrenOf(m_dialog), ElementsAre(m_dialog.notebook, m_dialog.list_box,
-                                                  m_dialog.button_encrypt, m_dialog.button_close));
+    EXPECT_EQ(m_Dialog.list_box->GetCount(), 0U);
+    EXPECT_EQ(m_Dialog.button_encrypt->GetId(), 5452);
+    EXPECT_EQ(m_Dialog.button_encrypt->GetLabel(), Utf8("unverschlüsselt speichern"));
+    EXPECT_EQ(m_Dialog.button_close->GetId(), 5450);
+    EXPECT_EQ(m_Dialog.button_close->GetLabel(), Utf8("Schließen"));
+    EXPECT_THAT(ChildrenOf(m_Dialog), ElementsAre(m_Dialog.notebook, m_Dialog.list_box,
+                                                  m_Dialog.button_encrypt, m_Dialog.button_close));
 }
 
 TEST_F(TheInfoboxDialog, ShowsTwoPagesAndKeepsAThirdOutOfSight) {
-    ASSERT_EQ(m_dialog.notebook->GetPageCount(), 2U);
-    EXPECT_EQ(m_dialog.notebook->GetPage(0), m_dialog.panel_inhalt);
-    EXPECT_EQ(m_dialog.notebook->GetPageText(0), "Inhalt");
-    EXPECT_EQ(m_dialog.notebook->GetPage(1), m_dialog.panel_binary);
-    EXPECT_EQ(m_dialog.notebook->GetPageText(1), "Binary");
-    m_dialog.Show(true);
-    EXPECT_TRUE(RunUntil([this] { return m_dialog.text_inhalt->IsShownOnScreen(); }));
-    EXPECT_EQ(m_dialog.notebook->GetSelection(), 0);
-    m_dialog.text_text->SetValue("ungesehen");
-    EXPECT_EQ(m_dialog.text_text->GetValue(), "ungesehen");
+    ASSERT_EQ(m_Dialog.notebook->GetPageCount(), 2U);
+    EXPECT_EQ(m_Dialog.notebook->GetPage(0), m_Dialog.panel_inhalt);
+    EXPECT_EQ(m_Dialog.notebook->GetPageText(0), "Inhalt");
+    EXPECT_EQ(m_Dialog.notebook->GetPage(1), m_Dialog.panel_binary);
+    EXPECT_EQ(m_Dialog.notebook->GetPageText(1), "Binary");
+    m_Dialog.Show(true);
+    EXPECT_TRUE(RunUntil([this] { return m_Dialog.text_inhalt->IsShownOnScreen(); }));
+    EXPECT_EQ(m_Dialog.notebook->GetSelection(), 0);
+    m_Dialog.text_text->SetValue("ungesehen");
+    EXPECT_EQ(m_Dialog.text_text->GetValue(), "ungesehen");
 }
 
 TEST_F(TheInfoboxDialog, HasPagesOfOneTextEach) {
     struct Row {
-        wxPanel* page;
-        wxTextCtrl* text;
-        long moreStyle;
+        wxPanel* m_Page;
+        wxTextCtrl* m_Text;
+        long m_MoreStyle;
     };
     constexpr long MORE = wxTE_PROCESS_ENTER | wxTE_PROCESS_TAB;
     constexpr long STYLE = wxTE_CHARWRAP | wxTE_MULTILINE | wxTE_READONLY;
-    const Row rows[] = {{m_dialog.panel_inhalt, m_dialog.text_inhalt, MORE},
-                        {m_dialog.panel_binary, m_dialog.text_binary, 0},
-                        {m_dialog.panel_text, m_dialog.text_text, 0}};
+    const Row rows[] = {{m_Dialog.panel_inhalt, m_Dialog.text_inhalt, MORE},
+                        {m_Dialog.panel_binary, m_Dialog.text_binary, 0},
+                        {m_Dialog.panel_text, m_Dialog.text_text, 0}};
     for (const Row& row : rows) {
-        EXPECT_EQ(row.page->GetParent(), m_dialog.notebook);
-        EXPECT_EQ(row.page->GetWindowStyle() & (wxTAB_TRAVERSAL | wxBORDER_MASK),
+        EXPECT_EQ(row.m_Page->GetParent(), m_Dialog.notebook);
+        EXPECT_EQ(row.m_Page->GetWindowStyle() & (wxTAB_TRAVERSAL | wxBORDER_MASK),
                   wxTAB_TRAVERSAL | wxBORDER_NONE);
-        EXPECT_EQ(row.text->GetParent(), row.page);
-        EXPECT_EQ(row.text->GetWindowStyle() & (STYLE | MORE | wxTE_DONTWRAP), STYLE | row.moreStyle);
-        EXPECT_FALSE(row.text->IsEditable());
-        EXPECT_EQ(row.text->GetValue(), "");
-        EXPECT_THAT(PlacementsIn(*row.page->GetSizer()),
-                    ElementsAre(Placement{row.text, 1, wxEXPAND | wxALL, 3}));
-        EXPECT_EQ(dynamic_cast<wxBoxSizer&>(*row.page->GetSizer()).GetOrientation(), wxHORIZONTAL);
+        EXPECT_EQ(row.m_Text->GetParent(), row.m_Page);
+        EXPECT_EQ(row.m_Text->GetWindowStyle() & (STYLE | MORE | wxTE_DONTWRAP), STYLE | row.m_MoreStyle);
+        EXPECT_FALSE(row.m_Text->IsEditable());
+        EXPECT_EQ(row.m_Text->GetValue(), "");
+        EXPECT_THAT(PlacementsIn(*row.m_Page->GetSizer()),
+                    ElementsAre(Placement{row.m_Text, 1, wxEXPAND | wxALL, 3}));
+        EXPECT_EQ(dynamic_cast<wxBoxSizer&>(*row.m_Page->GetSizer()).GetOrientation(), wxHORIZONTAL);
     }
 }
 
 TEST_F(TheInfoboxDialog, ShowsBytesInAFontOfFixedWidth) {
-    const wxFont font = m_dialog.text_binary->GetFont();
+    const wxFont font = m_Dialog.text_binary->GetFont();
     EXPECT_EQ(font.GetFaceName(), "Courier New");
     EXPECT_EQ(font.GetPointSize(), 10);
     EXPECT_EQ(font.GetStyle(), wxFONTSTYLE_NORMAL);
     EXPECT_EQ(font.GetWeight(), wxFONTWEIGHT_NORMAL);
     EXPECT_FALSE(font.GetUnderlined());
-    EXPECT_NE(m_dialog.text_inhalt->GetFont().GetFaceName(), "Courier New");
+    EXPECT_NE(m_Dialog.text_inhalt->GetFont().GetFaceName(), "Courier New");
 }
 
 TEST_F(TheInfoboxDialog, PlacesTheListBesideTheContentAndTheClosingButtonBelow) {
-    auto& outer = dynamic_cast<wxBoxSizer&>(*m_dialog.GetSizer());
+    auto& outer = dynamic_cast<wxBoxSizer&>(*m_Dialog.GetSizer());
     EXPECT_EQ(outer.GetOrientation(), wxVERTICAL);
     EXPECT_THAT(PlacementsIn(outer),
                 ElementsAre(Placement{nullptr, 1, wxEXPAND, 0},
-                            Placement{m_dialog.button_close, 0, wxALIGN_CENTER_HORIZONTAL | wxALL, 12}));
+                            Placement{m_Dialog.button_close, 0, wxALIGN_CENTER_HORIZONTAL | wxALL, 12}));
     auto& columns = dynamic_cast<wxBoxSizer&>(*outer.GetItem(size_t{0})->GetSizer());
     EXPECT_EQ(columns.GetOrientation(), wxHORIZONTAL);
-    EXPECT_THAT(PlacementsIn(columns), ElementsAre(Placement{m_dialog.list_box, 1, wxEXPAND | wxALL, 3},
+    EXPECT_THAT(PlacementsIn(columns), ElementsAre(Placement{m_Dialog.list_box, 1, wxEXPAND | wxALL, 3},
                                                    Placement{nullptr, 3, wxEXPAND, 0}));
     auto& content = dynamic_cast<wxBoxSizer&>(*columns.GetItem(1)->GetSizer());
     EXPECT_EQ(content.GetOrientation(), wxVERTICAL);
-    EXPECT_THAT(PlacementsIn(content), ElementsAre(Placement{m_dialog.notebook, 1, wxEXPAND | wxALL, 3},
-                                                   Placement{m_dialog.button_encrypt, 0, wxALL, 6}));
+    EXPECT_THAT(PlacementsIn(content), ElementsAre(Placement{m_Dialog.notebook, 1, wxEXPAND | wxALL, 3},
+                                                   Placement{m_Dialog.button_encrypt, 0, wxALL, 6}));
 }
 
 TEST_F(TheInfoboxDialog, GivesTheListAQuarterOfTheWidth) {
-    const int list = m_dialog.list_box->GetSize().GetWidth() + 6;
-    EXPECT_NEAR(list, m_dialog.GetClientSize().GetWidth() / 4, 1);
+    const int list = m_Dialog.list_box->GetSize().GetWidth() + 6;
+    EXPECT_NEAR(list, m_Dialog.GetClientSize().GetWidth() / 4, 1);
 }
 
 TEST_F(TheInfoboxDialog, StandsInTheMiddleOfItsParent) {
@@ -137,29 +137,29 @@ TEST_F(TheInfoboxDialog, StandsInTheMiddleOfItsParent) {
 // --- Enabling ----------------------------------------------------------------------------------------------
 
 TEST_F(TheInfoboxDialog, DisablesListAndPagesButNeitherTheBinaryPageNorTheEncryptButton) {
-    const std::vector<wxWindow*> set = {m_dialog.list_box,    m_dialog.text_inhalt, m_dialog.panel_inhalt,
-                                        m_dialog.text_binary, m_dialog.panel_text,  m_dialog.text_text,
-                                        m_dialog.notebook,    m_dialog.button_close};
+    const std::vector<wxWindow*> set = {m_Dialog.list_box,    m_Dialog.text_inhalt, m_Dialog.panel_inhalt,
+                                        m_Dialog.text_binary, m_Dialog.panel_text,  m_Dialog.text_text,
+                                        m_Dialog.notebook,    m_Dialog.button_close};
     for (const bool enable : {false, true}) {
-        m_dialog.MyEnable(enable);
+        m_Dialog.MyEnable(enable);
         for (const wxWindow* window : set)
             EXPECT_EQ(window->IsThisEnabled(), enable);
-        EXPECT_TRUE(m_dialog.panel_binary->IsThisEnabled());
-        EXPECT_TRUE(m_dialog.button_encrypt->IsThisEnabled());
-        EXPECT_TRUE(m_dialog.IsThisEnabled());
+        EXPECT_TRUE(m_Dialog.panel_binary->IsThisEnabled());
+        EXPECT_TRUE(m_Dialog.button_encrypt->IsThisEnabled());
+        EXPECT_TRUE(m_Dialog.IsThisEnabled());
     }
-    m_dialog.button_encrypt->Enable(false);
-    m_dialog.MyEnable(true);
-    EXPECT_FALSE(m_dialog.button_encrypt->IsThisEnabled());
+    m_Dialog.button_encrypt->Enable(false);
+    m_Dialog.MyEnable(true);
+    EXPECT_FALSE(m_Dialog.button_encrypt->IsThisEnabled());
 }
 
 TEST_F(TheInfoboxDialog, StopsEnablingAtAControlThatIsMissing) {
-    wxTextCtrl* const binary = m_dialog.text_binary;
-    m_dialog.text_binary = nullptr;
-    m_dialog.MyEnable(false);
-    EXPECT_FALSE(m_dialog.panel_inhalt->IsThisEnabled());
+    wxTextCtrl* const binary = m_Dialog.text_binary;
+    m_Dialog.text_binary = nullptr;
+    m_Dialog.MyEnable(false);
+    EXPECT_FALSE(m_Dialog.panel_inhalt->IsThisEnabled());
     for (const wxWindow* window :
-         std::vector<wxWindow*>{binary, m_dialog.panel_text, m_dialog.notebook, m_dialog.button_close})
+         std::vector<wxWindow*>{binary, m_Dialog.panel_text, m_Dialog.notebook, m_Dialog.button_close})
         EXPECT_TRUE(window->IsThisEnabled());
 }
 
@@ -168,11 +168,11 @@ TEST_F(TheInfoboxDialog, StopsEnablingAtAControlThatIsMissing) {
 TEST(TheEventsOfTheInfoboxDialog, ReachHandlersThatMayBeReplaced) {
     class Counting : public ProbedInfobox {
     public:
-        void evt_encrypt(wxCommandEvent&) override { calls += "encrypt "; }
-        void evt_button_close(wxCommandEvent&) override { calls += "close "; }
-        void evt_listbox(wxCommandEvent&) override { calls += "list "; }
-        void evt_OnTimer(wxTimerEvent&) override { calls += "timer "; }
-        std::string calls;
+        void evt_encrypt(wxCommandEvent&) override { m_Calls += "encrypt "; }
+        void evt_button_close(wxCommandEvent&) override { m_Calls += "close "; }
+        void evt_listbox(wxCommandEvent&) override { m_Calls += "list "; }
+        void evt_OnTimer(wxTimerEvent&) override { m_Calls += "timer "; }
+        std::string m_Calls;
     };
     Counting dialog;
     EXPECT_TRUE(Press(dialog, 5452));
@@ -182,20 +182,20 @@ TEST(TheEventsOfTheInfoboxDialog, ReachHandlersThatMayBeReplaced) {
     wxTimer timer(&dialog, 5444);
     wxTimerEvent tick(timer);
     EXPECT_TRUE(dialog.GetEventHandler()->ProcessEvent(tick));
-    EXPECT_EQ(dialog.calls, "encrypt close list timer ");
+    EXPECT_EQ(dialog.m_Calls, "encrypt close list timer ");
 }
 
 TEST(TheInfoboxDialogsRun, StartsATimerOfTwoMillisecondsForOneLoadingAndEndsWithZero) {
     class Loading : public ProbedInfobox {
     public:
         void evt_OnTimer(wxTimerEvent& event) override {
-            ++loadings;
-            wasModal = IsModal();
-            wasTimer = event.GetId() == 5444 && event.GetInterval() == 2 && m_startTimer.IsOneShot();
+            ++m_Loadings;
+            m_WasModal = IsModal();
+            m_WasTimer = event.GetId() == 5444 && event.GetInterval() == 2 && m_startTimer.IsOneShot();
         }
-        int loadings = 0;
-        bool wasModal = false;
-        bool wasTimer = false;
+        int m_Loadings = 0;
+        bool m_WasModal = false;
+        bool m_WasTimer = false;
     };
     Loading dialog;
     InfoboxBereich& base = dialog; // the program calls it through the class
@@ -203,20 +203,20 @@ TEST(TheInfoboxDialogsRun, StartsATimerOfTwoMillisecondsForOneLoadingAndEndsWith
         RunFor(100); // for a second loading, which does not come
         Press(dialog, 5450);
     };
-    const int result = RunModal(base, close, [&dialog] { return dialog.loadings > 0; });
+    const int result = RunModal(base, close, [&dialog] { return dialog.m_Loadings > 0; });
     EXPECT_EQ(result, 0);
-    EXPECT_EQ(dialog.loadings, 1);
-    EXPECT_TRUE(dialog.wasModal);
-    EXPECT_TRUE(dialog.wasTimer);
+    EXPECT_EQ(dialog.m_Loadings, 1);
+    EXPECT_TRUE(dialog.m_WasModal);
+    EXPECT_TRUE(dialog.m_WasTimer);
     EXPECT_EQ(dialog.m_startTimer.GetOwner(), &dialog);
 }
 
 TEST_F(TheInfoboxDialog, TakesCardAndSlotAndDoesNothingElse) {
-    auto* const card = reinterpret_cast<Velmor::tkPKCS11*>(&m_dialog); // never looked at
-    m_dialog.SetP11(card, 7);
-    EXPECT_EQ(m_dialog.m_pP11, card);
-    EXPECT_EQ(m_dialog.m_nSlot, 7);
-    EXPECT_FALSE(m_dialog.m_startTimer.IsRunning());
+    auto* const card = reinterpret_cast<Velmor::tkPKCS11*>(&m_Dialog); // never looked at
+    m_Dialog.SetP11(card, 7);
+    EXPECT_EQ(m_Dialog.m_pP11, card);
+    EXPECT_EQ(m_Dialog.m_nSlot, 7);
+    EXPECT_FALSE(m_Dialog.m_startTimer.IsRunning());
 }
 
 // --- Telling of a missing identity link --------------------------------------------------------------------
@@ -224,23 +224,23 @@ TEST_F(TheInfoboxDialog, TakesCardAndSlotAndDoesNothingElse) {
 TEST(TheInfoboxDialogWithoutAnIdentityLink, TellsOfItOnAllCardsButECards) {
     ModalDialogsAnswered noPersB("Keine Personenbindung", 0);
     for (int type = 0; type <= 8; ++type) {
-        noPersB.count = 0;
+        noPersB.m_Count = 0;
         ProbedInfobox dialog(static_cast<Velmor::TokenType>(type));
         dialog.ShowNoPersB();
-        EXPECT_EQ(noPersB.count, type >= 3 && type <= 6 ? 0 : 1) << type;
+        EXPECT_EQ(noPersB.m_Count, type >= 3 && type <= 6 ? 0 : 1) << type;
     }
 }
 
 TEST(TheInfoboxDialogWithoutAnIdentityLink, TellsOfItInAnOrdinaryDialogOfItsOwn) {
     ProbedInfobox dialog;
     ModalDialogsAnswered noPersB("Keine Personenbindung", 0);
-    noPersB.inspect = [&](wxDialog& shown) {
+    noPersB.m_Inspect = [&](wxDialog& shown) {
         EXPECT_NE(dynamic_cast<NoPersB*>(&shown), nullptr);
         EXPECT_EQ(shown.GetParent(), &dialog);
         EXPECT_EQ(shown.GetWindowStyle() & ~wxTAB_TRAVERSAL, wxDEFAULT_DIALOG_STYLE);
     };
     dialog.ShowNoPersB();
-    EXPECT_EQ(noPersB.count, 1);
+    EXPECT_EQ(noPersB.m_Count, 1);
 }
 
 TEST(TheInfoboxDialogWithoutAnIdentityLink, EndsOnlyWhenTheExternalProgramWasStarted) {
@@ -248,18 +248,18 @@ TEST(TheInfoboxDialogWithoutAnIdentityLink, EndsOnlyWhenTheExternalProgramWasSta
     public:
         void evt_OnTimer(wxTimerEvent&) override {
             ShowNoPersB();
-            wasOpenBehind = IsModal();
-            if (wasOpenBehind)
+            m_WasOpenBehind = IsModal();
+            if (m_WasOpenBehind)
                 EndModal(3);
         }
-        bool wasOpenBehind = false;
+        bool m_WasOpenBehind = false;
     };
     ModalDialogsAnswered noPersB("Keine Personenbindung", 1);
     Run ended;
     EXPECT_EQ(ended.ShowModal(), 0);
-    EXPECT_FALSE(ended.wasOpenBehind);
-    noPersB.answer = 0;
+    EXPECT_FALSE(ended.m_WasOpenBehind);
+    noPersB.m_Answer = 0;
     Run open;
     EXPECT_EQ(open.ShowModal(), 3);
-    EXPECT_TRUE(open.wasOpenBehind);
+    EXPECT_TRUE(open.m_WasOpenBehind);
 }

@@ -57,22 +57,22 @@ public:
     ModalDialogsClosed(
         int closingButton, std::function<void(Dialog&)> look,
         std::function<bool(Dialog&)> isReady = [](Dialog&) { return true; })
-        : m_closingButton(closingButton), m_look(std::move(look)), m_isReady(std::move(isReady)) {
-        m_poll.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Poll(); });
-        m_poll.Start(5);
+        : m_ClosingButton(closingButton), m_Look(std::move(look)), m_IsReady(std::move(isReady)) {
+        m_Poll.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { Poll(); });
+        m_Poll.Start(5);
     }
 
 private:
     void Poll() {
         Dialog* const dialog = FindModal();
         if (dialog == nullptr) {
-            m_watch.Start();
-        } else if (m_watch.Time() > 20000) {
+            m_Watch.Start();
+        } else if (m_Watch.Time() > 20000) {
             ADD_FAILURE() << "the dialog never became ready";
             dialog->EndModal(-99);
-        } else if (m_isReady(*dialog)) {
-            m_look(*dialog);
-            Press(*dialog, m_closingButton);
+        } else if (m_IsReady(*dialog)) {
+            m_Look(*dialog);
+            Press(*dialog, m_ClosingButton);
         }
     }
     static Dialog* FindModal() {
@@ -84,36 +84,36 @@ private:
         return nullptr;
     }
 
-    const int m_closingButton;
-    const std::function<void(Dialog&)> m_look;
-    const std::function<bool(Dialog&)> m_isReady;
-    wxStopWatch m_watch;
-    wxTimer m_poll;
+    const int m_ClosingButton;
+    const std::function<void(Dialog&)> m_Look;
+    const std::function<bool(Dialog&)> m_IsReady;
+    wxStopWatch m_Watch;
+    wxTimer m_Poll;
 };
 
 /// Ends every modal dialog of this title at once with this answer, and counts them. They never come on the
 /// screen. Other dialogs run as usual.
 class ModalDialogsAnswered : public wxModalDialogHook {
 public:
-    ModalDialogsAnswered(const wxString& title, int reply) : answer(reply), m_title(title) { Register(); }
+    ModalDialogsAnswered(const wxString& title, int reply) : m_Answer(reply), m_Title(title) { Register(); }
     ~ModalDialogsAnswered() override { Unregister(); }
 
-    int answer;
-    int count = 0;
+    int m_Answer;
+    int m_Count = 0;
     /// Called with each dialog before it is answered.
-    std::function<void(wxDialog&)> inspect = [](wxDialog&) {};
+    std::function<void(wxDialog&)> m_Inspect = [](wxDialog&) {};
 
 protected:
     int Enter(wxDialog* dialog) override {
-        if (dialog->GetTitle() != m_title)
+        if (dialog->GetTitle() != m_Title)
             return wxID_NONE;
-        ++count;
-        inspect(*dialog);
-        return answer;
+        ++m_Count;
+        m_Inspect(*dialog);
+        return m_Answer;
     }
 
 private:
-    const wxString m_title;
+    const wxString m_Title;
 };
 
 #endif

@@ -19,28 +19,28 @@ protected:
         using PleaseWait::panel_right;
         using PleaseWait::PleaseWait;
     };
-    Probed m_dialog{nullptr, wxID_ANY, "", wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE};
+    Probed m_Dialog{nullptr, wxID_ANY, "", wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE};
 };
 
 TEST_F(TheBusyDialog, HasNoCaptionAndNoCloseBoxWhateverStyleIsAskedFor) {
-    EXPECT_EQ(m_dialog.GetWindowStyle() & (wxCAPTION | wxCLOSE_BOX | wxSYSTEM_MENU | wxRESIZE_BORDER), 0);
-    EXPECT_EQ(m_dialog.GetTitle(), "Bitte warten");
+    EXPECT_EQ(m_Dialog.GetWindowStyle() & (wxCAPTION | wxCLOSE_BOX | wxSYSTEM_MENU | wxRESIZE_BORDER), 0);
+    EXPECT_EQ(m_Dialog.GetTitle(), "Bitte warten");
 }
 
 TEST_F(TheBusyDialog, IsHiddenAfterConstruction) {
-    EXPECT_FALSE(m_dialog.IsShown());
+    EXPECT_FALSE(m_Dialog.IsShown());
 }
 
 TEST_F(TheBusyDialog, Is220By100Large) {
-    EXPECT_EQ(m_dialog.GetSize(), wxSize(220, 100));
+    EXPECT_EQ(m_Dialog.GetSize(), wxSize(220, 100));
 }
 
 TEST_F(TheBusyDialog, SaysOneLineBetweenTwoFillers) {
-    wxSizer& row = *m_dialog.GetSizer();
+    wxSizer& row = *m_Dialog.GetSizer();
     wxWindow* label = row.GetItem(1)->GetWindow();
-    EXPECT_THAT(PlacementsIn(row), ElementsAre(Placement{m_dialog.panel_left, 1, wxEXPAND, 0},
+    EXPECT_THAT(PlacementsIn(row), ElementsAre(Placement{m_Dialog.panel_left, 1, wxEXPAND, 0},
                                                Placement{label, 0, wxALIGN_CENTER, 12},
-                                               Placement{m_dialog.panel_right, 1, wxEXPAND, 0}));
+                                               Placement{m_Dialog.panel_right, 1, wxEXPAND, 0}));
     EXPECT_EQ(label->GetLabel(), "Bitte warten...");
     const wxFont font = label->GetFont();
     EXPECT_EQ(font.GetPointSize(), 14);
@@ -50,19 +50,19 @@ TEST_F(TheBusyDialog, SaysOneLineBetweenTwoFillers) {
 }
 
 TEST_F(TheBusyDialog, HasPanelsWithoutBorder) {
-    for (const wxPanel* panel : {m_dialog.panel_left, m_dialog.panel_right})
+    for (const wxPanel* panel : {m_Dialog.panel_left, m_Dialog.panel_right})
         EXPECT_EQ(panel->GetWindowStyle() & (wxTAB_TRAVERSAL | wxBORDER_MASK),
                   wxTAB_TRAVERSAL | wxBORDER_NONE);
 }
 
 TEST_F(TheBusyDialog, ShowsItsWholeTextAndGoesAgain) {
-    m_dialog.Show(true);
-    const wxWindow* label = m_dialog.GetSizer()->GetItem(1)->GetWindow();
+    m_Dialog.Show(true);
+    const wxWindow* label = m_Dialog.GetSizer()->GetItem(1)->GetWindow();
     EXPECT_TRUE(RunUntil([this, label] {
-        return m_dialog.IsShownOnScreen() && label->GetSize().GetWidth() >= label->GetBestSize().GetWidth();
+        return m_Dialog.IsShownOnScreen() && label->GetSize().GetWidth() >= label->GetBestSize().GetWidth();
     }));
-    m_dialog.Show(false);
-    EXPECT_TRUE(RunUntil([this] { return !m_dialog.IsShownOnScreen(); }));
+    m_Dialog.Show(false);
+    EXPECT_TRUE(RunUntil([this] { return !m_Dialog.IsShownOnScreen(); }));
 }
 
 // Told by the display, not by what the toolkit remembers.

@@ -76,18 +76,18 @@ protected:
     /// Makes the dialog for the card that is in the reader, without reading it.
     ProbedInfobox& Open() {
         Velmor::TokenInfoStruct2 info;
-        m_p11->GetTokenInfo(0, info);
-        m_dialog = std::make_unique<ProbedInfobox>(info.m_TokenType);
-        m_dialog->SetP11(m_p11.get(), 0);
-        m_dialog->Show(true);
-        m_deck.clearTrace();
-        return *m_dialog;
+        m_P11->GetTokenInfo(0, info);
+        m_Dialog = std::make_unique<ProbedInfobox>(info.m_TokenType);
+        m_Dialog->SetP11(m_P11.get(), 0);
+        m_Dialog->Show(true);
+        m_Deck.ClearTrace();
+        return *m_Dialog;
     }
     /// Also reads it.
     ProbedInfobox& OpenAndLoad() {
         Open().Load();
-        m_deck.clearTrace();
-        return *m_dialog;
+        m_Deck.ClearTrace();
+        return *m_Dialog;
     }
     ProbedInfobox& OpenOn(const std::string& kind) {
         Insert(kind);
@@ -95,18 +95,18 @@ protected:
     }
     /// Gives the card another container.
     void ReplaceContainer(const std::vector<orselsim::infobox::Entry>& entries) {
-        m_deck.replaceObject(m_card, "INFOBOX", orselsim::infobox::makeFile(entries, 64));
+        m_Deck.ReplaceObject(m_Card, "INFOBOX", orselsim::infobox::MakeFile(entries, 64));
     }
     /// One session, read-only, and closed again at the end.
     void ExpectOneSession() {
-        ASSERT_EQ(m_deck.trace("C_OpenSession").size(), 1U);
-        EXPECT_EQ(m_deck.trace("C_OpenSession").front().value("flags"), "4");
+        ASSERT_EQ(m_Deck.GetTrace("C_OpenSession").size(), 1U);
+        EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").front().Value("flags"), "4");
         EXPECT_EQ(SessionsOf("C_OpenSession"), SessionsOf("C_CloseSession"));
         EXPECT_EQ(Calls().back(), "C_CloseSession");
     }
 
-    ModalDialogsAnswered m_noPersB{"Keine Personenbindung", 0};
-    std::unique_ptr<ProbedInfobox> m_dialog;
+    ModalDialogsAnswered m_NoPersB{"Keine Personenbindung", 0};
+    std::unique_ptr<ProbedInfobox> m_Dialog;
 };
 
 #endif

@@ -41,46 +41,46 @@ class TheSignatureTestOnACard : public CardInReader {
 protected:
     /// Opens the dialog for one key of the card that is in the reader.
     void Open(Velmor::ApplType appl) {
-        m_dialog = std::make_unique<ProbedTestDialog>();
-        m_dialog->SetP11(m_p11.get(), 0, appl);
-        m_dialog->Show(true);
-        m_deck.clearTrace();
+        m_Dialog = std::make_unique<ProbedTestDialog>();
+        m_Dialog->SetP11(m_P11.get(), 0, appl);
+        m_Dialog->Show(true);
+        m_Deck.ClearTrace();
     }
     void OpenOn(const std::string& kind, Velmor::ApplType appl) {
         Insert(kind);
         Open(appl);
     }
     void Sign(const std::string& pin) {
-        m_deck.answerPins({pin});
-        m_dialog->Sign();
+        m_Deck.AnswerPins({pin});
+        m_Dialog->Sign();
     }
     /// A card with a signature of its signature key on display.
     void OpenWithSignature() {
         OpenOn("acos-a04", ApplSignature);
         Sign(SIGNATURE_PIN);
-        ASSERT_EQ(m_dialog->Status(), SIGNED);
-        m_deck.clearTrace();
+        ASSERT_EQ(m_Dialog->Status(), SIGNED);
+        m_Deck.ClearTrace();
     }
     std::vector<unsigned char> Signature() {
         std::vector<unsigned char> bytes;
-        Velmor::b64decode(std::string(m_dialog->text_signature->GetValue().utf8_str()), bytes);
+        Velmor::b64decode(std::string(m_Dialog->text_signature->GetValue().utf8_str()), bytes);
         return bytes;
     }
     void ExpectStatus(const char* text, const char* const* icon) {
-        EXPECT_EQ(m_dialog->Status(), Utf8(text));
-        EXPECT_TRUE(SamePicture(m_dialog->bitmap_status->GetBitmap(), icon));
+        EXPECT_EQ(m_Dialog->Status(), Utf8(text));
+        EXPECT_TRUE(SamePicture(m_Dialog->bitmap_status->GetBitmap(), icon));
     }
     void ExpectError(const char* text) { ExpectStatus(text, ButtonCancel); }
     void ExpectSuccess(const char* text) { ExpectStatus(text, ButtonOk); }
     /// One session, read-only, and closed again.
     void ExpectOneSession() {
-        ASSERT_EQ(m_deck.trace("C_OpenSession").size(), 1U);
-        EXPECT_EQ(m_deck.trace("C_OpenSession").front().value("flags"), "4");
+        ASSERT_EQ(m_Deck.GetTrace("C_OpenSession").size(), 1U);
+        EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").front().Value("flags"), "4");
         EXPECT_EQ(SessionsOf("C_OpenSession"), SessionsOf("C_CloseSession"));
         EXPECT_EQ(Calls().back(), "C_CloseSession");
     }
 
-    std::unique_ptr<ProbedTestDialog> m_dialog;
+    std::unique_ptr<ProbedTestDialog> m_Dialog;
 };
 
 } // namespace
@@ -90,10 +90,10 @@ protected:
 namespace {
 
 struct KeyRow {
-    const char* kind;
-    Velmor::ApplType appl;
-    const char* algorithm;
-    size_t hashes; ///< offered, of SHA-1, RIPEMD-160, SHA-256
+    const char* m_Kind;
+    Velmor::ApplType m_Appl;
+    const char* m_Algorithm;
+    size_t m_Hashes; ///< offered, of SHA-1, RIPEMD-160, SHA-256
 };
 
 constexpr KeyRow KEYS[] = {
@@ -110,13 +110,13 @@ constexpr KeyRow KEYS[] = {
 };
 
 void PrintTo(const KeyRow& row, std::ostream* out) {
-    *out << row.kind << (row.appl == ApplSignature ? ", signature key" : ", encryption key");
+    *out << row.m_Kind << (row.m_Appl == ApplSignature ? ", signature key" : ", encryption key");
 }
 
 class TheSignatureTestOfAKey : public TheSignatureTestOnACard, public testing::WithParamInterface<KeyRow> {};
 
 INSTANTIATE_TEST_SUITE_P(Keys, TheSignatureTestOfAKey, testing::ValuesIn(KEYS), [](const auto& row) {
-    std::string name = std::string(row.param.kind) + (row.param.appl == ApplSignature ? "_sig" : "_enc");
+    std::string name = std::string(row.param.m_Kind) + (row.param.m_Appl == ApplSignature ? "_sig" : "_enc");
     std::replace(name.begin(), name.end(), '-', '_');
     return name;
 });
@@ -124,25 +124,25 @@ INSTANTIATE_TEST_SUITE_P(Keys, TheSignatureTestOfAKey, testing::ValuesIn(KEYS), 
 } // namespace
 
 TEST_P(TheSignatureTestOfAKey, OffersItsHashesAndSelectsTheStrongest) {
-    OpenOn(GetParam().kind, GetParam().appl);
-    EXPECT_EQ(m_dialog->label_algorithm->GetLabel(), GetParam().algorithm);
+    OpenOn(GetParam().m_Kind, GetParam().m_Appl);
+    EXPECT_EQ(m_Dialog->label_algorithm->GetLabel(), GetParam().m_Algorithm);
     std::vector<std::string> expected = {"SHA-1", "RIPEMD-160", "SHA-256"};
-    expected.resize(GetParam().hashes);
-    EXPECT_EQ(m_dialog->Hashes(), expected);
-    EXPECT_EQ(m_dialog->combo_hash->GetSelection(), static_cast<int>(expected.size()) - 1);
-    EXPECT_EQ(m_dialog->m_fadeTimer.GetOwner(), m_dialog.get());
-    EXPECT_EQ(m_dialog->m_fadeTimer.GetId(), 5445);
-    EXPECT_EQ(m_dialog->Status(), "");
+    expected.resize(GetParam().m_Hashes);
+    EXPECT_EQ(m_Dialog->Hashes(), expected);
+    EXPECT_EQ(m_Dialog->combo_hash->GetSelection(), static_cast<int>(expected.size()) - 1);
+    EXPECT_EQ(m_Dialog->m_fadeTimer.GetOwner(), m_Dialog.get());
+    EXPECT_EQ(m_Dialog->m_fadeTimer.GetId(), 5445);
+    EXPECT_EQ(m_Dialog->Status(), "");
 }
 
 TEST_P(TheSignatureTestOfAKey, SignsWithEveryHashThatItOffersAndConfirmsIt) {
-    OpenOn(GetParam().kind, GetParam().appl);
-    for (unsigned row = 0; row < m_dialog->combo_hash->GetCount(); ++row) {
-        m_dialog->combo_hash->SetSelection(static_cast<int>(row));
-        Sign(PinOf(GetParam().appl));
+    OpenOn(GetParam().m_Kind, GetParam().m_Appl);
+    for (unsigned row = 0; row < m_Dialog->combo_hash->GetCount(); ++row) {
+        m_Dialog->combo_hash->SetSelection(static_cast<int>(row));
+        Sign(PinOf(GetParam().m_Appl));
         ExpectSuccess(SIGNED);
-        EXPECT_FALSE(m_dialog->text_signature->IsEmpty());
-        m_dialog->Verify();
+        EXPECT_FALSE(m_Dialog->text_signature->IsEmpty());
+        m_Dialog->Verify();
         ExpectSuccess(CONFIRMED);
     }
 }
@@ -150,34 +150,34 @@ TEST_P(TheSignatureTestOfAKey, SignsWithEveryHashThatItOffersAndConfirmsIt) {
 TEST_F(TheSignatureTestOnACard, AsksNothingButTheTokenWhenItIsSetUp) {
     Insert("acos-a04");
     ProbedTestDialog dialog;
-    dialog.SetP11(m_p11.get(), 0, ApplSignature);
+    dialog.SetP11(m_P11.get(), 0, ApplSignature);
     EXPECT_THAT(Calls(), ElementsAre("C_GetSlotList", "C_GetSlotList", "C_GetTokenInfo"));
 }
 
 TEST_F(TheSignatureTestOnACard, WorksOnTheSlotThatItIsGiven) {
-    m_deck.add("ecard-g2", CardOptions().slot(1));
-    m_deck.add("cardos-53", CardOptions().slot(2));
+    m_Deck.Add("ecard-g2", CardOptions().Slot(1));
+    m_Deck.Add("cardos-53", CardOptions().Slot(2));
     Bind();
     ProbedTestDialog dialog;
-    dialog.SetP11(m_p11.get(), 1, ApplEncryption);
+    dialog.SetP11(m_P11.get(), 1, ApplEncryption);
     EXPECT_EQ(dialog.label_algorithm->GetLabel(), "RSA");
-    m_deck.answerPins({ENCRYPTION_PIN});
-    m_deck.clearTrace();
+    m_Deck.AnswerPins({ENCRYPTION_PIN});
+    m_Deck.ClearTrace();
     dialog.Sign();
     EXPECT_EQ(dialog.Status(), SIGNED);
-    EXPECT_EQ(m_deck.trace("C_OpenSession").front().value("slot"), "2");
+    EXPECT_EQ(m_Deck.GetTrace("C_OpenSession").front().Value("slot"), "2");
 }
 
 TEST_F(TheSignatureTestOnACard, OffersNoHashWhenTheTokenCannotBeQueried) {
-    m_deck.add("acos-a04");
-    m_deck.planFaults({"C_GetTokenInfo call=2 rv=CKR_DEVICE_ERROR"}); // the first call lists the slots
+    m_Deck.Add("acos-a04");
+    m_Deck.PlanFaults({"C_GetTokenInfo call=2 rv=CKR_DEVICE_ERROR"}); // the first call lists the slots
     Bind();
     Open(ApplSignature);
-    EXPECT_THAT(m_dialog->Hashes(), IsEmpty());
-    EXPECT_EQ(m_dialog->combo_hash->GetSelection(), -1);
-    m_dialog->Sign();
+    EXPECT_THAT(m_Dialog->Hashes(), IsEmpty());
+    EXPECT_EQ(m_Dialog->combo_hash->GetSelection(), -1);
+    m_Dialog->Sign();
     ExpectError(NO_HASH_SELECTED);
-    m_dialog->Verify();
+    m_Dialog->Verify();
     ExpectError(NO_HASH_SELECTED);
     EXPECT_THAT(Calls(), IsEmpty());
 }
@@ -186,30 +186,30 @@ TEST_F(TheSignatureTestOnACard, LeavesTheLabelAndTheHashesForAnIdentityLink) {
     Insert("acos-a03");
     Open(ApplIdentityLink);
     ExpectError("Ungültige Karte");
-    EXPECT_THAT(m_dialog->Hashes(), ElementsAre("SHA-1", "RIPEMD-160"));
-    EXPECT_EQ(m_dialog->label_algorithm->GetLabel(), "ECC");
-    EXPECT_NE(m_dialog->m_fadeTimer.GetId(), 5445);
+    EXPECT_THAT(m_Dialog->Hashes(), ElementsAre("SHA-1", "RIPEMD-160"));
+    EXPECT_EQ(m_Dialog->label_algorithm->GetLabel(), "ECC");
+    EXPECT_NE(m_Dialog->m_fadeTimer.GetId(), 5445);
 }
 
 TEST_F(TheSignatureTestOnACard, KeepsTheMessageAboutAnIdentityLinkOnTheScreen) {
     Insert("acos-a03");
     Open(ApplIdentityLink);
     RunFor(1900);
-    EXPECT_EQ(m_dialog->Status(), Utf8("Ungültige Karte"));
-    EXPECT_FLOAT_EQ(m_dialog->m_fade.GetModifier(), 1.0F / 50); // the step at once, and none since
+    EXPECT_EQ(m_Dialog->Status(), Utf8("Ungültige Karte"));
+    EXPECT_FLOAT_EQ(m_Dialog->m_fade.GetModifier(), 1.0F / 50); // the step at once, and none since
 }
 
 TEST_F(TheSignatureTestOnACard, DoesNothingForAnIdentityLinkButClearTheStatus) {
     Insert("acos-a03");
     Open(ApplIdentityLink);
-    m_dialog->text_signature->SetValue("alt");
-    m_dialog->Verify();
-    EXPECT_EQ(m_dialog->Status(), "");
-    EXPECT_EQ(m_dialog->text_signature->GetValue(), "alt");
-    m_dialog->SetStatus("alt", false);
-    m_dialog->Sign();
-    EXPECT_EQ(m_dialog->Status(), "");
-    EXPECT_EQ(m_dialog->text_signature->GetValue(), "");
+    m_Dialog->text_signature->SetValue("alt");
+    m_Dialog->Verify();
+    EXPECT_EQ(m_Dialog->Status(), "");
+    EXPECT_EQ(m_Dialog->text_signature->GetValue(), "alt");
+    m_Dialog->SetStatus("alt", false);
+    m_Dialog->Sign();
+    EXPECT_EQ(m_Dialog->Status(), "");
+    EXPECT_EQ(m_Dialog->text_signature->GetValue(), "");
     EXPECT_THAT(Calls(), IsEmpty());
 }
 
@@ -222,28 +222,28 @@ TEST_F(TheSignatureTestOnACard, SignsInOneSessionWithThePrivateKey) {
                 ElementsAre("C_OpenSession", "C_FindObjectsInit", "C_FindObjects", "C_FindObjectsFinal",
                             "C_GetAttributeValue", "C_SignInit", "C_Sign", "C_Sign", "C_CloseSession"));
     ExpectOneSession();
-    EXPECT_EQ(m_deck.trace("C_SignInit").front().value("mechanism"), "CKM_ECDSA");
-    EXPECT_EQ(m_deck.trace("C_Sign").back().value("size"), "32"); // the hash, not the text
+    EXPECT_EQ(m_Deck.GetTrace("C_SignInit").front().Value("mechanism"), "CKM_ECDSA");
+    EXPECT_EQ(m_Deck.GetTrace("C_Sign").back().Value("size"), "32"); // the hash, not the text
 }
 
 TEST_F(TheSignatureTestOnACard, SignsABareHashWithAnRsaKeyToo) {
     OpenOn("acos-a04", ApplEncryption);
     Sign(ENCRYPTION_PIN);
     ExpectSuccess(SIGNED);
-    EXPECT_EQ(m_deck.trace("C_SignInit").front().value("mechanism"), "CKM_RSA_PKCS");
-    EXPECT_EQ(m_deck.trace("C_Sign").back().value("size"), "32"); // no DigestInfo in front
+    EXPECT_EQ(m_Deck.GetTrace("C_SignInit").front().Value("mechanism"), "CKM_RSA_PKCS");
+    EXPECT_EQ(m_Deck.GetTrace("C_Sign").back().Value("size"), "32"); // no DigestInfo in front
     EXPECT_EQ(Signature().size(), 192U);
-    EXPECT_EQ(m_dialog->text_signature->GetValue().find('\n'), wxString::npos); // one line
+    EXPECT_EQ(m_Dialog->text_signature->GetValue().find('\n'), wxString::npos); // one line
 }
 
 TEST_F(TheSignatureTestOnACard, MakesASignatureThatTheCardsKeyConfirmsOutsideOfIt) {
     OpenOn("acos-a04", ApplEncryption);
     Sign(ENCRYPTION_PIN);
-    const std::string text(m_dialog->text_document->GetValue().utf8_str());
+    const std::string text(m_Dialog->text_document->GetValue().utf8_str());
     std::vector<unsigned char> hash;
     Velmor::Hash(std::vector<unsigned char>(text.begin(), text.end()), hash, Velmor::HASH_SHA256, false);
 
-    const auto pem = m_deck.objectContent(m_card, "PK.CH.EKEY");
+    const auto pem = m_Deck.ObjectContent(m_Card, "PK.CH.EKEY");
     const std::unique_ptr<BIO, decltype(&BIO_free)> bio(
         BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())), BIO_free);
     const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(
@@ -258,20 +258,20 @@ TEST_F(TheSignatureTestOnACard, MakesASignatureThatTheCardsKeyConfirmsOutsideOfI
 
 TEST_F(TheSignatureTestOnACard, SignsTheTextAsItStands) {
     OpenOn("acos-a04", ApplSignature);
-    m_dialog->text_document->SetValue(Utf8("Ärger mit Umlauten\nund Zeilen"));
+    m_Dialog->text_document->SetValue(Utf8("Ärger mit Umlauten\nund Zeilen"));
     Sign(SIGNATURE_PIN);
     ExpectSuccess(SIGNED);
-    m_dialog->Verify();
+    m_Dialog->Verify();
     ExpectSuccess(CONFIRMED);
 }
 
 TEST_F(TheSignatureTestOnACard, FailsToSignWithoutTheRightPin) {
     OpenOn("acos-a04", ApplSignature);
     for (const char* pin : {"cancel", "000000"}) {
-        m_deck.clearTrace();
+        m_Deck.ClearTrace();
         Sign(pin);
         ExpectError(NOT_SIGNED);
-        EXPECT_EQ(m_dialog->text_signature->GetValue(), "");
+        EXPECT_EQ(m_Dialog->text_signature->GetValue(), "");
         ExpectOneSession();
     }
     Sign(SIGNATURE_PIN);
@@ -282,15 +282,15 @@ TEST_F(TheSignatureTestOnACard, LosesTheOldSignatureWhenANewOneFails) {
     OpenWithSignature();
     Sign("cancel");
     ExpectError(NOT_SIGNED);
-    EXPECT_EQ(m_dialog->text_signature->GetValue(), "");
+    EXPECT_EQ(m_Dialog->text_signature->GetValue(), "");
 }
 
 TEST_F(TheSignatureTestOnACard, FailsToSignWithoutAKey) {
     OpenOn("empty", ApplSignature);
-    m_dialog->Sign();
+    m_Dialog->Sign();
     ExpectError(NOT_SIGNED);
     ExpectOneSession();
-    EXPECT_THAT(m_deck.trace("C_SignInit"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_SignInit"), IsEmpty());
 }
 
 // --- What both commands need -------------------------------------------------------------------------------
@@ -303,9 +303,9 @@ class EitherCommandOfTheSignatureTest : public TheSignatureTestOnACard,
 protected:
     void Run() {
         if (GetParam())
-            m_dialog->Sign();
+            m_Dialog->Sign();
         else
-            m_dialog->Verify();
+            m_Dialog->Verify();
     }
 };
 
@@ -316,7 +316,7 @@ INSTANTIATE_TEST_SUITE_P(Commands, EitherCommandOfTheSignatureTest, testing::Boo
 
 TEST_P(EitherCommandOfTheSignatureTest, FailsOnAnEmptyTextBeforeItOpensASession) {
     OpenOn("acos-a04", ApplSignature);
-    m_dialog->text_document->SetValue("");
+    m_Dialog->text_document->SetValue("");
     Run();
     ExpectError(NOT_HASHED);
     EXPECT_THAT(Calls(), IsEmpty());
@@ -324,8 +324,8 @@ TEST_P(EitherCommandOfTheSignatureTest, FailsOnAnEmptyTextBeforeItOpensASession)
 
 TEST_P(EitherCommandOfTheSignatureTest, AsksForTheHashBeforeItHashesTheText) {
     OpenOn("acos-a04", ApplSignature);
-    m_dialog->text_document->SetValue("");
-    m_dialog->combo_hash->SetSelection(wxNOT_FOUND);
+    m_Dialog->text_document->SetValue("");
+    m_Dialog->combo_hash->SetSelection(wxNOT_FOUND);
     Run();
     ExpectError(NO_HASH_SELECTED);
     EXPECT_THAT(Calls(), IsEmpty());
@@ -333,7 +333,7 @@ TEST_P(EitherCommandOfTheSignatureTest, AsksForTheHashBeforeItHashesTheText) {
 
 TEST_P(EitherCommandOfTheSignatureTest, RefusesAHashThatNobodyKnows) {
     OpenOn("acos-a04", ApplSignature);
-    m_dialog->combo_hash->SetSelection(m_dialog->combo_hash->Append("MD5"));
+    m_Dialog->combo_hash->SetSelection(m_Dialog->combo_hash->Append("MD5"));
     Run();
     ExpectError("Ungültiger Hashwert");
     EXPECT_THAT(Calls(), IsEmpty());
@@ -350,11 +350,11 @@ TEST_P(EitherCommandOfTheSignatureTest, ClosesNoSessionThatItCouldNotOpen) {
 
 TEST_P(EitherCommandOfTheSignatureTest, HasNoConnectionToACardThatWasTakenOut) {
     OpenOn("acos-a04", ApplSignature);
-    m_deck.takeOut(m_card);
+    m_Deck.TakeOut(m_Card);
     Run();
     ExpectError(NO_CONNECTION);
-    m_deck.putBack(m_card);
-    m_deck.clearTrace();
+    m_Deck.PutBack(m_Card);
+    m_Deck.ClearTrace();
     Run();
     ExpectOneSession();
 }
@@ -362,8 +362,8 @@ TEST_P(EitherCommandOfTheSignatureTest, HasNoConnectionToACardThatWasTakenOut) {
 TEST_P(EitherCommandOfTheSignatureTest, LeavesTheDialogOpenAndEnabled) {
     OpenOn("empty", ApplSignature);
     Run();
-    EXPECT_TRUE(m_dialog->IsShown());
-    for (const wxWindow* button : {m_dialog->button_sign, m_dialog->button_verify, m_dialog->button_close})
+    EXPECT_TRUE(m_Dialog->IsShown());
+    for (const wxWindow* button : {m_Dialog->button_sign, m_Dialog->button_verify, m_Dialog->button_close})
         EXPECT_TRUE(button->IsEnabled());
 }
 
@@ -371,68 +371,68 @@ TEST_P(EitherCommandOfTheSignatureTest, LeavesTheDialogOpenAndEnabled) {
 
 TEST_F(TheSignatureTestOnACard, VerifiesInOneSessionWithThePublicKey) {
     OpenWithSignature();
-    m_dialog->Verify();
+    m_Dialog->Verify();
     ExpectSuccess(CONFIRMED);
     EXPECT_THAT(Calls(),
                 ElementsAre("C_OpenSession", "C_FindObjectsInit", "C_FindObjects", "C_FindObjectsFinal",
                             "C_GetAttributeValue", "C_VerifyInit", "C_Verify", "C_CloseSession"));
     ExpectOneSession();
-    EXPECT_EQ(m_deck.trace("C_FindObjectsInit").front().value("attributes"),
+    EXPECT_EQ(m_Deck.GetTrace("C_FindObjectsInit").front().Value("attributes"),
               "CKA_CLASS:CKO_PUBLIC_KEY,CKA_LABEL:PK.CH.SIG");
-    EXPECT_EQ(m_deck.trace("C_Verify").front().value("size"), "32");
-    EXPECT_EQ(m_deck.trace("C_Verify").front().value("length"), std::to_string(Signature().size()));
+    EXPECT_EQ(m_Deck.GetTrace("C_Verify").front().Value("size"), "32");
+    EXPECT_EQ(m_Deck.GetTrace("C_Verify").front().Value("length"), std::to_string(Signature().size()));
 }
 
 TEST_F(TheSignatureTestOnACard, VerifiesWithTheEncryptionKeyWhenOpenedForIt) {
     OpenOn("acos-a04", ApplEncryption);
-    m_dialog->Verify();
-    EXPECT_EQ(m_deck.trace("C_FindObjectsInit").front().value("attributes"),
+    m_Dialog->Verify();
+    EXPECT_EQ(m_Deck.GetTrace("C_FindObjectsInit").front().Value("attributes"),
               "CKA_CLASS:CKO_PUBLIC_KEY,CKA_LABEL:PK.CH.EKEY");
 }
 
 TEST_F(TheSignatureTestOnACard, ConfirmsOnlyTheTextThatWasSigned) {
     OpenWithSignature();
-    m_dialog->text_document->AppendText(".");
-    m_dialog->Verify();
+    m_Dialog->text_document->AppendText(".");
+    m_Dialog->Verify();
     ExpectError(NOT_CONFIRMED);
     ExpectOneSession();
-    EXPECT_FALSE(m_dialog->text_signature->IsEmpty()); // stays for another try
+    EXPECT_FALSE(m_Dialog->text_signature->IsEmpty()); // stays for another try
 }
 
 TEST_F(TheSignatureTestOnACard, ConfirmsOnlyWithTheHashThatWasSigned) {
     OpenWithSignature();
-    m_dialog->combo_hash->SetSelection(0);
-    m_dialog->Verify();
+    m_Dialog->combo_hash->SetSelection(0);
+    m_Dialog->Verify();
     ExpectError(NOT_CONFIRMED);
-    m_dialog->combo_hash->SetSelection(2);
-    m_dialog->Verify();
+    m_Dialog->combo_hash->SetSelection(2);
+    m_Dialog->Verify();
     ExpectSuccess(CONFIRMED);
 }
 
 TEST_F(TheSignatureTestOnACard, AsksTheCardEvenAboutAnEmptyOrMangledSignature) {
     OpenWithSignature();
-    const wxString whole = m_dialog->text_signature->GetValue();
+    const wxString whole = m_Dialog->text_signature->GetValue();
     for (const wxString& text : {wxString(), wxString("@@@"), whole.Left(7), "A" + whole.Mid(1) + whole}) {
-        m_deck.clearTrace();
-        m_dialog->text_signature->SetValue(text);
-        m_dialog->Verify();
+        m_Deck.ClearTrace();
+        m_Dialog->text_signature->SetValue(text);
+        m_Dialog->Verify();
         ExpectError(NOT_CONFIRMED);
-        EXPECT_EQ(m_deck.trace("C_Verify").size(), 1U) << text;
+        EXPECT_EQ(m_Deck.GetTrace("C_Verify").size(), 1U) << text;
         ExpectOneSession();
     }
 }
 
 TEST_F(TheSignatureTestOnACard, FailsToVerifyWithoutAKey) {
     OpenOn("empty", ApplSignature);
-    m_dialog->text_signature->SetValue("AAAA");
-    m_dialog->Verify();
+    m_Dialog->text_signature->SetValue("AAAA");
+    m_Dialog->Verify();
     ExpectError(NOT_CONFIRMED);
     ExpectOneSession();
 }
 
 TEST_F(TheSignatureTestOnACard, LetsAResultFadeAway) {
     OpenWithSignature();
-    m_dialog->Verify();
-    EXPECT_TRUE(m_dialog->m_fadeTimer.IsRunning());
-    EXPECT_TRUE(RunUntil([this] { return m_dialog->Status().empty(); }, 30000));
+    m_Dialog->Verify();
+    EXPECT_TRUE(m_Dialog->m_fadeTimer.IsRunning());
+    EXPECT_TRUE(RunUntil([this] { return m_Dialog->Status().empty(); }, 30000));
 }

@@ -14,11 +14,11 @@ namespace {
 using Connection = std::unique_ptr<Display, int (*)(Display*)>;
 
 /// A window may be gone by the time that it is asked.
-int passOver(Display*, XErrorEvent*) {
+int PassOver(Display*, XErrorEvent*) {
     return 0;
 }
 
-XClientMessageEvent questionTo(Display* display, Window window) {
+XClientMessageEvent QuestionTo(Display* display, Window window) {
     static long number = 0;
     XClientMessageEvent question = {};
     question.type = ClientMessage;
@@ -32,7 +32,7 @@ XClientMessageEvent questionTo(Display* display, Window window) {
 }
 
 /// The answer is the same message, sent to the root window.
-bool hasAnswered(Display* display, const XClientMessageEvent& question) {
+bool HasAnswered(Display* display, const XClientMessageEvent& question) {
     while (XPending(display) > 0) {
         XEvent event = {};
         XNextEvent(display, &event);
@@ -46,8 +46,8 @@ bool hasAnswered(Display* display, const XClientMessageEvent& question) {
 
 } // namespace
 
-bool waitForAnswer(const std::string& window) {
-    XSetErrorHandler(&passOver);
+bool WaitForAnswer(const std::string& window) {
+    XSetErrorHandler(&PassOver);
     const Connection connection(XOpenDisplay(nullptr), &XCloseDisplay);
     Display* const display = connection.get();
     if (display == nullptr) {
@@ -55,11 +55,11 @@ bool waitForAnswer(const std::string& window) {
     }
     XSelectInput(display, DefaultRootWindow(display), SubstructureNotifyMask);
     XEvent event = {};
-    event.xclient = questionTo(display, std::stoul(window));
+    event.xclient = QuestionTo(display, std::stoul(window));
     const XClientMessageEvent question = event.xclient;
     XSendEvent(display, question.window, False, NoEventMask, &event);
     XSync(display, False);
-    return waitFor([&] { return hasAnswered(display, question); }, 60);
+    return WaitFor([&] { return HasAnswered(display, question); }, 60);
 }
 
 } // namespace desktop

@@ -9,7 +9,7 @@ namespace desktop {
 /// Asks a window whether its program still listens, as window managers do (_NET_WM_PING, Extended Window
 /// Manager Hints), and waits until it answers. The question reaches the program behind all that was pressed
 /// before. False when there is no such window, or no answer within a minute.
-bool waitForAnswer(const std::string& window);
+bool WaitForAnswer(const std::string& window);
 
 } // namespace desktop
 

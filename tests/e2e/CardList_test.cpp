@@ -26,107 +26,107 @@ class TheProgram : public testing::Test {
 protected:
     /// Starts it and waits until its list shows this many cards.
     void Start(size_t cards) {
-        m_program = std::make_unique<Program>(m_deck.folder());
-        ASSERT_TRUE(desktop::waitFor([] { return !desktop::windows(MAIN_WINDOW).empty(); }))
-            << m_program->output();
-        ASSERT_TRUE(desktop::waitFor([=] { return ShownCards() == cards; }))
-            << ShownCards() << m_program->output();
+        m_Program = std::make_unique<Program>(m_Deck.Folder());
+        ASSERT_TRUE(desktop::WaitFor([] { return !desktop::Windows(MAIN_WINDOW).empty(); }))
+            << m_Program->Output();
+        ASSERT_TRUE(desktop::WaitFor([=] { return ShownCards() == cards; }))
+            << ShownCards() << m_Program->Output();
         // While the busy dialog is there, the window hears nothing.
-        ASSERT_TRUE(desktop::waitFor([] { return desktop::windows(BUSY_DIALOG).empty(); }));
+        ASSERT_TRUE(desktop::WaitFor([] { return desktop::Windows(BUSY_DIALOG).empty(); }));
     }
     /// Closes its window and returns its exit code.
     int Close() {
-        EXPECT_TRUE(desktop::closeAll(MAIN_WINDOW));
-        return m_program->waitForEnd();
+        EXPECT_TRUE(desktop::CloseAll(MAIN_WINDOW));
+        return m_Program->WaitForEnd();
     }
-    static size_t ShownCards() { return desktop::Screen::capture().find(chip_small_xpm).size(); }
+    static size_t ShownCards() { return desktop::Screen::Capture().Find(chip_small_xpm).size(); }
     static void PressReload() {
-        const auto places = desktop::Screen::capture().find(ButtonReload);
+        const auto places = desktop::Screen::Capture().Find(ButtonReload);
         ASSERT_THAT(places, SizeIs(1));
-        desktop::click({places[0].x + 16, places[0].y + 16});
+        desktop::Click({places[0].m_X + 16, places[0].m_Y + 16});
     }
-    SimDeck m_deck;
-    std::unique_ptr<Program> m_program;
+    SimDeck m_Deck;
+    std::unique_ptr<Program> m_Program;
 };
 
 } // namespace
 
 TEST_F(TheProgram, ShowsEveryCardAndSeesANewOneAfterThePersonPressesReload) {
-    m_deck.add("acos-a04");
-    m_deck.add("ecard-g4");
+    m_Deck.Add("acos-a04");
+    m_Deck.Add("ecard-g4");
     Start(2);
-    m_deck.add("cardos-53");
+    m_Deck.Add("cardos-53");
     PressReload();
-    EXPECT_TRUE(desktop::waitFor([] { return ShownCards() == 3; }));
-    EXPECT_TRUE(desktop::waitFor([] { return desktop::windows(BUSY_DIALOG).empty(); }));
+    EXPECT_TRUE(desktop::WaitFor([] { return ShownCards() == 3; }));
+    EXPECT_TRUE(desktop::WaitFor([] { return desktop::Windows(BUSY_DIALOG).empty(); }));
     EXPECT_EQ(Close(), 0);
-    EXPECT_EQ(m_program->output(), "");
+    EXPECT_EQ(m_Program->Output(), "");
 }
 
 TEST_F(TheProgram, AsksTheLibraryForWhatARefreshNeedsAndNothingElse) {
-    m_deck.add("acos-a04");
-    m_deck.add("ecard-g4");
+    m_Deck.Add("acos-a04");
+    m_Deck.Add("ecard-g4");
     Start(2);
     PressReload();
-    ASSERT_TRUE(desktop::waitFor([this] { return m_deck.trace("C_CloseSession").size() == 4; }));
-    ASSERT_TRUE(desktop::waitFor([] { return ShownCards() == 2; }));
+    ASSERT_TRUE(desktop::WaitFor([this] { return m_Deck.GetTrace("C_CloseSession").size() == 4; }));
+    ASSERT_TRUE(desktop::WaitFor([] { return ShownCards() == 2; }));
     EXPECT_EQ(Close(), 0);
 
     std::vector<std::string> expected = {"C_Initialize", "C_GetInfo"};
     for (int refresh = 0; refresh < 2; ++refresh) {
-        const auto calls = orseltest::callsOfOneRefresh({"1", "2"});
+        const auto calls = orseltest::CallsOfOneRefresh({"1", "2"});
         expected.insert(expected.end(), calls.begin(), calls.end());
     }
     expected.push_back("C_Finalize");
-    EXPECT_THAT(orseltest::callsIn(m_deck.trace()), testing::ElementsAreArray(expected));
-    for (const auto& record : m_deck.trace())
-        EXPECT_EQ(record.result, "CKR_OK") << record.function;
+    EXPECT_THAT(orseltest::CallsIn(m_Deck.GetTrace()), testing::ElementsAreArray(expected));
+    for (const auto& record : m_Deck.GetTrace())
+        EXPECT_EQ(record.m_Result, "CKR_OK") << record.m_Function;
 }
 
 TEST_F(TheProgram, ShowsTheBusyDialogWhileACardTakesItsTime) {
-    m_deck.add("acos-a04", CardOptions().delayMs(700));
-    m_program = std::make_unique<Program>(m_deck.folder());
-    EXPECT_TRUE(desktop::waitFor([] { return !desktop::windows(BUSY_DIALOG).empty(); }));
-    EXPECT_TRUE(desktop::waitFor([] { return ShownCards() == 1; }));
-    EXPECT_TRUE(desktop::waitFor([] { return desktop::windows(BUSY_DIALOG).empty(); }));
+    m_Deck.Add("acos-a04", CardOptions().DelayMs(700));
+    m_Program = std::make_unique<Program>(m_Deck.Folder());
+    EXPECT_TRUE(desktop::WaitFor([] { return !desktop::Windows(BUSY_DIALOG).empty(); }));
+    EXPECT_TRUE(desktop::WaitFor([] { return ShownCards() == 1; }));
+    EXPECT_TRUE(desktop::WaitFor([] { return desktop::Windows(BUSY_DIALOG).empty(); }));
     EXPECT_EQ(Close(), 0);
 }
 
 TEST_F(TheProgram, EndsASecondInstanceOfTheSameUserSilently) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Start(1);
-    const auto windowsBefore = desktop::windows(".*");
-    const auto callsBefore = orseltest::callsIn(m_deck.trace());
-    const std::string home = m_deck.folder();
+    const auto windowsBefore = desktop::Windows(".*");
+    const auto callsBefore = orseltest::CallsIn(m_Deck.GetTrace());
+    const std::string home = m_Deck.Folder();
     Program second(home);
-    EXPECT_EQ(second.waitForEnd(), ENDED_AS_A_SECOND_ONE);
-    EXPECT_EQ(second.output(), "");
-    EXPECT_EQ(desktop::windows(".*"), windowsBefore);
-    EXPECT_EQ(orseltest::callsIn(m_deck.trace()), callsBefore); // it did not even load the library
-    EXPECT_TRUE(m_program->runs());
+    EXPECT_EQ(second.WaitForEnd(), ENDED_AS_A_SECOND_ONE);
+    EXPECT_EQ(second.Output(), "");
+    EXPECT_EQ(desktop::Windows(".*"), windowsBefore);
+    EXPECT_EQ(orseltest::CallsIn(m_Deck.GetTrace()), callsBefore); // it did not even load the library
+    EXPECT_TRUE(m_Program->Runs());
     EXPECT_EQ(Close(), 0);
 }
 
 TEST_F(TheProgram, StartsAgainAfterACrashWithoutAWordAboutTheTraceItLeft) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Start(1);
-    m_program->kill(SIGKILL);
-    ASSERT_EQ(m_program->waitForEnd(), 1000 + SIGKILL);
-    ASSERT_TRUE(desktop::waitFor([] { return desktop::windows(MAIN_WINDOW).empty(); }));
+    m_Program->Kill(SIGKILL);
+    ASSERT_EQ(m_Program->WaitForEnd(), 1000 + SIGKILL);
+    ASSERT_TRUE(desktop::WaitFor([] { return desktop::Windows(MAIN_WINDOW).empty(); }));
     Start(1);
-    EXPECT_THAT(desktop::windows("Information|Warning|Error|OrselClient"), IsEmpty());
-    EXPECT_EQ(m_program->output(), "");
+    EXPECT_THAT(desktop::Windows("Information|Warning|Error|OrselClient"), IsEmpty());
+    EXPECT_EQ(m_Program->Output(), "");
     EXPECT_EQ(Close(), 0);
 }
 
 TEST_F(TheProgram, ComesUpEmptyWithoutADeck) {
-    std::filesystem::remove_all(m_deck.path());
+    std::filesystem::remove_all(m_Deck.GetPath());
     Start(0);
     EXPECT_EQ(Close(), 0);
 }
 
 TEST_F(TheProgram, KnowsNoOptionsOfItsOwn) {
-    EXPECT_THAT(desktop::outputOf(std::string(ORSEL_PROGRAM) + " --help 2>&1"),
+    EXPECT_THAT(desktop::OutputOf(std::string(ORSEL_PROGRAM) + " --help 2>&1"),
                 testing::HasSubstr("--verbose"));
-    EXPECT_NE(desktop::outputOf(std::string(ORSEL_PROGRAM) + " --wrong 2>&1"), "");
+    EXPECT_NE(desktop::OutputOf(std::string(ORSEL_PROGRAM) + " --wrong 2>&1"), "");
 }

@@ -14,7 +14,7 @@ namespace {
 /// ended after a while, with the code 124.
 std::string OutputWith(const std::string& arguments) {
     const TempDir home;
-    return desktop::outputOf("HOME='" + home.Path("") + "' LD_LIBRARY_PATH= timeout 60 '" ORSEL_PROGRAM "' " +
+    return desktop::OutputOf("HOME='" + home.Path("") + "' LD_LIBRARY_PATH= timeout 60 '" ORSEL_PROGRAM "' " +
                              arguments + " 2>&1; echo code $?");
 }
 

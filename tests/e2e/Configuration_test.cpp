@@ -18,9 +18,9 @@ class AProgramWithACard : public APerson {
 protected:
     void SetUp() override {
         APerson::SetUp();
-        m_card = m_deck.add("acos-a04");
+        m_Card = m_Deck.Add("acos-a04");
     }
-    std::string m_card;
+    std::string m_Card;
 };
 
 /// With a file of the system's configuration.
@@ -47,11 +47,11 @@ protected:
         }
         Open(IDENTITY_LINK, SHOW, INFOBOX);
         CloseWindow(INFOBOX);
-        m_deck.removeObject(m_card, "INFOBOX");
+        m_Deck.RemoveObject(m_Card, "INFOBOX");
         Open(IDENTITY_LINK, SHOW, NO_IDENTITY_LINK);
         CloseWindow(NO_IDENTITY_LINK);
         CloseWindow(INFOBOX);
-        m_deck.answerPins({"123456", "654321", "654321"});
+        m_Deck.AnswerPins({"123456", "654321", "654321"});
         Press(SIGNATURE, CHANGE_PIN);
         EXPECT_TRUE(Shows(ButtonOk));
     }
@@ -59,7 +59,7 @@ protected:
 
 /// Where the toolkit looks for the data directory: with the program's name, and before wxWidgets 3.2 without,
 /// since the name is not set yet when the language is.
-constexpr const char* DataDirVariables[] = {"WX_ORSELCARDS_DATA_DIR", "WX__DATA_DIR"};
+constexpr const char* DATA_DIR_VARIABLES[] = {"WX_ORSELCARDS_DATA_DIR", "WX__DATA_DIR"};
 
 std::string WithVersion(const std::string& version) {
     return "<orselclient><orsel_Client><Version>" + version + "</Version></orsel_Client></orselclient>";
@@ -83,7 +83,7 @@ TEST_F(AConfiguredProgram, HasTheShortTitleWithADamagedFile) {
 }
 
 TEST_F(AConfiguredProgram, NeverWritesASetting) {
-    const fs::path user = m_deck.folder() + "/.velmor/orselclient/config";
+    const fs::path user = m_Deck.Folder() + "/.velmor/orselclient/config";
     fs::create_directories(user.parent_path());
     const std::string text = "<orselclient><orsel_Client><Version>9</Version></orsel_Client></orselclient>";
     std::ofstream(user) << text;
@@ -95,7 +95,7 @@ TEST_F(AConfiguredProgram, NeverWritesASetting) {
     EXPECT_EQ(fs::last_write_time(user), old);
     EXPECT_EQ(Content(user), text);
     EXPECT_EQ(std::distance(fs::directory_iterator(user.parent_path()), fs::directory_iterator()), 1);
-    EXPECT_EQ(Content(m_deck.folder() + "/etc/velmor/orselclient/config"), WithVersion("1.2.3"));
+    EXPECT_EQ(Content(m_Deck.Folder() + "/etc/velmor/orselclient/config"), WithVersion("1.2.3"));
 }
 
 TEST_F(AConfiguredProgram, TakesAnUnknownLanguageForTheSystems) {
@@ -106,13 +106,13 @@ TEST_F(AConfiguredProgram, TakesAnUnknownLanguageForTheSystems) {
 namespace {
 
 struct SystemLanguage {
-    const char* name;
-    const char* definition; ///< of the locale
-    std::vector<std::string> titles;
+    const char* m_Name;
+    const char* m_Definition; ///< of the locale
+    std::vector<std::string> m_Titles;
 };
 
 void PrintTo(const SystemLanguage& language, std::ostream* out) {
-    *out << language.definition;
+    *out << language.m_Definition;
 }
 
 /// The title of the infobox dialog stands in no catalogue.
@@ -129,24 +129,24 @@ class AProgramOnASystem : public AProgramWithACard, public testing::WithParamInt
 protected:
     void SetUp() override {
         AProgramWithACard::SetUp();
-        const std::string locale = std::string(GetParam().definition) + ".UTF-8";
-        const std::string folder = m_deck.folder() + "/locales";
+        const std::string locale = std::string(GetParam().m_Definition) + ".UTF-8";
+        const std::string folder = m_Deck.Folder() + "/locales";
         fs::create_directory(folder);
-        EXPECT_EQ(desktop::outputOf("localedef -f UTF-8 -i " + std::string(GetParam().definition) + " " +
+        EXPECT_EQ(desktop::OutputOf("localedef -f UTF-8 -i " + std::string(GetParam().m_Definition) + " " +
                                     folder + "/" + locale + " 2>&1"),
                   "");
-        m_before = std::getenv("LC_ALL");
+        m_Before = std::getenv("LC_ALL");
         setenv("LOCPATH", folder.c_str(), 1);
         setenv("LC_ALL", locale.c_str(), 1);
-        for (const char* variable : DataDirVariables)
+        for (const char* variable : DATA_DIR_VARIABLES)
             setenv(variable, ORSEL_CATALOGUE_DIR, 1);
     }
     void TearDown() override {
         AProgramWithACard::TearDown();
-        for (const char* variable : DataDirVariables)
+        for (const char* variable : DATA_DIR_VARIABLES)
             unsetenv(variable);
         unsetenv("LOCPATH");
-        setenv("LC_ALL", m_before.c_str(), 1);
+        setenv("LC_ALL", m_Before.c_str(), 1);
     }
     /// The titles of all windows that a person meets.
     std::vector<std::string> Titles() {
@@ -157,7 +157,7 @@ protected:
             titles.push_back(TitleOf(SIGNATURE_TEST));
             CloseWindow(SIGNATURE_TEST);
         }
-        m_deck.removeObject(m_card, "INFOBOX");
+        m_Deck.RemoveObject(m_Card, "INFOBOX");
         Press(IDENTITY_LINK, SHOW);
         EXPECT_TRUE(WaitForWindow(NO_IDENTITY_LINK));
         titles.push_back(TitleOf(NO_IDENTITY_LINK));
@@ -168,27 +168,27 @@ protected:
     }
 
 private:
-    std::string m_before;
+    std::string m_Before;
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, AProgramOnASystem,
                          testing::Values(SystemLanguage{"English", "en_US", ENGLISH},
                                          SystemLanguage{"BritishEnglish", "en_GB", ENGLISH},
                                          SystemLanguage{"German", "de_AT", GERMAN}),
-                         [](const auto& language) { return language.param.name; });
+                         [](const auto& language) { return language.param.m_Name; });
 
 } // namespace
 
 TEST_P(AProgramOnASystem, SpeaksItsLanguageInEveryWindow) {
     Start(1);
-    EXPECT_EQ(Titles(), GetParam().titles);
+    EXPECT_EQ(Titles(), GetParam().m_Titles);
 }
 
 TEST_F(AConfiguredProgram, SpeaksEnglishOnASystemWithoutALanguage) {
-    for (const char* variable : DataDirVariables)
+    for (const char* variable : DATA_DIR_VARIABLES)
         setenv(variable, ORSEL_CATALOGUE_DIR, 1);
     Start(1, WithVersion("1.2.3"));
-    for (const char* variable : DataDirVariables)
+    for (const char* variable : DATA_DIR_VARIABLES)
         unsetenv(variable);
     EXPECT_EQ(TitleOf(MAIN_WINDOW), "Card manager (1.2.3, x86)");
 }

@@ -82,18 +82,18 @@ protected:
     std::string WhatTheViewerShows();
     std::string OnCard(const std::string& card, const char* label);
 
-    orseltest::SimDeck m_deck;
-    std::unique_ptr<Program> m_program;
+    orseltest::SimDeck m_Deck;
+    std::unique_ptr<Program> m_Program;
 
 private:
     desktop::Point PlaceOf(Column column, Row row) const;
-    std::string Shown() const { return m_deck.folder() + "/shown.cer"; }
+    std::string Shown() const { return m_Deck.Folder() + "/shown.cer"; }
     void PointAway() const;
 
-    std::string m_mainWindow;
-    desktop::Point m_reload = {}; ///< the reload button's picture
-    desktop::Screen m_atStart;
-    std::string m_oldPath;
+    std::string m_MainWindow;
+    desktop::Point m_Reload = {}; ///< the reload button's picture
+    desktop::Screen m_AtStart;
+    std::string m_OldPath;
 };
 
 #endif

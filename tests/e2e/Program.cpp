@@ -19,19 +19,19 @@
 namespace {
 
 /// Where the child finds what it sees as "/etc/velmor".
-std::string velmorIn(const std::string& folder) {
+std::string VelmorIn(const std::string& folder) {
     return folder + "/etc/velmor";
 }
 
-void writeConfiguration(const std::string& folder, const std::string& text) {
-    std::filesystem::create_directories(velmorIn(folder) + "/orselclient");
-    std::ofstream(velmorIn(folder) + "/orselclient/config") << text;
+void WriteConfiguration(const std::string& folder, const std::string& text) {
+    std::filesystem::create_directories(VelmorIn(folder) + "/orselclient");
+    std::ofstream(VelmorIn(folder) + "/orselclient/config") << text;
 }
 
-[[noreturn]] void becomeProgram(const std::string& folder, bool withConfiguration) {
+[[noreturn]] void BecomeProgram(const std::string& folder, bool withConfiguration) {
     setenv("HOME", folder.c_str(), 1);
     setenv("LD_LIBRARY_PATH", ORSEL_SIMULATOR_DIR, 1);
-    const std::string obstacle = withConfiguration ? privateetc::EnterWith(velmorIn(folder), folder) : "";
+    const std::string obstacle = withConfiguration ? privateetc::EnterWith(VelmorIn(folder), folder) : "";
     if (obstacle.empty()) {
         execl(ORSEL_PROGRAM, "orselcards", nullptr);
     }
@@ -42,47 +42,47 @@ void writeConfiguration(const std::string& folder, const std::string& text) {
 } // namespace
 
 Program::Program(const std::string& folder, const std::string& systemConfiguration)
-    : m_outputFile(folder + "/output.txt") {
+    : m_OutputFile(folder + "/output.txt") {
     if (!systemConfiguration.empty())
-        writeConfiguration(folder, systemConfiguration);
-    m_pid = fork();
-    if (m_pid < 0)
+        WriteConfiguration(folder, systemConfiguration);
+    m_Pid = fork();
+    if (m_Pid < 0)
         throw std::runtime_error("cannot start the program");
-    if (m_pid == 0) {
-        const int file = open(m_outputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    if (m_Pid == 0) {
+        const int file = open(m_OutputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         dup2(file, STDOUT_FILENO);
         dup2(file, STDERR_FILENO);
-        becomeProgram(folder, !systemConfiguration.empty());
+        BecomeProgram(folder, !systemConfiguration.empty());
     }
 }
 
 Program::~Program() {
-    if (!runs())
+    if (!Runs())
         return;
-    kill(SIGTERM);
-    if (waitForEnd(5) == -1) {
-        kill(SIGKILL);
-        waitForEnd(5);
+    Kill(SIGTERM);
+    if (WaitForEnd(5) == -1) {
+        Kill(SIGKILL);
+        WaitForEnd(5);
     }
 }
 
-bool Program::runs() {
-    if (m_pid > 0 && waitpid(m_pid, &m_status, WNOHANG) == m_pid)
-        m_pid = -1;
-    return m_pid > 0;
+bool Program::Runs() {
+    if (m_Pid > 0 && waitpid(m_Pid, &m_Status, WNOHANG) == m_Pid)
+        m_Pid = -1;
+    return m_Pid > 0;
 }
 
-int Program::waitForEnd(int seconds) {
-    if (!desktop::waitFor([this] { return !runs(); }, seconds))
+int Program::WaitForEnd(int seconds) {
+    if (!desktop::WaitFor([this] { return !Runs(); }, seconds))
         return -1;
-    return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : 1000 + WTERMSIG(m_status);
+    return WIFEXITED(m_Status) ? WEXITSTATUS(m_Status) : 1000 + WTERMSIG(m_Status);
 }
 
-void Program::kill(int signal) {
-    ::kill(m_pid, signal);
+void Program::Kill(int signal) {
+    ::kill(m_Pid, signal);
 }
 
-std::string Program::output() const {
-    std::ifstream file(m_outputFile);
+std::string Program::Output() const {
+    std::ifstream file(m_OutputFile);
     return std::string(std::istreambuf_iterator<char>(file), {});
 }

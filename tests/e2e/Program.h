@@ -18,18 +18,18 @@ public:
     Program(const Program&) = delete; // one process, one owner
     Program& operator=(const Program&) = delete;
 
-    bool runs();
+    bool Runs();
     /// Waits for the end. The exit code, or 1000 and the signal's number, or -1 when it does not end.
-    int waitForEnd(int seconds = 30);
-    void kill(int signal);
+    int WaitForEnd(int seconds = 30);
+    void Kill(int signal);
 
     /// Everything that it has written to standard output and standard error so far.
-    std::string output() const;
+    std::string Output() const;
 
 private:
-    std::string m_outputFile;
-    pid_t m_pid = -1;
-    int m_status = 0;
+    std::string m_OutputFile;
+    pid_t m_Pid = -1;
+    int m_Status = 0;
 };
 
 #endif

@@ -17,7 +17,7 @@ class APersonWithTheViewer : public APerson {
 protected:
     void SetUp() override {
         APerson::SetUp();
-        const std::string name = m_deck.folder() + "/certViewerApp";
+        const std::string name = m_Deck.Folder() + "/certViewerApp";
         fs::remove(name);
         fs::create_symlink(ORSEL_VIEWER, name);
     }
@@ -30,20 +30,20 @@ protected:
     static std::string Copied(const std::string& keys, const std::string& begin) {
         std::string text;
         const auto isThere = [&] {
-            text = desktop::clipboard();
+            text = desktop::Clipboard();
             return text.compare(0, begin.size(), begin) == 0;
         };
-        EXPECT_TRUE(desktop::actUntil(
-            desktop::windows(VIEWER).front(), [&] { desktop::press(keys); }, isThere))
+        EXPECT_TRUE(desktop::ActUntil(
+            desktop::Windows(VIEWER).front(), [&] { desktop::Press(keys); }, isThere))
             << text;
         return text;
     }
     static bool ViewerIsGone() {
-        return desktop::waitFor([] { return desktop::windows(VIEWER).empty(); });
+        return desktop::WaitFor([] { return desktop::Windows(VIEWER).empty(); });
     }
     /// The program's children, those included that have ended and that nobody has waited for.
     static std::string Children() {
-        return desktop::outputOf("ps -o stat=,comm= --ppid $(xdotool search --onlyvisible --name '" +
+        return desktop::OutputOf("ps -o stat=,comm= --ppid $(xdotool search --onlyvisible --name '" +
                                  std::string(MAIN_WINDOW) + "' getwindowpid)");
     }
 };
@@ -51,45 +51,45 @@ protected:
 } // namespace
 
 TEST_F(APersonWithTheViewer, LooksAtTheSignatureCertificate) {
-    m_deck.add("ecard-g4", orseltest::CardOptions().holder("Erika Muster"));
+    m_Deck.Add("ecard-g4", orseltest::CardOptions().Holder("Erika Muster"));
     Start(1);
     OpenViewer(SIGNATURE);
     EXPECT_THAT(TitleOf(VIEWER), StartsWith("Erika Muster"));
     EXPECT_THAT(Copied("ctrl+c", "Name (CN): "), HasSubstr("Erika Muster"));
-    desktop::press("Escape");
+    desktop::Press("Escape");
     EXPECT_TRUE(ViewerIsGone());
     EXPECT_EQ(Children(), "");
 }
 
 TEST_F(APersonWithTheViewer, OpensOneViewerBesideTheOther) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Start(1);
     OpenViewer(SIGNATURE);
     Press(ENCRYPTION, SHOW);
-    ASSERT_TRUE(desktop::waitFor([] { return desktop::windows(VIEWER).size() == 2; }));
+    ASSERT_TRUE(desktop::WaitFor([] { return desktop::Windows(VIEWER).size() == 2; }));
     CloseWindow(VIEWER);
     EXPECT_EQ(Children(), "");
 }
 
 TEST_F(APersonWithTheViewer, OpensItByTheKeyboardFromTheList) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Start(1);
     ClickIn(MAIN_WINDOW, {200, 205});
     const size_t before = Calls("C_GetSlotList");
-    ASSERT_TRUE(ActUntil([] { desktop::press("Return"); }, [=] { return Calls("C_GetSlotList") > before; }));
+    ASSERT_TRUE(ActUntil([] { desktop::Press("Return"); }, [=] { return Calls("C_GetSlotList") > before; }));
     ASSERT_TRUE(WaitForWindow(VIEWER));
     ASSERT_TRUE(WaitForFocus(VIEWER));
-    desktop::press("ctrl+Next");
-    desktop::press("ctrl+w");
+    desktop::Press("ctrl+Next");
+    desktop::Press("ctrl+w");
     EXPECT_TRUE(ViewerIsGone());
 }
 
 TEST_F(APersonWithTheViewer, KeepsTheViewerWhenTheCardManagerIsClosed) {
-    m_deck.add("acos-a04");
+    m_Deck.Add("acos-a04");
     Start(1);
     OpenViewer(SIGNATURE);
     Close();
-    EXPECT_EQ(desktop::windows(VIEWER).size(), 1U);
+    EXPECT_EQ(desktop::Windows(VIEWER).size(), 1U);
     CloseWindow(VIEWER);
-    m_program.reset();
+    m_Program.reset();
 }

@@ -13,7 +13,7 @@ namespace {
 class APersonWithAnInfobox : public APerson {
 protected:
     void OpenOn(const char* kind) {
-        m_card = m_deck.add(kind, CardOptions().holder("Erika Probe"));
+        m_Card = m_Deck.Add(kind, CardOptions().Holder("Erika Probe"));
         Start(1);
         Open(IDENTITY_LINK, SHOW, INFOBOX);
     }
@@ -28,17 +28,17 @@ protected:
     }
     /// Whether the page in front comes to show a text that matches.
     static void ExpectPage(const testing::Matcher<std::string>& matcher) {
-        EXPECT_TRUE(desktop::waitFor([&] { return matcher.Matches(TextIn(INFOBOX, CONTENT)); }))
-            << desktop::clipboard();
+        EXPECT_TRUE(desktop::WaitFor([&] { return matcher.Matches(TextIn(INFOBOX, CONTENT)); }))
+            << desktop::Clipboard();
     }
     void ExpectIdentityLink() {
         ExpectPage(AllOf(HasSubstr("Vorname: Erika"), HasSubstr("Nachname: Probe"),
                          HasSubstr("IssueInstant: 2024-03-01T10:15:00+01:00")));
     }
     bool IsPrivate(const std::string& label) {
-        for (const auto& object : m_deck.read(m_card).record.objects) {
-            if (object.label == label)
-                return object.isPrivate;
+        for (const auto& object : m_Deck.Read(m_Card).m_Record.m_Objects) {
+            if (object.m_Label == label)
+                return object.m_IsPrivate;
         }
         ADD_FAILURE() << "no object " << label;
         return false;
@@ -50,7 +50,7 @@ protected:
                              [=] { return Searches("INFOBOX") == before + 1; }));
     }
 
-    std::string m_card;
+    std::string m_Card;
 };
 
 } // namespace
@@ -66,22 +66,22 @@ TEST_F(APersonWithAnInfobox, ReadsTheEntriesOfACardWithFixedOnes) {
 
 TEST_F(APersonWithAnInfobox, ReadsTheEntriesOfACardWithAContainer) {
     OpenOn("ecard-g4");
-    ASSERT_TRUE(desktop::waitFor([this] { return Searches("INFOBOX") == 1; }));
+    ASSERT_TRUE(desktop::WaitFor([this] { return Searches("INFOBOX") == 1; }));
     Select(0, "0x01");
     ExpectIdentityLink();
     Select(1, "0x02");
     ExpectPage(testing::Eq("Notfallkontakt: 0660 0000000"));
     Select(2, "0x0a");
-    EXPECT_TRUE(desktop::waitFor([] {
+    EXPECT_TRUE(desktop::WaitFor([] {
         ClickIn(INFOBOX, BINARY_TAB);
         return TextIn(INFOBOX, CONTENT) == "41 42 00 43 44 FE FF";
-    })) << desktop::clipboard();
+    })) << desktop::Clipboard();
     CloseWindow(INFOBOX);
 }
 
 TEST_F(APersonWithAnInfobox, TogglesAnEntryAndSeesTheListComeBack) {
     OpenOn("acos-a04");
-    ASSERT_TRUE(desktop::waitFor([this] { return Searches("INFOBOX") == 1; }));
+    ASSERT_TRUE(desktop::WaitFor([this] { return Searches("INFOBOX") == 1; }));
     ASSERT_TRUE(IsPrivate("0x02"));
     for (const bool isPrivate : {false, true}) {
         Select(1, "0x02"); // the list has come back with no row selected, so that this reads the entry
@@ -89,9 +89,9 @@ TEST_F(APersonWithAnInfobox, TogglesAnEntryAndSeesTheListComeBack) {
         Toggle();
         EXPECT_EQ(IsPrivate("0x02"), isPrivate);
     }
-    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), SizeIs(2));
+    EXPECT_THAT(m_Deck.GetTrace("C_SetAttributeValue"), SizeIs(2));
     EXPECT_EQ(Calls("C_SetAttributeValue"), 2U);
-    EXPECT_EQ(OnCard(m_card, "0x02"), "Notfallkontakt: 0660 0000000");
+    EXPECT_EQ(OnCard(m_Card, "0x02"), "Notfallkontakt: 0660 0000000");
     Select(0, "0x01");
     ExpectIdentityLink();
     CloseWindow(INFOBOX);

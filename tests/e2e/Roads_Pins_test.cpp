@@ -10,15 +10,15 @@ using testing::SizeIs;
 namespace {
 
 struct PinOfACard {
-    const char* name;
-    Column column;
-    const char* pin; ///< that protects the column's object
-    const char* digits;
-    const char* newDigits;
+    const char* m_Name;
+    Column m_Column;
+    const char* m_Pin; ///< that protects the column's object
+    const char* m_Digits;
+    const char* m_NewDigits;
 };
 
 void PrintTo(const PinOfACard& row, std::ostream* out) {
-    *out << row.name;
+    *out << row.m_Name;
 }
 
 class APersonWithAPin : public APerson, public testing::WithParamInterface<PinOfACard> {
@@ -27,7 +27,7 @@ protected:
     void Run(Row row, const char* result, const char* const* picture) {
         const size_t before = Calls("C_SetAttributeValue", result);
         const size_t closed = Calls("C_CloseSession");
-        Press(GetParam().column, row);
+        Press(GetParam().m_Column, row);
         EXPECT_TRUE(WaitForCalls("C_SetAttributeValue", result, before + 1));
         EXPECT_TRUE(WaitForCalls("C_CloseSession", "CKR_OK", closed + 1));
         EXPECT_TRUE(Shows(picture));
@@ -35,8 +35,8 @@ protected:
     }
     /// The PIN's line of what the tool shows of the card.
     std::string State(const std::string& card) {
-        return desktop::outputOf(std::string(ORSEL_DECK_TOOL) + " show '" + m_deck.path() + "' '" + card +
-                                 "' | grep 'PIN *" + GetParam().pin + "'");
+        return desktop::OutputOf(std::string(ORSEL_DECK_TOOL) + " show '" + m_Deck.GetPath() + "' '" + card +
+                                 "' | grep 'PIN *" + GetParam().m_Pin + "'");
     }
 };
 
@@ -45,27 +45,27 @@ INSTANTIATE_TEST_SUITE_P(Pins, APersonWithAPin,
                                          PinOfACard{"Encryption", ENCRYPTION, "encryption", "1234", "4321"},
                                          PinOfACard{"IdentityLink", IDENTITY_LINK, "encryption", "1234",
                                                     "9876"}),
-                         [](const auto& row) { return row.param.name; });
+                         [](const auto& row) { return row.param.m_Name; });
 
 } // namespace
 
 TEST_P(APersonWithAPin, ChangesIt) {
-    const std::string card = m_deck.add("acos-a03");
-    m_deck.answerPins({GetParam().digits, GetParam().newDigits, GetParam().newDigits, "cancel"});
+    const std::string card = m_Deck.Add("acos-a03");
+    m_Deck.AnswerPins({GetParam().m_Digits, GetParam().m_NewDigits, GetParam().m_NewDigits, "cancel"});
     Start(1);
     Run(CHANGE_PIN, "CKR_OK", ButtonOk);
-    EXPECT_TRUE(m_deck.hasPin(card, GetParam().pin, GetParam().newDigits));
+    EXPECT_TRUE(m_Deck.HasPin(card, GetParam().m_Pin, GetParam().m_NewDigits));
     Run(CHANGE_PIN, "CKR_FUNCTION_CANCELED", ButtonCancel);
-    EXPECT_TRUE(m_deck.hasPin(card, GetParam().pin, GetParam().newDigits));
+    EXPECT_TRUE(m_Deck.HasPin(card, GetParam().m_Pin, GetParam().m_NewDigits));
     EXPECT_THAT(State(card), HasSubstr("3 of 3 tries left"));
-    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), SizeIs(2)); // no command ran twice
+    EXPECT_THAT(m_Deck.GetTrace("C_SetAttributeValue"), SizeIs(2)); // no command ran twice
 }
 
 TEST_P(APersonWithAPin, BlocksItAndUnblocksIt) {
-    const std::string card = m_deck.add("acos-a03");
+    const std::string card = m_Deck.Add("acos-a03");
     for (int tries = 0; tries < 3; ++tries)
-        m_deck.answerPins({"000000", GetParam().newDigits, GetParam().newDigits});
-    m_deck.answerPins({"12345678", GetParam().newDigits, GetParam().newDigits});
+        m_Deck.AnswerPins({"000000", GetParam().m_NewDigits, GetParam().m_NewDigits});
+    m_Deck.AnswerPins({"12345678", GetParam().m_NewDigits, GetParam().m_NewDigits});
     Start(1);
     Run(CHANGE_PIN, "CKR_PIN_INCORRECT", ButtonCancel);
     EXPECT_THAT(State(card), HasSubstr("2 of 3 tries left"));
@@ -75,15 +75,15 @@ TEST_P(APersonWithAPin, BlocksItAndUnblocksIt) {
     EXPECT_THAT(State(card), HasSubstr(": blocked"));
     Run(UNBLOCK_PIN, "CKR_OK", ButtonOk);
     EXPECT_THAT(State(card), HasSubstr("3 of 3 tries left"));
-    EXPECT_TRUE(m_deck.hasPin(card, GetParam().pin, GetParam().newDigits));
-    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), SizeIs(4));
+    EXPECT_TRUE(m_Deck.HasPin(card, GetParam().m_Pin, GetParam().m_NewDigits));
+    EXPECT_THAT(m_Deck.GetTrace("C_SetAttributeValue"), SizeIs(4));
 }
 
 TEST_P(APersonWithAPin, LosesTriesOfThePukToo) {
-    const std::string card = m_deck.add("acos-a03");
-    m_deck.answerPins({"99999999", GetParam().newDigits, GetParam().newDigits});
+    const std::string card = m_Deck.Add("acos-a03");
+    m_Deck.AnswerPins({"99999999", GetParam().m_NewDigits, GetParam().m_NewDigits});
     Start(1);
     Run(UNBLOCK_PIN, "CKR_PIN_INCORRECT", ButtonCancel);
     EXPECT_THAT(State(card), HasSubstr("PUK: 9 of 10 tries left"));
-    EXPECT_TRUE(m_deck.hasPin(card, GetParam().pin, GetParam().digits));
+    EXPECT_TRUE(m_Deck.HasPin(card, GetParam().m_Pin, GetParam().m_Digits));
 }

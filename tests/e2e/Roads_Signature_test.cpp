@@ -25,9 +25,9 @@ protected:
     }
     /// Presses a key at the end of the text, once the dialog has shown by giving the text that it listens.
     static void Edit(const char* key, const std::string& before, const std::string& after) {
-        EXPECT_TRUE(desktop::waitFor([&] { return TextIn(SIGNATURE_TEST, DOCUMENT) == before; }));
-        desktop::press(std::string("ctrl+End ") + key);
-        EXPECT_TRUE(desktop::waitFor([&] { return TextIn(SIGNATURE_TEST, DOCUMENT) == after; }));
+        EXPECT_TRUE(desktop::WaitFor([&] { return TextIn(SIGNATURE_TEST, DOCUMENT) == before; }));
+        desktop::Press(std::string("ctrl+End ") + key);
+        EXPECT_TRUE(desktop::WaitFor([&] { return TextIn(SIGNATURE_TEST, DOCUMENT) == after; }));
     }
 };
 
@@ -45,8 +45,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, APersonWithACardOfAKind,
 } // namespace
 
 TEST_P(APersonWithACardOfAKind, SignsAndVerifiesWithBothKeys) {
-    m_deck.add(GetParam());
-    m_deck.answerPins({"123456", "1234"});
+    m_Deck.Add(GetParam());
+    m_Deck.AnswerPins({"123456", "1234"});
     Start(1);
     size_t sessions = 0;
     for (const Column column : {SIGNATURE, ENCRYPTION}) {
@@ -58,16 +58,16 @@ TEST_P(APersonWithACardOfAKind, SignsAndVerifiesWithBothKeys) {
         sessions += 2;
         EXPECT_EQ(Calls("C_CloseSession"), sessions + 1); // one was for the list
     }
-    EXPECT_EQ(m_deck.trace("C_SignInit").size(), 2U);
+    EXPECT_EQ(m_Deck.GetTrace("C_SignInit").size(), 2U);
 }
 
 TEST_F(APersonWithAKey, SeesTheVerificationFailAsLongAsTheTextIsAnotherOne) {
-    m_deck.add("acos-a04");
-    m_deck.answerPins({"123456"});
+    m_Deck.Add("acos-a04");
+    m_Deck.AnswerPins({"123456"});
     Start(1);
     Open(SIGNATURE, TEST, SIGNATURE_TEST);
     std::string text;
-    EXPECT_TRUE(desktop::waitFor([&text] {
+    EXPECT_TRUE(desktop::WaitFor([&text] {
         text = TextIn(SIGNATURE_TEST, DOCUMENT);
         return text.rfind("Das ist ein Test!", 0) == 0;
     })) << text;
@@ -80,12 +80,12 @@ TEST_F(APersonWithAKey, SeesTheVerificationFailAsLongAsTheTextIsAnotherOne) {
 }
 
 TEST_F(APersonWithAKey, SignsByTheKeyboardAlone) {
-    m_deck.add("ecard-g3b");
-    m_deck.answerPins({"123456"});
+    m_Deck.Add("ecard-g3b");
+    m_Deck.AnswerPins({"123456"});
     Start(1);
     Open(SIGNATURE, TEST, SIGNATURE_TEST);
     ASSERT_TRUE(WaitForFocus(SIGNATURE_TEST));
-    EXPECT_TRUE(ActUntil([] { desktop::press("space"); }, // the focus is on the button that signs
+    EXPECT_TRUE(ActUntil([] { desktop::Press("space"); }, // the focus is on the button that signs
                          [this] { return Calls("C_Sign") == 2; }));
     EXPECT_TRUE(Shows(ButtonOk));
     CloseWindow(SIGNATURE_TEST);

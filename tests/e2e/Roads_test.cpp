@@ -6,7 +6,7 @@
 using testing::IsEmpty;
 
 TEST_F(APerson, LooksAtBothCertificates) {
-    const std::string card = m_deck.add("ecard-g4");
+    const std::string card = m_Deck.Add("ecard-g4");
     Start(1);
     Press(SIGNATURE, SHOW);
     EXPECT_EQ(WhatTheViewerShows(), OnCard(card, "C.CH.SIG"));
@@ -15,8 +15,8 @@ TEST_F(APerson, LooksAtBothCertificates) {
 }
 
 TEST_F(APerson, IsToldThatACardHasNoIdentityLink) {
-    const std::string card = m_deck.add("acos-a04");
-    m_deck.removeObject(card, "INFOBOX");
+    const std::string card = m_Deck.Add("acos-a04");
+    m_Deck.RemoveObject(card, "INFOBOX");
     Start(1);
     Open(IDENTITY_LINK, SHOW, NO_IDENTITY_LINK);
     CloseWindow(NO_IDENTITY_LINK);
@@ -24,24 +24,24 @@ TEST_F(APerson, IsToldThatACardHasNoIdentityLink) {
 }
 
 TEST_F(APerson, IsRefusedOnAnEmptyCard) {
-    m_deck.add("empty");
+    m_Deck.Add("empty");
     Start(1);
     PressOn(SIGNATURE, CHANGE_PIN);
     EXPECT_TRUE(Shows(ButtonCancel));
-    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_SetAttributeValue"), IsEmpty());
 }
 
 TEST_F(APerson, PullsACardOutAndNothingHappens) {
-    const std::string card = m_deck.add("acos-a04");
+    const std::string card = m_Deck.Add("acos-a04");
     Start(1);
-    m_deck.takeOut(card);
+    m_Deck.TakeOut(card);
     Press(SIGNATURE, CHANGE_PIN);
     EXPECT_TRUE(ButtonsAreReady());
-    EXPECT_THAT(m_deck.trace("C_SetAttributeValue"), IsEmpty());
+    EXPECT_THAT(m_Deck.GetTrace("C_SetAttributeValue"), IsEmpty());
 }
 
 TEST_F(APerson, ClosesTheWindowRightAfterTheStart) {
-    m_deck.add("acos-a04");
-    m_program = std::make_unique<Program>(m_deck.folder());
+    m_Deck.Add("acos-a04");
+    m_Program = std::make_unique<Program>(m_Deck.Folder());
     ASSERT_TRUE(WaitForWindow(MAIN_WINDOW));
 }

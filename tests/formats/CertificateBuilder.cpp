@@ -41,9 +41,9 @@ KeyHandle MakeKey(int type, int bits, int curve) {
 
 KeyHandle MakeKey(TestKey kind) {
     switch (kind) {
-    case TestKey::Rsa1536:
+    case TestKey::RSA1536:
         return MakeKey(EVP_PKEY_RSA, 1536, NID_undef);
-    case TestKey::Rsa2048:
+    case TestKey::RSA2048:
         return MakeKey(EVP_PKEY_RSA, 2048, NID_undef);
     case TestKey::P192:
         return MakeKey(EVP_PKEY_EC, 0, NID_X9_62_prime192v1);
@@ -81,8 +81,8 @@ EVP_PKEY* GetTestKey(TestKey kind) {
 }
 
 CertificateBuilder::CertificateBuilder() : m_Certificate(X509_new()) {
-    constexpr long version3 = 2;
-    Require(X509_set_version(m_Certificate.get(), version3) == 1, "version");
+    constexpr long VERSION3 = 2;
+    Require(X509_set_version(m_Certificate.get(), VERSION3) == 1, "version");
     Serial("1A");
     Subject({{"C", "AT"}, {"O", "Muster"}, {"CN", "Erika Muster"}});
     Issuer({{"C", "AT"}, {"O", "Muster CA"}, {"CN", "Muster Sign 01"}});
@@ -156,7 +156,7 @@ CertificateBuilder& CertificateBuilder::RawExtension(const std::string& oid,
 X509Handle CertificateBuilder::Build() const {
     EVP_PKEY* key = GetTestKey(m_Key);
     Require(X509_set_pubkey(m_Certificate.get(), key) == 1, "public key");
-    const EVP_MD* digest = m_Key == TestKey::Ed25519 ? nullptr : EVP_sha256();
+    const EVP_MD* digest = m_Key == TestKey::ED25519 ? nullptr : EVP_sha256();
     Require(X509_sign(m_Certificate.get(), key, digest) > 0, "signature");
     return X509Handle(X509_dup(m_Certificate.get()));
 }

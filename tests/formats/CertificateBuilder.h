@@ -10,7 +10,7 @@
 #include "formats/slCertificate.h"
 
 /// Kinds of keys that certificates in tests are made with.
-enum class TestKey { Rsa1536, Rsa2048, P192, P256, Ed25519 };
+enum class TestKey { RSA1536, RSA2048, P192, P256, ED25519 };
 
 /// A key of this kind, made once in a process and owned by this function.
 EVP_PKEY* GetTestKey(TestKey kind);
@@ -46,7 +46,7 @@ public:
 
 private:
     Velmor::X509Handle m_Certificate;
-    TestKey m_Key = TestKey::Rsa2048;
+    TestKey m_Key = TestKey::RSA2048;
 };
 
 std::vector<unsigned char> DerOf(X509* certificate);

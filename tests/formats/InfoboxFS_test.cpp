@@ -94,9 +94,9 @@ TEST(InfoboxFsReader, RefusesWhatIsNoInfoboxFile) {
 
 TEST(InfoboxFsReader, ReadsEntriesOneBehindTheOther) {
     const struct {
-        Bytes entries;
-        bool result;
-        Bytes kept;
+        Bytes m_Entries;
+        bool m_Result;
+        Bytes m_Kept;
     } table[] = {
         // An entry that ends exactly with the file.
         {{1, 0, 2, 0, 0xaa, 0xbb}, true, {1, 0, 2, 0, 0xaa, 0xbb}},
@@ -124,9 +124,9 @@ TEST(InfoboxFsReader, ReadsEntriesOneBehindTheOther) {
     };
     for (const auto& row : table) {
         InfoboxFS infobox;
-        ByteArray file = File(row.entries);
-        EXPECT_EQ(row.result, infobox.ParseInfoboxData(file)) << testing::PrintToString(row.entries);
-        EXPECT_EQ(row.kept, Written(infobox));
+        ByteArray file = File(row.m_Entries);
+        EXPECT_EQ(row.m_Result, infobox.ParseInfoboxData(file)) << testing::PrintToString(row.m_Entries);
+        EXPECT_EQ(row.m_Kept, Written(infobox));
     }
 }
 
@@ -162,9 +162,9 @@ TEST(InfoboxFsReader, KeepsACopyOfTheData) {
 
 TEST(InfoboxFsReader, BeginsAtAnyPosition) {
     const struct {
-        unsigned long position;
-        bool result;
-        Bytes tags;
+        unsigned long m_Position;
+        bool m_Result;
+        Bytes m_Tags;
     } table[] = {
         {0, true, {1, 2}},
         {5, true, {2}},
@@ -178,8 +178,8 @@ TEST(InfoboxFsReader, BeginsAtAnyPosition) {
     for (const auto& row : table) {
         InfoboxFS infobox;
         ByteArray fields(Bytes{1, 0, 1, 0, 0xaa, 2, 0, 1, 0, 0xbb});
-        EXPECT_EQ(row.result, infobox.ReadDataField(fields, row.position)) << row.position;
-        EXPECT_EQ(row.tags, infobox.GetTagList()) << row.position;
+        EXPECT_EQ(row.m_Result, infobox.ReadDataField(fields, row.m_Position)) << row.m_Position;
+        EXPECT_EQ(row.m_Tags, infobox.GetTagList()) << row.m_Position;
     }
 }
 
@@ -350,8 +350,8 @@ TEST(InfoboxFsEntries, AnEntryInFlightOutlivesTheContainer) {
 
 TEST(InfoboxFsLabels, LabelToTagGoesByTheLengthFirst) {
     const struct {
-        std::string label;
-        int tag;
+        std::string m_Label;
+        int m_Tag;
     } table[] = {
         {"PERSONENBINDUNG", 1},
         {"RFU", 2},
@@ -370,7 +370,7 @@ TEST(InfoboxFsLabels, LabelToTagGoesByTheLengthFirst) {
     };
     const InfoboxFS infobox;
     for (const auto& row : table) {
-        EXPECT_EQ(row.tag, infobox.LabelToTag(row.label)) << row.label;
+        EXPECT_EQ(row.m_Tag, infobox.LabelToTag(row.m_Label)) << row.m_Label;
     }
 }
 

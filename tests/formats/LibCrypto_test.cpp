@@ -10,16 +10,16 @@ using Texts = std::vector<std::string>;
 
 namespace {
 
-Texts Errors;
-Texts Messages;
+Texts g_Errors;
+Texts g_Messages;
 
 /// Sets both callbacks for the life of the object.
 struct Listener {
     Listener() {
-        Errors.clear();
-        Messages.clear();
-        LibCrypto::tkPKCS11_SetErrorLoggingFunc([](std::string text) { Errors.push_back(text); });
-        LibCrypto::tkPKCS11_SetMessageLoggingFunc([](std::string text) { Messages.push_back(text); });
+        g_Errors.clear();
+        g_Messages.clear();
+        LibCrypto::tkPKCS11_SetErrorLoggingFunc([](std::string text) { g_Errors.push_back(text); });
+        LibCrypto::tkPKCS11_SetMessageLoggingFunc([](std::string text) { g_Messages.push_back(text); });
     }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
@@ -39,8 +39,8 @@ TEST(LibCrypto, DropsMessagesWithoutACallback) {
     LibCrypto::LogMessage("text");
     LibCrypto::LogMessage("text", 1);
     LibCrypto::LogMessage("text", "more");
-    EXPECT_TRUE(Errors.empty());
-    EXPECT_TRUE(Messages.empty());
+    EXPECT_TRUE(g_Errors.empty());
+    EXPECT_TRUE(g_Messages.empty());
 }
 
 TEST(LibCrypto, SendsErrorsToTheErrorCallback) {
@@ -49,8 +49,8 @@ TEST(LibCrypto, SendsErrorsToTheErrorCallback) {
     LibCrypto::LogError("text", 42);
     LibCrypto::LogError("text", -1);
     LibCrypto::LogError("text", "more");
-    EXPECT_EQ((Texts{"text", "text, 42", "text, -1", "textmore"}), Errors);
-    EXPECT_TRUE(Messages.empty());
+    EXPECT_EQ((Texts{"text", "text, 42", "text, -1", "textmore"}), g_Errors);
+    EXPECT_TRUE(g_Messages.empty());
 }
 
 TEST(LibCrypto, SendsMessagesToTheMessageCallback) {
@@ -58,6 +58,6 @@ TEST(LibCrypto, SendsMessagesToTheMessageCallback) {
     LibCrypto::LogMessage("text");
     LibCrypto::LogMessage("text", 42);
     LibCrypto::LogMessage("text", "more");
-    EXPECT_EQ((Texts{"text", "text, 42", "textmore"}), Messages);
-    EXPECT_TRUE(Errors.empty());
+    EXPECT_EQ((Texts{"text", "text, 42", "textmore"}), g_Messages);
+    EXPECT_TRUE(g_Errors.empty());
 }

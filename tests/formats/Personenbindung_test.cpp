@@ -16,9 +16,9 @@ using Texts = std::vector<std::string>;
 
 namespace {
 
-const Texts NoData = {"Keine Personenbindungsdaten"};
-const Texts BadLength = {"Fehler beim Lesen der Personenbindung Lnge passt nicht"};
-const Texts NoPersonData = {"Personenbindung::_doPersonData keine Sequence"};
+const Texts NO_DATA = {"Keine Personenbindungsdaten"};
+const Texts BAD_LENGTH = {"Fehler beim Lesen der Personenbindung Lnge passt nicht"};
+const Texts NO_PERSON_DATA = {"Personenbindung::_doPersonData keine Sequence"};
 
 /// A record whose fields are within reach.
 class OpenRecord : public Personenbindung {
@@ -79,13 +79,13 @@ Bytes Person(const Texts& names) {
 }
 
 /// Long enough for the digests behind it to lie before the end that the reader takes for the end.
-const Bytes Trailer = Bytes(8, 0x05);
+const Bytes TRAILER = Bytes(8, 0x05);
 
-const Bytes CitizenKey = {0x30, 0x06, 0xa0, 0x04, 0x02, 0x02, 0x01, 0x02};
+const Bytes CITIZEN_KEY = {0x30, 0x06, 0xa0, 0x04, 0x02, 0x02, 0x01, 0x02};
 
 Bytes WholeRecord() {
     return Structure(Bytes{0x02, 0x01, 0x01} + Text("template") + Text("assertion") + Text("2016-05-04") +
-                     Person({"base", "Jörg", "Müller", "1970-01-31"}) + CitizenKey + Bits(Bytes(128, 0x51)) +
+                     Person({"base", "Jörg", "Müller", "1970-01-31"}) + CITIZEN_KEY + Bits(Bytes(128, 0x51)) +
                      Tlv(0xa0, Bits(Bytes(20, 0xd1))) + Tlv(0xa1, Bits(Bytes(32, 0xd2))) +
                      Tlv(0xa2, Bits(Bytes(64, 0xd3))));
 }
@@ -151,7 +151,7 @@ TEST(Personenbindung, AWholeRecordIsRead) {
     EXPECT_EQ(Bytes(20, 0xd1), Value(record, &Personenbindung::getReferenceDigest));
     EXPECT_EQ(Bytes(32, 0xd2), Value(record, &Personenbindung::getReferenceManifestDigest));
     EXPECT_EQ(Bytes(64, 0xd3), Value(record, &Personenbindung::getManifestReferenceDigest));
-    EXPECT_EQ(Padded(Bytes(CitizenKey.begin() + 2, CitizenKey.end()), 256),
+    EXPECT_EQ(Padded(Bytes(CITIZEN_KEY.begin() + 2, CITIZEN_KEY.end()), 256),
               Content(record.m_CitizenPublicKey));
     EXPECT_EQ((Texts{}), log.Errors());
 }
@@ -162,7 +162,7 @@ TEST(Personenbindung, AnEmptyStructureIsARecordWithNothingInIt) {
     EXPECT_TRUE(record.Parse({0x30, 0x00}));
     ExpectEmpty(record);
     EXPECT_EQ(0, record.getVersion());
-    EXPECT_EQ(NoPersonData, log.Errors());
+    EXPECT_EQ(NO_PERSON_DATA, log.Errors());
 }
 
 TEST(Personenbindung, DataThatIsNoSequenceIsRefused) {
@@ -170,13 +170,13 @@ TEST(Personenbindung, DataThatIsNoSequenceIsRefused) {
         const DefaultLog log;
         OpenRecord record;
         EXPECT_FALSE(record.Parse(data));
-        EXPECT_EQ(NoData, log.Errors());
+        EXPECT_EQ(NO_DATA, log.Errors());
         ExpectEmpty(record);
     }
     const DefaultLog log;
     OpenRecord record;
     EXPECT_FALSE(record.parse(nullptr, 100));
-    EXPECT_EQ(NoData, log.Errors());
+    EXPECT_EQ(NO_DATA, log.Errors());
 }
 
 TEST(Personenbindung, ALengthAboveTheSizeOfTheDataIsRefused) {
@@ -186,7 +186,7 @@ TEST(Personenbindung, ALengthAboveTheSizeOfTheDataIsRefused) {
         const DefaultLog log;
         OpenRecord record;
         EXPECT_FALSE(record.Parse(given));
-        EXPECT_EQ(BadLength, log.Errors());
+        EXPECT_EQ(BAD_LENGTH, log.Errors());
         ExpectEmpty(record);
     }
 }
@@ -246,8 +246,8 @@ TEST(Personenbindung, TheDestructorWipesTheIdentity) {
 
 TEST(PersonenbindungVersion, IsOneByteUnlessItsLengthIsTwo) {
     const struct {
-        Bytes given;
-        int version;
+        Bytes m_Given;
+        int m_Version;
     } table[] = {
         {{0x02, 0x02, 0x01, 0x00}, 256}, {{0x02, 0x02, 0xff, 0xfe}, 0xfffe},  {{0x02, 0x01, 0x05}, 5},
         {{0x02, 0x01, 0xff}, 255},       {{0x02, 0x03, 0x01, 0x02, 0x03}, 1}, {{0x02, 0x00, 0x07}, 7},
@@ -255,8 +255,8 @@ TEST(PersonenbindungVersion, IsOneByteUnlessItsLengthIsTwo) {
     };
     for (const auto& row : table) {
         OpenRecord record;
-        EXPECT_TRUE(record.Parse(Structure(row.given)));
-        EXPECT_EQ(row.version, record.getVersion()) << testing::PrintToString(row.given);
+        EXPECT_TRUE(record.Parse(Structure(row.m_Given)));
+        EXPECT_EQ(row.m_Version, record.getVersion()) << testing::PrintToString(row.m_Given);
     }
 }
 
@@ -272,8 +272,8 @@ TEST(PersonenbindungVersion, BehindALongerOneTheReaderStandsAtItsSecondByte) {
 
 TEST(PersonenbindungHead, EachTextIsReadOnlyBehindTheOneBefore) {
     const struct {
-        Texts given;
-        Texts head;
+        Texts m_Given;
+        Texts m_Head;
     } table[] = {
         {{}, {"", "", ""}},
         {{"a"}, {"a", "", ""}},
@@ -282,12 +282,12 @@ TEST(PersonenbindungHead, EachTextIsReadOnlyBehindTheOneBefore) {
     };
     for (const auto& row : table) {
         Bytes content;
-        for (const std::string& text : row.given) {
+        for (const std::string& text : row.m_Given) {
             content = content + Text(text);
         }
         OpenRecord record;
         EXPECT_TRUE(record.Parse(Structure(content + Person({"base"}))));
-        EXPECT_EQ(row.head, record.Head());
+        EXPECT_EQ(row.m_Head, record.Head());
         EXPECT_EQ("base", record.getBaseId());
     }
 }
@@ -301,8 +301,8 @@ TEST(PersonenbindungHead, AFourthTextEndsTheReading) {
 
 TEST(PersonenbindungPersonData, IsSplitAsFarAsItsTextsGo) {
     const struct {
-        Bytes block;
-        Texts names;
+        Bytes m_Block;
+        Texts m_Names;
     } table[] = {
         {{0x30, 0x05, 0x0c, 0x03, 0x41, 0x42, 0x43}, {"ABC", "", "", ""}},
         {Tlv(0x30, Text("a") + Text("b")), {"a", "b", "", ""}},
@@ -321,14 +321,14 @@ TEST(PersonenbindungPersonData, IsSplitAsFarAsItsTextsGo) {
     for (const auto& row : table) {
         const DefaultLog log;
         OpenRecord record;
-        EXPECT_TRUE(record.Parse(Structure(Tlv(0xa0, row.block))));
-        EXPECT_EQ(row.names, record.Names()) << testing::PrintToString(row.block);
-        EXPECT_EQ(Padded(row.block, 256), Content(record.m_PersonData));
+        EXPECT_TRUE(record.Parse(Structure(Tlv(0xa0, row.m_Block))));
+        EXPECT_EQ(row.m_Names, record.Names()) << testing::PrintToString(row.m_Block);
+        EXPECT_EQ(Padded(row.m_Block, 256), Content(record.m_PersonData));
         EXPECT_EQ((Texts{}), log.Errors());
-        Bytes block = Padded(row.block, 256);
+        Bytes block = Padded(row.m_Block, 256);
         OpenRecord step;
         EXPECT_TRUE(step._doPersonData(block.data()));
-        EXPECT_EQ(row.names, step.Names());
+        EXPECT_EQ(row.m_Names, step.Names());
     }
 }
 
@@ -338,7 +338,7 @@ TEST(PersonenbindungPersonData, ThatIsNoSequenceIsLoggedAndTheParseGoesOn) {
     EXPECT_TRUE(record.Parse(Structure(Tlv(0xa0, Text("a")) + Bits({0x51}))));
     EXPECT_EQ(Texts(4), record.Names());
     EXPECT_EQ((Bytes{0x51}), Value(record, &Personenbindung::getSignatureValue));
-    EXPECT_EQ(NoPersonData, log.Errors());
+    EXPECT_EQ(NO_PERSON_DATA, log.Errors());
     Bytes block(256);
     EXPECT_FALSE(record._doPersonData(block.data()));
 }
@@ -349,7 +349,7 @@ TEST(PersonenbindungPersonData, ATextThatOverrunsTheBlockIsRefused) {
     OpenRecord record;
     EXPECT_FALSE(record._doPersonData(block.data()));
     EXPECT_EQ((Texts{"a", "", "", ""}), record.Names());
-    EXPECT_EQ(NoPersonData, log.Errors());
+    EXPECT_EQ(NO_PERSON_DATA, log.Errors());
 }
 
 TEST(PersonenbindungPersonData, ATextMayEndWithTheBlock) {
@@ -397,7 +397,7 @@ TEST(PersonenbindungBlocks, WalkingTheCitizenKeyChangesNothing) {
 
 TEST(PersonenbindungSignature, OneThatIsTooLongLeavesTheFieldEmptyAndItsLengthAt1024) {
     OpenRecord record;
-    EXPECT_TRUE(record.Parse(Structure(Bits(Bytes(1024, 0x51)) + Tlv(0xa0, Bits({0xd1})) + Trailer)));
+    EXPECT_TRUE(record.Parse(Structure(Bits(Bytes(1024, 0x51)) + Tlv(0xa0, Bits({0xd1})) + TRAILER)));
     EXPECT_TRUE(IsEmpty(record.m_SignatureValue));
     EXPECT_EQ(1024, record.m_SignatureValueLength);
     EXPECT_EQ(Bytes(1024), Value(record, &Personenbindung::getSignatureValue));
@@ -422,8 +422,8 @@ TEST(PersonenbindungDigests, EachIsLookedForInOrder) {
     const Bytes second = Tlv(0xa1, Bits({0xd2}));
     const Bytes third = Tlv(0xa2, Bits({0xd3}));
     const struct {
-        Bytes given;
-        Bytes digests[3];
+        Bytes m_Given;
+        Bytes m_Digests[3];
     } table[] = {
         {first + second + third, {{0xd1}, {0xd2}, {0xd3}}},
         {second + third, {{}, {0xd2}, {0xd3}}},
@@ -435,55 +435,55 @@ TEST(PersonenbindungDigests, EachIsLookedForInOrder) {
     };
     for (const auto& row : table) {
         OpenRecord record;
-        EXPECT_TRUE(record.Parse(Structure(Person({"base"}) + Bits({0x51}) + row.given + Trailer)));
-        EXPECT_EQ(row.digests[0], Value(record, &Personenbindung::getReferenceDigest));
-        EXPECT_EQ(row.digests[1], Value(record, &Personenbindung::getReferenceManifestDigest));
-        EXPECT_EQ(row.digests[2], Value(record, &Personenbindung::getManifestReferenceDigest));
+        EXPECT_TRUE(record.Parse(Structure(Person({"base"}) + Bits({0x51}) + row.m_Given + TRAILER)));
+        EXPECT_EQ(row.m_Digests[0], Value(record, &Personenbindung::getReferenceDigest));
+        EXPECT_EQ(row.m_Digests[1], Value(record, &Personenbindung::getReferenceManifestDigest));
+        EXPECT_EQ(row.m_Digests[2], Value(record, &Personenbindung::getManifestReferenceDigest));
     }
 }
 
 TEST(PersonenbindungDigests, AWrapperWithoutABitStringLeavesTheReaderAtItsContent) {
     OpenRecord record;
     const Bytes third = Tlv(0xa2, Bits({0xd3}));
-    EXPECT_TRUE(record.Parse(Structure(Bits({0x51}) + Tlv(0xa1, third) + Trailer)));
+    EXPECT_TRUE(record.Parse(Structure(Bits({0x51}) + Tlv(0xa1, third) + TRAILER)));
     EXPECT_EQ(0, record.m_ReferenceManifestDigestLength);
     EXPECT_EQ((Bytes{0xd3}), Value(record, &Personenbindung::getManifestReferenceDigest));
     OpenRecord other;
-    EXPECT_TRUE(other.Parse(Structure(Bits({0x51}) + Tlv(0xa1, {0x04, 0x01, 0x00}) + third + Trailer)));
+    EXPECT_TRUE(other.Parse(Structure(Bits({0x51}) + Tlv(0xa1, {0x04, 0x01, 0x00}) + third + TRAILER)));
     EXPECT_EQ(0, other.m_ManifestReferenceDigestLength);
 }
 
 /// A digest of four bytes that cannot be read: the length of its field tells whether it was looked at.
-const Bytes BadDigest0 = {0xa0, 0x02, 0x03, 0x00};
-const Bytes BadDigest1 = {0xa1, 0x02, 0x03, 0x00};
+const Bytes BAD_DIGEST0 = {0xa0, 0x02, 0x03, 0x00};
+const Bytes BAD_DIGEST1 = {0xa1, 0x02, 0x03, 0x00};
 
 TEST(PersonenbindungDigests, OneThatBeginsInTheLastBytesIsNotLookedAt) {
     // Positions count the header of the structure, its end does not.
     const struct {
-        std::size_t signatureSize;
-        std::size_t headerSize;
-        Bytes digest;
-        int length;
+        std::size_t m_SignatureSize;
+        std::size_t m_HeaderSize;
+        Bytes m_Digest;
+        int m_Length;
     } table[] = {
-        {1, 2, BadDigest0, 0},    {1, 2, {0xa0, 0x00}, 20},
-        {150, 3, BadDigest0, 0},  {150, 3, {0xa0, 0x01, 0x03}, 20},
-        {300, 4, BadDigest0, 20}, {300, 4, {0xa0, 0x03, 0x03, 0x01, 0x00}, 0},
+        {1, 2, BAD_DIGEST0, 0},    {1, 2, {0xa0, 0x00}, 20},
+        {150, 3, BAD_DIGEST0, 0},  {150, 3, {0xa0, 0x01, 0x03}, 20},
+        {300, 4, BAD_DIGEST0, 20}, {300, 4, {0xa0, 0x03, 0x03, 0x01, 0x00}, 0},
     };
     for (const auto& row : table) {
-        const Bytes content = Bits(Bytes(row.signatureSize, 0x51)) + row.digest;
+        const Bytes content = Bits(Bytes(row.m_SignatureSize, 0x51)) + row.m_Digest;
         const Bytes whole = Structure(content);
-        ASSERT_EQ(row.headerSize, whole.size() - content.size());
+        ASSERT_EQ(row.m_HeaderSize, whole.size() - content.size());
         OpenRecord record;
         ASSERT_TRUE(record.Parse(WholeRecord()));
         ASSERT_TRUE(record.Parse(whole));
-        EXPECT_EQ(row.length, record.m_ReferenceDigestLength) << testing::PrintToString(row.digest);
+        EXPECT_EQ(row.m_Length, record.m_ReferenceDigestLength) << testing::PrintToString(row.m_Digest);
     }
 }
 
 TEST(PersonenbindungDigests, OneThatIsTooLongLeavesTheFieldEmptyAndItsLengthAt256) {
     OpenRecord record;
     EXPECT_TRUE(record.Parse(Structure(Bits({0x51}) + Tlv(0xa0, Bits(Bytes(256, 0xd1))) +
-                                       Tlv(0xa1, Bits(Bytes(255, 0xd2))) + Trailer)));
+                                       Tlv(0xa1, Bits(Bytes(255, 0xd2))) + TRAILER)));
     EXPECT_TRUE(IsEmpty(record.m_ReferenceDigest));
     EXPECT_EQ(256, record.m_ReferenceDigestLength);
     EXPECT_EQ(Bytes(255, 0xd2), Value(record, &Personenbindung::getReferenceManifestDigest));
@@ -492,10 +492,10 @@ TEST(PersonenbindungDigests, OneThatIsTooLongLeavesTheFieldEmptyAndItsLengthAt25
 TEST(PersonenbindungDigests, TheEndIsLookedForBehindEachOne) {
     OpenRecord record;
     ASSERT_TRUE(record.Parse(WholeRecord()));
-    ASSERT_TRUE(record.Parse(Structure(Bits(Bytes(300, 0x51)) + Tlv(0xa0, Bits({0xd1})) + BadDigest1)));
+    ASSERT_TRUE(record.Parse(Structure(Bits(Bytes(300, 0x51)) + Tlv(0xa0, Bits({0xd1})) + BAD_DIGEST1)));
     EXPECT_EQ((Bytes{0xd1}), Value(record, &Personenbindung::getReferenceDigest));
     EXPECT_EQ(32, record.m_ReferenceManifestDigestLength);
-    ASSERT_TRUE(record.Parse(Structure(Bits({0x51}) + Tlv(0xa0, Bits({0xd1})) + BadDigest1)));
+    ASSERT_TRUE(record.Parse(Structure(Bits({0x51}) + Tlv(0xa0, Bits({0xd1})) + BAD_DIGEST1)));
     EXPECT_EQ(0, record.m_ReferenceManifestDigestLength);
 }
 
@@ -518,7 +518,7 @@ TEST(PersonenbindungHostile, ValuesThatOverrunTheDataAreRefused) {
         const DefaultLog log;
         OpenRecord record;
         EXPECT_FALSE(record.Parse(Bytes{0x30, 0x00} + content)) << testing::PrintToString(content);
-        EXPECT_EQ(BadLength, log.Errors());
+        EXPECT_EQ(BAD_LENGTH, log.Errors());
         ExpectEmpty(record);
     }
 }

@@ -27,9 +27,9 @@ std::string DecimalOf(const Bytes& bytes) {
 
 TEST(Asn1Length, IsReadInThreeForms) {
     const struct {
-        Bytes given;
-        int length;
-        int moved;
+        Bytes m_Given;
+        int m_Length;
+        int m_Moved;
     } table[] = {
         {{0x00}, 0, 1},
         {{0x7f}, 127, 1},
@@ -44,19 +44,19 @@ TEST(Asn1Length, IsReadInThreeForms) {
     };
     for (const auto& row : table) {
         Bytes buffer = {0xee, 0xee};
-        buffer.insert(buffer.end(), row.given.begin(), row.given.end());
+        buffer.insert(buffer.end(), row.m_Given.begin(), row.m_Given.end());
         int pos = 2;
-        EXPECT_EQ(row.length, Velmor::getLen(buffer.data(), pos)) << testing::PrintToString(row.given);
-        EXPECT_EQ(2 + row.moved, pos);
+        EXPECT_EQ(row.m_Length, Velmor::getLen(buffer.data(), pos)) << testing::PrintToString(row.m_Given);
+        EXPECT_EQ(2 + row.m_Moved, pos);
     }
 }
 
 TEST(Asn1Length, IsWholeIfAllItsBytesAreThere) {
     const struct {
-        Bytes given;
-        int pos;
-        bool length;
-        bool value;
+        Bytes m_Given;
+        int m_Pos;
+        bool m_Length;
+        bool m_Value;
     } table[] = {
         {{}, 0, false, false},
         {{0x00}, 0, true, true},
@@ -75,39 +75,39 @@ TEST(Asn1Length, IsWholeIfAllItsBytesAreThere) {
         {{0xff, 1}, 0, true, false},
     };
     for (const auto& row : table) {
-        Bytes exact = row.given; // no byte may be read behind it
+        Bytes exact = row.m_Given; // no byte may be read behind it
         const int size = static_cast<int>(exact.size());
-        EXPECT_EQ(row.length, Velmor::HasWholeLength(exact.data(), row.pos, size))
-            << testing::PrintToString(row.given);
-        EXPECT_EQ(row.value, Velmor::HasWholeValue(exact.data(), row.pos, size))
-            << testing::PrintToString(row.given);
+        EXPECT_EQ(row.m_Length, Velmor::HasWholeLength(exact.data(), row.m_Pos, size))
+            << testing::PrintToString(row.m_Given);
+        EXPECT_EQ(row.m_Value, Velmor::HasWholeValue(exact.data(), row.m_Pos, size))
+            << testing::PrintToString(row.m_Given);
     }
 }
 
 TEST(RemoveLeadingNulls, MovesTheRestToTheFront) {
     const struct {
-        Bytes given;
-        int length;
-        Bytes left; ///< with what stays behind the new end
-        int leftLength;
+        Bytes m_Given;
+        int m_Length;
+        Bytes m_Left; ///< with what stays behind the new end
+        int m_LeftLength;
     } table[] = {
         {{0, 0, 1}, 3, {1, 0, 1}, 1},       {{1, 0}, 2, {1, 0}, 2}, {{0, 0}, 2, {0, 0}, 0},
         {{0, 1, 0, 2}, 4, {1, 0, 2, 2}, 3}, {{0, 5}, 1, {0, 5}, 0}, {{0, 5}, 0, {0, 5}, 0},
         {{0, 5}, -1, {0, 5}, -1},
     };
     for (const auto& row : table) {
-        Bytes buffer = row.given;
-        int length = row.length;
+        Bytes buffer = row.m_Given;
+        int length = row.m_Length;
         Velmor::RemoveLeadingNulls(buffer.data(), length);
-        EXPECT_EQ(row.leftLength, length);
-        EXPECT_EQ(row.left, buffer);
+        EXPECT_EQ(row.m_LeftLength, length);
+        EXPECT_EQ(row.m_Left, buffer);
     }
 }
 
 TEST(Bin2DecStr, WritesDigitsAndTwoZeroBytes) {
     const struct {
-        Bytes given;
-        std::string digits;
+        Bytes m_Given;
+        std::string m_Digits;
     } table[] = {
         {{0x01, 0x00}, "256"},
         {{0x00}, "0"},
@@ -122,11 +122,11 @@ TEST(Bin2DecStr, WritesDigitsAndTwoZeroBytes) {
         {{0x0d, 0xe0, 0xb6, 0xb3, 0xa7, 0x64, 0x00, 0x00}, "1000000000000000000"},
     };
     for (const auto& row : table) {
-        Bytes given = row.given;
-        Bytes out(row.digits.size() + 3, 0xee);
-        EXPECT_EQ(static_cast<int>(row.digits.size()),
+        Bytes given = row.m_Given;
+        Bytes out(row.m_Digits.size() + 3, 0xee);
+        EXPECT_EQ(static_cast<int>(row.m_Digits.size()),
                   Velmor::bin2decStr(given.data(), static_cast<int>(given.size()), out.data()));
-        EXPECT_EQ(row.digits + std::string("\0\0\xee", 3), std::string(out.begin(), out.end()));
+        EXPECT_EQ(row.m_Digits + std::string("\0\0\xee", 3), std::string(out.begin(), out.end()));
     }
 }
 
@@ -155,12 +155,12 @@ TEST(Bin2DecStr, RefusesNoBytes) {
 
 TEST(ReadBitString, CopiesWhatStandsBehindTheCountOfUnusedBits) {
     const struct {
-        Bytes given; ///< from the length on
-        int capacity;
-        bool result;
-        Bytes copied;
+        Bytes m_Given; ///< from the length on
+        int m_Capacity;
+        bool m_Result;
+        Bytes m_Copied;
         int size;
-        int pos;
+        int m_Pos;
     } table[] = {
         {{0x03, 0x00, 0xaa, 0xbb}, 256, true, {0xaa, 0xbb}, 2, 4},
         {{0x81, 0x03, 0x00, 0xaa, 0xbb}, 256, true, {0xaa, 0xbb}, 2, 5},
@@ -179,25 +179,25 @@ TEST(ReadBitString, CopiesWhatStandsBehindTheCountOfUnusedBits) {
         {{0x00}, -1, false, {}, -1, 1},
     };
     for (const auto& row : table) {
-        Bytes buffer = row.given;
+        Bytes buffer = row.m_Given;
         Bytes out(4, 0xee);
         int pos = 0;
-        int size = row.capacity;
-        EXPECT_EQ(row.result, Velmor::ReadBitString(buffer.data(), pos, out.data(), size))
-            << testing::PrintToString(row.given);
-        Bytes expected = row.copied;
+        int size = row.m_Capacity;
+        EXPECT_EQ(row.m_Result, Velmor::ReadBitString(buffer.data(), pos, out.data(), size))
+            << testing::PrintToString(row.m_Given);
+        Bytes expected = row.m_Copied;
         expected.resize(4, 0xee);
-        EXPECT_EQ(expected, out) << testing::PrintToString(row.given);
-        EXPECT_EQ(row.size, size) << testing::PrintToString(row.given);
-        EXPECT_EQ(row.pos, pos) << testing::PrintToString(row.given);
+        EXPECT_EQ(expected, out) << testing::PrintToString(row.m_Given);
+        EXPECT_EQ(row.size, size) << testing::PrintToString(row.m_Given);
+        EXPECT_EQ(row.m_Pos, pos) << testing::PrintToString(row.m_Given);
     }
 }
 
 TEST(ReadUtf8String, EndsAtAZeroByteButMovesBehindTheValue) {
     const struct {
-        Bytes given; ///< from the length on
-        std::string text;
-        int pos;
+        Bytes m_Given; ///< from the length on
+        std::string m_Text;
+        int m_Pos;
     } table[] = {
         {{0x03, 'A', 'B', 'C', 'D'}, "ABC", 4},
         {{0x00, 'A'}, "", 1},
@@ -208,18 +208,18 @@ TEST(ReadUtf8String, EndsAtAZeroByteButMovesBehindTheValue) {
         {{0x82, 0x00, 0x02, 'A', 'B'}, "AB", 5},
     };
     for (const auto& row : table) {
-        Bytes buffer = row.given;
+        Bytes buffer = row.m_Given;
         int pos = 0;
-        EXPECT_EQ(row.text, Velmor::ReadUtf8String(buffer.data(), pos));
-        EXPECT_EQ(row.pos, pos);
+        EXPECT_EQ(row.m_Text, Velmor::ReadUtf8String(buffer.data(), pos));
+        EXPECT_EQ(row.m_Pos, pos);
     }
 }
 
 TEST(Oid2Str, WritesEachByteAsOneNumber) {
     const struct {
-        Bytes given;
-        char separator;
-        std::string text;
+        Bytes m_Given;
+        char m_Separator;
+        std::string m_Text;
     } table[] = {
         {{0x55, 0x04, 0x03}, '.', "2.5.4.3"},
         {{0x2a}, '.', "1.2"},
@@ -230,8 +230,8 @@ TEST(Oid2Str, WritesEachByteAsOneNumber) {
         {{}, '.', ""},
     };
     for (const auto& row : table) {
-        Bytes oid = row.given;
-        EXPECT_EQ(row.text, Velmor::OID2Str(oid.data(), static_cast<int>(oid.size()), row.separator));
+        Bytes oid = row.m_Given;
+        EXPECT_EQ(row.m_Text, Velmor::OID2Str(oid.data(), static_cast<int>(oid.size()), row.m_Separator));
     }
 }
 
@@ -245,23 +245,23 @@ TEST(Oid2Str, GivesTheFirstTwoNumbersForNoLengthToo) {
 
 TEST(ParseValue, KnowsSixKinds) {
     const struct {
-        unsigned char tag;
-        eASN1Type type;
-        int number;
+        unsigned char m_Tag;
+        eASN1Type m_Type;
+        int m_Number;
     } table[] = {
         {0x04, Velmor::ASN1_OCTET_STRING, 1},     {0x12, Velmor::ASN1_NUMERIC_STRING, 2},
         {0x18, Velmor::ASN1_GENERALIZED_TIME, 3}, {0x0c, Velmor::ASN1_UTF8_STRING, 4},
         {0x02, Velmor::ASN1_INTEGER, 5},          {0x13, Velmor::ASN1_PRINTABLE_STRING, 6},
     };
     for (const auto& row : table) {
-        Bytes buffer = {0xee, row.tag, 0x81, 0x02, 'A', 0x00, 'C'};
+        Bytes buffer = {0xee, row.m_Tag, 0x81, 0x02, 'A', 0x00, 'C'};
         Bytes out(3, 0xee);
         int pos = 1;
         auto type = static_cast<eASN1Type>(0);
         int length = 0;
         EXPECT_TRUE(Velmor::parseValue(buffer.data(), pos, type, out.data(), length));
-        EXPECT_EQ(row.type, type);
-        EXPECT_EQ(row.number, type);
+        EXPECT_EQ(row.m_Type, type);
+        EXPECT_EQ(row.m_Number, type);
         EXPECT_EQ(2, length);
         EXPECT_EQ((Bytes{'A', 0x00, 0xee}), out);
         EXPECT_EQ(6, pos);

@@ -109,7 +109,7 @@ TEST(ParseKey, TakesASequenceForAnRsaKeyAndAllElseForAPoint) {
 }
 
 TEST(ParseKey, ReadsTheKeysOfRealCertificates) {
-    for (const TestKey kind : {TestKey::Rsa1536, TestKey::Rsa2048, TestKey::P192, TestKey::P256}) {
+    for (const TestKey kind : {TestKey::RSA1536, TestKey::RSA2048, TestKey::P192, TestKey::P256}) {
         const Velmor::slCertificate certificate = CertificateBuilder().Key(kind).Wrapped();
         Bytes value;
         ASSERT_TRUE(certificate.GetPublicKeyValue(value));
@@ -217,8 +217,8 @@ TEST(ParseRsaKey, OneThatIsCutOffAnywhereIsReadAsFarAsItGoes) {
 TEST(ParseEccKey, TellsTheCurveByTheSizeOfTheWholeData) {
     const struct {
         int size;
-        int coordinate;
-        const char* curve;
+        int m_Coordinate;
+        const char* m_Curve;
     } table[] = {
         {49, 24, P192}, {65, 32, P256}, {133, 66, P256}, {97, 48, P256}, {50, 24, P256},
         {64, 31, P256}, {66, 32, P256}, {3, 1, P256},    {2, 0, P256},   {1, 0, P256},
@@ -226,8 +226,8 @@ TEST(ParseEccKey, TellsTheCurveByTheSizeOfTheWholeData) {
     for (const auto& row : table) {
         const PublicKeyData key = ParseEccKey(Bytes(row.size, 0x04), 0);
         EXPECT_EQ(Velmor::KEY_ECC, key.m_KeyType);
-        EXPECT_EQ(row.coordinate, key.m_CoordinateLength) << row.size;
-        EXPECT_EQ(row.curve, key.m_CurveOid) << row.size;
+        EXPECT_EQ(row.m_Coordinate, key.m_CoordinateLength) << row.size;
+        EXPECT_EQ(row.m_Curve, key.m_CurveOid) << row.size;
         ExpectNoRsaFields(key);
     }
 }
@@ -261,15 +261,15 @@ TEST(ParseEccKey, OffsetsOutsideTheDataGiveEmptyCoordinates) {
 
 TEST(ParseEccKey, TextThatDoesNotFitItsFieldLeavesItEmpty) {
     const struct {
-        int coordinate;
-        bool fits;
+        int m_Coordinate;
+        bool m_Fits;
     } table[] = {{105, true}, {106, false}, {128, false}, {129, false}, {5000, false}};
     for (const auto& row : table) {
-        const Bytes point = Bytes{0x04} + Bytes(row.coordinate, 0xff) + Bytes(row.coordinate, 0xff);
+        const Bytes point = Bytes{0x04} + Bytes(row.m_Coordinate, 0xff) + Bytes(row.m_Coordinate, 0xff);
         const PublicKeyData key = ParseEccKey(point, 0);
-        EXPECT_EQ(row.coordinate, key.m_CoordinateLength);
-        EXPECT_EQ(row.fits ? DecimalOf(Bytes(row.coordinate, 0xff)) : "", Text(key.m_X));
-        EXPECT_EQ(row.fits ? DecimalOf(Bytes(row.coordinate, 0xff)) : "", Text(key.m_Y));
+        EXPECT_EQ(row.m_Coordinate, key.m_CoordinateLength);
+        EXPECT_EQ(row.m_Fits ? DecimalOf(Bytes(row.m_Coordinate, 0xff)) : "", Text(key.m_X));
+        EXPECT_EQ(row.m_Fits ? DecimalOf(Bytes(row.m_Coordinate, 0xff)) : "", Text(key.m_Y));
         EXPECT_EQ(P256, key.m_CurveOid); // the neighbour
     }
     const Bytes small = Bytes{0x04} + Bytes(128, 0x00) + Bytes(127, 0x00) + Bytes{0x07};

@@ -7,10 +7,10 @@
 
 namespace {
 
-std::vector<std::string> Received;
+std::vector<std::string> g_Received;
 
 void LogOnceEach() {
-    Received.clear();
+    g_Received.clear();
     Velmor::SLCERT_LogError("one");
     Velmor::SLCERT_LogMessage("two");
     Velmor::SLCERT_LogDebug("three");
@@ -20,19 +20,19 @@ void LogOnceEach() {
 
 TEST(SlCertLogging, DropsMessagesWithoutACallback) {
     LogOnceEach();
-    EXPECT_TRUE(Received.empty());
+    EXPECT_TRUE(g_Received.empty());
 }
 
 TEST(SlCertLogging, SendsEachKindToItsCallback) {
     Velmor::SLCERT_SetErrorLoggingFunc(
-        [](const char* text) { Received.push_back(std::string("E:") + text); });
+        [](const char* text) { g_Received.push_back(std::string("E:") + text); });
     Velmor::SLCERT_SetMessageLoggingFunc(
-        [](const char* text) { Received.push_back(std::string("M:") + text); });
+        [](const char* text) { g_Received.push_back(std::string("M:") + text); });
     Velmor::SLCERT_SetDebugLoggingFunc(
-        [](const char* text) { Received.push_back(std::string("D:") + text); });
+        [](const char* text) { g_Received.push_back(std::string("D:") + text); });
     LogOnceEach();
     Velmor::SLCERT_SetErrorLoggingFunc(nullptr);
     Velmor::SLCERT_SetMessageLoggingFunc(nullptr);
     Velmor::SLCERT_SetDebugLoggingFunc(nullptr);
-    EXPECT_EQ((std::vector<std::string>{"E:one", "M:two", "D:three"}), Received);
+    EXPECT_EQ((std::vector<std::string>{"E:one", "M:two", "D:three"}), g_Received);
 }

@@ -11,14 +11,14 @@ using Texts = std::vector<std::string>;
 
 namespace {
 
-constexpr char FirstOid[] = "1.2.40.0.10.1.1.1";
-constexpr char SecondOid[] = "1.2.40.0.10.1.1.2";
+constexpr char FIRST_OID[] = "1.2.40.0.10.1.1.1";
+constexpr char SECOND_OID[] = "1.2.40.0.10.1.1.2";
 
 /// With the BOOLEAN under test as the second extension.
 slCertificate WithSecondExtension(const Bytes& content) {
     return CertificateBuilder()
-        .RawExtension(FirstOid, {0x05, 0x00})
-        .RawExtension(SecondOid, content)
+        .RawExtension(FIRST_OID, {0x05, 0x00})
+        .RawExtension(SECOND_OID, content)
         .Wrapped();
 }
 
@@ -48,23 +48,23 @@ TEST(SlCertificateExtensions, TheFirstOneIsNeverFound) {
     const slCertificate certificate = CertificateBuilder()
                                           .Extension("keyUsage", "digitalSignature")
                                           .Extension("basicConstraints", "CA:FALSE")
-                                          .RawExtension(SecondOid, {0x01, 0x01, 0xff})
+                                          .RawExtension(SECOND_OID, {0x01, 0x01, 0xff})
                                           .Wrapped();
     EXPECT_FALSE(certificate.GetExtAvailable("2.5.29.15"));
     EXPECT_FALSE(certificate.GetExtAvailable("keyUsage"));
     EXPECT_TRUE(certificate.GetExtAvailable("2.5.29.19"));
     EXPECT_TRUE(certificate.GetExtAvailable("basicConstraints"));
     EXPECT_TRUE(certificate.GetExtAvailable("X509v3 Basic Constraints"));
-    EXPECT_TRUE(certificate.GetExtAvailable(SecondOid));
+    EXPECT_TRUE(certificate.GetExtAvailable(SECOND_OID));
 }
 
 TEST(SlCertificateExtensions, TheFirstOneIsNeverReadAsABoolean) {
     const slCertificate certificate = CertificateBuilder()
-                                          .RawExtension(FirstOid, {0x01, 0x01, 0xff})
-                                          .RawExtension(SecondOid, {0x01, 0x01, 0xff})
+                                          .RawExtension(FIRST_OID, {0x01, 0x01, 0xff})
+                                          .RawExtension(SECOND_OID, {0x01, 0x01, 0xff})
                                           .Wrapped();
-    EXPECT_FALSE(certificate.GetBoolExt(FirstOid));
-    EXPECT_TRUE(certificate.GetBoolExt(SecondOid));
+    EXPECT_FALSE(certificate.GetBoolExt(FIRST_OID));
+    EXPECT_TRUE(certificate.GetBoolExt(SECOND_OID));
 }
 
 TEST(SlCertificateExtensions, OneThatIsNotThereIsNotFound) {
@@ -73,13 +73,13 @@ TEST(SlCertificateExtensions, OneThatIsNotThereIsNotFound) {
         EXPECT_FALSE(certificate.GetExtAvailable(oid)) << oid;
         EXPECT_FALSE(certificate.GetBoolExt(oid)) << oid;
     }
-    EXPECT_FALSE(CertificateBuilder().Wrapped().GetExtAvailable(SecondOid));
+    EXPECT_FALSE(CertificateBuilder().Wrapped().GetExtAvailable(SECOND_OID));
 }
 
 TEST(SlCertificateExtensions, OnlyTheBooleanTrueIsTrue) {
     const struct {
-        Bytes content;
-        bool expected;
+        Bytes m_Content;
+        bool m_Expected;
     } table[] = {
         {{0x01, 0x01, 0xff}, true},
         {{0x01, 0x02, 0xff, 0x00}, true}, // the first content byte decides
@@ -95,8 +95,8 @@ TEST(SlCertificateExtensions, OnlyTheBooleanTrueIsTrue) {
         {{}, false},
     };
     for (const auto& row : table) {
-        EXPECT_EQ(row.expected, WithSecondExtension(row.content).GetBoolExt(SecondOid))
-            << testing::PrintToString(row.content);
+        EXPECT_EQ(row.m_Expected, WithSecondExtension(row.m_Content).GetBoolExt(SECOND_OID))
+            << testing::PrintToString(row.m_Content);
     }
 }
 

@@ -60,7 +60,7 @@ TEST(SlCertificateFields, ATimeThatIsNoneKeepsItsText) {
 }
 
 TEST(SlCertificateFields, TheKeyTellsItsKindSizeAndCurve) {
-    const CertificateKey rsa = CertificateBuilder().Key(TestKey::Rsa1536).Wrapped().GetKey();
+    const CertificateKey rsa = CertificateBuilder().Key(TestKey::RSA1536).Wrapped().GetKey();
     EXPECT_EQ(NID_rsaEncryption, rsa.m_Algorithm.m_Nid);
     EXPECT_EQ(1536, rsa.m_Bits);
     EXPECT_EQ("", rsa.m_Curve);
@@ -69,7 +69,7 @@ TEST(SlCertificateFields, TheKeyTellsItsKindSizeAndCurve) {
     EXPECT_EQ(256, ec.m_Bits);
     EXPECT_EQ("prime256v1", ec.m_Curve);
     EXPECT_EQ("P-256", ec.m_NistCurve);
-    const CertificateKey edwards = CertificateBuilder().Key(TestKey::Ed25519).Wrapped().GetKey();
+    const CertificateKey edwards = CertificateBuilder().Key(TestKey::ED25519).Wrapped().GetKey();
     EXPECT_EQ("ED25519", edwards.m_Algorithm.m_ShortName);
     EXPECT_EQ("", edwards.m_Curve);
 }

@@ -34,7 +34,7 @@ slCertificate WithKey(TestKey kind) {
 /// The content of the key's BIT STRING, made from the key itself.
 Bytes PublicKeyBytes(TestKey kind) {
     EVP_PKEY* key = GetTestKey(kind);
-    if (kind == TestKey::Ed25519) {
+    if (kind == TestKey::ED25519) {
         std::size_t size = 32;
         Bytes raw(size);
         EVP_PKEY_get_raw_public_key(key, raw.data(), &size);
@@ -78,26 +78,26 @@ slCertificate WithThumbprintOf(bool (*wanted)(const Bytes&)) {
 
 TEST(SlCertificateKey, IsToldByItsKind) {
     const struct {
-        TestKey kind;
-        bool isRsa;
-        bool isEcdsa;
-        int algorithm;
+        TestKey m_Kind;
+        bool m_IsRsa;
+        bool m_IsEcdsa;
+        int m_Algorithm;
     } table[] = {
-        {TestKey::Rsa1536, true, false, 1},  {TestKey::Rsa2048, true, false, 1},
+        {TestKey::RSA1536, true, false, 1},  {TestKey::RSA2048, true, false, 1},
         {TestKey::P192, false, true, 0},     {TestKey::P256, false, true, 0},
-        {TestKey::Ed25519, false, false, 3},
+        {TestKey::ED25519, false, false, 3},
     };
     for (const auto& row : table) {
-        const slCertificate certificate = WithKey(row.kind);
-        EXPECT_EQ(row.isRsa, certificate.IsRsaKey());
-        EXPECT_EQ(row.isEcdsa, certificate.IsEcdsaKey());
-        EXPECT_EQ(row.algorithm, certificate.GetKeyAlgorithm());
+        const slCertificate certificate = WithKey(row.m_Kind);
+        EXPECT_EQ(row.m_IsRsa, certificate.IsRsaKey());
+        EXPECT_EQ(row.m_IsEcdsa, certificate.IsEcdsaKey());
+        EXPECT_EQ(row.m_Algorithm, certificate.GetKeyAlgorithm());
     }
 }
 
 TEST(SlCertificateKey, ValueIsTheContentOfTheBitString) {
     for (const TestKey kind :
-         {TestKey::Rsa1536, TestKey::Rsa2048, TestKey::P192, TestKey::P256, TestKey::Ed25519}) {
+         {TestKey::RSA1536, TestKey::RSA2048, TestKey::P192, TestKey::P256, TestKey::ED25519}) {
         const slCertificate certificate = WithKey(kind);
         Bytes value = {1, 2, 3};
         EXPECT_TRUE(certificate.GetPublicKeyValue(value));
@@ -117,12 +117,12 @@ TEST(SlCertificateKey, SizesAreThoseOfTheCards) {
     EXPECT_EQ(49u, value.size());
     EXPECT_TRUE(WithKey(TestKey::P256).GetPublicKeyValue(value));
     EXPECT_EQ(65u, value.size());
-    EXPECT_TRUE(WithKey(TestKey::Rsa2048).GetPublicKeyValue(value));
+    EXPECT_TRUE(WithKey(TestKey::RSA2048).GetPublicKeyValue(value));
     EXPECT_EQ(270u, value.size());
 }
 
 TEST(SlCertificateKey, AnRsaKeyIsHandedOutAsADuplicate) {
-    const slCertificate certificate = WithKey(TestKey::Rsa1536);
+    const slCertificate certificate = WithKey(TestKey::RSA1536);
     RSA* key = nullptr;
     ASSERT_TRUE(certificate.GetRsaPublicKey(&key));
     const RsaHandle owned(key);
@@ -145,13 +145,13 @@ TEST(SlCertificateKey, AnEcdsaKeyIsHandedOutAsADuplicate) {
 
 TEST(SlCertificateKey, AHandedOutKeyOutlivesTheCertificate) {
     RSA* key = nullptr;
-    ASSERT_TRUE(WithKey(TestKey::Rsa1536).GetRsaPublicKey(&key));
+    ASSERT_TRUE(WithKey(TestKey::RSA1536).GetRsaPublicKey(&key));
     const RsaHandle owned(key);
     EXPECT_EQ(1536, BN_num_bits(RSA_get0_n(key)));
 }
 
 TEST(SlCertificateKey, RsaComponentsReplaceTheOutputs) {
-    for (const TestKey kind : {TestKey::Rsa1536, TestKey::Rsa2048}) {
+    for (const TestKey kind : {TestKey::RSA1536, TestKey::RSA2048}) {
         Bytes modulus = {1};
         Bytes exponent = {2};
         ASSERT_TRUE(WithKey(kind).GetRsaPubKeyComponents(modulus, exponent));
@@ -214,10 +214,10 @@ TEST(SlCertificateKey, OfAnEmptyObjectIsMissingAndOutputsStayUntouched) {
 }
 
 TEST(SlCertificateThumbprint, IsTheDigestOfTheDerForm) {
-    const slCertificate certificate = WithKey(TestKey::Rsa2048);
+    const slCertificate certificate = WithKey(TestKey::RSA2048);
     const struct {
-        Velmor::HashAlgorithm algorithm;
-        const EVP_MD* digest;
+        Velmor::HashAlgorithm m_Algorithm;
+        const EVP_MD* m_Digest;
     } table[] = {
         {Velmor::HASH_SHA1, EVP_sha1()},     {Velmor::HASH_RIPEMD160, EVP_ripemd160()},
         {Velmor::HASH_SHA224, EVP_sha224()}, {Velmor::HASH_SHA256, EVP_sha256()},
@@ -226,8 +226,8 @@ TEST(SlCertificateThumbprint, IsTheDigestOfTheDerForm) {
     };
     for (const auto& row : table) {
         Bytes thumbprint = {1, 2, 3};
-        EXPECT_TRUE(certificate.GetThumbprint(thumbprint, row.algorithm));
-        EXPECT_EQ(DigestOf(certificate.ToBin(), row.digest), thumbprint) << row.algorithm;
+        EXPECT_TRUE(certificate.GetThumbprint(thumbprint, row.m_Algorithm));
+        EXPECT_EQ(DigestOf(certificate.ToBin(), row.m_Digest), thumbprint) << row.m_Algorithm;
     }
 }
 
@@ -257,9 +257,9 @@ TEST(SlCertificateThumbprint, TextWritesEachByteWithoutAWidth) {
     certificate.GetThumbprint(thumbprint, Velmor::HASH_SHA1);
     std::wstring expected;
     for (const unsigned char byte : thumbprint) {
-        constexpr wchar_t digits[] = L"0123456789ABCDEF";
-        expected += byte < 16 ? std::wstring() : std::wstring(1, digits[byte / 16]);
-        expected += digits[byte % 16];
+        constexpr wchar_t DIGITS[] = L"0123456789ABCDEF";
+        expected += byte < 16 ? std::wstring() : std::wstring(1, DIGITS[byte / 16]);
+        expected += DIGITS[byte % 16];
     }
     EXPECT_EQ(expected, certificate.GetThumbprint());
     EXPECT_GT(40u, expected.size());
@@ -270,8 +270,8 @@ TEST(SlCertificateThumbprint, TextOfTwoSmallBytesIsTwoDigits) {
         WithThumbprintOf([](const Bytes& thumbprint) { return thumbprint[0] < 16 && thumbprint[1] < 16; });
     Bytes thumbprint;
     certificate.GetThumbprint(thumbprint, Velmor::HASH_SHA1);
-    constexpr wchar_t digits[] = L"0123456789ABCDEF";
-    const std::wstring expected = {digits[thumbprint[0]], digits[thumbprint[1]]};
+    constexpr wchar_t DIGITS[] = L"0123456789ABCDEF";
+    const std::wstring expected = {DIGITS[thumbprint[0]], DIGITS[thumbprint[1]]};
     EXPECT_EQ(expected, certificate.GetThumbprint().substr(0, 2));
 }
 

@@ -11,18 +11,18 @@ using DerGetter = bool (slCertificate::*)(unsigned char*, unsigned int&) const;
 
 namespace {
 
-const NameFields CitizenName = {{"C", "AT"},
-                                {"O", "Amt"},
-                                {"OU", "Abteilung"},
-                                {"CN", "Jörg Müller"},
-                                {"GN", "Jörg"},
-                                {"SN", "Müller"},
-                                {"serialNumber", "123456789012"}};
-const NameFields CaName = {
+const NameFields CITIZEN_NAME = {{"C", "AT"},
+                                 {"O", "Amt"},
+                                 {"OU", "Abteilung"},
+                                 {"CN", "Jörg Müller"},
+                                 {"GN", "Jörg"},
+                                 {"SN", "Müller"},
+                                 {"serialNumber", "123456789012"}};
+const NameFields CA_NAME = {
     {"C", "DE"}, {"O", "Prüf-CA"}, {"OU", "Wurzel, \"alt\""}, {"CN", "Größte <CA> + Söhne"}};
 
 slCertificate Citizen() {
-    return CertificateBuilder().Subject(CitizenName).Issuer(CaName).Wrapped();
+    return CertificateBuilder().Subject(CITIZEN_NAME).Issuer(CA_NAME).Wrapped();
 }
 
 } // namespace
@@ -42,8 +42,8 @@ TEST(SlCertificateNames, OneLineFormEndsAt1023Characters) {
 
 TEST(SlCertificateNames, EveryFieldGetterReadsItsField) {
     const struct {
-        std::string (slCertificate::*get)() const;
-        std::string expected;
+        std::string (slCertificate::*m_Get)() const;
+        std::string m_Expected;
     } table[] = {
         {&slCertificate::GetIssuerCN, "Größte <CA> + Söhne"},
         {&slCertificate::GetIssuerC, "DE"},
@@ -59,9 +59,9 @@ TEST(SlCertificateNames, EveryFieldGetterReadsItsField) {
     const slCertificate nameless = CertificateBuilder().Subject({}).Issuer({}).Wrapped();
     const slCertificate empty;
     for (const auto& row : table) {
-        EXPECT_EQ(row.expected, (certificate.*row.get)());
-        EXPECT_EQ("", (nameless.*row.get)());
-        EXPECT_EQ("", (empty.*row.get)());
+        EXPECT_EQ(row.m_Expected, (certificate.*row.m_Get)());
+        EXPECT_EQ("", (nameless.*row.m_Get)());
+        EXPECT_EQ("", (empty.*row.m_Get)());
     }
 }
 
@@ -113,36 +113,36 @@ TEST(SlCertificateNames, PrintedFormIsNotCutAtTheSizeOfAFixedBuffer) {
 TEST(SlCertificateNames, PrintedFormEndsAtTheFirstZeroByte) {
     const slCertificate certificate =
         CertificateBuilder().Subject({{"CN", std::string("ab\0cd", 5)}, {"OU", "x"}}).Wrapped();
-    constexpr unsigned long unescaped = XN_FLAG_SEP_COMMA_PLUS | XN_FLAG_FN_SN;
-    EXPECT_EQ("CN=ab", certificate.GetSubjectWithFormat(unescaped));
+    constexpr unsigned long UNESCAPED = XN_FLAG_SEP_COMMA_PLUS | XN_FLAG_FN_SN;
+    EXPECT_EQ("CN=ab", certificate.GetSubjectWithFormat(UNESCAPED));
 }
 
 TEST(SlCertificateNames, DerFormFollowsTheSizeProtocol) {
     slCertificate certificate = Citizen();
     const struct {
-        DerGetter get;
-        X509_NAME* name;
+        DerGetter m_Get;
+        X509_NAME* m_Name;
     } table[] = {
         {&slCertificate::GetSubjectDER, X509_get_subject_name(certificate.GetX509())},
         {&slCertificate::GetIssuerDER, X509_get_issuer_name(certificate.GetX509())},
     };
     for (const auto& row : table) {
-        Bytes expected(i2d_X509_NAME(row.name, nullptr));
+        Bytes expected(i2d_X509_NAME(row.m_Name, nullptr));
         unsigned char* end = expected.data();
-        i2d_X509_NAME(row.name, &end);
+        i2d_X509_NAME(row.m_Name, &end);
 
         unsigned int size = 0;
-        ASSERT_TRUE((certificate.*row.get)(nullptr, size));
+        ASSERT_TRUE((certificate.*row.m_Get)(nullptr, size));
         EXPECT_EQ(expected.size(), size);
 
         Bytes out(size + 1, 0xee);
         unsigned int tooSmall = size - 1;
-        EXPECT_FALSE((certificate.*row.get)(out.data(), tooSmall));
+        EXPECT_FALSE((certificate.*row.m_Get)(out.data(), tooSmall));
         EXPECT_EQ(Bytes(size + 1, 0xee), out);
         EXPECT_EQ(size - 1, tooSmall);
 
         unsigned int ample = size + 1;
-        EXPECT_TRUE((certificate.*row.get)(out.data(), ample));
+        EXPECT_TRUE((certificate.*row.m_Get)(out.data(), ample));
         EXPECT_EQ(size, ample);
         expected.push_back(0xee);
         EXPECT_EQ(expected, out);

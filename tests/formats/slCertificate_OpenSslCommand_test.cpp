@@ -25,7 +25,7 @@ namespace {
 using Profile = std::function<void(CertificateBuilder&)>;
 
 /// What the certificates differ in beside their keys.
-const std::map<std::string, Profile> Profiles = {
+const std::map<std::string, Profile> PROFILES = {
     {"plain", [](CertificateBuilder&) {}},
     {"umlauts",
      [](CertificateBuilder& builder) {
@@ -175,13 +175,13 @@ void CompareNumbers(const OpenSslCommand& command, const slCertificate& certific
 
 void CompareFingerprints(const OpenSslCommand& command, const slCertificate& certificate) {
     const struct {
-        const char* option;
-        Velmor::HashAlgorithm algorithm;
+        const char* m_Option;
+        Velmor::HashAlgorithm m_Algorithm;
     } table[] = {{"-sha1", Velmor::HASH_SHA1}, {"-sha256", Velmor::HASH_SHA256}, {"-md5", Velmor::HASH_MD5}};
     for (const auto& row : table) {
         Bytes thumbprint;
-        EXPECT_TRUE(certificate.GetThumbprint(thumbprint, row.algorithm));
-        const Values values = command.Values(std::string("-fingerprint ") + row.option);
+        EXPECT_TRUE(certificate.GetThumbprint(thumbprint, row.m_Algorithm));
+        const Values values = command.Values(std::string("-fingerprint ") + row.m_Option);
         ASSERT_EQ(1u, values.size());
         EXPECT_EQ(values.begin()->second, Colons(thumbprint));
     }
@@ -217,7 +217,7 @@ class SlCertificateAndOpenSslCommand : public testing::TestWithParam<TestKey> {}
 
 TEST_P(SlCertificateAndOpenSslCommand, Agree) {
     const TimeZone utc("UTC0"); // the command does not shift dates
-    for (const auto& [name, profile] : Profiles) {
+    for (const auto& [name, profile] : PROFILES) {
         SCOPED_TRACE(name);
         CertificateBuilder builder;
         builder.Key(GetParam());
@@ -232,4 +232,4 @@ TEST_P(SlCertificateAndOpenSslCommand, Agree) {
 }
 
 INSTANTIATE_TEST_SUITE_P(TwentyFourCertificates, SlCertificateAndOpenSslCommand,
-                         testing::Values(TestKey::Rsa1536, TestKey::Rsa2048, TestKey::P192, TestKey::P256));
+                         testing::Values(TestKey::RSA1536, TestKey::RSA2048, TestKey::P192, TestKey::P256));

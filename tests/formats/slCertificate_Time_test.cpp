@@ -16,8 +16,8 @@ using Parts = std::vector<unsigned short>;
 
 namespace {
 
-constexpr int Utc = V_ASN1_UTCTIME;
-constexpr int Generalized = V_ASN1_GENERALIZEDTIME;
+constexpr int UTC = V_ASN1_UTCTIME;
+constexpr int GENERALIZED = V_ASN1_GENERALIZEDTIME;
 
 std::time_t Seconds(int type, const std::string& text) {
     return ASN1_TIME_to_time_t(TestTime(type, text).Get());
@@ -35,11 +35,11 @@ std::time_t Local(int year, int month, int day, int hour = 0, int minute = 0, in
     return std::mktime(&fields);
 }
 
-const std::time_t Noon = 1451649600; // 2016-01-01 12:00:00 UTC
+const std::time_t NOON = 1451649600; // 2016-01-01 12:00:00 UTC
 
 struct TextAndSeconds {
-    std::string text;
-    std::time_t seconds;
+    std::string m_Text;
+    std::time_t m_Seconds;
 };
 
 } // namespace
@@ -64,47 +64,47 @@ TEST(SubStrToInt, IsZeroForMoreThanFourDigits) {
 TEST(Asn1Time, UtcTimeIsReadByItsFields) {
     const TimeZone utc("UTC0");
     const TextAndSeconds table[] = {
-        {"160101120000Z", Noon},       {"160101120059Z", Noon + 59}, {"1601011200Z", Noon},
-        {"1601011200", Noon},          {"160101120007", Noon + 7},   {"700101000000Z", 0},
+        {"160101120000Z", NOON},       {"160101120059Z", NOON + 59}, {"1601011200Z", NOON},
+        {"1601011200", NOON},          {"160101120007", NOON + 7},   {"700101000000Z", 0},
         {"991231235959Z", 946684799},  {"000101000000Z", 946684800}, {"160229000000Z", 1456704000},
         {"160230000000Z", 1456790400}, // the day after
-        {"160101120060Z", Noon + 60},
+        {"160101120060Z", NOON + 60},
     };
     for (const TextAndSeconds& row : table) {
-        EXPECT_EQ(row.seconds, Seconds(Utc, row.text)) << row.text;
+        EXPECT_EQ(row.m_Seconds, Seconds(UTC, row.m_Text)) << row.m_Text;
     }
 }
 
 TEST(Asn1Time, TwoDigitYearsReachFrom1950To2049) {
     const TimeZone utc("UTC0");
-    EXPECT_EQ(Local(1950, 1, 1), Seconds(Utc, "500101000000Z"));
-    EXPECT_EQ(-631152000, Seconds(Utc, "500101000000Z"));
-    EXPECT_EQ(Local(2049, 12, 31, 23, 59, 59), Seconds(Utc, "491231235959Z"));
-    EXPECT_EQ(Local(1969, 12, 31), Seconds(Utc, "691231000000Z"));
-    EXPECT_EQ(Local(1950, 1, 1), Seconds(Generalized, "500101000000"));
-    EXPECT_EQ(Local(2049, 12, 31, 23, 59, 59), Seconds(Generalized, "491231235959"));
+    EXPECT_EQ(Local(1950, 1, 1), Seconds(UTC, "500101000000Z"));
+    EXPECT_EQ(-631152000, Seconds(UTC, "500101000000Z"));
+    EXPECT_EQ(Local(2049, 12, 31, 23, 59, 59), Seconds(UTC, "491231235959Z"));
+    EXPECT_EQ(Local(1969, 12, 31), Seconds(UTC, "691231000000Z"));
+    EXPECT_EQ(Local(1950, 1, 1), Seconds(GENERALIZED, "500101000000"));
+    EXPECT_EQ(Local(2049, 12, 31, 23, 59, 59), Seconds(GENERALIZED, "491231235959"));
 }
 
 // A time_t of 32 bits ends in 2038 and is -1 behind that.
 TEST(Asn1Time, After2038IsToldOnEveryPlatform) {
     const TimeZone utc("UTC0");
-    EXPECT_EQ(std::int64_t{2147483648}, Seconds(Utc, "380119031408Z"));
-    EXPECT_EQ(std::int64_t{2524607999}, Seconds(Utc, "491231235959Z"));
-    EXPECT_EQ(std::int64_t{253402300799}, Seconds(Generalized, "99991231235959Z"));
+    EXPECT_EQ(std::int64_t{2147483648}, Seconds(UTC, "380119031408Z"));
+    EXPECT_EQ(std::int64_t{2524607999}, Seconds(UTC, "491231235959Z"));
+    EXPECT_EQ(std::int64_t{253402300799}, Seconds(GENERALIZED, "99991231235959Z"));
 }
 
 TEST(Asn1Time, AUtcTimeOfUpToNineCharactersIsZero) {
     const TimeZone utc("UTC0");
-    EXPECT_EQ(0, Seconds(Utc, ""));
-    EXPECT_EQ(0, Seconds(Utc, "160101120"));
-    EXPECT_EQ(Noon, Seconds(Utc, "1601011200"));
+    EXPECT_EQ(0, Seconds(UTC, ""));
+    EXPECT_EQ(0, Seconds(UTC, "160101120"));
+    EXPECT_EQ(NOON, Seconds(UTC, "1601011200"));
 }
 
 TEST(Asn1Time, TheUsualOffsetsOfAUtcTimeAreNotApplied) {
     const TimeZone utc("UTC0");
     for (const std::string text : {"1601011200+0100", "1601011200-0100", "160101120000+0100",
                                    "160101120000-1200", "1601011200+", "1601011200-"}) {
-        EXPECT_EQ(Noon, Seconds(Utc, text)) << text;
+        EXPECT_EQ(NOON, Seconds(UTC, text)) << text;
     }
 }
 
@@ -112,56 +112,56 @@ TEST(Asn1Time, TheCharacterBeforeTheSignOfAUtcTimeDecides) {
     const TimeZone utc("UTC0");
     const TextAndSeconds table[] = {
         // The plus is found, the minus before it says subtract; hours from "+0", minutes from "10".
-        {"1601011200-+0100", Noon - 10 * 60},
-        {"1601011200-+5300", Noon - 5 * 3600 - 30 * 60},
-        {"160101120000-+5300", Noon - 5 * 3600 - 30 * 60},
-        {"1601011200-+53", Noon - 5 * 3600}, // four characters: no minutes
-        {"1601011200-+5", Noon - 5 * 3600},
-        {"1601011200-+530", Noon - 5 * 3600 - 30 * 60},
+        {"1601011200-+0100", NOON - 10 * 60},
+        {"1601011200-+5300", NOON - 5 * 3600 - 30 * 60},
+        {"160101120000-+5300", NOON - 5 * 3600 - 30 * 60},
+        {"1601011200-+53", NOON - 5 * 3600}, // four characters: no minutes
+        {"1601011200-+5", NOON - 5 * 3600},
+        {"1601011200-+530", NOON - 5 * 3600 - 30 * 60},
         // A plus anywhere is found before a minus.
-        {"160101120000-0100+", Noon},
+        {"160101120000-0100+", NOON},
     };
     for (const TextAndSeconds& row : table) {
-        EXPECT_EQ(row.seconds, Seconds(Utc, row.text)) << row.text;
+        EXPECT_EQ(row.m_Seconds, Seconds(UTC, row.m_Text)) << row.m_Text;
     }
 }
 
 TEST(Asn1Time, ASignThatBeginsAUtcTimeHasNothingBeforeIt) {
     const TimeZone utc("UTC0");
-    EXPECT_EQ(Local(2006, 1, 1, 12), Seconds(Utc, "+60101120000"));
+    EXPECT_EQ(Local(2006, 1, 1, 12), Seconds(UTC, "+60101120000"));
 }
 
 TEST(Asn1Time, GeneralizedTimeIsReadByItsFields) {
     const TimeZone utc("UTC0");
     const TextAndSeconds table[] = {
-        {"20160101120000Z", Noon},   {"20160101120059Z", Noon + 59},
-        {"20160101120000", Noon},    {"160101120000", Noon},        // 12 characters: a year of two digits
-        {"20160101120000.5Z", Noon}, {"20160101120000+0100", Noon}, // 19 characters: no offset
+        {"20160101120000Z", NOON},   {"20160101120059Z", NOON + 59},
+        {"20160101120000", NOON},    {"160101120000", NOON},        // 12 characters: a year of two digits
+        {"20160101120000.5Z", NOON}, {"20160101120000+0100", NOON}, // 19 characters: no offset
         {"19700101000000Z", 0},
     };
     for (const TextAndSeconds& row : table) {
-        EXPECT_EQ(row.seconds, Seconds(Generalized, row.text)) << row.text;
+        EXPECT_EQ(row.m_Seconds, Seconds(GENERALIZED, row.m_Text)) << row.m_Text;
     }
 }
 
 TEST(Asn1Time, AGeneralizedTimeOf23CharactersHasItsOffsetApplied) {
     const TimeZone utc("UTC0");
-    EXPECT_EQ(Noon + 3600, Seconds(Generalized, "20160101120000.000+0100"));
-    EXPECT_EQ(Noon - 5400, Seconds(Generalized, "20160101120000.000-0130"));
-    EXPECT_EQ(Noon, Seconds(Generalized, "20160101120000.0000Z000"));
-    EXPECT_EQ(Noon, Seconds(Generalized, "20160101120000.000+01000"));
+    EXPECT_EQ(NOON + 3600, Seconds(GENERALIZED, "20160101120000.000+0100"));
+    EXPECT_EQ(NOON - 5400, Seconds(GENERALIZED, "20160101120000.000-0130"));
+    EXPECT_EQ(NOON, Seconds(GENERALIZED, "20160101120000.0000Z000"));
+    EXPECT_EQ(NOON, Seconds(GENERALIZED, "20160101120000.000+01000"));
 }
 
 TEST(Asn1Time, TheFieldsAreTakenForLocalTime) {
     const TimeZone oneHourEast("CET-1");
-    EXPECT_EQ(Noon - 3600, Seconds(Utc, "160101120000Z"));
-    EXPECT_EQ(Noon - 3600, Seconds(Generalized, "20160101120000Z"));
+    EXPECT_EQ(NOON - 3600, Seconds(UTC, "160101120000Z"));
+    EXPECT_EQ(NOON - 3600, Seconds(GENERALIZED, "20160101120000Z"));
 }
 
 TEST(Asn1Time, SummerTimeIsNeverAssumed) {
     const TimeZone withSummerTime("CET-1CEST,M3.5.0,M10.5.0/3");
     const std::time_t julyNoon = 1467374400; // 2016-07-01 12:00:00 UTC
-    EXPECT_EQ(julyNoon - 3600, Seconds(Utc, "160701120000Z"));
+    EXPECT_EQ(julyNoon - 3600, Seconds(UTC, "160701120000Z"));
 }
 
 TEST(Asn1Time, AnyOtherTagIsZero) {
@@ -176,19 +176,19 @@ TEST(Asn1Time, TextOfAnyLengthStaysInItsBuffer) {
     const TimeZone utc("UTC0");
     for (std::size_t size = 0; size < 100; ++size) {
         for (const char filler : {'1', '+', '-', '\0'}) {
-            Seconds(Utc, std::string(size, filler));
-            Seconds(Generalized, std::string(size, filler));
-            Seconds(Utc, "160101120000" + std::string(size, '5') + "-+0530");
+            Seconds(UTC, std::string(size, filler));
+            Seconds(GENERALIZED, std::string(size, filler));
+            Seconds(UTC, "160101120000" + std::string(size, '5') + "-+0530");
         }
     }
-    EXPECT_EQ(Noon + 55, Seconds(Utc, "1601011200" + std::string(90, '5')));
+    EXPECT_EQ(NOON + 55, Seconds(UTC, "1601011200" + std::string(90, '5')));
 }
 
 TEST(SlCertificateTime, DatesAreShownInBothForms) {
     const TimeZone utc("UTC0");
     const slCertificate certificate = CertificateBuilder()
-                                          .ValidFrom(Utc, "160131081502Z")
-                                          .ValidTo(Generalized, "20361231235958Z")
+                                          .ValidFrom(UTC, "160131081502Z")
+                                          .ValidTo(GENERALIZED, "20361231235958Z")
                                           .Wrapped();
     EXPECT_EQ("2016-01-31 08:15:02", certificate.ValidFrom());
     EXPECT_EQ("2036-12-31 23:59:58", certificate.ValidTo());
@@ -202,14 +202,14 @@ TEST(SlCertificateTime, DatesAreShownInBothForms) {
 TEST(SlCertificateTime, DatesAreShiftedByTheLocalTimeZone) {
     const TimeZone oneHourEast("CET-1");
     const slCertificate certificate =
-        CertificateBuilder().ValidFrom(Generalized, "20160101120000Z").Wrapped();
+        CertificateBuilder().ValidFrom(GENERALIZED, "20160101120000Z").Wrapped();
     EXPECT_EQ("2016-01-01 11:00:00", certificate.ValidFrom());
 }
 
 TEST(SlCertificateTime, ATimeOfItsOwnIsSplitAndPrinted) {
     const TimeZone utc("UTC0");
     const slCertificate any;
-    const TestTime time(Generalized, "20160131081502Z");
+    const TestTime time(GENERALIZED, "20160131081502Z");
     EXPECT_EQ("2016-01-31 08:15:02", any.Asn1TimeToString(time.Get()));
     Parts parts(6, 99);
     any.Asn1TimeToTimeParts(time.Get(), parts[0], parts[1], parts[2], parts[3], parts[4], parts[5]);
@@ -220,22 +220,22 @@ TEST(SlCertificateTime, ATimeOfItsOwnIsSplitAndPrinted) {
 TEST(SlCertificateTime, BothEndsOfThePeriodAreValid) {
     const TimeZone utc("UTC0");
     const slCertificate certificate =
-        CertificateBuilder().ValidFrom(Utc, "160101120000Z").ValidTo(Utc, "160101130000Z").Wrapped();
+        CertificateBuilder().ValidFrom(UTC, "160101120000Z").ValidTo(UTC, "160101130000Z").Wrapped();
     const struct {
-        long t;
-        bool valid;
+        long m_T;
+        bool m_Valid;
     } table[] = {
-        {Noon - 1, false}, {Noon, true}, {Noon + 1800, true}, {Noon + 3600, true}, {Noon + 3601, false}};
+        {NOON - 1, false}, {NOON, true}, {NOON + 1800, true}, {NOON + 3600, true}, {NOON + 3601, false}};
     for (const auto& row : table) {
-        EXPECT_EQ(row.valid, certificate.IsValid(row.t)) << row.t;
+        EXPECT_EQ(row.m_Valid, certificate.IsValid(row.m_T)) << row.m_T;
     }
 }
 
 TEST(SlCertificateTime, ThePeriodIsShiftedByTheLocalTimeZoneToo) {
     const TimeZone oneHourEast("CET-1");
-    const slCertificate certificate = CertificateBuilder().ValidFrom(Utc, "160101120000Z").Wrapped();
-    EXPECT_TRUE(certificate.IsValid(Noon - 3600));
-    EXPECT_FALSE(certificate.IsValid(Noon - 3601));
+    const slCertificate certificate = CertificateBuilder().ValidFrom(UTC, "160101120000Z").Wrapped();
+    EXPECT_TRUE(certificate.IsValid(NOON - 3600));
+    EXPECT_FALSE(certificate.IsValid(NOON - 3601));
 }
 
 TEST(SlCertificateTime, OfAnEmptyObjectIsEmptyAndItsPartsAreZero) {

@@ -74,12 +74,12 @@ int ExitCodeOfTheChild() {
     return WEXITSTATUS(status);
 }
 
-std::string ExitMark;
-pid_t Parent;
+std::string g_ExitMark;
+pid_t g_Parent;
 
 void LeaveMarkInAChild() {
-    if (getpid() != Parent) {
-        std::ofstream(ExitMark) << "exit handlers have run";
+    if (getpid() != g_Parent) {
+        std::ofstream(g_ExitMark) << "exit handlers have run";
     }
 }
 
@@ -131,13 +131,13 @@ TEST(ShowCertificate, AChildWithoutAViewerRunsNoExitHandlers) {
     const Guardian guardian;
     const TempDir dir;
     const SearchPath path(dir.Path());
-    Parent = getpid();
-    ExitMark = dir.Path("mark");
+    g_Parent = getpid();
+    g_ExitMark = dir.Path("mark");
     ASSERT_EQ(0, std::atexit(LeaveMarkInAChild));
     const StandardErrorTo file(dir.Path("stderr"));
     EXPECT_TRUE(ShowCertificate("cert.cer"));
     ExitCodeOfTheChild();
-    EXPECT_EQ("", ContentOf(ExitMark));
+    EXPECT_EQ("", ContentOf(g_ExitMark));
 }
 
 TEST(ShowCertificate, LeavesNoChildBehind) {

@@ -42,12 +42,12 @@ std::string AsString(const Bytes& bytes) {
     return std::string(bytes.begin(), bytes.end());
 }
 
-std::vector<std::string> Debugged;
+std::vector<std::string> g_Debugged;
 
 struct DebugListener {
     DebugListener() {
-        Debugged.clear();
-        Velmor::SLCERT_SetDebugLoggingFunc([](const char* text) { Debugged.push_back(text); });
+        g_Debugged.clear();
+        Velmor::SLCERT_SetDebugLoggingFunc([](const char* text) { g_Debugged.push_back(text); });
     }
     DebugListener(const DebugListener&) = delete;
     DebugListener& operator=(const DebugListener&) = delete;
@@ -326,10 +326,10 @@ TEST(SlCertificateSaving, AnEmptyObjectHasNoBytes) {
 
 TEST(SlCertificateSerial, IsShownInUpperCaseDigitsBehind0x) {
     const struct {
-        std::string given;
-        std::string text;
-        long number;
-        Bytes content;
+        std::string m_Given;
+        std::string m_Text;
+        long m_Number;
+        Bytes m_Content;
     } table[] = {
         {"1A", "0x1A", 26, {0x1a}},
         {"0A", "0x0A", 10, {0x0a}},
@@ -343,14 +343,14 @@ TEST(SlCertificateSerial, IsShownInUpperCaseDigitsBehind0x) {
          {0xff, 0xee, 0xdd, 0xcc, 0xbb, 0xaa, 0x99, 0x88, 0x77, 0x66}},
     };
     for (const auto& row : table) {
-        const slCertificate certificate = CertificateBuilder().Serial(row.given).Wrapped();
-        EXPECT_EQ(row.text, certificate.GetSerialNumber());
-        EXPECT_EQ(row.number, certificate.GetSerialNumberInt()) << row.given;
+        const slCertificate certificate = CertificateBuilder().Serial(row.m_Given).Wrapped();
+        EXPECT_EQ(row.m_Text, certificate.GetSerialNumber());
+        EXPECT_EQ(row.m_Number, certificate.GetSerialNumberInt()) << row.m_Given;
         unsigned int size = 100;
         ASSERT_TRUE(certificate.GetSerialNumberDER(nullptr, size));
         Bytes content(size);
         ASSERT_TRUE(certificate.GetSerialNumberDER(content.data(), size));
-        EXPECT_EQ(row.content, content);
+        EXPECT_EQ(row.m_Content, content);
     }
 }
 
@@ -387,21 +387,21 @@ TEST(SlCertificateDebug, SendsTheMessageAndThePemText) {
     const CertificateBuilder builder;
     slCertificate certificate = builder.Wrapped();
     EXPECT_TRUE(certificate.LogCertificate("signer"));
-    ASSERT_EQ(1u, Debugged.size());
-    EXPECT_EQ(0u, Debugged[0].find("signer: -----BEGIN CERTIFICATE-----\n"));
-    EXPECT_EQ(certificate.ToB64(), Base64Of(Debugged[0]));
+    ASSERT_EQ(1u, g_Debugged.size());
+    EXPECT_EQ(0u, g_Debugged[0].find("signer: -----BEGIN CERTIFICATE-----\n"));
+    EXPECT_EQ(certificate.ToB64(), Base64Of(g_Debugged[0]));
 }
 
 TEST(SlCertificateDebug, CutsThePemTextAt8000Bytes) {
     const DebugListener listener;
     const slCertificate large = CertificateBuilder().RawExtension("1.2.3.4", Bytes(10000)).Wrapped();
     EXPECT_TRUE(large.LogCertificate(""));
-    ASSERT_EQ(1u, Debugged.size());
-    EXPECT_EQ(8000u + 2u, Debugged[0].size());
+    ASSERT_EQ(1u, g_Debugged.size());
+    EXPECT_EQ(8000u + 2u, g_Debugged[0].size());
 }
 
 TEST(SlCertificateDebug, SendsNothingForAnEmptyObject) {
     const DebugListener listener;
     EXPECT_FALSE(slCertificate().LogCertificate("signer"));
-    EXPECT_TRUE(Debugged.empty());
+    EXPECT_TRUE(g_Debugged.empty());
 }

@@ -10,44 +10,44 @@ using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-const std::string Common = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+const std::string COMMON = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
 
 struct AlphabetRow {
-    const char* name;
-    const char* indexTable;
-    const std::uint16_t* reverseTable;
+    const char* m_Name;
+    const char* m_IndexTable;
+    const std::uint16_t* m_ReverseTable;
     const char* end;
-    bool pads;
+    bool m_Pads;
 };
 
-const AlphabetRow Alphabets[] = {
-    {"DEFAULT", IndexTable_BASE64_DEFAULT, ReverseIndexTable_BASE64_DEFAULT, "+/=", true},
-    {"URL", IndexTable_BASE64_URL, ReverseIndexTable_BASE64_URL, "-_=", true},
-    {"YUI", IndexTable_BASE64_YUI, ReverseIndexTable_BASE64_YUI, "._-", true},
-    {"FREENET", IndexTable_BASE64_FREENET, ReverseIndexTable_BASE64_FREENET, "~-=", true},
-    {"XML_NAME_TOKEN", IndexTable_BASE64_XML_NAME_TOKEN, ReverseIndexTable_BASE64_XML_NAME_TOKEN, ".- ",
+const AlphabetRow ALPHABETS[] = {
+    {"DEFAULT", IndexTable_BASE64_DEFAULT, REVERSE_INDEX_TABLE_BASE64_DEFAULT, "+/=", true},
+    {"URL", IndexTable_BASE64_URL, REVERSE_INDEX_TABLE_BASE64_URL, "-_=", true},
+    {"YUI", IndexTable_BASE64_YUI, REVERSE_INDEX_TABLE_BASE64_YUI, "._-", true},
+    {"FREENET", IndexTable_BASE64_FREENET, REVERSE_INDEX_TABLE_BASE64_FREENET, "~-=", true},
+    {"XML_NAME_TOKEN", IndexTable_BASE64_XML_NAME_TOKEN, REVERSE_INDEX_TABLE_BASE64_XML_NAME_TOKEN, ".- ",
      false},
-    {"XML_IDENTIFIER", IndexTable_BASE64_XML_IDENTIFIER, ReverseIndexTable_BASE64_XML_IDENTIFIER,
+    {"XML_IDENTIFIER", IndexTable_BASE64_XML_IDENTIFIER, REVERSE_INDEX_TABLE_BASE64_XML_IDENTIFIER,
      "_: ", false},
     {"PROGRAM_IDENTIFIER_V1", IndexTable_BASE64_PROGRAM_IDENTIFIER_V1,
-     ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V1, "_- ", false},
+     REVERSE_INDEX_TABLE_BASE64_PROGRAM_IDENTIFIER_V1, "_- ", false},
     {"PROGRAM_IDENTIFIER_V2", IndexTable_BASE64_PROGRAM_IDENTIFIER_V2,
-     ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V2, "._ ", false},
-    {"REGEX", IndexTable_BASE64_REGEX, ReverseIndexTable_BASE64_REGEX, "!- ", false},
+     REVERSE_INDEX_TABLE_BASE64_PROGRAM_IDENTIFIER_V2, "._ ", false},
+    {"REGEX", IndexTable_BASE64_REGEX, REVERSE_INDEX_TABLE_BASE64_REGEX, "!- ", false},
 };
 
 /// What each type stands for, written down a second time.
 struct TypeRow {
-    int type;
+    int m_Type;
     const char* end; ///< characters 62, 63 and the padding one
-    bool pads;       ///< the alphabet knows its padding character
-    int lineLength;
-    bool padding;
-    bool strict;
-    std::string lineEnd;
+    bool m_Pads;     ///< the alphabet knows its padding character
+    int m_LineLength;
+    bool m_Padding;
+    bool m_Strict;
+    std::string m_LineEnd;
 };
 
-const TypeRow Types[] = {
+const TypeRow TYPES[] = {
     {0, "+/=", true, 64, true, true, "\r\n"},   {1, "+/=", true, 76, true, false, "\r\n"},
     {2, "+/=", true, 0, true, true, "\r\n"},    {3, "+/=", true, 0, false, true, "\r\n"},
     {4, "-_=", true, 0, true, true, "\r\n"},    {5, "-_=", true, 0, false, true, "\r\n"},
@@ -78,7 +78,7 @@ Bytes RandomBytes(std::mt19937& random, std::size_t size) {
 
 /// Encoding by the rule of columns, one block after the other, without any table but the alphabet.
 std::string EncodedByTheRule(const TypeRow& row, int lineLength, const Bytes& data) {
-    const std::string alphabet = Common + row.end;
+    const std::string alphabet = COMMON + row.end;
     std::string text;
     std::size_t columns = 0;
     for (std::size_t at = 0; at < data.size(); at += 3) {
@@ -93,15 +93,15 @@ std::string EncodedByTheRule(const TypeRow& row, int lineLength, const Bytes& da
         columns += 4;
         const auto length = static_cast<std::size_t>(lineLength);
         if (lineLength != 0 && columns == length) {
-            text += row.lineEnd;
+            text += row.m_LineEnd;
             columns = 0;
         } else if (lineLength != 0 && columns > length) {
             columns -= length;
-            text.insert(text.size() - columns, row.lineEnd);
+            text.insert(text.size() - columns, row.m_LineEnd);
         }
     }
-    while (!row.padding && !text.empty() &&
-           (text.back() == alphabet[64] || row.lineEnd.find(text.back()) != std::string::npos)) {
+    while (!row.m_Padding && !text.empty() &&
+           (text.back() == alphabet[64] || row.m_LineEnd.find(text.back()) != std::string::npos)) {
         text.pop_back();
     }
     return text;
@@ -109,16 +109,16 @@ std::string EncodedByTheRule(const TypeRow& row, int lineLength, const Bytes& da
 
 /// Decoding by the rule, character by character.
 Bytes DecodedByTheRule(const TypeRow& row, const std::string& text) {
-    const std::string alphabet = (Common + row.end).substr(0, row.pads ? 65 : 64);
+    const std::string alphabet = (COMMON + row.end).substr(0, row.m_Pads ? 65 : 64);
     Bytes bytes;
     std::vector<unsigned int> block;
     for (const char c : text) {
         const std::size_t position = alphabet.find(c);
         const bool known = position != std::string::npos;
-        if (row.lineEnd.find(c) != std::string::npos || (known && position == 64 && row.padding)) {
+        if (row.m_LineEnd.find(c) != std::string::npos || (known && position == 64 && row.m_Padding)) {
             continue;
         }
-        if (row.strict && (!known || position == 64)) {
+        if (row.m_Strict && (!known || position == 64)) {
             return {};
         }
         if (known && position == 64) {
@@ -172,18 +172,18 @@ std::string OlderDecoded(const std::string& text) {
 } // namespace
 
 TEST(Base64Tables, HoldTheAlphabetAndThePaddingCharacter) {
-    for (const AlphabetRow& row : Alphabets) {
-        EXPECT_EQ(Common + row.end, std::string(row.indexTable, 65)) << row.name;
+    for (const AlphabetRow& row : ALPHABETS) {
+        EXPECT_EQ(COMMON + row.end, std::string(row.m_IndexTable, 65)) << row.m_Name;
     }
 }
 
 TEST(Base64Tables, ReverseEachCharacter) {
-    for (const AlphabetRow& row : Alphabets) {
-        const std::string alphabet = Common + row.end;
+    for (const AlphabetRow& row : ALPHABETS) {
+        const std::string alphabet = COMMON + row.end;
         for (int c = 0; c < 128; ++c) {
             const std::size_t position = alphabet.find(static_cast<char>(c));
-            const bool member = position < 64 || (position == 64 && row.pads);
-            EXPECT_EQ(member ? position : 255U, row.reverseTable[c]) << row.name << ' ' << c;
+            const bool member = position < 64 || (position == 64 && row.m_Pads);
+            EXPECT_EQ(member ? position : 255U, row.m_ReverseTable[c]) << row.m_Name << ' ' << c;
         }
     }
 }
@@ -193,37 +193,37 @@ TEST(Base64, IsOfType2AtFirst) {
 }
 
 TEST(Base64, KeepsAnyNumberAsItsType) {
-    for (const TypeRow& row : Types) {
+    for (const TypeRow& row : TYPES) {
         Base64 codec;
-        codec.SetEncodingType(static_cast<eBase64Type>(row.type));
-        EXPECT_EQ(row.type, codec.GetEncodingType());
+        codec.SetEncodingType(static_cast<eBase64Type>(row.m_Type));
+        EXPECT_EQ(row.m_Type, codec.GetEncodingType());
         codec.Init(BASE64_STANDARD);
-        codec.Init(static_cast<eBase64Type>(row.type));
-        EXPECT_EQ(row.type, codec.GetEncodingType());
+        codec.Init(static_cast<eBase64Type>(row.m_Type));
+        EXPECT_EQ(row.m_Type, codec.GetEncodingType());
     }
 }
 
 TEST(Base64, EncodesEveryTypeByTheRule) {
     std::mt19937 random(1);
-    for (const TypeRow& row : Types) {
-        const Base64 codec = CodecOf(row.type);
+    for (const TypeRow& row : TYPES) {
+        const Base64 codec = CodecOf(row.m_Type);
         for (std::size_t size = 0; size < 400; ++size) {
             const Bytes data = RandomBytes(random, size);
-            ASSERT_EQ(EncodedByTheRule(row, row.lineLength, data), codec.Encode(data)) << row.type;
+            ASSERT_EQ(EncodedByTheRule(row, row.m_LineLength, data), codec.Encode(data)) << row.m_Type;
         }
     }
 }
 
 TEST(Base64, SplitsLinesOfAnyLengthByTheRule) {
     std::mt19937 random(2);
-    for (const TypeRow& row : Types) {
+    for (const TypeRow& row : TYPES) {
         for (int lineLength = 4; lineLength < 20; ++lineLength) {
-            Base64 codec = CodecOf(row.type);
+            Base64 codec = CodecOf(row.m_Type);
             codec.SetLineLength(lineLength);
             for (std::size_t size = 0; size < 60; ++size) {
                 const Bytes data = RandomBytes(random, size);
                 ASSERT_EQ(EncodedByTheRule(row, lineLength, data), codec.Encode(data))
-                    << row.type << ' ' << lineLength << ' ' << size;
+                    << row.m_Type << ' ' << lineLength << ' ' << size;
             }
         }
     }
@@ -231,11 +231,11 @@ TEST(Base64, SplitsLinesOfAnyLengthByTheRule) {
 
 TEST(Base64, ReadsBackWhatEveryTypeWrites) {
     std::mt19937 random(3);
-    for (const TypeRow& row : Types) {
-        const Base64 codec = CodecOf(row.type);
+    for (const TypeRow& row : TYPES) {
+        const Base64 codec = CodecOf(row.m_Type);
         for (std::size_t size = 0; size < 400; ++size) {
             const Bytes data = RandomBytes(random, size);
-            ASSERT_EQ(data, codec.Decode(codec.Encode(data))) << row.type << ' ' << size;
+            ASSERT_EQ(data, codec.Decode(codec.Encode(data))) << row.m_Type << ' ' << size;
         }
     }
 }
@@ -243,14 +243,14 @@ TEST(Base64, ReadsBackWhatEveryTypeWrites) {
 TEST(Base64, DecodesDamagedTextByTheRule) {
     std::mt19937 random(4);
     const std::string oddities = "\r\n =-_.!:~/+\x80\xFF" + std::string(1, '\0');
-    for (const TypeRow& row : Types) {
-        const Base64 codec = CodecOf(row.type);
+    for (const TypeRow& row : TYPES) {
+        const Base64 codec = CodecOf(row.m_Type);
         for (int round = 0; round < 2000; ++round) {
             std::string text = codec.Encode(RandomBytes(random, random() % 40));
             for (auto damages = random() % 4; damages > 0; --damages) {
                 text.insert(random() % (text.size() + 1), 1, oddities[random() % oddities.size()]);
             }
-            ASSERT_EQ(DecodedByTheRule(row, text), codec.Decode(text)) << row.type << ' ' << text;
+            ASSERT_EQ(DecodedByTheRule(row, text), codec.Decode(text)) << row.m_Type << ' ' << text;
         }
     }
 }
@@ -285,9 +285,9 @@ TEST(Base64, LeavesPaddingAwayInType3) {
 
 TEST(Base64, DecodesAsItsTypeSays) {
     struct Row {
-        int type;
-        const char* text;
-        const char* expected;
+        int m_Type;
+        const char* m_Text;
+        const char* m_Expected;
     };
     for (const Row& row : {
              Row{2, "YW Jj", ""}, // a blank is no member of the alphabet
@@ -313,7 +313,8 @@ TEST(Base64, DecodesAsItsTypeSays) {
              Row{1, "!!!!", "\xFF\xFF\xFF"},
              Row{1, "!", "\xFC"},
          }) {
-        EXPECT_EQ(FromText(row.expected), CodecOf(row.type).Decode(row.text)) << row.type << ' ' << row.text;
+        EXPECT_EQ(FromText(row.m_Expected), CodecOf(row.m_Type).Decode(row.m_Text))
+            << row.m_Type << ' ' << row.m_Text;
     }
 }
 
@@ -376,14 +377,14 @@ TEST(b64decode, OfBadTextLeavesAnEmptyOutput) {
 
 TEST(OlderB64encode, AnswersASizeQueryWithAnUpperBound) {
     struct Row {
-        unsigned int len;
-        unsigned int lineMode;
-        int expected;
+        unsigned int m_Len;
+        unsigned int m_LineMode;
+        int m_Expected;
     };
     for (const Row& row : {Row{0, 0, 0}, Row{1, 0, 4}, Row{3, 0, 4}, Row{4, 0, 8}, Row{48, 0, 64},
                            Row{48, 1, 72}, Row{57, 2, 84}, Row{57, 7, 84}, Row{11, 1, 18}, Row{14, 2, 22}}) {
-        EXPECT_EQ(row.expected, b64encode(nullptr, row.len, nullptr, 0, row.lineMode))
-            << row.len << ' ' << row.lineMode;
+        EXPECT_EQ(row.m_Expected, b64encode(nullptr, row.m_Len, nullptr, 0, row.m_LineMode))
+            << row.m_Len << ' ' << row.m_LineMode;
     }
 }
 
@@ -430,18 +431,18 @@ TEST(OlderBase64, AgreesWithTheTables) {
 
 TEST(OlderB64decode, AnswersASizeQuery) {
     struct Row {
-        unsigned int len;
-        int expected;
+        unsigned int m_Len;
+        int m_Expected;
     };
     for (const Row& row : {Row{0, 0}, Row{1, 3}, Row{4, 3}, Row{5, 6}, Row{8, 6}}) {
-        EXPECT_EQ(row.expected, b64decode(nullptr, row.len, nullptr, 0)) << row.len;
+        EXPECT_EQ(row.m_Expected, b64decode(nullptr, row.m_Len, nullptr, 0)) << row.m_Len;
     }
 }
 
 TEST(OlderB64decode, CountsThePaddingOfEachGroup) {
     struct Row {
-        const char* text;
-        std::string expected;
+        const char* m_Text;
+        std::string m_Expected;
     };
     for (const Row& row : {
              Row{"", ""}, Row{"YWJj", "abc"}, Row{"YWI=", "ab"}, Row{"YQ==", "a"},
@@ -450,7 +451,7 @@ TEST(OlderB64decode, CountsThePaddingOfEachGroup) {
              Row{"YWJjYQ", "abca\x02\x63"}, // a short last group keeps characters of the group before
              Row{"YWI=Y", "abab"}, Row{"Y!Jj", "\x63\xD2\x63"}, // what is no member counts as 61
          }) {
-        EXPECT_EQ(row.expected, OlderDecoded(row.text)) << row.text;
+        EXPECT_EQ(row.m_Expected, OlderDecoded(row.m_Text)) << row.m_Text;
     }
 }
 

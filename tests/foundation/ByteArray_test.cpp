@@ -14,10 +14,10 @@ using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-constexpr unsigned short LowerCaseSpaced = 0;
-constexpr unsigned short UpperCaseTogether = ByteArray::UPPERCASE | ByteArray::NOT_SPACED;
-constexpr unsigned short EveryFlag[] = {LowerCaseSpaced, ByteArray::UPPERCASE, ByteArray::NOT_SPACED,
-                                        UpperCaseTogether};
+constexpr unsigned short LOWER_CASE_SPACED = 0;
+constexpr unsigned short UPPER_CASE_TOGETHER = ByteArray::UPPERCASE | ByteArray::NOT_SPACED;
+constexpr unsigned short EVERY_FLAG[] = {LOWER_CASE_SPACED, ByteArray::UPPERCASE, ByteArray::NOT_SPACED,
+                                         UPPER_CASE_TOGETHER};
 
 ByteArray Array(const Bytes& bytes) {
     return ByteArray(bytes);
@@ -113,14 +113,15 @@ TEST(ByteArray, AddAppendsItsOwnContent) {
 TEST(ByteArray, SubArrayEndsAtTheCountOrAtTheEnd) {
     const ByteArray bytes = Array({10, 11, 12});
     struct Row {
-        unsigned int start;
-        unsigned int count;
-        Bytes expected;
+        unsigned int m_Start;
+        unsigned int m_Count;
+        Bytes m_Expected;
     };
     for (const Row& row :
          {Row{0, 3, {10, 11, 12}}, Row{0, 2, {10, 11}}, Row{1, 1, {11}}, Row{1, 0, {}}, Row{1, 100, {11, 12}},
           Row{1, 0xFFFFFFFF, {11, 12}}, Row{3, 1, {}}, Row{5, 10, {}}}) {
-        EXPECT_EQ(row.expected, bytes.SubArray(row.start, row.count)) << row.start << ", " << row.count;
+        EXPECT_EQ(row.m_Expected, bytes.SubArray(row.m_Start, row.m_Count))
+            << row.m_Start << ", " << row.m_Count;
     }
 }
 
@@ -135,8 +136,8 @@ TEST(ByteArray, SubArrayWithoutACountGoesToTheEnd) {
 
 TEST(ByteArray, FromHexStringReadsPairsAndSkipsOneBlankBeforeEach) {
     struct Row {
-        const char* text;
-        Bytes expected;
+        const char* m_Text;
+        Bytes m_Expected;
     };
     for (const Row& row : {
              Row{"", {}},
@@ -154,8 +155,8 @@ TEST(ByteArray, FromHexStringReadsPairsAndSkipsOneBlankBeforeEach) {
              Row{"AB\tCD", {0xAB, 0x0C, 0x0D}},
          }) {
         ByteArray bytes;
-        bytes.FromHexString(row.text);
-        EXPECT_EQ(row.expected, bytes) << '"' << row.text << '"';
+        bytes.FromHexString(row.m_Text);
+        EXPECT_EQ(row.m_Expected, bytes) << '"' << row.m_Text << '"';
     }
 }
 
@@ -167,26 +168,26 @@ TEST(ByteArray, FromHexStringAppends) {
 
 TEST(ByteArray, ToHexStringFollowsItsFlags) {
     struct Row {
-        Bytes bytes;
-        unsigned short flags;
-        const char* expected;
+        Bytes m_Bytes;
+        unsigned short m_Flags;
+        const char* m_Expected;
     };
     for (const Row& row : {
-             Row{{0x0A, 0xFF, 0x01}, LowerCaseSpaced, "0a ff 01"},
-             Row{{0xAB}, LowerCaseSpaced, "ab"},
+             Row{{0x0A, 0xFF, 0x01}, LOWER_CASE_SPACED, "0a ff 01"},
+             Row{{0xAB}, LOWER_CASE_SPACED, "ab"},
              Row{{0xAB}, ByteArray::UPPERCASE, "AB"},
              Row{{0xAB, 0xCD}, ByteArray::UPPERCASE, "AB CD"},
              Row{{0xAB, 0xCD}, ByteArray::NOT_SPACED, "abcd"},
-             Row{{0xAB, 0xCD}, UpperCaseTogether, "ABCD"},
+             Row{{0xAB, 0xCD}, UPPER_CASE_TOGETHER, "ABCD"},
              Row{{0xAB, 0xCD}, 4, "ab cd"},
-             Row{{0, 0}, LowerCaseSpaced, "00 00"},
+             Row{{0, 0}, LOWER_CASE_SPACED, "00 00"},
          }) {
-        EXPECT_EQ(row.expected, Array(row.bytes).ToHexString(row.flags));
+        EXPECT_EQ(row.m_Expected, Array(row.m_Bytes).ToHexString(row.m_Flags));
     }
 }
 
 TEST(ByteArray, ToHexStringOfAnEmptyArrayIsAFailure) {
-    for (const unsigned short flags : EveryFlag) {
+    for (const unsigned short flags : EVERY_FLAG) {
         EXPECT_THROW(ByteArray().ToHexString(flags), std::out_of_range);
     }
 }
@@ -196,7 +197,7 @@ TEST(ByteArray, HexTextOfEveryByteReadsBack) {
     for (int byte = 0; byte < 256; ++byte) {
         all.push_back(static_cast<unsigned char>(byte));
     }
-    for (const unsigned short flags : EveryFlag) {
+    for (const unsigned short flags : EVERY_FLAG) {
         ByteArray back;
         back.FromHexString(all.ToHexString(flags));
         EXPECT_EQ(all, back) << flags;
@@ -210,10 +211,10 @@ TEST(ByteArray, ToStringHoldsEveryByteUnchanged) {
 
 TEST(ByteArray, TrimsRemoveEveryEqualByteOfTheirSide) {
     struct Row {
-        Bytes bytes;
-        Bytes right;
-        Bytes left;
-        Bytes both;
+        Bytes m_Bytes;
+        Bytes m_Right;
+        Bytes m_Left;
+        Bytes m_Both;
     };
     for (const Row& row : {
              Row{{0, 0, 1, 0, 2, 0}, {0, 0, 1, 0, 2}, {1, 0, 2, 0}, {1, 0, 2}},
@@ -221,15 +222,15 @@ TEST(ByteArray, TrimsRemoveEveryEqualByteOfTheirSide) {
              Row{{}, {}, {}, {}},
              Row{{1, 2}, {1, 2}, {1, 2}, {1, 2}},
          }) {
-        ByteArray right = Array(row.bytes);
+        ByteArray right = Array(row.m_Bytes);
         right.RTrim(0);
-        EXPECT_EQ(row.right, right);
-        ByteArray left = Array(row.bytes);
+        EXPECT_EQ(row.m_Right, right);
+        ByteArray left = Array(row.m_Bytes);
         left.LTrim(0);
-        EXPECT_EQ(row.left, left);
-        ByteArray both = Array(row.bytes);
+        EXPECT_EQ(row.m_Left, left);
+        ByteArray both = Array(row.m_Bytes);
         both.Trim(0);
-        EXPECT_EQ(row.both, both);
+        EXPECT_EQ(row.m_Both, both);
     }
 }
 
@@ -244,10 +245,10 @@ TEST(ByteArray, ReverseTurnsTheOrderInPlace) {
 
 TEST(ByteArray, PadsLengthenButNeverShorten) {
     struct Row {
-        Bytes bytes;
+        Bytes m_Bytes;
         unsigned int size;
-        Bytes right;
-        Bytes left;
+        Bytes m_Right;
+        Bytes m_Left;
     };
     for (const Row& row : {
              Row{{1}, 3, {1, 9, 9}, {9, 9, 1}},
@@ -255,12 +256,12 @@ TEST(ByteArray, PadsLengthenButNeverShorten) {
              Row{{1, 2, 3}, 2, {1, 2, 3}, {1, 2, 3}},
              Row{{1, 2}, 2, {1, 2}, {1, 2}},
          }) {
-        ByteArray right = Array(row.bytes);
+        ByteArray right = Array(row.m_Bytes);
         right.PadRight(row.size, 9);
-        EXPECT_EQ(row.right, right);
-        ByteArray left = Array(row.bytes);
+        EXPECT_EQ(row.m_Right, right);
+        ByteArray left = Array(row.m_Bytes);
         left.Padleft(row.size, 9);
-        EXPECT_EQ(row.left, left);
+        EXPECT_EQ(row.m_Left, left);
     }
     ByteArray number = Array({1});
     number.Padleft(3, 0);

@@ -9,9 +9,9 @@ using namespace Velmor;
 
 namespace {
 
-const std::string Declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-const std::string SystemExample =
-    Declaration + "<orselclient><orsel_Client><Version>2.1.0.3</Version><Language>0</Language>"
+const std::string DECLARATION = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+const std::string SYSTEM_EXAMPLE =
+    DECLARATION + "<orselclient><orsel_Client><Version>2.1.0.3</Version><Language>0</Language>"
                   "<Trace><LogLevel>3</LogLevel></Trace></orsel_Client></orselclient>";
 
 sConfig Row(const std::string& path, const std::string& key, ConfigType type = CONFIG_TYPE_USER) {
@@ -56,10 +56,10 @@ protected:
 
 TEST_F(AStore, MapsARowToATreePath) {
     struct PathRow {
-        const char* name;
-        const char* path;
-        const char* key;
-        const char* expected;
+        const char* m_Name;
+        const char* m_Path;
+        const char* m_Key;
+        const char* m_Expected;
     };
     for (const PathRow& row : {
              PathRow{"orselclient", "orsel Client", "Version", "orselclient.orsel_Client.Version"},
@@ -75,10 +75,10 @@ TEST_F(AStore, MapsARowToATreePath) {
              PathRow{"orselclient", "a", "", "orselclient.a."},
          }) {
         ConfigImpl_XML store;
-        store.Init(row.name);
-        sConfig config = Row(row.path, row.key);
-        EXPECT_EQ(row.expected, store.getPathKey(&config));
-        EXPECT_EQ(row.expected, store.getPath(&config) + row.key);
+        store.Init(row.m_Name);
+        sConfig config = Row(row.m_Path, row.m_Key);
+        EXPECT_EQ(row.m_Expected, store.getPathKey(&config));
+        EXPECT_EQ(row.m_Expected, store.getPath(&config) + row.m_Key);
     }
     EXPECT_EQ('\\', ConfigImpl_XML::SEPARATOR);
 }
@@ -98,7 +98,7 @@ TEST_F(AStore, OpensWhateverTheFilesAreLike) {
 }
 
 TEST_F(AStore, ReadsTheExampleOfTheSystemFile) {
-    SystemConfig::Write(SystemExample);
+    SystemConfig::Write(SYSTEM_EXAMPLE);
     Opened();
     EXPECT_EQ("2.1.0.3", TextAt(m_Store, SystemRow("orsel Client", "Version")));
     EXPECT_EQ("0", TextAt(m_Store, SystemRow("orsel Client", "Language")));
@@ -113,7 +113,7 @@ TEST_F(AStore, WritesTheExampleOfTheSystemFile) {
     EXPECT_TRUE(m_Store.SetString(&version, "2.1.0.3"));
     EXPECT_TRUE(m_Store.SetInteger(&language, 0));
     EXPECT_TRUE(m_Store.SetInteger(&level, 3));
-    EXPECT_EQ(SystemExample, ContentOf(SystemConfig::File()));
+    EXPECT_EQ(SYSTEM_EXAMPLE, ContentOf(SystemConfig::File()));
     EXPECT_FALSE(std::filesystem::exists(UserFile())) << "only the written file changes";
 }
 
@@ -140,7 +140,7 @@ TEST_F(AStore, TakesAnyOtherTypeForReadingAsTheUsers) {
 }
 
 TEST_F(AStore, ReadsAFileWithLineBreaksTheSame) {
-    OpenedOn(Declaration + "<orselclient>\n  <a>\n    <b>x</b>\n  </a>\n</orselclient>\n");
+    OpenedOn(DECLARATION + "<orselclient>\n  <a>\n    <b>x</b>\n  </a>\n</orselclient>\n");
     EXPECT_EQ("x", TextAt(m_Store, Row("a", "b")));
 }
 
@@ -168,9 +168,9 @@ TEST_F(AStore, ReadsTheTextOfThePathWithAnEmptyKey) {
 
 TEST_F(AStore, ConvertsTextToNumbersAndTruthValues) {
     struct NumberRow {
-        const char* text;
-        bool isNumber;
-        long number;
+        const char* m_Text;
+        bool m_IsNumber;
+        long m_Number;
     };
     for (const NumberRow& row : {
              NumberRow{"7", true, 7},
@@ -182,28 +182,28 @@ TEST_F(AStore, ConvertsTextToNumbersAndTruthValues) {
              NumberRow{"99999999999999999999999", false, 0},
          }) {
         ConfigImpl_XML store;
-        WriteUserFile("<orselclient><a><b>" + std::string(row.text) + "</b></a></orselclient>");
+        WriteUserFile("<orselclient><a><b>" + std::string(row.m_Text) + "</b></a></orselclient>");
         store.Init("orselclient");
         sConfig config = Row("a", "b");
         long number = 4711;
-        EXPECT_EQ(row.isNumber, store.GetInteger(&config, number)) << row.text;
-        EXPECT_EQ(row.isNumber ? row.number : 4711, number) << row.text;
+        EXPECT_EQ(row.m_IsNumber, store.GetInteger(&config, number)) << row.m_Text;
+        EXPECT_EQ(row.m_IsNumber ? row.m_Number : 4711, number) << row.m_Text;
     }
     struct TruthRow {
-        const char* text;
-        bool isTruth;
-        bool truth;
+        const char* m_Text;
+        bool m_IsTruth;
+        bool m_Truth;
     };
     for (const TruthRow& row :
          {TruthRow{"true", true, true}, TruthRow{"false", true, false}, TruthRow{"1", true, true},
           TruthRow{"0", true, false}, TruthRow{"YES", false, false}, TruthRow{"2", false, false}}) {
         ConfigImpl_XML store;
-        WriteUserFile("<orselclient><a><b>" + std::string(row.text) + "</b></a></orselclient>");
+        WriteUserFile("<orselclient><a><b>" + std::string(row.m_Text) + "</b></a></orselclient>");
         store.Init("orselclient");
         sConfig config = Row("a", "b");
-        bool truth = !row.truth;
-        EXPECT_EQ(row.isTruth, store.GetBoolean(&config, truth)) << row.text;
-        EXPECT_EQ(row.isTruth ? row.truth : !row.truth, truth) << row.text;
+        bool truth = !row.m_Truth;
+        EXPECT_EQ(row.m_IsTruth, store.GetBoolean(&config, truth)) << row.m_Text;
+        EXPECT_EQ(row.m_IsTruth ? row.m_Truth : !row.m_Truth, truth) << row.m_Text;
     }
 }
 
@@ -259,7 +259,7 @@ TEST_F(AStore, WritesOneFileWholeAtEachChange) {
     OpenedOn("<orselclient><a><b>x</b><c>y</c></a></orselclient>");
     sConfig row = Row("a", "b");
     EXPECT_TRUE(m_Store.SetString(&row, "z"));
-    EXPECT_EQ(Declaration + "<orselclient><a><b>z</b><c>y</c></a></orselclient>", ContentOf(UserFile()));
+    EXPECT_EQ(DECLARATION + "<orselclient><a><b>z</b><c>y</c></a></orselclient>", ContentOf(UserFile()));
     EXPECT_FALSE(std::filesystem::exists(SystemConfig::File()));
 }
 
@@ -268,7 +268,7 @@ TEST_F(AStore, LeavesAnEmptyElementWhereAKeyIsRemoved) {
     sConfig row = Row("a", "b");
     EXPECT_TRUE(m_Store.RemoveKey(&row));
     EXPECT_EQ("", TextAt(m_Store, row));
-    EXPECT_EQ(Declaration + "<orselclient><a><b/><c>y</c></a></orselclient>", ContentOf(UserFile()));
+    EXPECT_EQ(DECLARATION + "<orselclient><a><b/><c>y</c></a></orselclient>", ContentOf(UserFile()));
 }
 
 TEST_F(AStore, LeavesAnEmptyElementWhereAPathIsRemoved) {
@@ -276,7 +276,7 @@ TEST_F(AStore, LeavesAnEmptyElementWhereAPathIsRemoved) {
     sConfig row = Row("a", "b");
     EXPECT_TRUE(m_Store.RemovePath(&row));
     EXPECT_EQ("(nothing)", TextAt(m_Store, row));
-    EXPECT_EQ(Declaration + "<orselclient><a/><d>z</d></orselclient>", ContentOf(UserFile()));
+    EXPECT_EQ(DECLARATION + "<orselclient><a/><d>z</d></orselclient>", ContentOf(UserFile()));
 }
 
 TEST_F(AStore, RemovesEverythingAtItsRoot) {
@@ -286,7 +286,7 @@ TEST_F(AStore, RemovesEverythingAtItsRoot) {
         store.Init("orselclient");
         sConfig root = Row("", "");
         EXPECT_TRUE(byKey ? store.RemoveKey(&root) : store.RemovePath(&root));
-        EXPECT_EQ(Declaration, ContentOf(UserFile()));
+        EXPECT_EQ(DECLARATION, ContentOf(UserFile()));
     }
 }
 
@@ -312,13 +312,13 @@ TEST_F(AStore, ListsTheNamesUnderAPathInTheirOrder) {
 
 TEST_F(AStore, CountsADamagedFileAsEmptyAndOverwritesItAtTheNextWrite) {
     struct Damage {
-        const char* name;
-        std::string content;
+        const char* m_Name;
+        std::string m_Content;
     };
     const std::string start = "<orselclient><a><b>x</b>";
     for (const Damage& damage : {
              Damage{"empty", ""},
-             Damage{"declaration alone", Declaration},
+             Damage{"declaration alone", DECLARATION},
              Damage{"truncated", start},
              Damage{"truncated in a tag", start + "</a"},
              Damage{"truncated in an attribute", "<orselclient><a x=\"1"},
@@ -329,13 +329,13 @@ TEST_F(AStore, CountsADamagedFileAsEmptyAndOverwritesItAtTheNextWrite) {
              Damage{"zero bytes", std::string(100, '\0')},
          }) {
         ConfigImpl_XML store;
-        WriteUserFile(damage.content);
-        EXPECT_TRUE(store.Init("orselclient")) << damage.name;
-        EXPECT_EQ("(nothing)", TextAt(store, Row("a", "b"))) << damage.name;
-        EXPECT_EQ(damage.content, ContentOf(UserFile())) << "it stays until the next write";
+        WriteUserFile(damage.m_Content);
+        EXPECT_TRUE(store.Init("orselclient")) << damage.m_Name;
+        EXPECT_EQ("(nothing)", TextAt(store, Row("a", "b"))) << damage.m_Name;
+        EXPECT_EQ(damage.m_Content, ContentOf(UserFile())) << "it stays until the next write";
         sConfig row = Row("a", "c");
         EXPECT_TRUE(store.SetString(&row, "y"));
-        EXPECT_EQ(Declaration + "<orselclient><a><c>y</c></a></orselclient>", ContentOf(UserFile()));
+        EXPECT_EQ(DECLARATION + "<orselclient><a><c>y</c></a></orselclient>", ContentOf(UserFile()));
     }
 }
 
@@ -458,15 +458,15 @@ TEST_F(AStore, NoticesAFullDisk) {
 TEST_F(AStore, WritesBothFilesAtItsEnd) {
     OpenedEmpty();
     EXPECT_TRUE(m_Store.Destroy());
-    EXPECT_EQ(Declaration, ContentOf(UserFile()));
-    EXPECT_EQ(Declaration, ContentOf(SystemConfig::File()));
+    EXPECT_EQ(DECLARATION, ContentOf(UserFile()));
+    EXPECT_EQ(DECLARATION, ContentOf(SystemConfig::File()));
 }
 
 TEST_F(AStore, WritesTheUsersFileAtItsEndEvenIfTheSystemsFails) {
     MakeUserDirectory();
     Opened();
     EXPECT_FALSE(m_Store.Destroy());
-    EXPECT_EQ(Declaration, ContentOf(UserFile()));
+    EXPECT_EQ(DECLARATION, ContentOf(UserFile()));
 }
 
 TEST_F(AStore, KeepsItsOwnCopyBesideAnotherStoreOfTheName) {
@@ -478,6 +478,6 @@ TEST_F(AStore, KeepsItsOwnCopyBesideAnotherStoreOfTheName) {
     EXPECT_TRUE(m_Store.SetString(&first, "x"));
     EXPECT_EQ("(nothing)", TextAt(other, first));
     EXPECT_TRUE(other.SetString(&second, "y"));
-    EXPECT_EQ(Declaration + "<orselclient><a><c>y</c></a></orselclient>", ContentOf(UserFile()))
+    EXPECT_EQ(DECLARATION + "<orselclient><a><c>y</c></a></orselclient>", ContentOf(UserFile()))
         << "the last to write wins for the whole file";
 }

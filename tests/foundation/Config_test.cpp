@@ -13,7 +13,7 @@ using namespace Velmor;
 
 namespace {
 
-constexpr char Declaration[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+constexpr char DECLARATION[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
 
 /// The default instance over empty files that can be written.
 class AConfiguration : public NoConfiguration {
@@ -101,8 +101,8 @@ TEST(TheInterfaceOfAStore, HasItsOperationsInTheirOrder) {
 
 TEST(BuildRegPath, JoinsPartsWithBackslashes) {
     struct Row {
-        Texts parts;
-        const char* expected;
+        Texts m_Parts;
+        const char* m_Expected;
     };
     for (const Row& row : {
              Row{{}, ""},
@@ -116,8 +116,8 @@ TEST(BuildRegPath, JoinsPartsWithBackslashes) {
              Row{{"a", "\\"}, "a\\"},
              Row{{"a\\\\"}, "a\\\\"},
          }) {
-        EXPECT_EQ(row.expected,
-                  iConfigImpl::BuildRegPath(row.parts.data(), static_cast<int>(row.parts.size())));
+        EXPECT_EQ(row.m_Expected,
+                  iConfigImpl::BuildRegPath(row.m_Parts.data(), static_cast<int>(row.m_Parts.size())));
     }
     EXPECT_EQ("", iConfigImpl::BuildRegPath(nullptr, -1));
 }
@@ -290,7 +290,7 @@ TEST_F(AConfiguration, IgnoresASecondInit) {
     EXPECT_TRUE(Default().Init("other", static_cast<ConfigBackend>(0)));
     EXPECT_NE(nullptr, Default().GetConfigEntry(1));
     EXPECT_TRUE(Default().SetString(1, "x"));
-    EXPECT_EQ(std::string(Declaration) + "<orselclient><path><key>x</key></path></orselclient>",
+    EXPECT_EQ(std::string(DECLARATION) + "<orselclient><path><key>x</key></path></orselclient>",
               ContentOf(UserFile()));
 }
 
@@ -327,17 +327,17 @@ TEST_F(AConfiguration, WritesABooleanAsAWord) {
 TEST_F(AConfiguration, ReadsABooleanFromAWord) {
     Default().AddConfig(1, CONFIG_TYPE_USER, "key", "path", SYS_TYPE_0);
     struct Row {
-        const char* text;
-        bool expected;
+        const char* m_Text;
+        bool m_Expected;
     };
     for (const Row& row :
          {Row{"ja", true}, Row{"Yes", true}, Row{"y", true}, Row{"true", true}, Row{"YES", true},
           Row{"JA", true}, Row{"TrUe", true}, Row{"j", false}, Row{"on", false}, Row{"1", false},
           Row{"", false}, Row{"NO", false}, Row{"yes ", false}, Row{"yess", false}, Row{"ye", false}}) {
-        ASSERT_TRUE(Default().SetString(1, row.text));
-        bool value = !row.expected;
-        EXPECT_TRUE(Default().GetStringBoolean(1, value)) << row.text;
-        EXPECT_EQ(row.expected, value) << row.text;
+        ASSERT_TRUE(Default().SetString(1, row.m_Text));
+        bool value = !row.m_Expected;
+        EXPECT_TRUE(Default().GetStringBoolean(1, value)) << row.m_Text;
+        EXPECT_EQ(row.m_Expected, value) << row.m_Text;
     }
 }
 

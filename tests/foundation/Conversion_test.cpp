@@ -13,15 +13,15 @@ using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-constexpr auto TooSmall = static_cast<unsigned long>(-1);
+constexpr auto TOO_SMALL = static_cast<unsigned long>(-1);
 
 /// An output buffer whose bytes show whether they were written.
 struct Buffer {
-    std::array<unsigned char, 8> bytes = {'.', '.', '.', '.', '.', '.', '.', '.'};
-    unsigned long length;
+    std::array<unsigned char, 8> m_Bytes = {'.', '.', '.', '.', '.', '.', '.', '.'};
+    unsigned long m_Length;
 
-    explicit Buffer(unsigned long capacity) : length(capacity) {}
-    std::string Text() const { return std::string(bytes.begin(), bytes.end()); }
+    explicit Buffer(unsigned long capacity) : m_Length(capacity) {}
+    std::string Text() const { return std::string(m_Bytes.begin(), m_Bytes.end()); }
 };
 
 } // namespace
@@ -44,21 +44,21 @@ TEST(HexStr2BinData, ThrowsAtAnUnpairedDigitAfterTheBytesBeforeIt) {
 TEST(HexStr2BinData, FillsABuffer) {
     char hex[] = "616263ff";
     Buffer exact(3);
-    EXPECT_EQ(3U, HexStr2BinData(hex, 6, exact.bytes.data(), exact.length));
-    EXPECT_EQ(3U, exact.length);
+    EXPECT_EQ(3U, HexStr2BinData(hex, 6, exact.m_Bytes.data(), exact.m_Length));
+    EXPECT_EQ(3U, exact.m_Length);
     EXPECT_EQ("abc.....", exact.Text());
 
     Buffer roomy(8);
-    EXPECT_EQ(4U, HexStr2BinData(hex, roomy.bytes.data(), roomy.length));
-    EXPECT_EQ(4U, roomy.length);
+    EXPECT_EQ(4U, HexStr2BinData(hex, roomy.m_Bytes.data(), roomy.m_Length));
+    EXPECT_EQ(4U, roomy.m_Length);
     EXPECT_EQ("abc\xFF....", roomy.Text());
 }
 
 TEST(HexStr2BinData, OfABufferAnswersASizeQueryAndChangesNothing) {
     char hex[] = "616263";
     Buffer none(0);
-    EXPECT_EQ(3U, HexStr2BinData(hex, none.bytes.data(), none.length));
-    EXPECT_EQ(0U, none.length);
+    EXPECT_EQ(3U, HexStr2BinData(hex, none.m_Bytes.data(), none.m_Length));
+    EXPECT_EQ(0U, none.m_Length);
     EXPECT_EQ("........", none.Text());
 
     unsigned long length = 8;
@@ -69,16 +69,16 @@ TEST(HexStr2BinData, OfABufferAnswersASizeQueryAndChangesNothing) {
 TEST(HexStr2BinData, RefusesABufferThatIsTooSmall) {
     char hex[] = "616263";
     Buffer small(2);
-    EXPECT_EQ(TooSmall, HexStr2BinData(hex, 6, small.bytes.data(), small.length));
-    EXPECT_EQ(2U, small.length);
+    EXPECT_EQ(TOO_SMALL, HexStr2BinData(hex, 6, small.m_Bytes.data(), small.m_Length));
+    EXPECT_EQ(2U, small.m_Length);
     EXPECT_EQ("........", small.Text());
 }
 
 TEST(HexStr2BinData, OfABufferThrowsAtAnUnpairedDigitAndWritesNothing) {
     char hex[] = "ABC";
     Buffer buffer(8);
-    EXPECT_THROW(HexStr2BinData(hex, buffer.bytes.data(), buffer.length), std::out_of_range);
-    EXPECT_THROW(HexStr2BinData(hex, 3, buffer.bytes.data(), buffer.length), std::out_of_range);
+    EXPECT_THROW(HexStr2BinData(hex, buffer.m_Bytes.data(), buffer.m_Length), std::out_of_range);
+    EXPECT_THROW(HexStr2BinData(hex, 3, buffer.m_Bytes.data(), buffer.m_Length), std::out_of_range);
     EXPECT_EQ("........", buffer.Text());
 }
 
@@ -93,21 +93,21 @@ TEST(BinData2HexStr, ReplacesTheTextWithUpperCaseDigits) {
 TEST(BinData2HexStr, FillsABufferWithoutATerminator) {
     unsigned char data[] = {0x0A, 0xFF};
     Buffer exact(4);
-    EXPECT_EQ(4U, BinData2HexStr(data, 2, exact.bytes.data(), exact.length));
-    EXPECT_EQ(4U, exact.length);
+    EXPECT_EQ(4U, BinData2HexStr(data, 2, exact.m_Bytes.data(), exact.m_Length));
+    EXPECT_EQ(4U, exact.m_Length);
     EXPECT_EQ("0AFF....", exact.Text());
 
     Buffer roomy(8);
-    EXPECT_EQ(2U, BinData2HexStr(data, 1, roomy.bytes.data(), roomy.length));
-    EXPECT_EQ(2U, roomy.length);
+    EXPECT_EQ(2U, BinData2HexStr(data, 1, roomy.m_Bytes.data(), roomy.m_Length));
+    EXPECT_EQ(2U, roomy.m_Length);
     EXPECT_EQ("0A......", roomy.Text());
 }
 
 TEST(BinData2HexStr, OfABufferAnswersASizeQueryAndChangesNothing) {
     unsigned char data[] = {0x0A, 0xFF};
     Buffer none(0);
-    EXPECT_EQ(4U, BinData2HexStr(data, 2, none.bytes.data(), none.length));
-    EXPECT_EQ(0U, none.length);
+    EXPECT_EQ(4U, BinData2HexStr(data, 2, none.m_Bytes.data(), none.m_Length));
+    EXPECT_EQ(0U, none.m_Length);
     EXPECT_EQ("........", none.Text());
 
     unsigned long length = 1;
@@ -118,8 +118,8 @@ TEST(BinData2HexStr, OfABufferAnswersASizeQueryAndChangesNothing) {
 TEST(BinData2HexStr, RefusesABufferOneShort) {
     unsigned char data[] = {0x0A, 0xFF};
     Buffer small(3);
-    EXPECT_EQ(TooSmall, BinData2HexStr(data, 2, small.bytes.data(), small.length));
-    EXPECT_EQ(3U, small.length);
+    EXPECT_EQ(TOO_SMALL, BinData2HexStr(data, 2, small.m_Bytes.data(), small.m_Length));
+    EXPECT_EQ(3U, small.m_Length);
     EXPECT_EQ("........", small.Text());
 }
 
@@ -127,8 +127,8 @@ TEST(BinData2HexStr, OfNoBytesIsEmpty) {
     unsigned char data[] = {0x0A};
     for (const int len : {0, -1}) {
         Buffer buffer(8);
-        EXPECT_EQ(0U, BinData2HexStr(data, len, buffer.bytes.data(), buffer.length));
-        EXPECT_EQ(0U, buffer.length);
+        EXPECT_EQ(0U, BinData2HexStr(data, len, buffer.m_Bytes.data(), buffer.m_Length));
+        EXPECT_EQ(0U, buffer.m_Length);
     }
 }
 
@@ -149,12 +149,12 @@ TEST(BinData2HexStr, RandomDataReadsBack) {
 
 TEST(hex2int, ReadsWhatStrtolReads) {
     struct Row {
-        std::string text;
-        long expected;
+        std::string m_Text;
+        long m_Expected;
     };
     for (Row row : {Row{"ff", 255}, Row{"FF", 255}, Row{"0x1f", 31}, Row{"1g", 1}, Row{"g1", 0}, Row{"", 0},
                     Row{" a", 10}, Row{"-1", -1}, Row{"7fffffff", 0x7fffffff}}) {
-        EXPECT_EQ(row.expected, hex2int(row.text.data())) << row.text;
+        EXPECT_EQ(row.m_Expected, hex2int(row.m_Text.data())) << row.m_Text;
     }
 }
 
@@ -169,12 +169,12 @@ TEST(int2bin, WritesDigitsWithoutLeadingZeros) {
 
 TEST(bin2int, SumsWithoutValidation) {
     struct Row {
-        const char* digits;
-        unsigned int expected;
+        const char* m_Digits;
+        unsigned int m_Expected;
     };
     for (const Row& row : {Row{"", 0}, Row{"0", 0}, Row{"101", 5}, Row{"102", 6}, Row{"9", 9}, Row{"1x1", 5},
                            Row{"-1 1", 5}, Row{"11111111111111111111111111111111", 0xFFFFFFFF}}) {
-        EXPECT_EQ(row.expected, bin2int(row.digits)) << row.digits;
+        EXPECT_EQ(row.m_Expected, bin2int(row.m_Digits)) << row.m_Digits;
     }
 }
 
@@ -186,12 +186,12 @@ TEST(bin2int, CountsModulo2ToThe32) {
 
 TEST(bin2dec, RefusesEveryOtherCharacter) {
     struct Row {
-        std::string digits;
-        int expected;
+        std::string m_Digits;
+        int m_Expected;
     };
     for (Row row : {Row{"", 0}, Row{"0", 0}, Row{"101", 5}, Row{"102", -1}, Row{"x1", -1}, Row{"1 ", -1},
                     Row{"1111111111111111111111111111111", INT_MAX}}) {
-        EXPECT_EQ(row.expected, bin2dec(row.digits.data())) << row.digits;
+        EXPECT_EQ(row.m_Expected, bin2dec(row.m_Digits.data())) << row.m_Digits;
     }
 }
 
@@ -205,8 +205,8 @@ TEST(bin2dec, ReadsBackWhatInt2binWrites) {
 
 TEST(int2str, EncodesUtf8) {
     struct Row {
-        int code;
-        const char* expected;
+        int m_Code;
+        const char* m_Expected;
     };
     for (const Row& row : {
              Row{0, ""},
@@ -230,20 +230,20 @@ TEST(int2str, EncodesUtf8) {
              Row{-256, ""},
              Row{INT_MIN + 'A', "A"},
          }) {
-        EXPECT_EQ(row.expected, int2str(row.code)) << row.code;
+        EXPECT_EQ(row.m_Expected, int2str(row.m_Code)) << row.m_Code;
     }
 }
 
 TEST(ReverseBytes, TurnsTheOrderInPlace) {
     struct Row {
-        int len;
-        Bytes expected;
+        int m_Len;
+        Bytes m_Expected;
     };
     for (const Row& row : {Row{4, {4, 3, 2, 1}}, Row{3, {3, 2, 1, 4}}, Row{2, {2, 1, 3, 4}},
                            Row{1, {1, 2, 3, 4}}, Row{0, {1, 2, 3, 4}}, Row{-3, {1, 2, 3, 4}}}) {
         Bytes data = {1, 2, 3, 4};
-        ReverseBytes(data.data(), row.len);
-        EXPECT_EQ(row.expected, data) << row.len;
+        ReverseBytes(data.data(), row.m_Len);
+        EXPECT_EQ(row.m_Expected, data) << row.m_Len;
     }
     ReverseBytes(nullptr, 0);
 }

@@ -42,9 +42,9 @@ std::string DrainWhileTheSourceVanishes(const std::string& pipe, const std::stri
 
 TEST(CombinePaths, JoinsWithOneSlash) {
     struct Row {
-        std::string a;
-        std::string b;
-        std::string expected;
+        std::string m_A;
+        std::string m_B;
+        std::string m_Expected;
     };
     const std::string zero(1, '\0');
     for (const Row& row : {
@@ -62,7 +62,7 @@ TEST(CombinePaths, JoinsWithOneSlash) {
              Row{"a" + zero, "b", "a" + zero + "b"},
              Row{"a", zero + "b", "a/b"},
          }) {
-        EXPECT_EQ(row.expected, CombinePaths(row.a, row.b)) << row.a << " + " << row.b;
+        EXPECT_EQ(row.m_Expected, CombinePaths(row.m_A, row.m_B)) << row.m_A << " + " << row.m_B;
     }
 }
 
@@ -101,9 +101,9 @@ TEST(CombinePaths, KeepsBothNamesOfARandomJoinWithOneSlashBetween) {
 
 TEST(PathParts, AreCutAtTheLastSlash) {
     struct Row {
-        const char* path;
-        const char* parent;
-        const char* filename;
+        const char* m_Path;
+        const char* m_Parent;
+        const char* m_Filename;
     };
     for (const Row& row : {
              Row{"/a/b", "/a/", "b"},
@@ -117,8 +117,8 @@ TEST(PathParts, AreCutAtTheLastSlash) {
              Row{"/", "/", ""},
              Row{"", "", ""},
          }) {
-        EXPECT_EQ(row.parent, RemoveLastPartFromPath(row.path)) << row.path;
-        EXPECT_EQ(row.filename, GetFilenameFromPath(row.path)) << row.path;
+        EXPECT_EQ(row.m_Parent, RemoveLastPartFromPath(row.m_Path)) << row.m_Path;
+        EXPECT_EQ(row.m_Filename, GetFilenameFromPath(row.m_Path)) << row.m_Path;
     }
 }
 

@@ -8,27 +8,27 @@
 
 namespace {
 
-std::vector<std::string> Received;
+std::vector<std::string> g_Received;
 
 void Receive(const char* text) {
-    Received.emplace_back(text);
+    g_Received.emplace_back(text);
 }
 
 } // namespace
 
 TEST(LibConfig, DropsMessagesWithoutACallback) {
-    Received.clear();
+    g_Received.clear();
     Velmor::LibConfig::SetErrorLoggingFunc(nullptr);
     Velmor::LibConfig::LogError("text");
     Velmor::LibConfig::LogError("text", 5UL);
-    EXPECT_TRUE(Received.empty());
+    EXPECT_TRUE(g_Received.empty());
 }
 
 TEST(LibConfig, PassesTheTextAndDropsTheNumber) {
-    Received.clear();
+    g_Received.clear();
     Velmor::LibConfig::SetErrorLoggingFunc(&Receive);
     Velmor::LibConfig::LogError("text");
     Velmor::LibConfig::LogError("other", 5UL);
     Velmor::LibConfig::SetErrorLoggingFunc(nullptr);
-    EXPECT_EQ((std::vector<std::string>{"text", "other"}), Received);
+    EXPECT_EQ((std::vector<std::string>{"text", "other"}), g_Received);
 }

@@ -8,7 +8,7 @@ using namespace Velmor;
 
 namespace {
 
-constexpr char Stamp[] = "%Y-%m-%d_%H-%M-%S";
+constexpr char STAMP[] = "%Y-%m-%d_%H-%M-%S";
 
 std::string Message(const std::string& text) {
     return "      MESSAGE " + text;
@@ -18,10 +18,10 @@ std::string Message(const std::string& text) {
 
 TEST(LogFileName, IsCutAtItsExtension) {
     struct Row {
-        const char* path;
-        const char* base;
-        const char* ext;
-        const char* appended;
+        const char* m_Path;
+        const char* m_Base;
+        const char* m_Ext;
+        const char* m_Appended;
     };
     for (const Row& row : {
              Row{"trace", "trace", "", "trace.log"},
@@ -44,10 +44,10 @@ TEST(LogFileName, IsCutAtItsExtension) {
          }) {
         std::string base = "old";
         std::string ext = "old";
-        LibLogging::GetExtension(row.path, base, ext);
-        EXPECT_EQ(row.base, base) << row.path;
-        EXPECT_EQ(row.ext, ext) << row.path;
-        EXPECT_EQ(row.appended, LibLogging::AppendLogExtension(row.path));
+        LibLogging::GetExtension(row.m_Path, base, ext);
+        EXPECT_EQ(row.m_Base, base) << row.m_Path;
+        EXPECT_EQ(row.m_Ext, ext) << row.m_Path;
+        EXPECT_EQ(row.m_Appended, LibLogging::AppendLogExtension(row.m_Path));
     }
 }
 
@@ -72,8 +72,8 @@ TEST(LogFileName, GetsTheExtensionLogFromANumber) {
 TEST(LogFileName, BearsATimeStampInUtc) {
     const ScopedVariable zone("TZ", "XYZ-5:30");
     const std::time_t now = BeginningOfASecond();
-    EXPECT_EQ("client_" + UtcText(now, Stamp) + ".log", LibLogging::NameWithTimeStamp("client.log"));
-    EXPECT_EQ("client_3_" + UtcText(now, Stamp) + ".log", LibLogging::NameWithTimeStamp("client_3.txt"));
+    EXPECT_EQ("client_" + UtcText(now, STAMP) + ".log", LibLogging::NameWithTimeStamp("client.log"));
+    EXPECT_EQ("client_3_" + UtcText(now, STAMP) + ".log", LibLogging::NameWithTimeStamp("client_3.txt"));
 }
 
 TEST(BackupFile, CopiesTheWholeContentOverTheTarget) {
@@ -242,7 +242,7 @@ TEST_F(ALogger, PutsTheFilesOfTheLastRunAsideWhenItStartsWithRotation) {
     m_Dir.File("client_0.log", "part 0");
     m_Dir.File("client_1.log", "part 1");
     m_Dir.File("client_3.log", "behind a gap");
-    const std::string stamp = UtcText(BeginningOfASecond(), Stamp);
+    const std::string stamp = UtcText(BeginningOfASecond(), STAMP);
     m_Logger.Init(LogPath(), 10, true);
     EXPECT_EQ((Texts{"client.log", "client_0_" + stamp + ".log", "client_1_" + stamp + ".log",
                      "client_" + stamp + ".log", "client_3.log"}),
@@ -255,7 +255,7 @@ TEST_F(ALogger, PutsTheFilesOfTheLastRunAsideWhenItStartsWithRotation) {
 
 TEST_F(ALogger, KeepsBothCopiesOfTwoStartsWithinOneSecond) {
     m_Dir.File("client.log", "first");
-    const std::string stamp = UtcText(BeginningOfASecond(), Stamp);
+    const std::string stamp = UtcText(BeginningOfASecond(), STAMP);
     m_Logger.Init(LogPath(), 10, true);
     m_Logger.Enabled(true);
     m_Logger.LogRaw("second");

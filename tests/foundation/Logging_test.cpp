@@ -237,8 +237,8 @@ TEST_F(ALogger, FlushesEachLine) {
 
 TEST_F(ALogger, PassesAtEachLevelWhatTheTableSays) {
     struct Row {
-        int level;
-        Texts expected;
+        int m_Level;
+        Texts m_Expected;
     };
     const Texts everything = {"        ERROR e", "      WARNING w", "      MESSAGE m", " r",
                               "        DEBUG d", "  IN FUNCTION f", " OUT FUNCTION f", "  IN FUNCTION g",
@@ -248,7 +248,7 @@ TEST_F(ALogger, PassesAtEachLevelWhatTheTableSays) {
           Row{2, {everything.begin(), everything.begin() + 2}},
           Row{3, {everything.begin(), everything.begin() + 4}}, Row{4, everything}, Row{5, everything}}) {
         Start();
-        m_Logger.SetLoggingLevel(Level(row.level));
+        m_Logger.SetLoggingLevel(Level(row.m_Level));
         m_Logger.LogError("e");
         m_Logger.LogWarning("w");
         m_Logger.LogMessage("m");
@@ -258,7 +258,7 @@ TEST_F(ALogger, PassesAtEachLevelWhatTheTableSays) {
         m_Logger.LogFunction("f", FUNCTION_OUT);
         m_Logger.LogFunction("g", FUNCTION_IN);
         m_Logger.LogStackTrace();
-        EXPECT_EQ(row.expected, Lines()) << row.level;
+        EXPECT_EQ(row.m_Expected, Lines()) << row.m_Level;
     }
 }
 
@@ -271,8 +271,8 @@ TEST_F(ALogger, StartsAtLevel4AndInitSets5) {
 
 TEST_F(ALogger, WritesALineOfAnyTypeWhateverItsLevel) {
     struct Row {
-        int type;
-        const char* line;
+        int m_Type;
+        const char* m_Line;
     };
     const Row rows[] = {
         {0, "        ERROR text"}, {1, "      MESSAGE text"},
@@ -284,8 +284,8 @@ TEST_F(ALogger, WritesALineOfAnyTypeWhateverItsLevel) {
     for (const Row& row : rows) {
         Start();
         m_Logger.SetLoggingLevel(Level(0));
-        m_Logger.Log("text", Type(row.type));
-        EXPECT_EQ(Texts{row.line}, Lines()) << row.type;
+        m_Logger.Log("text", Type(row.m_Type));
+        EXPECT_EQ(Texts{row.m_Line}, Lines()) << row.m_Type;
     }
 }
 

@@ -9,10 +9,10 @@ using namespace Velmor;
 
 namespace {
 
-constexpr int LinesAThread = 2000;
+constexpr int LINES_A_THREAD = 2000;
 
 void WriteLines(LibLogging& logger, const std::string& text) {
-    for (int line = 0; line < LinesAThread; ++line) {
+    for (int line = 0; line < LINES_A_THREAD; ++line) {
         logger.LogRaw(text);
     }
 }
@@ -27,20 +27,20 @@ TEST_F(ALogger, KeepsEachLineWholeWhenTwoThreadsWrite) {
     WriteLines(m_Logger, second);
     other.join();
     const Texts lines = Lines();
-    EXPECT_EQ(LinesAThread, std::count(lines.begin(), lines.end(), " " + first));
-    EXPECT_EQ(LinesAThread, std::count(lines.begin(), lines.end(), " " + second));
-    EXPECT_EQ(2U * LinesAThread, lines.size());
+    EXPECT_EQ(LINES_A_THREAD, std::count(lines.begin(), lines.end(), " " + first));
+    EXPECT_EQ(LINES_A_THREAD, std::count(lines.begin(), lines.end(), " " + second));
+    EXPECT_EQ(2U * LINES_A_THREAD, lines.size());
 }
 
 TEST_F(ALogger, KeepsCountWhenTwoThreadsWriteUpToItsLimit) {
-    m_Logger.Init(LogPath(), 2 * LinesAThread, false);
+    m_Logger.Init(LogPath(), 2 * LINES_A_THREAD, false);
     m_Logger.Enabled(true);
     std::thread other(WriteLines, std::ref(m_Logger), "a");
     WriteLines(m_Logger, "b");
     other.join();
     EXPECT_EQ(Texts{"client.log"}, Files());
     m_Logger.LogRaw("c");
-    EXPECT_EQ(2U * LinesAThread, LinesOf("client_0.log").size());
+    EXPECT_EQ(2U * LINES_A_THREAD, LinesOf("client_0.log").size());
     EXPECT_EQ(Texts{" c"}, Lines());
 }
 
@@ -57,7 +57,7 @@ TEST_F(ALogger, SurvivesSplitsOfTwoThreads) {
             ++lines;
         }
     }
-    EXPECT_EQ(2U * LinesAThread, lines);
+    EXPECT_EQ(2U * LINES_A_THREAD, lines);
 }
 
 TEST(LoggerRegistry, HandsOutDistinctIdsToTwoThreads) {

@@ -9,12 +9,12 @@ using namespace Velmor;
 namespace {
 
 struct KeyPair {
-    unsigned int first;
-    const char* path;
-    const char* key;
+    unsigned int m_First;
+    const char* m_Path;
+    const char* m_Key;
 };
 
-const KeyPair Pairs[] = {
+const KeyPair PAIRS[] = {
     {0, "orsel Client", ""},
     {2, "orsel Client", "CheckForUpdates"},
     {4, "orsel Client", "LVT"},
@@ -77,9 +77,9 @@ TEST_F(TheProgramsConfiguration, HasThePathOfMostKeysAsAGlobal) {
 
 TEST_F(TheProgramsConfiguration, HoldsEveryRowOfTheTable) {
     GenerateConfig();
-    for (const KeyPair& pair : Pairs) {
-        ExpectRow(pair.first, pair.path, pair.key, 0);
-        ExpectRow(pair.first + 1, pair.path, pair.key, 1);
+    for (const KeyPair& pair : PAIRS) {
+        ExpectRow(pair.m_First, pair.m_Path, pair.m_Key, 0);
+        ExpectRow(pair.m_First + 1, pair.m_Path, pair.m_Key, 1);
     }
     ExpectRow(26, "Kundenpforte", "InstallDir", 0);
 }
@@ -178,9 +178,9 @@ TEST_F(TheProgramsConfiguration, NamesTheIdsOfTheTable) {
                                   KEY_DO_EXCLUSIVE_RECONNECT,
                                   KEY_MINI_DRIVER_VERSION,
                                   KEY_MINI_DRIVER_MIN_VERSION};
-    ASSERT_EQ(std::size(Pairs), std::size(named));
+    ASSERT_EQ(std::size(PAIRS), std::size(named));
     for (std::size_t index = 0; index < std::size(named); ++index) {
-        EXPECT_EQ(Pairs[index].first, named[index]);
+        EXPECT_EQ(PAIRS[index].m_First, named[index]);
     }
     EXPECT_EQ(26U, KEY_KUNDENPFORTE_INSTALL_DIR);
 }

@@ -71,10 +71,10 @@ TEST(GenerateRandomString, IsTheSeedOfTheSecondAndNothingElse) {
 
 TEST(MyMemfind, GivesTheOffsetOfTheFirstMatchAtOrAfterTheStart) {
     struct Row {
-        const char* hay;
-        const char* needle;
-        long start;
-        long expected;
+        const char* m_Hay;
+        const char* m_Needle;
+        long m_Start;
+        long m_Expected;
     };
     for (const Row& row : {
              Row{"abcabc", "abc", 0, 0},
@@ -92,7 +92,8 @@ TEST(MyMemfind, GivesTheOffsetOfTheFirstMatchAtOrAfterTheStart) {
              Row{"", "a", 0, -1},
              Row{"xyz", "xyz", 0, 0},
          }) {
-        EXPECT_EQ(row.expected, Memfind(row.hay, row.needle, row.start)) << row.hay << ' ' << row.needle;
+        EXPECT_EQ(row.m_Expected, Memfind(row.m_Hay, row.m_Needle, row.m_Start))
+            << row.m_Hay << ' ' << row.m_Needle;
     }
 }
 
@@ -168,12 +169,12 @@ TEST(StringCase, ChangesCharacterByCharacter) {
 
 TEST(StripXmlRequest, KeepsWhatStandsBetweenTheOutermostSigns) {
     struct Row {
-        const char* text;
-        const char* expected;
+        const char* m_Text;
+        const char* m_Expected;
     };
     for (const Row& row : {Row{"ab<x>y</x>cd", "<x>y</x>"}, Row{"<x>", "<x>"}, Row{"ab<x", "<x"},
                            Row{"x>cd", "x>"}, Row{"abc", "abc"}, Row{"", ""}, Row{"a>b<c", "<c"}}) {
-        EXPECT_EQ(row.expected, Velmor::stripXMLRequest(row.text)) << row.text;
+        EXPECT_EQ(row.m_Expected, Velmor::stripXMLRequest(row.m_Text)) << row.m_Text;
     }
 }
 
@@ -197,14 +198,14 @@ TEST(RemoveTrailingSpaces, CutsInPlace) {
 
 TEST(ReplaceAll, GoesOnBehindTheInsertedText) {
     struct Row {
-        const char* text;
-        const char* from;
-        const char* to;
-        const char* expected;
+        const char* m_Text;
+        const char* m_From;
+        const char* m_To;
+        const char* m_Expected;
     };
     for (const Row& row :
          {Row{"aXbXc", "X", "--", "a--b--c"}, Row{"aa", "a", "aa", "aaaa"}, Row{"aaa", "aa", "b", "ba"},
           Row{"abab", "ab", "", ""}, Row{"abc", "x", "y", "abc"}, Row{"", "a", "b", ""}}) {
-        EXPECT_EQ(row.expected, Velmor::replaceAll(row.text, row.from, row.to)) << row.text;
+        EXPECT_EQ(row.m_Expected, Velmor::replaceAll(row.m_Text, row.m_From, row.m_To)) << row.m_Text;
     }
 }

@@ -28,8 +28,8 @@ int DepthOf(const std::string& text) {
 
 TEST(XmlNesting, CountsElementsInsideEachOther) {
     struct Row {
-        const char* text;
-        int depth;
+        const char* m_Text;
+        int m_Depth;
     };
     for (const Row& row : {
              Row{"", 0},
@@ -56,7 +56,7 @@ TEST(XmlNesting, CountsElementsInsideEachOther) {
              Row{"<a><!other [ > <b/></a>", 2},
              Row{"<a ><b\n/></a\t>", 2},
          }) {
-        EXPECT_EQ(row.depth, DepthOf(row.text)) << row.text;
+        EXPECT_EQ(row.m_Depth, DepthOf(row.m_Text)) << row.m_Text;
     }
 }
 

@@ -20,32 +20,32 @@ using ::testing::MatchesRegex;
 using ::testing::SizeIs;
 
 struct Expected {
-    const char* name;
-    const char* const* rows;
-    std::size_t rowCount;
-    std::size_t width;
-    std::size_t height;
-    std::size_t colours;
-    std::size_t keyLength;
-    bool transparent;
+    const char* m_Name;
+    const char* const* m_Rows;
+    std::size_t m_RowCount;
+    std::size_t m_Width;
+    std::size_t m_Height;
+    std::size_t m_Colours;
+    std::size_t m_KeyLength;
+    bool m_Transparent;
 };
 
 void PrintTo(const Expected& picture, std::ostream* out) {
-    *out << picture.name;
+    *out << picture.m_Name;
 }
 
 class AnImage : public testing::TestWithParam<Expected> {
 protected:
-    std::string Row(std::size_t number) const { return GetParam().rows[number]; }
+    std::string Row(std::size_t number) const { return GetParam().m_Rows[number]; }
     std::string ColourRow(std::size_t number) const { return Row(1 + number); }
-    std::string PixelRow(std::size_t number) const { return Row(1 + GetParam().colours + number); }
+    std::string PixelRow(std::size_t number) const { return Row(1 + GetParam().m_Colours + number); }
     std::string KeyOf(const std::string& row, std::size_t place = 0) const {
-        return row.substr(place * GetParam().keyLength, GetParam().keyLength);
+        return row.substr(place * GetParam().m_KeyLength, GetParam().m_KeyLength);
     }
 
     std::vector<std::string> Keys() const {
         std::vector<std::string> keys;
-        for (std::size_t i = 0; i < GetParam().colours; ++i)
+        for (std::size_t i = 0; i < GetParam().m_Colours; ++i)
             keys.push_back(KeyOf(ColourRow(i)));
         return keys;
     }
@@ -53,15 +53,15 @@ protected:
     /// What stands behind the key: " c None" or " c #RRGGBB".
     std::vector<std::string> Colours() const {
         std::vector<std::string> colours;
-        for (std::size_t i = 0; i < GetParam().colours; ++i)
-            colours.push_back(ColourRow(i).substr(GetParam().keyLength));
+        for (std::size_t i = 0; i < GetParam().m_Colours; ++i)
+            colours.push_back(ColourRow(i).substr(GetParam().m_KeyLength));
         return colours;
     }
 
     std::set<std::string> UsedKeys() const {
         std::set<std::string> used;
-        for (std::size_t y = 0; y < GetParam().height; ++y)
-            for (std::size_t x = 0; x < GetParam().width; ++x)
+        for (std::size_t y = 0; y < GetParam().m_Height; ++y)
+            for (std::size_t x = 0; x < GetParam().m_Width; ++x)
                 used.insert(KeyOf(PixelRow(y), x));
         return used;
     }
@@ -71,33 +71,33 @@ TEST_P(AnImage, StatesItsSizeColourCountAndKeyLengthInTheFirstRow) {
     std::istringstream header(Row(0));
     const std::vector<std::size_t> numbers{std::istream_iterator<std::size_t>(header), {}};
     EXPECT_TRUE(header.eof()) << "more than numbers in \"" << Row(0) << '"';
-    EXPECT_THAT(numbers,
-                ElementsAre(GetParam().width, GetParam().height, GetParam().colours, GetParam().keyLength));
+    EXPECT_THAT(numbers, ElementsAre(GetParam().m_Width, GetParam().m_Height, GetParam().m_Colours,
+                                     GetParam().m_KeyLength));
 }
 
 TEST_P(AnImage, HasOneRowForTheHeaderForEachColourAndForEachLine) {
-    EXPECT_EQ(GetParam().rowCount, 1 + GetParam().colours + GetParam().height);
-    for (std::size_t i = 0; i < GetParam().rowCount; ++i)
-        ASSERT_NE(GetParam().rows[i], nullptr) << "row " << i;
+    EXPECT_EQ(GetParam().m_RowCount, 1 + GetParam().m_Colours + GetParam().m_Height);
+    for (std::size_t i = 0; i < GetParam().m_RowCount; ++i)
+        ASSERT_NE(GetParam().m_Rows[i], nullptr) << "row " << i;
 }
 
 TEST_P(AnImage, IsTransparentInItsFirstColourEntryOrNowhere) {
     const std::vector<std::string> colours = Colours();
-    EXPECT_EQ(colours.front() == " c None", GetParam().transparent) << colours.front();
-    for (std::size_t i = GetParam().transparent ? 1 : 0; i < colours.size(); ++i)
+    EXPECT_EQ(colours.front() == " c None", GetParam().m_Transparent) << colours.front();
+    for (std::size_t i = GetParam().m_Transparent ? 1 : 0; i < colours.size(); ++i)
         ASSERT_THAT(colours[i], MatchesRegex(" c #[0-9A-F]{6}")) << "colour " << i;
 }
 
 TEST_P(AnImage, DeclaresEachKeyAndEachColourOnce) {
     const std::vector<std::string> keys = Keys();
     const std::vector<std::string> colours = Colours();
-    EXPECT_THAT(std::set<std::string>(keys.begin(), keys.end()), SizeIs(GetParam().colours));
-    EXPECT_THAT(std::set<std::string>(colours.begin(), colours.end()), SizeIs(GetParam().colours));
+    EXPECT_THAT(std::set<std::string>(keys.begin(), keys.end()), SizeIs(GetParam().m_Colours));
+    EXPECT_THAT(std::set<std::string>(colours.begin(), colours.end()), SizeIs(GetParam().m_Colours));
 }
 
 TEST_P(AnImage, HasLinesOfItsFullWidth) {
-    for (std::size_t y = 0; y < GetParam().height; ++y)
-        EXPECT_THAT(PixelRow(y), SizeIs(GetParam().width * GetParam().keyLength)) << "line " << y;
+    for (std::size_t y = 0; y < GetParam().m_Height; ++y)
+        EXPECT_THAT(PixelRow(y), SizeIs(GetParam().m_Width * GetParam().m_KeyLength)) << "line " << y;
 }
 
 TEST_P(AnImage, UsesEveryDeclaredColourAndNoOther) {
@@ -117,14 +117,14 @@ INSTANTIATE_TEST_SUITE_P(OfTheProgram, AnImage,
                                          Expected{PICTURE(ButtonCancel), 32, 32, 358, 2, true},
                                          Expected{PICTURE(ButtonOk), 32, 32, 265, 2, true}),
                          [](const testing::TestParamInfo<Expected>& given) {
-                             return std::string(given.param.name);
+                             return std::string(given.param.m_Name);
                          });
 
 /// Colour parts of the opaque pixels, added up: tells which one rules a picture.
 struct Tint {
-    long red = 0;
-    long green = 0;
-    long blue = 0;
+    long m_Red = 0;
+    long m_Green = 0;
+    long m_Blue = 0;
 };
 
 Tint TintOf(const char* const* rows) {
@@ -147,9 +147,9 @@ Tint TintOf(const char* const* rows) {
             const auto found = values.find(line.substr(x * keyLength, keyLength));
             if (found == values.end())
                 continue;
-            tint.red += static_cast<long>(found->second >> 16 & 0xff);
-            tint.green += static_cast<long>(found->second >> 8 & 0xff);
-            tint.blue += static_cast<long>(found->second & 0xff);
+            tint.m_Red += static_cast<long>(found->second >> 16 & 0xff);
+            tint.m_Green += static_cast<long>(found->second >> 8 & 0xff);
+            tint.m_Blue += static_cast<long>(found->second & 0xff);
         }
     }
     return tint;
@@ -157,24 +157,24 @@ Tint TintOf(const char* const* rows) {
 
 TEST(TheReloadArrows, AreBlue) {
     const Tint tint = TintOf(ButtonReload);
-    EXPECT_GT(tint.blue, tint.green + tint.red / 2);
+    EXPECT_GT(tint.m_Blue, tint.m_Green + tint.m_Red / 2);
 }
 
 TEST(TheCross, IsRed) {
     const Tint tint = TintOf(ButtonCancel);
-    EXPECT_GT(tint.red, tint.green + tint.blue);
+    EXPECT_GT(tint.m_Red, tint.m_Green + tint.m_Blue);
 }
 
 TEST(TheTick, IsGreen) {
     const Tint tint = TintOf(ButtonOk);
-    EXPECT_GT(tint.green, tint.red + tint.blue / 2);
+    EXPECT_GT(tint.m_Green, tint.m_Red + tint.m_Blue / 2);
 }
 
 TEST(TheChips, AreGolden) {
     for (const char* const* chip : {&chip_small_xpm[0], &chip_xpm[0]}) {
         const Tint tint = TintOf(chip);
-        EXPECT_GT(tint.red, tint.green);
-        EXPECT_GT(tint.green, tint.blue * 5 / 4);
+        EXPECT_GT(tint.m_Red, tint.m_Green);
+        EXPECT_GT(tint.m_Green, tint.m_Blue * 5 / 4);
     }
 }
 

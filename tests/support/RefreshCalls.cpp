@@ -5,7 +5,7 @@
 
 namespace orseltest {
 
-std::vector<std::string> callsOfOneRefresh(const std::vector<std::string>& slots,
+std::vector<std::string> CallsOfOneRefresh(const std::vector<std::string>& slots,
                                            const std::vector<std::string>& slotsWithoutCertificate) {
     std::vector<std::string> calls = {"C_GetSlotList", "C_GetSlotList"};
     for (const std::string& slot : slots) {
@@ -27,10 +27,10 @@ std::vector<std::string> callsOfOneRefresh(const std::vector<std::string>& slots
     return calls;
 }
 
-std::vector<std::string> callsIn(const std::vector<TraceRecord>& trace) {
+std::vector<std::string> CallsIn(const std::vector<TraceRecord>& trace) {
     std::vector<std::string> calls;
     for (const TraceRecord& record : trace)
-        calls.push_back(record.function + (record.value("slot").empty() ? "" : " " + record.value("slot")));
+        calls.push_back(record.m_Function + (record.Value("slot").empty() ? "" : " " + record.Value("slot")));
     return calls;
 }
 

@@ -16,273 +16,274 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* traceFile = "trace";
-constexpr const char* faultsFile = "faults";
-constexpr const char* answersFile = "answers";
+constexpr const char* TRACE_FILE = "trace";
+constexpr const char* FAULTS_FILE = "faults";
+constexpr const char* ANSWERS_FILE = "answers";
 
-std::string makeFolder() {
+std::string MakeFolder() {
     std::string pattern = (fs::temp_directory_path() / "orsel-deck-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("no temporary folder");
     return pattern;
 }
 
-void writeLines(const std::string& path, const std::vector<std::string>& lines) {
+void WriteLines(const std::string& path, const std::vector<std::string>& lines) {
     std::ofstream file(path, std::ios::trunc);
     for (const std::string& line : lines)
         file << line << '\n';
 }
 
-TraceRecord parseLine(const std::string& line) {
+TraceRecord ParseLine(const std::string& line) {
     TraceRecord record;
     std::istringstream words(line);
     for (std::string word; words >> word;) {
         const std::size_t equals = word.find('=');
         if (equals == std::string::npos) {
-            record.function = word;
+            record.m_Function = word;
             continue;
         }
         const std::string key = word.substr(0, equals);
         const std::string value = word.substr(equals + 1);
         if (key == "tid")
-            record.thread = std::stol(value);
+            record.m_Thread = std::stol(value);
         else if (key == "rv")
-            record.result = value;
+            record.m_Result = value;
         else if (key == "us")
-            record.microseconds = std::stol(value);
+            record.m_Microseconds = std::stol(value);
         else
-            record.values[key] = value;
+            record.m_Values[key] = value;
     }
     return record;
 }
 
-const orselsim::ObjectRecord& objectNamed(const orselsim::Card& card, const std::string& label) {
-    for (const orselsim::ObjectRecord& object : card.record.objects)
-        if (object.label == label)
+const orselsim::ObjectRecord& ObjectNamed(const orselsim::Card& card, const std::string& label) {
+    for (const orselsim::ObjectRecord& object : card.m_Record.m_Objects)
+        if (object.m_Label == label)
             return object;
     throw std::runtime_error("no object " + label);
 }
 
-void addObject(orselsim::Card& card, orselsim::ObjectRecord object, const orselsim::Bytes& content) {
-    object.file = "extra-" + std::to_string(card.record.objects.size()) + ".bin";
-    card.contents[object.file] = content;
-    card.record.objects.push_back(std::move(object));
+void AddObject(orselsim::Card& card, orselsim::ObjectRecord object, const orselsim::Bytes& content) {
+    object.m_File = "extra-" + std::to_string(card.m_Record.m_Objects.size()) + ".bin";
+    card.m_Contents[object.m_File] = content;
+    card.m_Record.m_Objects.push_back(std::move(object));
 }
 
 } // namespace
 
-CardOptions& CardOptions::holder(const std::string& name) {
-    m_wish.holder = name;
+CardOptions& CardOptions::Holder(const std::string& name) {
+    m_Wish.m_Holder = name;
     return *this;
 }
 
-CardOptions& CardOptions::serial(const std::string& text) {
-    m_wish.serial = text;
+CardOptions& CardOptions::Serial(const std::string& text) {
+    m_Wish.m_Serial = text;
     return *this;
 }
 
-CardOptions& CardOptions::label(const std::string& text) {
-    m_wish.label = text;
+CardOptions& CardOptions::Label(const std::string& text) {
+    m_Wish.m_Label = text;
     return *this;
 }
 
-CardOptions& CardOptions::model(const std::string& text) {
-    m_wish.model = text;
+CardOptions& CardOptions::Model(const std::string& text) {
+    m_Wish.m_Model = text;
     return *this;
 }
 
-CardOptions& CardOptions::directory(const std::string& name) {
-    m_wish.directory = name;
+CardOptions& CardOptions::Directory(const std::string& name) {
+    m_Wish.m_Directory = name;
     return *this;
 }
 
-CardOptions& CardOptions::slot(unsigned long id) {
-    m_wish.slotId = id;
+CardOptions& CardOptions::Slot(unsigned long id) {
+    m_Wish.m_SlotId = id;
     return *this;
 }
 
-CardOptions& CardOptions::delayMs(unsigned milliseconds) {
-    m_wish.delayMs = milliseconds;
+CardOptions& CardOptions::DelayMs(unsigned milliseconds) {
+    m_Wish.m_DelayMs = milliseconds;
     return *this;
 }
 
-CardOptions& CardOptions::fixedReader() {
-    m_wish.isRemovable = false;
+CardOptions& CardOptions::FixedReader() {
+    m_Wish.m_IsRemovable = false;
     return *this;
 }
 
-CardOptions& CardOptions::dataPin() {
-    m_wish.asksPinForData = true;
+CardOptions& CardOptions::DataPin() {
+    m_Wish.m_AsksPinForData = true;
     return *this;
 }
 
-std::string TraceRecord::value(const std::string& key) const {
-    const auto found = values.find(key);
-    return found == values.end() ? "" : found->second;
+std::string TraceRecord::Value(const std::string& key) const {
+    const auto found = m_Values.find(key);
+    return found == m_Values.end() ? "" : found->second;
 }
 
-SimDeck::SimDeck() : m_folder(makeFolder()) {
-    orselsim::createDeck(path(), false);
-    setVariable("ORSELSIM_DECK", path());
-    setVariable("ORSELSIM_TRACE", file(traceFile));
-    setVariable("ORSELSIM_FAULTS", "");
-    setVariable("ORSELSIM_PIN_SCRIPT", file(answersFile));
-    writeLines(file(answersFile), {});
+SimDeck::SimDeck() : m_Folder(MakeFolder()) {
+    orselsim::CreateDeck(GetPath(), false);
+    SetVariable("ORSELSIM_DECK", GetPath());
+    SetVariable("ORSELSIM_TRACE", File(TRACE_FILE));
+    SetVariable("ORSELSIM_FAULTS", "");
+    SetVariable("ORSELSIM_PIN_SCRIPT", File(ANSWERS_FILE));
+    WriteLines(File(ANSWERS_FILE), {});
 }
 
 SimDeck::~SimDeck() {
-    for (const auto& [name, value] : m_variablesBefore) {
+    for (const auto& [name, value] : m_VariablesBefore) {
         if (value)
             setenv(name.c_str(), value->c_str(), 1);
         else
             unsetenv(name.c_str());
     }
     std::error_code ignored; // nothing to be done about it in a destructor
-    fs::remove_all(m_folder, ignored);
+    fs::remove_all(m_Folder, ignored);
 }
 
-void SimDeck::setVariable(const char* name, const std::string& value) {
+void SimDeck::SetVariable(const char* name, const std::string& value) {
     const char* before = std::getenv(name);
-    m_variablesBefore.emplace(name, before == nullptr ? std::nullopt : std::optional<std::string>(before));
+    m_VariablesBefore.emplace(name, before == nullptr ? std::nullopt : std::optional<std::string>(before));
     setenv(name, value.c_str(), 1);
 }
 
-std::string SimDeck::path() const {
-    return m_folder + "/deck";
+std::string SimDeck::GetPath() const {
+    return m_Folder + "/deck";
 }
 
-std::string SimDeck::add(const std::string& kind, const CardOptions& options) {
-    orselsim::CardWish wish = options.m_wish;
-    wish.kind = kind;
-    return orselsim::insertCard(path(), wish);
+std::string SimDeck::Add(const std::string& kind, const CardOptions& options) {
+    orselsim::CardWish wish = options.m_Wish;
+    wish.m_Kind = kind;
+    return orselsim::InsertCard(GetPath(), wish);
 }
 
-void SimDeck::addDemoCards() {
-    for (const orselsim::CardWish& wish : orselsim::demoCards())
-        orselsim::insertCard(path(), wish);
+void SimDeck::AddDemoCards() {
+    for (const orselsim::CardWish& wish : orselsim::DemoCards())
+        orselsim::InsertCard(GetPath(), wish);
 }
 
-void SimDeck::takeOut(const std::string& card) {
-    fs::rename(path() + "/" + card, m_folder + "/" + card);
+void SimDeck::TakeOut(const std::string& card) {
+    fs::rename(GetPath() + "/" + card, m_Folder + "/" + card);
 }
 
-void SimDeck::putBack(const std::string& card) {
-    fs::rename(m_folder + "/" + card, path() + "/" + card);
+void SimDeck::PutBack(const std::string& card) {
+    fs::rename(m_Folder + "/" + card, GetPath() + "/" + card);
 }
 
-void SimDeck::remove(const std::string& card) {
-    orselsim::removeCard(path(), card);
+void SimDeck::Remove(const std::string& card) {
+    orselsim::RemoveCard(GetPath(), card);
 }
 
-void SimDeck::damage(const std::string& card) {
-    const std::string record = orselsim::recordPath(path() + "/" + card);
-    orselsim::Bytes json = orselsim::readFile(record);
+void SimDeck::Damage(const std::string& card) {
+    const std::string record = orselsim::RecordPath(GetPath() + "/" + card);
+    orselsim::Bytes json = orselsim::ReadFile(record);
     json.resize(json.size() / 2);
-    orselsim::replaceFile(record, json);
+    orselsim::ReplaceFile(record, json);
 }
 
-orselsim::Card SimDeck::read(const std::string& card) const {
-    return orselsim::loadCard(path() + "/" + card);
+orselsim::Card SimDeck::Read(const std::string& card) const {
+    return orselsim::LoadCard(GetPath() + "/" + card);
 }
 
-void SimDeck::change(const std::string& card, const std::function<void(orselsim::Card&)>& change) {
-    orselsim::Card content = read(card);
+void SimDeck::Change(const std::string& card, const std::function<void(orselsim::Card&)>& change) {
+    orselsim::Card content = Read(card);
     change(content);
-    orselsim::saveCard(path() + "/" + card, content);
+    orselsim::SaveCard(GetPath() + "/" + card, content);
 }
 
-void SimDeck::replaceObject(const std::string& card, const std::string& label,
+void SimDeck::ReplaceObject(const std::string& card, const std::string& label,
                             const orselsim::Bytes& content) {
-    change(card,
-           [&](orselsim::Card& changed) { changed.contents[objectNamed(changed, label).file] = content; });
+    Change(card, [&](orselsim::Card& changed) {
+        changed.m_Contents[ObjectNamed(changed, label).m_File] = content;
+    });
 }
 
-void SimDeck::removeObject(const std::string& card, const std::string& label) {
-    change(card, [&](orselsim::Card& changed) {
-        auto& objects = changed.record.objects;
+void SimDeck::RemoveObject(const std::string& card, const std::string& label) {
+    Change(card, [&](orselsim::Card& changed) {
+        auto& objects = changed.m_Record.m_Objects;
         objects.erase(
             std::remove_if(objects.begin(), objects.end(),
-                           [&](const orselsim::ObjectRecord& object) { return object.label == label; }),
+                           [&](const orselsim::ObjectRecord& object) { return object.m_Label == label; }),
             objects.end());
     });
 }
 
-void SimDeck::addData(const std::string& card, const std::string& label, const orselsim::Bytes& content,
+void SimDeck::AddData(const std::string& card, const std::string& label, const orselsim::Bytes& content,
                       bool isPrivate) {
-    change(card, [&](orselsim::Card& changed) {
-        addObject(changed, {orselsim::ObjectKind::Data, label, {}, "", isPrivate, ""}, content);
+    Change(card, [&](orselsim::Card& changed) {
+        AddObject(changed, {orselsim::ObjectKind::DATA, label, {}, "", isPrivate, ""}, content);
     });
 }
 
-void SimDeck::addCertificate(const std::string& card, const std::string& label,
+void SimDeck::AddCertificate(const std::string& card, const std::string& label,
                              const orselsim::Bytes& content, const orselsim::Bytes& id) {
-    change(card, [&](orselsim::Card& changed) {
-        addObject(changed, {orselsim::ObjectKind::Certificate, label, id, "", false, ""}, content);
+    Change(card, [&](orselsim::Card& changed) {
+        AddObject(changed, {orselsim::ObjectKind::CERTIFICATE, label, id, "", false, ""}, content);
     });
 }
 
-orselsim::Bytes SimDeck::objectContent(const std::string& card, const std::string& label) const {
-    const orselsim::Card content = read(card);
-    return content.content(objectNamed(content, label).file);
+orselsim::Bytes SimDeck::ObjectContent(const std::string& card, const std::string& label) const {
+    const orselsim::Card content = Read(card);
+    return content.Content(ObjectNamed(content, label).m_File);
 }
 
-void SimDeck::setTries(const std::string& card, const std::string& pin, unsigned tries) {
-    change(card, [&](orselsim::Card& changed) { changed.record.pins.at(pin).pin.triesLeft = tries; });
+void SimDeck::SetTries(const std::string& card, const std::string& pin, unsigned tries) {
+    Change(card, [&](orselsim::Card& changed) { changed.m_Record.m_Pins.at(pin).m_Pin.m_TriesLeft = tries; });
 }
 
-unsigned SimDeck::triesLeft(const std::string& card, const std::string& pin) const {
-    return read(card).record.pins.at(pin).pin.triesLeft;
+unsigned SimDeck::TriesLeft(const std::string& card, const std::string& pin) const {
+    return Read(card).m_Record.m_Pins.at(pin).m_Pin.m_TriesLeft;
 }
 
-void SimDeck::unsetPin(const std::string& card, const std::string& pin) {
-    change(card, [&](orselsim::Card& changed) { changed.record.pins.at(pin).pin.secret.reset(); });
+void SimDeck::UnsetPin(const std::string& card, const std::string& pin) {
+    Change(card, [&](orselsim::Card& changed) { changed.m_Record.m_Pins.at(pin).m_Pin.m_Secret.reset(); });
 }
 
-bool SimDeck::hasPin(const std::string& card, const std::string& pin, const std::string& digits) const {
-    const auto secret = read(card).record.pins.at(pin).pin.secret;
-    return secret && secret->matches(digits);
+bool SimDeck::HasPin(const std::string& card, const std::string& pin, const std::string& digits) const {
+    const auto secret = Read(card).m_Record.m_Pins.at(pin).m_Pin.m_Secret;
+    return secret && secret->Matches(digits);
 }
 
 // A new file each time: one rewritten in the same moment could look like the old one to the library.
-void SimDeck::planFaults(const std::vector<std::string>& faults) {
+void SimDeck::PlanFaults(const std::vector<std::string>& faults) {
     std::string text;
     for (const std::string& fault : faults)
         text += fault + '\n';
-    orselsim::replaceFile(file(faultsFile), orselsim::bytesOf(text));
-    setVariable("ORSELSIM_FAULTS", file(faultsFile));
+    orselsim::ReplaceFile(File(FAULTS_FILE), orselsim::BytesOf(text));
+    SetVariable("ORSELSIM_FAULTS", File(FAULTS_FILE));
 }
 
-void SimDeck::answerPins(const std::vector<std::string>& answers) {
-    m_answers.insert(m_answers.end(), answers.begin(), answers.end());
-    writeLines(file(answersFile), m_answers);
+void SimDeck::AnswerPins(const std::vector<std::string>& answers) {
+    m_Answers.insert(m_Answers.end(), answers.begin(), answers.end());
+    WriteLines(File(ANSWERS_FILE), m_Answers);
 }
 
-std::vector<TraceRecord> SimDeck::trace() const {
+std::vector<TraceRecord> SimDeck::GetTrace() const {
     std::vector<TraceRecord> records;
-    std::istringstream lines(traceText());
+    std::istringstream lines(TraceText());
     for (std::string line; std::getline(lines, line);)
-        records.push_back(parseLine(line));
+        records.push_back(ParseLine(line));
     return records;
 }
 
-std::vector<TraceRecord> SimDeck::trace(const std::string& function) const {
-    std::vector<TraceRecord> records = trace();
+std::vector<TraceRecord> SimDeck::GetTrace(const std::string& function) const {
+    std::vector<TraceRecord> records = GetTrace();
     records.erase(std::remove_if(records.begin(), records.end(),
-                                 [&](const TraceRecord& record) { return record.function != function; }),
+                                 [&](const TraceRecord& record) { return record.m_Function != function; }),
                   records.end());
     return records;
 }
 
-std::string SimDeck::traceText() const {
-    std::ifstream file(this->file(traceFile));
+std::string SimDeck::TraceText() const {
+    std::ifstream file(this->File(TRACE_FILE));
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
 }
 
 // The library holds the file open and appends, so it is emptied and not replaced.
-void SimDeck::clearTrace() {
-    writeLines(file(traceFile), {});
+void SimDeck::ClearTrace() {
+    WriteLines(File(TRACE_FILE), {});
 }
 
 } // namespace orseltest

@@ -37,7 +37,7 @@ public:
     using CertificateFrame::label_period;
     using CertificateFrame::label_state;
     using CertificateFrame::list_rows;
-    using CertificateFrame::notebook;
+    using CertificateFrame::m_Notebook;
     using CertificateFrame::text_all;
     using CertificateFrame::text_value;
 
@@ -55,20 +55,20 @@ protected:
 class ACertificateWindow : public testing::Test {
 protected:
     ~ACertificateWindow() override {
-        if (!m_isClosed) {
-            m_frame->Destroy();
+        if (!m_IsClosed) {
+            m_Frame->Destroy();
         }
         RunFor(1);
     }
 
     void Open(const CertificateBuilder& builder, std::time_t now = WHEN_VALID) {
-        m_frame = new ProbedFrame(nullptr, builder.Wrapped(), now);
-        m_frame->Bind(wxEVT_DESTROY, [this](wxWindowDestroyEvent& event) {
-            m_isClosed = m_isClosed || event.GetEventObject() == m_frame;
+        m_Frame = new ProbedFrame(nullptr, builder.Wrapped(), now);
+        m_Frame->Bind(wxEVT_DESTROY, [this](wxWindowDestroyEvent& event) {
+            m_IsClosed = m_IsClosed || event.GetEventObject() == m_Frame;
             event.Skip();
         });
-        m_frame->Show();
-        ASSERT_TRUE(RunUntil([this] { return m_frame->IsShownOnScreen(); }));
+        m_Frame->Show();
+        ASSERT_TRUE(RunUntil([this] { return m_Frame->IsShownOnScreen(); }));
     }
 
     /// As the keyboard would: to the window first.
@@ -76,19 +76,19 @@ protected:
         wxKeyEvent key(wxEVT_CHAR_HOOK);
         key.m_keyCode = code;
         key.SetControlDown((modifiers & wxMOD_CONTROL) != 0);
-        key.SetEventObject(m_frame);
-        return m_frame->GetEventHandler()->ProcessEvent(key);
+        key.SetEventObject(m_Frame);
+        return m_Frame->GetEventHandler()->ProcessEvent(key);
     }
     void PressButton(int id) {
         wxCommandEvent press(wxEVT_BUTTON, id);
-        m_frame->GetEventHandler()->ProcessEvent(press);
+        m_Frame->GetEventHandler()->ProcessEvent(press);
     }
     void ChooseInMenu(int id) {
         wxCommandEvent choice(wxEVT_MENU, id);
-        m_frame->GetEventHandler()->ProcessEvent(choice);
+        m_Frame->GetEventHandler()->ProcessEvent(choice);
     }
     bool Closes() {
-        return RunUntil([this] { return m_isClosed; });
+        return RunUntil([this] { return m_IsClosed; });
     }
 
     static std::string Clipboard() {
@@ -100,69 +100,69 @@ protected:
         return viewer::ToUtf8(text.GetText());
     }
 
-    ProbedFrame* m_frame = nullptr;
-    bool m_isClosed = false;
+    ProbedFrame* m_Frame = nullptr;
+    bool m_IsClosed = false;
 };
 
 } // namespace
 
 TEST_F(ACertificateWindow, TellsAboveWhatAPersonWantsToKnow) {
     Open(CertificateBuilder());
-    EXPECT_EQ("Erika Muster – Zertifikat", viewer::ToUtf8(m_frame->GetTitle()));
-    EXPECT_EQ("Erika Muster", m_frame->label_holder->GetLabelText());
-    EXPECT_EQ(Utf8("Gültig, noch 184 Tage"), m_frame->label_state->GetLabelText());
-    EXPECT_EQ("Ausgestellt von: Muster Sign 01", m_frame->label_issuer->GetLabelText());
+    EXPECT_EQ("Erika Muster – Zertifikat", viewer::ToUtf8(m_Frame->GetTitle()));
+    EXPECT_EQ("Erika Muster", m_Frame->label_holder->GetLabelText());
+    EXPECT_EQ(Utf8("Gültig, noch 184 Tage"), m_Frame->label_state->GetLabelText());
+    EXPECT_EQ("Ausgestellt von: Muster Sign 01", m_Frame->label_issuer->GetLabelText());
     EXPECT_EQ(Utf8("Gültig von 01.01.2016, 12:00:00 UTC bis 01.01.2026, 12:00:00 UTC"),
-              m_frame->label_period->GetLabelText());
-    EXPECT_TRUE(m_frame->label_note->IsShown());
+              m_Frame->label_period->GetLabelText());
+    EXPECT_TRUE(m_Frame->label_note->IsShown());
 }
 
 TEST_F(ACertificateWindow, SaysThatAnExpiredOneIsNoMore) {
     Open(CertificateBuilder(), WHEN_VALID + 184 * 24 * 60 * 60 + 12 * 24 * 60 * 60);
-    EXPECT_EQ("Abgelaufen seit 12 Tagen", m_frame->label_state->GetLabelText());
-    EXPECT_FALSE(m_frame->label_note->IsShown());
+    EXPECT_EQ("Abgelaufen seit 12 Tagen", m_Frame->label_state->GetLabelText());
+    EXPECT_FALSE(m_Frame->label_note->IsShown());
 }
 
 TEST_F(ACertificateWindow, ShowsNamesAsTheyAreWithTheirAmpersands) {
     Open(CertificateBuilder().Subject({{"CN", "A&B && C\u202e"}}));
-    EXPECT_EQ("A&B && C<U+202E>", m_frame->label_holder->GetLabelText());
+    EXPECT_EQ("A&B && C<U+202E>", m_Frame->label_holder->GetLabelText());
 }
 
 TEST_F(ACertificateWindow, StartsOnTheFirstRowOfItsList) {
     Open(CertificateBuilder());
-    EXPECT_EQ(m_frame->list_rows, wxWindow::FindFocus());
-    ASSERT_NE(nullptr, m_frame->list_rows->Selected());
-    EXPECT_EQ("Land (C)", m_frame->list_rows->Selected()->Label());
-    EXPECT_EQ("AT", m_frame->text_value->GetValue());
+    EXPECT_EQ(m_Frame->list_rows, wxWindow::FindFocus());
+    ASSERT_NE(nullptr, m_Frame->list_rows->Selected());
+    EXPECT_EQ("Land (C)", m_Frame->list_rows->Selected()->Label());
+    EXPECT_EQ("AT", m_Frame->text_value->GetValue());
 }
 
 TEST_F(ACertificateWindow, ShowsTheWholeValueOfTheSelectedRow) {
     const std::string longName(1000, 'x');
     Open(CertificateBuilder().Subject({{"C", "AT"}, {"1.2.3.4.5", longName}}));
-    m_frame->list_rows->Select(2);
-    EXPECT_EQ(longName, m_frame->text_value->GetValue());
-    EXPECT_LT(m_frame->list_rows->GetItemText(2, 1).length(), 210U); // and no more than a line in the list
+    m_Frame->list_rows->Select(2);
+    EXPECT_EQ(longName, m_Frame->text_value->GetValue());
+    EXPECT_LT(m_Frame->list_rows->GetItemText(2, 1).length(), 210U); // and no more than a line in the list
 }
 
 TEST_F(ACertificateWindow, ShowsEverythingAsTextOnItsOtherPage) {
     const CertificateBuilder builder;
     Open(builder);
-    EXPECT_EQ("", m_frame->text_all->GetValue()); // and not before
+    EXPECT_EQ("", m_Frame->text_all->GetValue()); // and not before
     PressKey(WXK_PAGEDOWN, wxMOD_CONTROL);
-    EXPECT_EQ(1, m_frame->notebook->GetSelection());
-    const std::string text = viewer::ToUtf8(m_frame->text_all->GetValue());
+    EXPECT_EQ(1, m_Frame->m_Notebook->GetSelection());
+    const std::string text = viewer::ToUtf8(m_Frame->text_all->GetValue());
     EXPECT_THAT(text, StartsWith("Inhaber\n    Land (C): AT\n"));
     EXPECT_THAT(text, EndsWith("-----END CERTIFICATE-----\n"));
     EXPECT_THAT(text, HasSubstr("\n-----BEGIN CERTIFICATE-----\n"));
     PressKey(WXK_PAGEUP, wxMOD_CONTROL);
-    EXPECT_EQ(0, m_frame->notebook->GetSelection());
+    EXPECT_EQ(0, m_Frame->m_Notebook->GetSelection());
 }
 
 TEST_F(ACertificateWindow, CopiesARowItsValueOrEverything) {
     Open(CertificateBuilder());
     PressKey('C', wxMOD_CONTROL);
     EXPECT_EQ("Land (C): AT", Clipboard());
-    m_frame->list_rows->Select(3);
+    m_Frame->list_rows->Select(3);
     PressButton(ID_VIEWER_COPY_ROW);
     EXPECT_EQ("Name (CN): Erika Muster", Clipboard());
     ChooseInMenu(ID_VIEWER_COPY_VALUE);
@@ -177,8 +177,8 @@ TEST_F(ACertificateWindow, CopiesARowItsValueOrEverything) {
 TEST_F(ACertificateWindow, LeavesCtrlCToATextField) {
     Open(CertificateBuilder());
     PressKey('C', wxMOD_CONTROL);
-    m_frame->text_value->SetFocus();
-    ASSERT_TRUE(RunUntil([this] { return wxWindow::FindFocus() == m_frame->text_value; }));
+    m_Frame->text_value->SetFocus();
+    ASSERT_TRUE(RunUntil([this] { return wxWindow::FindFocus() == m_Frame->text_value; }));
     EXPECT_FALSE(PressKey('C', wxMOD_CONTROL));
 }
 
@@ -187,8 +187,8 @@ TEST_F(ACertificateWindow, SavesAsPemOrDer) {
     const CertificateBuilder builder;
     Open(builder);
     const auto choose = [&](const char* name, int filter) {
-        m_frame->m_Target = dir.Path(name);
-        m_frame->m_Filter = filter;
+        m_Frame->m_Target = dir.Path(name);
+        m_Frame->m_Filter = filter;
     };
     choose("a.pem", 1);
     PressButton(ID_VIEWER_SAVE);
@@ -210,7 +210,7 @@ TEST_F(ACertificateWindow, SavesAsPemOrDer) {
 TEST_F(ACertificateWindow, TellsWhyItCannotSave) {
     const TempDir dir;
     Open(CertificateBuilder());
-    m_frame->m_Target = dir.Path("no/a.pem");
+    m_Frame->m_Target = dir.Path("no/a.pem");
     wxTEST_DIALOG(PressButton(ID_VIEWER_SAVE), wxExpectModal<wxMessageDialog>(wxID_OK));
 }
 
@@ -247,28 +247,28 @@ TEST_F(ACertificateWindow, StaysUsableWithTenThousandAlternativeNames) {
         names += (i == 0 ? "DNS:n" : ",DNS:n") + std::to_string(i) + ".example";
     }
     Open(CertificateBuilder().Extension("subjectAltName", names));
-    ASSERT_GT(m_frame->list_rows->GetItemCount(), 10000);
-    m_frame->list_rows->Select(10010);
-    EXPECT_THAT(viewer::ToUtf8(m_frame->text_value->GetValue()), StartsWith("DNS: n99"));
+    ASSERT_GT(m_Frame->list_rows->GetItemCount(), 10000);
+    m_Frame->list_rows->Select(10010);
+    EXPECT_THAT(viewer::ToUtf8(m_Frame->text_value->GetValue()), StartsWith("DNS: n99"));
 }
 
 TEST_F(ACertificateWindow, ShowsNoMoreOfATenMegabyteExtensionThanAPersonCanRead) {
     constexpr std::size_t size = 10UL * 1024 * 1024;
     Open(CertificateBuilder().RawExtension("1.2.3.4", std::vector<unsigned char>(size, 0xab)));
-    for (int row = 0; row < m_frame->list_rows->GetItemCount(); ++row) {
-        m_frame->list_rows->Select(row);
-        EXPECT_LT(m_frame->text_value->GetValue().length(), 20000U);
+    for (int row = 0; row < m_Frame->list_rows->GetItemCount(); ++row) {
+        m_Frame->list_rows->Select(row);
+        EXPECT_LT(m_Frame->text_value->GetValue().length(), 20000U);
     }
-    m_frame->notebook->SetSelection(1);
-    EXPECT_LT(m_frame->text_all->GetValue().length(), 1000000U);
+    m_Frame->m_Notebook->SetSelection(1);
+    EXPECT_LT(m_Frame->text_all->GetValue().length(), 1000000U);
     PressButton(ID_VIEWER_COPY_ALL); // has no limit
     EXPECT_GT(Clipboard().size(), 3 * size);
 }
 
 TEST_F(ACertificateWindow, CutsNothingThatItSays) {
     Open(CertificateBuilder());
-    for (const wxStaticText* label : {m_frame->label_holder, m_frame->label_state, m_frame->label_issuer,
-                                      m_frame->label_period, m_frame->label_note}) {
+    for (const wxStaticText* label : {m_Frame->label_holder, m_Frame->label_state, m_Frame->label_issuer,
+                                      m_Frame->label_period, m_Frame->label_note}) {
         EXPECT_GE(label->GetSize().x, label->GetTextExtent(label->GetLabelText()).x) << label->GetLabelText();
         EXPECT_GE(label->GetSize().y, label->GetCharHeight()) << label->GetLabelText();
     }

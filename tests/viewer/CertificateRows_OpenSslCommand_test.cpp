@@ -76,10 +76,10 @@ class OfADemoCard : public testing::TestWithParam<const char*> {};
 
 TEST_P(OfADemoCard, EveryRowIsAsTheOpenSslCommandSays) {
     orseltest::SimDeck deck;
-    const std::string card = deck.add(GetParam());
+    const std::string card = deck.Add(GetParam());
     for (const char* label : {"C.CH.SIG", "C.CH.EKEY"}) {
         SCOPED_TRACE(label);
-        ExpectThatTheyAgree(deck.objectContent(card, label));
+        ExpectThatTheyAgree(deck.ObjectContent(card, label));
     }
 }
 
@@ -94,7 +94,7 @@ TEST(CertificateRowsAndOpenSsl, AgreeOnEveryExtension) {
 
 TEST(CertificateRowsAndOpenSsl, AgreeWhereThereIsNoExtension) {
     for (const TestKey key :
-         {TestKey::Rsa1536, TestKey::Rsa2048, TestKey::P192, TestKey::P256, TestKey::Ed25519}) {
+         {TestKey::RSA1536, TestKey::RSA2048, TestKey::P192, TestKey::P256, TestKey::ED25519}) {
         ExpectThatTheyAgree(CertificateBuilder().Key(key).Der());
     }
 }

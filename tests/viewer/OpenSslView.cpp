@@ -148,13 +148,13 @@ public:
 
     /// Name (with ": critical" or ":") and lines of each extension.
     std::vector<std::pair<std::string, Lines>> Extensions() const {
-        constexpr std::size_t depth = 12;
+        constexpr std::size_t DEPTH = 12;
         std::vector<std::pair<std::string, Lines>> extensions;
         bool isThere = false;
         for (std::size_t i = 0; i < m_Lines.size(); ++i) {
             isThere = Trimmed(m_Lines[i]) == "X509v3 extensions:" ||
-                      (isThere && (m_Lines[i].empty() || IndentationOf(m_Lines[i]) >= depth));
-            if (isThere && IndentationOf(m_Lines[i]) == depth && !m_Lines[i].empty()) {
+                      (isThere && (m_Lines[i].empty() || IndentationOf(m_Lines[i]) >= DEPTH));
+            if (isThere && IndentationOf(m_Lines[i]) == DEPTH && !m_Lines[i].empty()) {
                 extensions.emplace_back(Trimmed(m_Lines[i]), BelowLine(i));
             }
         }

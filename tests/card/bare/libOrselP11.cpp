@@ -7,7 +7,7 @@ extern "C" CK_RV C_Initialize(void*) {
     return CKR_OK;
 }
 #else
-extern "C" int unrelated() {
+extern "C" int Unrelated() {
     return 0;
 }
 #endif

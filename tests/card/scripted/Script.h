@@ -6,14 +6,14 @@
 #include <p11-kit/pkcs11.h>
 
 struct Script {
-    CK_RV initializeAnswer;
-    CK_RV getInfoAnswer;
-    CK_INFO info;
+    CK_RV m_InitializeAnswer;
+    CK_RV m_GetInfoAnswer;
+    CK_INFO m_Info;
 
-    int initializeCalls;
-    int finalizeCalls;
-    void* initializeArgument;
-    void* finalizeArgument;
+    int m_InitializeCalls;
+    int m_FinalizeCalls;
+    void* m_InitializeArgument;
+    void* m_FinalizeArgument;
 };
 
 #endif

@@ -3,22 +3,22 @@
 // stand in the other source.
 #include "tests/card/scripted/Script.h"
 
-extern "C" Script TestScript;
-Script TestScript = {};
+extern "C" Script g_TestScript;
+Script g_TestScript = {};
 
 CK_RV C_Initialize(void* arguments) {
-    ++TestScript.initializeCalls;
-    TestScript.initializeArgument = arguments;
-    return TestScript.initializeAnswer;
+    ++g_TestScript.m_InitializeCalls;
+    g_TestScript.m_InitializeArgument = arguments;
+    return g_TestScript.m_InitializeAnswer;
 }
 
 CK_RV C_Finalize(void* reserved) {
-    ++TestScript.finalizeCalls;
-    TestScript.finalizeArgument = reserved;
+    ++g_TestScript.m_FinalizeCalls;
+    g_TestScript.m_FinalizeArgument = reserved;
     return CKR_OK;
 }
 
 CK_RV C_GetInfo(CK_INFO* info) {
-    *info = TestScript.info;
-    return TestScript.getInfoAnswer;
+    *info = g_TestScript.m_Info;
+    return g_TestScript.m_GetInfoAnswer;
 }

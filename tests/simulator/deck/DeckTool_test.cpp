@@ -15,15 +15,15 @@ using testing::StartsWith;
 namespace {
 
 struct Outcome {
-    int code;
-    std::string out;
-    std::string err;
+    int m_Code;
+    std::string m_Out;
+    std::string m_Err;
 };
 
-Outcome run(const std::vector<std::string>& words) {
+Outcome RunTool(const std::vector<std::string>& words) {
     std::ostringstream out;
     std::ostringstream err;
-    const int code = orselsim::runDeckTool(words, out, err);
+    const int code = orselsim::RunDeckTool(words, out, err);
     return {code, out.str(), err.str()};
 }
 
@@ -31,107 +31,107 @@ Outcome run(const std::vector<std::string>& words) {
 
 class TheDeckTool : public testing::Test {
 protected:
-    orseltest::SimDeck deck;
+    orseltest::SimDeck m_Deck;
 };
 
 TEST_F(TheDeckTool, MakesADeckOfTheKindsThatAreNamed) {
-    const std::string fresh = deck.folder() + "/fresh";
-    const Outcome made = run({"create", fresh, "--cards", "empty,ecard-g2"});
-    EXPECT_EQ(0, made.code) << made.err;
-    EXPECT_EQ("Made a deck of 2 cards in " + fresh + ".\n", made.out);
-    const Outcome listed = run({"list", fresh});
-    EXPECT_EQ(0, listed.code);
+    const std::string fresh = m_Deck.Folder() + "/fresh";
+    const Outcome made = RunTool({"create", fresh, "--cards", "empty,ecard-g2"});
+    EXPECT_EQ(0, made.m_Code) << made.m_Err;
+    EXPECT_EQ("Made a deck of 2 cards in " + fresh + ".\n", made.m_Out);
+    const Outcome listed = RunTool({"list", fresh});
+    EXPECT_EQ(0, listed.m_Code);
     EXPECT_EQ("01-empty        ACOS EMV-A04      0000000000000000  \n"
               "02-ecard-g2     Starcos SPK 3.1   8004000112233445  Franziska Müßig\n",
-              listed.out);
+              listed.m_Out);
 }
 
 TEST_F(TheDeckTool, MakesAnEmptyDeck) {
-    const Outcome made = run({"create", deck.folder() + "/fresh", "--empty"});
-    EXPECT_EQ("Made a deck of 0 cards in " + deck.folder() + "/fresh.\n", made.out);
-    EXPECT_EQ("", run({"list", deck.folder() + "/fresh"}).out);
+    const Outcome made = RunTool({"create", m_Deck.Folder() + "/fresh", "--empty"});
+    EXPECT_EQ("Made a deck of 0 cards in " + m_Deck.Folder() + "/fresh.\n", made.m_Out);
+    EXPECT_EQ("", RunTool({"list", m_Deck.Folder() + "/fresh"}).m_Out);
 }
 
 TEST_F(TheDeckTool, ReplacesADeckByForce) {
-    deck.add("empty");
-    const Outcome refused = run({"create", deck.path(), "--empty"});
-    EXPECT_EQ(1, refused.code);
-    EXPECT_EQ("orselsim-deck: \"" + deck.path() +
+    m_Deck.Add("empty");
+    const Outcome refused = RunTool({"create", m_Deck.GetPath(), "--empty"});
+    EXPECT_EQ(1, refused.m_Code);
+    EXPECT_EQ("orselsim-deck: \"" + m_Deck.GetPath() +
                   "\" is a deck already. With --force its cards are replaced.\n",
-              refused.err);
-    EXPECT_EQ(0, run({"create", deck.path(), "--empty", "--force"}).code);
-    EXPECT_EQ("", run({"list", deck.path()}).out);
+              refused.m_Err);
+    EXPECT_EQ(0, RunTool({"create", m_Deck.GetPath(), "--empty", "--force"}).m_Code);
+    EXPECT_EQ("", RunTool({"list", m_Deck.GetPath()}).m_Out);
 }
 
 TEST_F(TheDeckTool, PutsInACardAsDescribed) {
     const Outcome done =
-        run({"insert", deck.path(), "ecard-g2", "--holder", "Jörg Groß", "--serial", "1234567890123456",
-             "--label", "Orsel Carta extra", "--model", "Starcos SPK 3.4", "--name", "mine", "--slot", "12",
-             "--delay", "7", "--fixed-reader", "--data-pin"});
-    EXPECT_EQ(0, done.code) << done.err;
-    EXPECT_EQ("Put in the card mine.\n", done.out);
-    const orselsim::CardRecord card = deck.read("mine").record;
-    EXPECT_EQ("1234567890123456", card.serial);
-    EXPECT_EQ("Orsel Carta extra", card.label);
-    EXPECT_EQ("Starcos SPK 3.4", card.model);
-    EXPECT_EQ(12U, card.slotId);
-    EXPECT_EQ(7U, card.delayMs);
-    EXPECT_FALSE(card.isRemovable);
-    EXPECT_TRUE(card.asksPinForData);
+        RunTool({"insert", m_Deck.GetPath(), "ecard-g2", "--holder", "Jörg Groß", "--serial",
+                 "1234567890123456", "--label", "Orsel Carta extra", "--model", "Starcos SPK 3.4", "--name",
+                 "mine", "--slot", "12", "--delay", "7", "--fixed-reader", "--data-pin"});
+    EXPECT_EQ(0, done.m_Code) << done.m_Err;
+    EXPECT_EQ("Put in the card mine.\n", done.m_Out);
+    const orselsim::CardRecord card = m_Deck.Read("mine").m_Record;
+    EXPECT_EQ("1234567890123456", card.m_Serial);
+    EXPECT_EQ("Orsel Carta extra", card.m_Label);
+    EXPECT_EQ("Starcos SPK 3.4", card.m_Model);
+    EXPECT_EQ(12U, card.m_SlotId);
+    EXPECT_EQ(7U, card.m_DelayMs);
+    EXPECT_FALSE(card.m_IsRemovable);
+    EXPECT_TRUE(card.m_AsksPinForData);
 }
 
 TEST_F(TheDeckTool, ShowsEverythingAboutACard) {
-    deck.add("ecard-g2", CardOptions().holder("Jörg Groß").serial("8004000112233445").slot(5).delayMs(20));
-    const Outcome shown = run({"show", deck.path(), "01-ecard-g2"});
-    EXPECT_EQ(0, shown.code) << shown.err;
-    EXPECT_THAT(shown.out, StartsWith("Label         Orsel Carta e-Card\n"
-                                      "Model         Starcos SPK 3.1\n"
-                                      "Manufacturer  Orsel Kartenwerk\n"
-                                      "Serial        8004000112233445\n"
-                                      "ATR           3BBD18008131FE458051024F5253454C2D3030303215\n"
-                                      "Reader        card can be taken out\n"
-                                      "Slot          5\n"
-                                      "Delay         20 ms\n"
-                                      "Holder        Jörg Groß\n"
-                                      "PIN           encryption: 3 of 3 tries left, PUK: none\n"
-                                      "PIN           signature: 3 of 3 tries left, PUK: none\n"
-                                      "Object        private key \"SK.CH.SIG\", "));
-    EXPECT_THAT(shown.out, HasSubstr("Object        data \"RFU2\", 64 bytes\n"));
-    EXPECT_THAT(shown.out, HasSubstr("Property      SV-Personendaten/EHIC, "));
+    m_Deck.Add("ecard-g2", CardOptions().Holder("Jörg Groß").Serial("8004000112233445").Slot(5).DelayMs(20));
+    const Outcome shown = RunTool({"show", m_Deck.GetPath(), "01-ecard-g2"});
+    EXPECT_EQ(0, shown.m_Code) << shown.m_Err;
+    EXPECT_THAT(shown.m_Out, StartsWith("Label         Orsel Carta e-Card\n"
+                                        "Model         Starcos SPK 3.1\n"
+                                        "Manufacturer  Orsel Kartenwerk\n"
+                                        "Serial        8004000112233445\n"
+                                        "ATR           3BBD18008131FE458051024F5253454C2D3030303215\n"
+                                        "Reader        card can be taken out\n"
+                                        "Slot          5\n"
+                                        "Delay         20 ms\n"
+                                        "Holder        Jörg Groß\n"
+                                        "PIN           encryption: 3 of 3 tries left, PUK: none\n"
+                                        "PIN           signature: 3 of 3 tries left, PUK: none\n"
+                                        "Object        private key \"SK.CH.SIG\", "));
+    EXPECT_THAT(shown.m_Out, HasSubstr("Object        data \"RFU2\", 64 bytes\n"));
+    EXPECT_THAT(shown.m_Out, HasSubstr("Property      SV-Personendaten/EHIC, "));
 }
 
 TEST_F(TheDeckTool, TellsWhatIsWrongWithADamagedCard) {
-    deck.add("empty");
-    deck.damage("01-empty");
-    const Outcome listed = run({"list", deck.path()});
-    EXPECT_EQ(0, listed.code);
-    EXPECT_THAT(listed.out, StartsWith("01-empty        damaged: card.json: "));
-    EXPECT_EQ(1, run({"show", deck.path(), "01-empty"}).code);
+    m_Deck.Add("empty");
+    m_Deck.Damage("01-empty");
+    const Outcome listed = RunTool({"list", m_Deck.GetPath()});
+    EXPECT_EQ(0, listed.m_Code);
+    EXPECT_THAT(listed.m_Out, StartsWith("01-empty        damaged: card.json: "));
+    EXPECT_EQ(1, RunTool({"show", m_Deck.GetPath(), "01-empty"}).m_Code);
 }
 
 TEST_F(TheDeckTool, TakesOutACard) {
-    deck.add("empty");
-    EXPECT_EQ("Took out the card 01-empty.\n", run({"remove", deck.path(), "01-empty"}).out);
-    const Outcome again = run({"remove", deck.path(), "01-empty"});
-    EXPECT_EQ(1, again.code);
-    EXPECT_EQ("orselsim-deck: The deck has no card \"01-empty\".\n", again.err);
+    m_Deck.Add("empty");
+    EXPECT_EQ("Took out the card 01-empty.\n", RunTool({"remove", m_Deck.GetPath(), "01-empty"}).m_Out);
+    const Outcome again = RunTool({"remove", m_Deck.GetPath(), "01-empty"});
+    EXPECT_EQ(1, again.m_Code);
+    EXPECT_EQ("orselsim-deck: The deck has no card \"01-empty\".\n", again.m_Err);
 }
 
 TEST_F(TheDeckTool, HelpsWithEveryCommandKindAndPin) {
-    const Outcome help = run({"--help"});
-    EXPECT_EQ(0, help.code);
+    const Outcome help = RunTool({"--help"});
+    EXPECT_EQ(0, help.m_Code);
     for (const char* word : {"create DIR", "list DIR", "show DIR CARD", "insert DIR KIND", "remove DIR CARD",
                              "123456", "1234", "12345678"})
-        EXPECT_THAT(help.out, HasSubstr(word));
-    for (const orselsim::CardKind& kind : orselsim::cardKinds())
-        EXPECT_THAT(help.out, HasSubstr(kind.name));
-    EXPECT_EQ(help.out, run({"-h"}).out);
+        EXPECT_THAT(help.m_Out, HasSubstr(word));
+    for (const orselsim::CardKind& kind : orselsim::CardKinds())
+        EXPECT_THAT(help.m_Out, HasSubstr(kind.m_Name));
+    EXPECT_EQ(help.m_Out, RunTool({"-h"}).m_Out);
 }
 
 TEST_F(TheDeckTool, RefusesCommandLinesThatMakeNoSense) {
     struct Case {
-        std::vector<std::string> words;
-        const char* reason;
+        std::vector<std::string> m_Words;
+        const char* m_Reason;
     };
     const Case cases[] = {
         {{}, "What is to be done?"},
@@ -150,20 +150,20 @@ TEST_F(TheDeckTool, RefusesCommandLinesThatMakeNoSense) {
          "The option --delay needs a whole number from 0 to 2147483647."},
     };
     for (const Case& c : cases) {
-        const Outcome outcome = run(c.words);
-        EXPECT_EQ(2, outcome.code) << c.reason;
-        EXPECT_EQ("", outcome.out) << c.reason;
-        EXPECT_EQ(std::string("orselsim-deck: ") + c.reason +
+        const Outcome outcome = RunTool(c.m_Words);
+        EXPECT_EQ(2, outcome.m_Code) << c.m_Reason;
+        EXPECT_EQ("", outcome.m_Out) << c.m_Reason;
+        EXPECT_EQ(std::string("orselsim-deck: ") + c.m_Reason +
                       " \"orselsim-deck --help\" shows what there is.\n",
-                  outcome.err);
+                  outcome.m_Err);
     }
 }
 
 TEST_F(TheDeckTool, ChangesAPinBehindTheCardsBack) {
-    const std::string card = deck.add("acos-a03");
+    const std::string card = m_Deck.Add("acos-a03");
     struct Case {
-        std::vector<std::string> options;
-        const char* pin; ///< line of the PIN that was changed
+        std::vector<std::string> m_Options;
+        const char* m_Pin; ///< line of the PIN that was changed
     };
     const Case cases[] = {
         {{"--tries", "0"}, "signature: blocked, PUK: 10 of 10 tries left"},
@@ -178,27 +178,27 @@ TEST_F(TheDeckTool, ChangesAPinBehindTheCardsBack) {
         {{}, "signature: 5 of 5 tries left, PUK: 2 of 10 tries left"},
     };
     for (const Case& c : cases) {
-        std::vector<std::string> words = {"pin", deck.path(), card, "signature"};
-        words.insert(words.end(), c.options.begin(), c.options.end());
-        const Outcome outcome = run(words);
-        EXPECT_EQ(0, outcome.code) << outcome.err;
+        std::vector<std::string> words = {"pin", m_Deck.GetPath(), card, "signature"};
+        words.insert(words.end(), c.m_Options.begin(), c.m_Options.end());
+        const Outcome outcome = RunTool(words);
+        EXPECT_EQ(0, outcome.m_Code) << outcome.m_Err;
         EXPECT_EQ(std::string("PIN           encryption: 3 of 3 tries left, PUK: 10 of 10 tries left\n"
                               "PIN           ") +
-                      c.pin + "\n",
-                  outcome.out);
+                      c.m_Pin + "\n",
+                  outcome.m_Out);
     }
-    EXPECT_TRUE(deck.hasPin(card, "signature", "999999"));
-    EXPECT_TRUE(deck.read(card).record.pins.at("signature").puk->secret->matches("2222"));
+    EXPECT_TRUE(m_Deck.HasPin(card, "signature", "999999"));
+    EXPECT_TRUE(m_Deck.Read(card).m_Record.m_Pins.at("signature").m_Puk->m_Secret->Matches("2222"));
 }
 
 TEST_F(TheDeckTool, RefusesAPinThatCannotBe) {
-    const std::string card = deck.add("ecard-g2");
+    const std::string card = m_Deck.Add("ecard-g2");
     const auto refusal = [&](const std::vector<std::string>& options, int code) {
-        std::vector<std::string> words = {"pin", deck.path(), card};
+        std::vector<std::string> words = {"pin", m_Deck.GetPath(), card};
         words.insert(words.end(), options.begin(), options.end());
-        const Outcome outcome = run(words);
-        EXPECT_EQ(code, outcome.code);
-        return outcome.err;
+        const Outcome outcome = RunTool(words);
+        EXPECT_EQ(code, outcome.m_Code);
+        return outcome.m_Err;
     };
     EXPECT_EQ("orselsim-deck: The card has no PIN \"third\".\n", refusal({"third", "--tries", "1"}, 1));
     EXPECT_EQ("orselsim-deck: This PIN has 6 to 12 digits.\n",
@@ -210,37 +210,38 @@ TEST_F(TheDeckTool, RefusesAPinThatCannotBe) {
     EXPECT_THAT(refusal({"signature", "--no-puk", "--puk", "1"}, 2),
                 HasSubstr("--no-puk excludes the other options"));
     EXPECT_THAT(refusal({"signature", "--tries", "255"}, 2), HasSubstr("a whole number from 0 to 254."));
-    EXPECT_EQ(3U, deck.triesLeft(card, "signature")) << "nothing was changed";
+    EXPECT_EQ(3U, m_Deck.TriesLeft(card, "signature")) << "nothing was changed";
 }
 
 TEST_F(TheDeckTool, GivesACardItsFirstPinsBack) {
-    const std::string card = deck.add("acos-a03");
-    run({"pin", deck.path(), card, "signature", "--unset", "--tries", "0", "--puk", "1", "--puk-tries", "0"});
-    run({"pin", deck.path(), card, "encryption", "--pin", "5555", "--no-puk"});
-    const Outcome outcome = run({"reset", deck.path(), card});
-    EXPECT_EQ(0, outcome.code) << outcome.err;
+    const std::string card = m_Deck.Add("acos-a03");
+    RunTool({"pin", m_Deck.GetPath(), card, "signature", "--unset", "--tries", "0", "--puk", "1",
+             "--puk-tries", "0"});
+    RunTool({"pin", m_Deck.GetPath(), card, "encryption", "--pin", "5555", "--no-puk"});
+    const Outcome outcome = RunTool({"reset", m_Deck.GetPath(), card});
+    EXPECT_EQ(0, outcome.m_Code) << outcome.m_Err;
     EXPECT_EQ("PIN           encryption: 3 of 3 tries left, PUK: none\n"
               "PIN           signature: 3 of 3 tries left, PUK: 10 of 10 tries left\n",
-              outcome.out);
-    EXPECT_TRUE(deck.hasPin(card, "signature", "123456"));
-    EXPECT_TRUE(deck.hasPin(card, "encryption", "1234"));
-    EXPECT_TRUE(deck.read(card).record.pins.at("signature").puk->secret->matches("12345678"));
+              outcome.m_Out);
+    EXPECT_TRUE(m_Deck.HasPin(card, "signature", "123456"));
+    EXPECT_TRUE(m_Deck.HasPin(card, "encryption", "1234"));
+    EXPECT_TRUE(m_Deck.Read(card).m_Record.m_Pins.at("signature").m_Puk->m_Secret->Matches("12345678"));
 }
 
 TEST_F(TheDeckTool, ChangesHowACardBehaves) {
-    const std::string card = deck.add("empty");
-    const Outcome outcome = run({"set", deck.path(), card, "--delay", "15", "--data-pin", "yes",
-                                 "--software-pin", "no", "--removable", "no"});
-    EXPECT_EQ(0, outcome.code) << outcome.err;
-    EXPECT_EQ("Changed the card 01-empty.\n", outcome.out);
-    EXPECT_EQ(15U, deck.read(card).record.delayMs);
-    EXPECT_TRUE(deck.read(card).record.asksPinForData);
-    EXPECT_FALSE(deck.read(card).record.allowsSoftwarePin);
-    EXPECT_FALSE(deck.read(card).record.isRemovable);
-    run({"set", deck.path(), card, "--removable", "yes"});
-    EXPECT_EQ(15U, deck.read(card).record.delayMs) << "what is not given stays";
-    EXPECT_TRUE(deck.read(card).record.isRemovable);
-    const Outcome refused = run({"set", deck.path(), card, "--data-pin", "maybe"});
-    EXPECT_EQ(2, refused.code);
-    EXPECT_THAT(refused.err, HasSubstr("The option --data-pin needs yes or no."));
+    const std::string card = m_Deck.Add("empty");
+    const Outcome outcome = RunTool({"set", m_Deck.GetPath(), card, "--delay", "15", "--data-pin", "yes",
+                                     "--software-pin", "no", "--removable", "no"});
+    EXPECT_EQ(0, outcome.m_Code) << outcome.m_Err;
+    EXPECT_EQ("Changed the card 01-empty.\n", outcome.m_Out);
+    EXPECT_EQ(15U, m_Deck.Read(card).m_Record.m_DelayMs);
+    EXPECT_TRUE(m_Deck.Read(card).m_Record.m_AsksPinForData);
+    EXPECT_FALSE(m_Deck.Read(card).m_Record.m_AllowsSoftwarePin);
+    EXPECT_FALSE(m_Deck.Read(card).m_Record.m_IsRemovable);
+    RunTool({"set", m_Deck.GetPath(), card, "--removable", "yes"});
+    EXPECT_EQ(15U, m_Deck.Read(card).m_Record.m_DelayMs) << "what is not given stays";
+    EXPECT_TRUE(m_Deck.Read(card).m_Record.m_IsRemovable);
+    const Outcome refused = RunTool({"set", m_Deck.GetPath(), card, "--data-pin", "maybe"});
+    EXPECT_EQ(2, refused.m_Code);
+    EXPECT_THAT(refused.m_Err, HasSubstr("The option --data-pin needs yes or no."));
 }

@@ -4,20 +4,20 @@
 #include <gmock/gmock.h>
 
 using orselsim::Bytes;
-using orselsim::fromHex;
-using orselsim::toHex;
+using orselsim::FromHex;
+using orselsim::ToHex;
 
 TEST(HexText, HasTwoUpperCaseDigitsAByte) {
-    EXPECT_EQ("", toHex({}));
-    EXPECT_EQ("000AFF", toHex({0x00, 0x0A, 0xFF}));
+    EXPECT_EQ("", ToHex({}));
+    EXPECT_EQ("000AFF", ToHex({0x00, 0x0A, 0xFF}));
 }
 
 TEST(HexText, IsReadInEitherCase) {
-    EXPECT_EQ(Bytes({0x0A, 0xFF}), fromHex("0aFf"));
-    EXPECT_EQ(Bytes(), fromHex(""));
+    EXPECT_EQ(Bytes({0x0A, 0xFF}), FromHex("0aFf"));
+    EXPECT_EQ(Bytes(), FromHex(""));
 }
 
 TEST(HexText, IsRefusedWithAnythingElseInIt) {
     for (const char* text : {"0", "0G", "G0", "0x01", " 01", "01 ", "0:"})
-        EXPECT_EQ(std::nullopt, fromHex(text)) << text;
+        EXPECT_EQ(std::nullopt, FromHex(text)) << text;
 }

@@ -7,87 +7,87 @@ namespace orseltest {
 
 namespace {
 
-CK_BYTE* writable(const Bytes& bytes) {
+CK_BYTE* Writable(const Bytes& bytes) {
     return const_cast<CK_BYTE*>(bytes.data());
 }
 
 } // namespace
 
-void CardTest::putIn(const std::string& kind, const CardOptions& options) {
-    card = deck.add(kind, options);
-    library.emplace();
-    session = library->openFirst();
+void CardTest::PutIn(const std::string& kind, const CardOptions& options) {
+    m_Card = m_Deck.Add(kind, options);
+    m_Library.emplace();
+    m_Session = m_Library->OpenFirst();
 }
 
-CK_OBJECT_HANDLE CardTest::privateKey(const std::string& label) const {
-    return library->findOne(session, CKO_PRIVATE_KEY, label);
+CK_OBJECT_HANDLE CardTest::GetPrivateKey(const std::string& label) const {
+    return m_Library->FindOne(m_Session, CKO_PRIVATE_KEY, label);
 }
 
-CK_OBJECT_HANDLE CardTest::publicKey(const std::string& label) const {
-    return library->findOne(session, CKO_PUBLIC_KEY, label);
+CK_OBJECT_HANDLE CardTest::PublicKey(const std::string& label) const {
+    return m_Library->FindOne(m_Session, CKO_PUBLIC_KEY, label);
 }
 
 CK_OBJECT_HANDLE CardTest::data(const std::string& label) const {
-    return library->findOne(session, CKO_DATA, label);
+    return m_Library->FindOne(m_Session, CKO_DATA, label);
 }
 
-CK_OBJECT_HANDLE CardTest::certificate(const std::string& label) const {
-    return library->findOne(session, CKO_CERTIFICATE, label);
+CK_OBJECT_HANDLE CardTest::Certificate(const std::string& label) const {
+    return m_Library->FindOne(m_Session, CKO_CERTIFICATE, label);
 }
 
-Rv CardTest::signInit(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key) const {
+Rv CardTest::SignInit(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key) const {
     CK_MECHANISM given = {mechanism, nullptr, 0};
-    return (*library)->C_SignInit(session, &given, key);
+    return (*m_Library)->C_SignInit(m_Session, &given, key);
 }
 
-Rv CardTest::verifyInit(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key) const {
+Rv CardTest::VerifyInit(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key) const {
     CK_MECHANISM given = {mechanism, nullptr, 0};
-    return (*library)->C_VerifyInit(session, &given, key);
+    return (*m_Library)->C_VerifyInit(m_Session, &given, key);
 }
 
-Rv CardTest::finishSign(const Bytes& input, Bytes& signature) const {
+Rv CardTest::FinishSign(const Bytes& input, Bytes& signature) const {
     signature.assign(512, 0);
     CK_ULONG size = signature.size();
-    const Rv rv = (*library)->C_Sign(session, writable(input), input.size(), signature.data(), &size);
+    const Rv rv = (*m_Library)->C_Sign(m_Session, Writable(input), input.size(), signature.data(), &size);
     signature.resize(rv == CKR_OK ? size : 0);
     return rv;
 }
 
-Rv CardTest::sign(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key, const Bytes& input,
+Rv CardTest::Sign(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key, const Bytes& input,
                   Bytes& signature) const {
-    const Rv started = signInit(mechanism, key);
-    return started == CKR_OK ? finishSign(input, signature) : started;
+    const Rv started = SignInit(mechanism, key);
+    return started == CKR_OK ? FinishSign(input, signature) : started;
 }
 
-Rv CardTest::verify(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key, const Bytes& input,
+Rv CardTest::Verify(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key, const Bytes& input,
                     const Bytes& signature) const {
-    const Rv started = verifyInit(mechanism, key);
+    const Rv started = VerifyInit(mechanism, key);
     if (!(started == CKR_OK))
         return started;
-    return (*library)->C_Verify(session, writable(input), input.size(), writable(signature),
-                                signature.size());
+    return (*m_Library)
+        ->C_Verify(m_Session, Writable(input), input.size(), Writable(signature), signature.size());
 }
 
-Rv CardTest::login(const std::string& pin, CK_USER_TYPE user) const {
-    const Bytes bytes = orselsim::bytesOf(pin);
-    return (*library)->C_Login(session, user, writable(bytes), bytes.size());
+Rv CardTest::LogIn(const std::string& pin, CK_USER_TYPE user) const {
+    const Bytes bytes = orselsim::BytesOf(pin);
+    return (*m_Library)->C_Login(m_Session, user, Writable(bytes), bytes.size());
 }
 
-Rv CardTest::loginByDialog(CK_USER_TYPE user) const {
-    return (*library)->C_Login(session, user, nullptr, 0);
+Rv CardTest::LoginByDialog(CK_USER_TYPE user) const {
+    return (*m_Library)->C_Login(m_Session, user, nullptr, 0);
 }
 
-Rv CardTest::write(CK_OBJECT_HANDLE object, std::vector<CK_ATTRIBUTE> attributes) const {
-    return (*library)->C_SetAttributeValue(session, object, attributes.data(), attributes.size());
+Rv CardTest::Write(CK_OBJECT_HANDLE object, std::vector<CK_ATTRIBUTE> attributes) const {
+    return (*m_Library)->C_SetAttributeValue(m_Session, object, attributes.data(), attributes.size());
 }
 
-Rv CardTest::command(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type, bool value, bool softwarePin) const {
+Rv CardTest::Command(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type, bool value, bool softwarePin) const {
     CK_BBOOL flag = value ? CK_TRUE : CK_FALSE;
     CK_BBOOL yes = CK_TRUE;
     std::vector<CK_ATTRIBUTE> attributes = {{type, &flag, sizeof flag}};
     if (softwarePin)
-        attributes.push_back({orselsim::forceSoftwarePin, &yes, sizeof yes});
-    return write(object, attributes);
+        attributes.push_back({orselsim::FORCE_SOFTWARE_PIN, &yes, sizeof yes});
+    return Write(object, attributes);
 }
 
 } // namespace orseltest

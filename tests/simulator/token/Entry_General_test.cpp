@@ -9,17 +9,17 @@
 #include "tests/simulator/token/TokenLibrary.h"
 #include "tests/support/SimDeck.h"
 
-using orseltest::field;
+using orseltest::Field;
 using orseltest::Rv;
 using orseltest::SimDeck;
 using orseltest::TokenLibrary;
 
 namespace {
 
-CK_RV createMutex(void**) {
+CK_RV CreateMutex(void**) {
     return CKR_OK;
 }
-CK_RV useMutex(void*) {
+CK_RV UseMutex(void*) {
     return CKR_OK;
 }
 
@@ -48,34 +48,34 @@ TEST(TokenLibraryStart, NothingWorksBeforeIt) {
               library->C_OpenSession(1, CKF_SERIAL_SESSION, nullptr, nullptr, &session));
     EXPECT_EQ(Rv(CKR_CRYPTOKI_NOT_INITIALIZED), library->C_CloseSession(1));
     EXPECT_EQ(Rv(CKR_CRYPTOKI_NOT_INITIALIZED), library->C_DigestInit(1, nullptr));
-    EXPECT_EQ(Rv(CKR_CRYPTOKI_NOT_INITIALIZED), library.cardAttribute(1, "ATR", value));
+    EXPECT_EQ(Rv(CKR_CRYPTOKI_NOT_INITIALIZED), library.CardAttribute(1, "ATR", value));
 }
 
 TEST(TokenLibraryStart, TakesTheLockingArgumentsOfTheStandard) {
     struct Case {
-        const char* name;
-        CK_C_INITIALIZE_ARGS args;
-        CK_RV expected;
+        const char* m_Name;
+        CK_C_INITIALIZE_ARGS m_Args;
+        CK_RV m_Expected;
     };
     int something = 0;
     const Case cases[] = {
         {"system locking", {nullptr, nullptr, nullptr, nullptr, CKF_OS_LOCKING_OK, nullptr}, CKR_OK},
         {"no threads", {nullptr, nullptr, nullptr, nullptr, 0, nullptr}, CKR_OK},
-        {"either", {createMutex, useMutex, useMutex, useMutex, CKF_OS_LOCKING_OK, nullptr}, CKR_OK},
-        {"own mutexes only", {createMutex, useMutex, useMutex, useMutex, 0, nullptr}, CKR_CANT_LOCK},
+        {"either", {CreateMutex, UseMutex, UseMutex, UseMutex, CKF_OS_LOCKING_OK, nullptr}, CKR_OK},
+        {"own mutexes only", {CreateMutex, UseMutex, UseMutex, UseMutex, 0, nullptr}, CKR_CANT_LOCK},
         {"half of the mutexes",
-         {createMutex, useMutex, nullptr, nullptr, CKF_OS_LOCKING_OK, nullptr},
+         {CreateMutex, UseMutex, nullptr, nullptr, CKF_OS_LOCKING_OK, nullptr},
          CKR_ARGUMENTS_BAD},
         {"reserved set", {nullptr, nullptr, nullptr, nullptr, 0, &something}, CKR_ARGUMENTS_BAD},
     };
     const SimDeck deck;
     const TokenLibrary library(false);
     for (const Case& c : cases) {
-        CK_C_INITIALIZE_ARGS args = c.args;
-        EXPECT_EQ(Rv(c.expected), library->C_Initialize(&args)) << c.name;
-        EXPECT_EQ(Rv(c.expected == CKR_OK ? CKR_OK : CKR_CRYPTOKI_NOT_INITIALIZED),
+        CK_C_INITIALIZE_ARGS args = c.m_Args;
+        EXPECT_EQ(Rv(c.m_Expected), library->C_Initialize(&args)) << c.m_Name;
+        EXPECT_EQ(Rv(c.m_Expected == CKR_OK ? CKR_OK : CKR_CRYPTOKI_NOT_INITIALIZED),
                   library->C_Finalize(nullptr))
-            << c.name;
+            << c.m_Name;
     }
 }
 
@@ -94,8 +94,8 @@ TEST(TokenLibraryInfo, NamesTheStandardAndItself) {
     ASSERT_EQ(Rv(CKR_OK), library->C_GetInfo(&info));
     EXPECT_EQ(2, info.cryptokiVersion.major);
     EXPECT_EQ(40, info.cryptokiVersion.minor);
-    EXPECT_EQ("Orsel                           ", field(info.manufacturerID));
-    EXPECT_EQ("Simulated token library         ", field(info.libraryDescription));
+    EXPECT_EQ("Orsel                           ", Field(info.manufacturerID));
+    EXPECT_EQ("Simulated token library         ", Field(info.libraryDescription));
     EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), library->C_GetInfo(nullptr));
 }
 
@@ -105,9 +105,9 @@ TEST(TokenLibraryEntryPoints, FunctionListIsCompleteAndEqualsTheExports) {
     const char* const some[] = {"C_Initialize", "C_SetPIN", "C_WrapKey", "C_DigestFinal",
                                 "C_WaitForSlotEvent"};
     for (const char* name : some)
-        EXPECT_NE(nullptr, library.symbol(name)) << name;
-    EXPECT_NE(nullptr, library.symbol("C_CardAttribute"));
-    EXPECT_NE(nullptr, library.symbol("C_CardTransmit"));
+        EXPECT_NE(nullptr, library.Symbol(name)) << name;
+    EXPECT_NE(nullptr, library.Symbol("C_CardAttribute"));
+    EXPECT_NE(nullptr, library.Symbol("C_CardTransmit"));
 
     // The table is a version and then nothing but function pointers.
     const CK_FUNCTION_LIST* list = library.operator->();
@@ -117,8 +117,8 @@ TEST(TokenLibraryEntryPoints, FunctionListIsCompleteAndEqualsTheExports) {
         std::memcpy(&entry, bytes + at, sizeof entry);
         EXPECT_NE(nullptr, entry) << "entry " << at / sizeof(void*);
     }
-    EXPECT_EQ(library.symbol("C_WaitForSlotEvent"), reinterpret_cast<void*>(list->C_WaitForSlotEvent));
-    EXPECT_EQ(library.symbol("C_Finalize"), reinterpret_cast<void*>(list->C_Finalize));
+    EXPECT_EQ(library.Symbol("C_WaitForSlotEvent"), reinterpret_cast<void*>(list->C_WaitForSlotEvent));
+    EXPECT_EQ(library.Symbol("C_Finalize"), reinterpret_cast<void*>(list->C_Finalize));
 }
 
 TEST(TokenLibraryEntryPoints, AreAllThatIsVisible) {
@@ -149,10 +149,10 @@ TEST(TokenLibraryEntryPoints, WhatCardsHaveNoUseForIsNotSupported) {
 
 TEST(TokenLibraryEntryPoints, LibraryCanBeUnloadedAndLoadedAgain) {
     SimDeck deck;
-    deck.add("empty");
+    deck.Add("empty");
     for (int i = 0; i < 3; ++i) {
         const TokenLibrary library;
-        EXPECT_EQ(1U, library.slots().size());
+        EXPECT_EQ(1U, library.Slots().size());
     }
     EXPECT_EQ(nullptr, dlopen(ORSELSIM_LIBRARY, RTLD_LAZY | RTLD_NOLOAD)) << "still in the process";
 }

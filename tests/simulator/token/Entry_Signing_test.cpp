@@ -3,7 +3,7 @@
 
 #include "tests/simulator/token/CardTest.h"
 
-using orselsim::bytesOf;
+using orselsim::BytesOf;
 using orseltest::Bytes;
 using orseltest::Rv;
 using testing::IsEmpty;
@@ -11,17 +11,17 @@ using testing::SizeIs;
 
 class CardSignature : public orseltest::CardTest {
 protected:
-    Rv signByEncryptionKey() { return sign(CKM_ECDSA, privateKey("SK.CH.EKEY"), input, signature); }
+    Rv SignByEncryptionKey() { return Sign(CKM_ECDSA, GetPrivateKey("SK.CH.EKEY"), m_Input, m_Signature); }
 
-    const Bytes input = Bytes(20, 7);
-    Bytes signature;
+    const Bytes m_Input = Bytes(20, 7);
+    Bytes m_Signature;
 };
 
 TEST_F(CardSignature, IsMadeByEachKeyAndConfirmedByTheCard) {
     struct Case {
-        const char* application;
-        CK_MECHANISM_TYPE mechanism;
-        const char* pin;
+        const char* m_Application;
+        CK_MECHANISM_TYPE m_Mechanism;
+        const char* m_Pin;
         std::size_t size;
     };
     const Case cases[] = {
@@ -34,148 +34,150 @@ TEST_F(CardSignature, IsMadeByEachKeyAndConfirmedByTheCard) {
         {"EKEY", CKM_SHA384_RSA_PKCS, "1234", 192},
         {"EKEY", CKM_SHA512_RSA_PKCS, "1234", 192},
     };
-    putIn("acos-a04");
+    PutIn("acos-a04");
     for (const Case& c : cases) {
-        deck.answerPins({c.pin});
-        const CK_OBJECT_HANDLE secret = privateKey(std::string("SK.CH.") + c.application);
-        EXPECT_EQ(Rv(CKR_OK), sign(c.mechanism, secret, input, signature));
-        EXPECT_THAT(signature, SizeIs(c.size));
-        const CK_OBJECT_HANDLE open = publicKey(std::string("PK.CH.") + c.application);
-        EXPECT_EQ(Rv(CKR_OK), verify(c.mechanism, open, input, signature));
-        EXPECT_EQ(Rv(CKR_SIGNATURE_INVALID), verify(c.mechanism, open, Bytes(20, 8), signature));
+        m_Deck.AnswerPins({c.m_Pin});
+        const CK_OBJECT_HANDLE secret = GetPrivateKey(std::string("SK.CH.") + c.m_Application);
+        EXPECT_EQ(Rv(CKR_OK), Sign(c.m_Mechanism, secret, m_Input, m_Signature));
+        EXPECT_THAT(m_Signature, SizeIs(c.size));
+        const CK_OBJECT_HANDLE open = PublicKey(std::string("PK.CH.") + c.m_Application);
+        EXPECT_EQ(Rv(CKR_OK), Verify(c.m_Mechanism, open, m_Input, m_Signature));
+        EXPECT_EQ(Rv(CKR_SIGNATURE_INVALID), Verify(c.m_Mechanism, open, Bytes(20, 8), m_Signature));
     }
 }
 
 TEST_F(CardSignature, TellsItsSizeWithoutAPin) {
-    putIn("ecard-g2");
-    EXPECT_EQ(Rv(CKR_OK), signInit(CKM_ECDSA, privateKey("SK.CH.SIG")));
+    PutIn("ecard-g2");
+    EXPECT_EQ(Rv(CKR_OK), SignInit(CKM_ECDSA, GetPrivateKey("SK.CH.SIG")));
     CK_ULONG size = 0;
-    EXPECT_EQ(Rv(CKR_OK), (*library)->C_Sign(session, nullptr, 0, nullptr, &size));
+    EXPECT_EQ(Rv(CKR_OK), (*m_Library)->C_Sign(m_Session, nullptr, 0, nullptr, &size));
     EXPECT_EQ(48U, size);
     Bytes buffer(47);
     size = buffer.size();
-    Bytes copy = input;
+    Bytes copy = m_Input;
     EXPECT_EQ(Rv(CKR_BUFFER_TOO_SMALL),
-              (*library)->C_Sign(session, copy.data(), copy.size(), buffer.data(), &size));
+              (*m_Library)->C_Sign(m_Session, copy.data(), copy.size(), buffer.data(), &size));
     EXPECT_EQ(48U, size);
-    deck.answerPins({"123456"});
-    EXPECT_EQ(Rv(CKR_OK), finishSign(input, signature)) << "the operation is still active";
-    EXPECT_THAT(signature, SizeIs(48));
-    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), finishSign(input, signature));
+    m_Deck.AnswerPins({"123456"});
+    EXPECT_EQ(Rv(CKR_OK), FinishSign(m_Input, m_Signature)) << "the operation is still active";
+    EXPECT_THAT(m_Signature, SizeIs(48));
+    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), FinishSign(m_Input, m_Signature));
 }
 
 TEST_F(CardSignature, KeepsTheOrderOfTheStandard) {
-    putIn("ecard-g2");
-    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), finishSign(input, signature));
-    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), (*library)->C_Verify(session, nullptr, 0, nullptr, 0));
-    EXPECT_EQ(Rv(CKR_OK), signInit(CKM_ECDSA, privateKey("SK.CH.SIG")));
-    EXPECT_EQ(Rv(CKR_OPERATION_ACTIVE), signInit(CKM_ECDSA, privateKey("SK.CH.SIG")));
-    EXPECT_EQ(Rv(CKR_OK), verifyInit(CKM_ECDSA, publicKey("PK.CH.SIG")));
-    EXPECT_EQ(Rv(CKR_OPERATION_ACTIVE), verifyInit(CKM_ECDSA, publicKey("PK.CH.SIG")));
-    EXPECT_EQ(Rv(CKR_SIGNATURE_LEN_RANGE), (*library)->C_Verify(session, nullptr, 0, nullptr, 0));
-    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), (*library)->C_Verify(session, nullptr, 0, nullptr, 0));
+    PutIn("ecard-g2");
+    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), FinishSign(m_Input, m_Signature));
+    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), (*m_Library)->C_Verify(m_Session, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(Rv(CKR_OK), SignInit(CKM_ECDSA, GetPrivateKey("SK.CH.SIG")));
+    EXPECT_EQ(Rv(CKR_OPERATION_ACTIVE), SignInit(CKM_ECDSA, GetPrivateKey("SK.CH.SIG")));
+    EXPECT_EQ(Rv(CKR_OK), VerifyInit(CKM_ECDSA, PublicKey("PK.CH.SIG")));
+    EXPECT_EQ(Rv(CKR_OPERATION_ACTIVE), VerifyInit(CKM_ECDSA, PublicKey("PK.CH.SIG")));
+    EXPECT_EQ(Rv(CKR_SIGNATURE_LEN_RANGE), (*m_Library)->C_Verify(m_Session, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), (*m_Library)->C_Verify(m_Session, nullptr, 0, nullptr, 0));
 }
 
 TEST_F(CardSignature, IsRefusedForKeysAndMechanismsThatDoNotFit) {
-    putIn("acos-a04");
-    const CK_OBJECT_HANDLE ec = privateKey("SK.CH.SIG");
-    const CK_OBJECT_HANDLE rsa = privateKey("SK.CH.EKEY");
-    EXPECT_EQ(Rv(CKR_KEY_TYPE_INCONSISTENT), signInit(CKM_RSA_PKCS, ec));
-    EXPECT_EQ(Rv(CKR_KEY_TYPE_INCONSISTENT), signInit(CKM_ECDSA, rsa));
-    EXPECT_EQ(Rv(CKR_MECHANISM_INVALID), signInit(CKM_SHA224_RSA_PKCS, rsa));
-    EXPECT_EQ(Rv(CKR_KEY_HANDLE_INVALID), signInit(CKM_ECDSA, 0));
-    EXPECT_EQ(Rv(CKR_KEY_HANDLE_INVALID), signInit(CKM_ECDSA, data("INFOBOX")));
-    EXPECT_EQ(Rv(CKR_KEY_FUNCTION_NOT_PERMITTED), signInit(CKM_ECDSA, publicKey("PK.CH.SIG")));
-    EXPECT_EQ(Rv(CKR_KEY_FUNCTION_NOT_PERMITTED), verifyInit(CKM_ECDSA, ec));
-    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*library)->C_SignInit(session, nullptr, ec));
+    PutIn("acos-a04");
+    const CK_OBJECT_HANDLE ec = GetPrivateKey("SK.CH.SIG");
+    const CK_OBJECT_HANDLE rsa = GetPrivateKey("SK.CH.EKEY");
+    EXPECT_EQ(Rv(CKR_KEY_TYPE_INCONSISTENT), SignInit(CKM_RSA_PKCS, ec));
+    EXPECT_EQ(Rv(CKR_KEY_TYPE_INCONSISTENT), SignInit(CKM_ECDSA, rsa));
+    EXPECT_EQ(Rv(CKR_MECHANISM_INVALID), SignInit(CKM_SHA224_RSA_PKCS, rsa));
+    EXPECT_EQ(Rv(CKR_KEY_HANDLE_INVALID), SignInit(CKM_ECDSA, 0));
+    EXPECT_EQ(Rv(CKR_KEY_HANDLE_INVALID), SignInit(CKM_ECDSA, data("INFOBOX")));
+    EXPECT_EQ(Rv(CKR_KEY_FUNCTION_NOT_PERMITTED), SignInit(CKM_ECDSA, PublicKey("PK.CH.SIG")));
+    EXPECT_EQ(Rv(CKR_KEY_FUNCTION_NOT_PERMITTED), VerifyInit(CKM_ECDSA, ec));
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*m_Library)->C_SignInit(m_Session, nullptr, ec));
     CK_MECHANISM withParameter = {CKM_ECDSA, &withParameter, sizeof withParameter};
-    EXPECT_EQ(Rv(CKR_MECHANISM_PARAM_INVALID), (*library)->C_SignInit(session, &withParameter, ec));
+    EXPECT_EQ(Rv(CKR_MECHANISM_PARAM_INVALID), (*m_Library)->C_SignInit(m_Session, &withParameter, ec));
 }
 
 TEST_F(CardSignature, OfABlockThatIsTooLongIsRefusedBeforeThePin) {
-    putIn("acos-a03");
-    EXPECT_EQ(Rv(CKR_DATA_LEN_RANGE), sign(CKM_RSA_PKCS, privateKey("SK.CH.EKEY"), Bytes(182), signature));
-    deck.answerPins({"1234"});
-    EXPECT_EQ(Rv(CKR_OK), sign(CKM_RSA_PKCS, privateKey("SK.CH.EKEY"), Bytes(181), signature))
+    PutIn("acos-a03");
+    EXPECT_EQ(Rv(CKR_DATA_LEN_RANGE),
+              Sign(CKM_RSA_PKCS, GetPrivateKey("SK.CH.EKEY"), Bytes(182), m_Signature));
+    m_Deck.AnswerPins({"1234"});
+    EXPECT_EQ(Rv(CKR_OK), Sign(CKM_RSA_PKCS, GetPrivateKey("SK.CH.EKEY"), Bytes(181), m_Signature))
         << "no answer was used up";
 }
 
 TEST_F(CardSignature, AsksForThePinEachTime) {
-    putIn("ecard-g2");
-    deck.answerPins({"1234", "4321", "1234"});
-    EXPECT_EQ(Rv(CKR_OK), signByEncryptionKey());
-    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), signByEncryptionKey());
-    EXPECT_THAT(signature, IsEmpty());
-    EXPECT_EQ(2U, deck.triesLeft(card, "encryption"));
-    EXPECT_EQ(Rv(CKR_OK), signByEncryptionKey());
-    EXPECT_EQ(3U, deck.triesLeft(card, "encryption"));
+    PutIn("ecard-g2");
+    m_Deck.AnswerPins({"1234", "4321", "1234"});
+    EXPECT_EQ(Rv(CKR_OK), SignByEncryptionKey());
+    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), SignByEncryptionKey());
+    EXPECT_THAT(m_Signature, IsEmpty());
+    EXPECT_EQ(2U, m_Deck.TriesLeft(m_Card, "encryption"));
+    EXPECT_EQ(Rv(CKR_OK), SignByEncryptionKey());
+    EXPECT_EQ(3U, m_Deck.TriesLeft(m_Card, "encryption"));
 }
 
 TEST_F(CardSignature, EndsTheOperationWhenThePinIsWrong) {
-    putIn("ecard-g2");
-    deck.answerPins({"0000"});
-    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), signByEncryptionKey());
-    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), finishSign(input, signature));
+    PutIn("ecard-g2");
+    m_Deck.AnswerPins({"0000"});
+    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), SignByEncryptionKey());
+    EXPECT_EQ(Rv(CKR_OPERATION_NOT_INITIALIZED), FinishSign(m_Input, m_Signature));
 }
 
 TEST_F(CardSignature, IsCancelledByTheUser) {
-    putIn("ecard-g2");
-    deck.answerPins({"cancel"});
-    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), signByEncryptionKey());
-    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), signByEncryptionKey()) << "no more answers";
-    EXPECT_EQ(3U, deck.triesLeft(card, "encryption"));
+    PutIn("ecard-g2");
+    m_Deck.AnswerPins({"cancel"});
+    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), SignByEncryptionKey());
+    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), SignByEncryptionKey()) << "no more answers";
+    EXPECT_EQ(3U, m_Deck.TriesLeft(m_Card, "encryption"));
 }
 
 TEST_F(CardSignature, BlocksThePinAfterThreeMistakes) {
-    putIn("ecard-g2");
-    deck.answerPins({"0000", "0000", "0000", "1234"});
-    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), signByEncryptionKey());
-    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), signByEncryptionKey());
-    EXPECT_EQ(Rv(CKR_PIN_LOCKED), signByEncryptionKey());
-    EXPECT_EQ(Rv(CKR_PIN_LOCKED), signByEncryptionKey()) << "without asking";
-    deck.setTries(card, "encryption", 3);
-    EXPECT_EQ(Rv(CKR_OK), signByEncryptionKey()) << "with the fourth answer";
+    PutIn("ecard-g2");
+    m_Deck.AnswerPins({"0000", "0000", "0000", "1234"});
+    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), SignByEncryptionKey());
+    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), SignByEncryptionKey());
+    EXPECT_EQ(Rv(CKR_PIN_LOCKED), SignByEncryptionKey());
+    EXPECT_EQ(Rv(CKR_PIN_LOCKED), SignByEncryptionKey()) << "without asking";
+    m_Deck.SetTries(m_Card, "encryption", 3);
+    EXPECT_EQ(Rv(CKR_OK), SignByEncryptionKey()) << "with the fourth answer";
 }
 
 TEST_F(CardSignature, NeedsAPinThatHasBeenSet) {
-    putIn("ecard-g2");
-    deck.unsetPin(card, "signature");
-    EXPECT_EQ(Rv(CKR_USER_PIN_NOT_INITIALIZED), sign(CKM_ECDSA, privateKey("SK.CH.SIG"), input, signature));
+    PutIn("ecard-g2");
+    m_Deck.UnsetPin(m_Card, "signature");
+    EXPECT_EQ(Rv(CKR_USER_PIN_NOT_INITIALIZED),
+              Sign(CKM_ECDSA, GetPrivateKey("SK.CH.SIG"), m_Input, m_Signature));
 }
 
 TEST_F(CardSignature, NeedsNoFurtherPinAfterALoginUnlessItIsQualified) {
-    putIn("ecard-g2");
-    EXPECT_EQ(Rv(CKR_OK), login("1234"));
-    EXPECT_EQ(Rv(CKR_OK), signByEncryptionKey());
-    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), sign(CKM_ECDSA, privateKey("SK.CH.SIG"), input, signature));
-    EXPECT_EQ(Rv(CKR_OK), signInit(CKM_ECDSA, privateKey("SK.CH.SIG")));
-    EXPECT_EQ(Rv(CKR_OK), login("123456", CKU_CONTEXT_SPECIFIC));
-    EXPECT_EQ(Rv(CKR_OK), finishSign(input, signature));
-    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), sign(CKM_ECDSA, privateKey("SK.CH.SIG"), input, signature))
+    PutIn("ecard-g2");
+    EXPECT_EQ(Rv(CKR_OK), LogIn("1234"));
+    EXPECT_EQ(Rv(CKR_OK), SignByEncryptionKey());
+    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), Sign(CKM_ECDSA, GetPrivateKey("SK.CH.SIG"), m_Input, m_Signature));
+    EXPECT_EQ(Rv(CKR_OK), SignInit(CKM_ECDSA, GetPrivateKey("SK.CH.SIG")));
+    EXPECT_EQ(Rv(CKR_OK), LogIn("123456", CKU_CONTEXT_SPECIFIC));
+    EXPECT_EQ(Rv(CKR_OK), FinishSign(m_Input, m_Signature));
+    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), Sign(CKM_ECDSA, GetPrivateKey("SK.CH.SIG"), m_Input, m_Signature))
         << "counted once";
 }
 
 TEST_F(CardSignature, SurvivesTheProcess) {
-    putIn("ecard-g2");
-    deck.answerPins({"0000"});
-    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), signByEncryptionKey());
-    library.reset();
-    library.emplace();
-    EXPECT_NE(0U, library->tokenInfo(library->slots().at(0)).flags & CKF_USER_PIN_COUNT_LOW);
+    PutIn("ecard-g2");
+    m_Deck.AnswerPins({"0000"});
+    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), SignByEncryptionKey());
+    m_Library.reset();
+    m_Library.emplace();
+    EXPECT_NE(0U, m_Library->TokenInfo(m_Library->Slots().at(0)).flags & CKF_USER_PIN_COUNT_LOW);
 }
 
 TEST_F(CardSignature, FailsWhenTheCardIsTakenOutInBetween) {
-    putIn("ecard-g2");
-    EXPECT_EQ(Rv(CKR_OK), signInit(CKM_ECDSA, privateKey("SK.CH.SIG")));
-    deck.takeOut(card);
-    EXPECT_EQ(Rv(CKR_DEVICE_REMOVED), finishSign(input, signature));
+    PutIn("ecard-g2");
+    EXPECT_EQ(Rv(CKR_OK), SignInit(CKM_ECDSA, GetPrivateKey("SK.CH.SIG")));
+    m_Deck.TakeOut(m_Card);
+    EXPECT_EQ(Rv(CKR_DEVICE_REMOVED), FinishSign(m_Input, m_Signature));
 }
 
 TEST_F(CardSignature, RefusesMissingArguments) {
-    putIn("ecard-g2");
-    EXPECT_EQ(Rv(CKR_OK), signInit(CKM_ECDSA, privateKey("SK.CH.SIG")));
+    PutIn("ecard-g2");
+    EXPECT_EQ(Rv(CKR_OK), SignInit(CKM_ECDSA, GetPrivateKey("SK.CH.SIG")));
     Bytes buffer(48);
     CK_ULONG size = 48;
-    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*library)->C_Sign(session, nullptr, 20, nullptr, nullptr));
-    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*library)->C_Sign(session, nullptr, 20, buffer.data(), &size));
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*m_Library)->C_Sign(m_Session, nullptr, 20, nullptr, nullptr));
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*m_Library)->C_Sign(m_Session, nullptr, 20, buffer.data(), &size));
 }

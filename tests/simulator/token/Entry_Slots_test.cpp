@@ -5,7 +5,7 @@
 #include "tests/support/SimDeck.h"
 
 using orseltest::CardOptions;
-using orseltest::field;
+using orseltest::Field;
 using orseltest::Rv;
 using orseltest::SimDeck;
 using orseltest::TokenLibrary;
@@ -16,24 +16,24 @@ using testing::StartsWith;
 
 namespace {
 
-std::string serialOf(const TokenLibrary& library, CK_SLOT_ID slot) {
-    return field(library.tokenInfo(slot).serialNumber);
+std::string SerialOf(const TokenLibrary& library, CK_SLOT_ID slot) {
+    return Field(library.TokenInfo(slot).serialNumber);
 }
 
-std::vector<std::string> serials(const TokenLibrary& library) {
+std::vector<std::string> Serials(const TokenLibrary& library) {
     std::vector<std::string> result;
-    for (const CK_SLOT_ID slot : library.slots())
-        result.push_back(serialOf(library, slot));
+    for (const CK_SLOT_ID slot : library.Slots())
+        result.push_back(SerialOf(library, slot));
     return result;
 }
 
-CK_FLAGS slotFlags(const TokenLibrary& library, CK_SLOT_ID slot) {
+CK_FLAGS SlotFlags(const TokenLibrary& library, CK_SLOT_ID slot) {
     CK_SLOT_INFO info = {};
     EXPECT_EQ(Rv(CKR_OK), library->C_GetSlotInfo(slot, &info));
     return info.flags;
 }
 
-Rv pollEvent(const TokenLibrary& library, CK_SLOT_ID& slot) {
+Rv PollEvent(const TokenLibrary& library, CK_SLOT_ID& slot) {
     return library->C_WaitForSlotEvent(CKF_DONT_BLOCK, &slot, nullptr);
 }
 
@@ -42,31 +42,31 @@ Rv pollEvent(const TokenLibrary& library, CK_SLOT_ID& slot) {
 TEST(SlotList, IsEmptyForADeckWithoutCards) {
     const SimDeck deck;
     const TokenLibrary library;
-    EXPECT_THAT(library.slots(), IsEmpty());
+    EXPECT_THAT(library.Slots(), IsEmpty());
 }
 
 TEST(SlotList, IsEmptyForADeckThatIsNotThere) {
     const SimDeck deck;
-    setenv("ORSELSIM_DECK", (deck.folder() + "/nowhere").c_str(), 1);
-    EXPECT_THAT(TokenLibrary().slots(), IsEmpty());
+    setenv("ORSELSIM_DECK", (deck.Folder() + "/nowhere").c_str(), 1);
+    EXPECT_THAT(TokenLibrary().Slots(), IsEmpty());
     unsetenv("ORSELSIM_DECK");
-    EXPECT_THAT(TokenLibrary().slots(), IsEmpty());
+    EXPECT_THAT(TokenLibrary().Slots(), IsEmpty());
 }
 
 TEST(SlotList, FollowsTheNamesOfTheCardDirectories) {
     SimDeck deck;
-    deck.add("empty", CardOptions().directory("20-second").serial("2222222222222222"));
-    deck.add("empty", CardOptions().directory("10-first").serial("1111111111111111"));
-    deck.add("empty", CardOptions().directory("30-third").serial("3333333333333333"));
+    deck.Add("empty", CardOptions().Directory("20-second").Serial("2222222222222222"));
+    deck.Add("empty", CardOptions().Directory("10-first").Serial("1111111111111111"));
+    deck.Add("empty", CardOptions().Directory("30-third").Serial("3333333333333333"));
     const TokenLibrary library;
-    EXPECT_THAT(library.slots(), ElementsAre(1, 2, 3));
-    EXPECT_THAT(serials(library), ElementsAre("1111111111111111", "2222222222222222", "3333333333333333"));
+    EXPECT_THAT(library.Slots(), ElementsAre(1, 2, 3));
+    EXPECT_THAT(Serials(library), ElementsAre("1111111111111111", "2222222222222222", "3333333333333333"));
 }
 
 TEST(SlotList, AsksForTheSizeAndRefusesTooSmallABuffer) {
     SimDeck deck;
-    deck.add("empty");
-    deck.add("empty");
+    deck.Add("empty");
+    deck.Add("empty");
     const TokenLibrary library;
     CK_ULONG count = 77;
     EXPECT_EQ(Rv(CKR_OK), library->C_GetSlotList(CK_TRUE, nullptr, &count));
@@ -86,49 +86,49 @@ TEST(SlotList, AsksForTheSizeAndRefusesTooSmallABuffer) {
 TEST(SlotList, HoldsMoreThanAHundredTokens) {
     SimDeck deck;
     for (int i = 0; i < 129; ++i)
-        deck.add("empty", CardOptions().directory("card-" + std::to_string(1000 + i)));
-    EXPECT_THAT(TokenLibrary().slots(), SizeIs(129));
+        deck.Add("empty", CardOptions().Directory("card-" + std::to_string(1000 + i)));
+    EXPECT_THAT(TokenLibrary().Slots(), SizeIs(129));
 }
 
 TEST(SlotList, GivesACardTheIdThatItsRecordChooses) {
     SimDeck deck;
-    deck.add("empty", CardOptions().directory("1"));
-    deck.add("empty", CardOptions().directory("2").slot(1));
-    deck.add("empty", CardOptions().directory("3").slot(4000));
-    EXPECT_THAT(TokenLibrary().slots(), ElementsAre(2, 1, 4000));
+    deck.Add("empty", CardOptions().Directory("1"));
+    deck.Add("empty", CardOptions().Directory("2").Slot(1));
+    deck.Add("empty", CardOptions().Directory("3").Slot(4000));
+    EXPECT_THAT(TokenLibrary().Slots(), ElementsAre(2, 1, 4000));
 }
 
 TEST(SlotList, GivesAnotherIdWhenTheChosenOneIsTaken) {
     SimDeck deck;
-    deck.add("empty", CardOptions().directory("1").slot(7));
-    deck.add("empty", CardOptions().directory("2").slot(7));
+    deck.Add("empty", CardOptions().Directory("1").Slot(7));
+    deck.Add("empty", CardOptions().Directory("2").Slot(7));
     testing::internal::CaptureStderr();
-    EXPECT_THAT(TokenLibrary().slots(), ElementsAre(7, 1));
+    EXPECT_THAT(TokenLibrary().Slots(), ElementsAre(7, 1));
     EXPECT_EQ("OrselP11: card 2: slot 7 is taken\n", testing::internal::GetCapturedStderr());
 }
 
 TEST(ACardThatIsPutIn, ShowsAtTheNextCall) {
     SimDeck deck;
     const TokenLibrary library;
-    EXPECT_THAT(library.slots(), IsEmpty());
-    deck.add("empty");
-    EXPECT_THAT(library.slots(), ElementsAre(1));
+    EXPECT_THAT(library.Slots(), IsEmpty());
+    deck.Add("empty");
+    EXPECT_THAT(library.Slots(), ElementsAre(1));
 }
 
 TEST(ACardThatIsTakenOut, LeavesAnEmptyReader) {
     SimDeck deck;
-    deck.add("empty", CardOptions().directory("1"));
-    deck.add("empty", CardOptions().directory("2"));
+    deck.Add("empty", CardOptions().Directory("1"));
+    deck.Add("empty", CardOptions().Directory("2"));
     const TokenLibrary library;
-    EXPECT_THAT(library.slots(), ElementsAre(1, 2));
-    deck.takeOut("1");
+    EXPECT_THAT(library.Slots(), ElementsAre(1, 2));
+    deck.TakeOut("1");
     CK_TOKEN_INFO info = {};
     CK_SESSION_HANDLE session = 0;
     EXPECT_EQ(Rv(CKR_TOKEN_NOT_PRESENT), library->C_GetTokenInfo(1, &info));
     EXPECT_EQ(Rv(CKR_TOKEN_NOT_PRESENT),
               library->C_OpenSession(1, CKF_SERIAL_SESSION, nullptr, nullptr, &session));
-    EXPECT_EQ(0U, slotFlags(library, 1) & CKF_TOKEN_PRESENT);
-    EXPECT_THAT(library.slots(), ElementsAre(2));
+    EXPECT_EQ(0U, SlotFlags(library, 1) & CKF_TOKEN_PRESENT);
+    EXPECT_THAT(library.Slots(), ElementsAre(2));
     CK_ULONG count = 0;
     EXPECT_EQ(Rv(CKR_OK), library->C_GetSlotList(CK_FALSE, nullptr, &count));
     EXPECT_EQ(2U, count) << "the reader itself is still there";
@@ -136,42 +136,42 @@ TEST(ACardThatIsTakenOut, LeavesAnEmptyReader) {
 
 TEST(ACardThatIsTakenOut, ComesBackInTheSameSlot) {
     SimDeck deck;
-    deck.add("empty", CardOptions().directory("1"));
-    deck.add("empty", CardOptions().directory("2"));
+    deck.Add("empty", CardOptions().Directory("1"));
+    deck.Add("empty", CardOptions().Directory("2"));
     const TokenLibrary library;
-    library.slots();
-    deck.takeOut("1");
-    EXPECT_THAT(library.slots(), ElementsAre(2));
-    deck.add("empty", CardOptions().directory("0"));
-    EXPECT_THAT(library.slots(), ElementsAre(3, 2)) << "the id of the empty reader is not given away";
-    deck.putBack("1");
-    EXPECT_THAT(library.slots(), ElementsAre(3, 1, 2));
+    library.Slots();
+    deck.TakeOut("1");
+    EXPECT_THAT(library.Slots(), ElementsAre(2));
+    deck.Add("empty", CardOptions().Directory("0"));
+    EXPECT_THAT(library.Slots(), ElementsAre(3, 2)) << "the id of the empty reader is not given away";
+    deck.PutBack("1");
+    EXPECT_THAT(library.Slots(), ElementsAre(3, 1, 2));
 }
 
 TEST(SlotInfo, TellsTheReader) {
     SimDeck deck;
-    deck.add("empty", CardOptions().directory("01-removable"));
-    deck.add("empty", CardOptions().directory("02-fixed").fixedReader());
+    deck.Add("empty", CardOptions().Directory("01-removable"));
+    deck.Add("empty", CardOptions().Directory("02-fixed").FixedReader());
     const TokenLibrary library;
-    library.slots();
+    library.Slots();
     CK_SLOT_INFO info = {};
     ASSERT_EQ(Rv(CKR_OK), library->C_GetSlotInfo(1, &info));
     EXPECT_EQ(CKF_TOKEN_PRESENT | CKF_REMOVABLE_DEVICE | CKF_HW_SLOT, info.flags);
-    EXPECT_THAT(field(info.slotDescription), StartsWith("Simulated reader of 01-removable  "));
-    EXPECT_EQ(CKF_TOKEN_PRESENT | CKF_HW_SLOT, slotFlags(library, 2));
+    EXPECT_THAT(Field(info.slotDescription), StartsWith("Simulated reader of 01-removable  "));
+    EXPECT_EQ(CKF_TOKEN_PRESENT | CKF_HW_SLOT, SlotFlags(library, 2));
     EXPECT_EQ(Rv(CKR_SLOT_ID_INVALID), library->C_GetSlotInfo(3, &info));
     EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), library->C_GetSlotInfo(1, nullptr));
 }
 
 TEST(TokenInfo, PadsItsFieldsWithBlanks) {
     SimDeck deck;
-    deck.add("ecard-g2", CardOptions().serial("8004000112233445"));
+    deck.Add("ecard-g2", CardOptions().Serial("8004000112233445"));
     const TokenLibrary library;
-    const CK_TOKEN_INFO info = library.tokenInfo(library.slots().at(0));
-    EXPECT_EQ("Orsel Carta e-Card              ", field(info.label));
-    EXPECT_EQ("Orsel Kartenwerk                ", field(info.manufacturerID));
-    EXPECT_EQ("Starcos SPK 3.1 ", field(info.model));
-    EXPECT_EQ("8004000112233445", field(info.serialNumber));
+    const CK_TOKEN_INFO info = library.TokenInfo(library.Slots().at(0));
+    EXPECT_EQ("Orsel Carta e-Card              ", Field(info.label));
+    EXPECT_EQ("Orsel Kartenwerk                ", Field(info.manufacturerID));
+    EXPECT_EQ("Starcos SPK 3.1 ", Field(info.model));
+    EXPECT_EQ("8004000112233445", Field(info.serialNumber));
     EXPECT_EQ(CKF_RNG | CKF_LOGIN_REQUIRED | CKF_USER_PIN_INITIALIZED | CKF_PROTECTED_AUTHENTICATION_PATH |
                   CKF_TOKEN_INITIALIZED,
               info.flags);
@@ -181,19 +181,19 @@ TEST(TokenInfo, PadsItsFieldsWithBlanks) {
 
 TEST(TokenInfo, CountsTheSessions) {
     SimDeck deck;
-    deck.add("empty");
+    deck.Add("empty");
     const TokenLibrary library;
-    const CK_SLOT_ID slot = library.slots().at(0);
-    library.open(slot);
-    library.open(slot, CKF_SERIAL_SESSION | CKF_RW_SESSION);
-    EXPECT_EQ(2U, library.tokenInfo(slot).ulSessionCount);
-    EXPECT_EQ(1U, library.tokenInfo(slot).ulRwSessionCount);
+    const CK_SLOT_ID slot = library.Slots().at(0);
+    library.Open(slot);
+    library.Open(slot, CKF_SERIAL_SESSION | CKF_RW_SESSION);
+    EXPECT_EQ(2U, library.TokenInfo(slot).ulSessionCount);
+    EXPECT_EQ(1U, library.TokenInfo(slot).ulRwSessionCount);
 }
 
 TEST(TokenInfo, TellsHowThePinStands) {
     struct Case {
-        unsigned triesLeft;
-        CK_FLAGS expected;
+        unsigned m_TriesLeft;
+        CK_FLAGS m_Expected;
     };
     const Case cases[] = {
         {3, 0},
@@ -202,41 +202,41 @@ TEST(TokenInfo, TellsHowThePinStands) {
         {0, CKF_USER_PIN_COUNT_LOW | CKF_USER_PIN_LOCKED},
     };
     SimDeck deck;
-    const std::string card = deck.add("ecard-g2");
+    const std::string card = deck.Add("ecard-g2");
     const TokenLibrary library;
-    const CK_SLOT_ID slot = library.slots().at(0);
+    const CK_SLOT_ID slot = library.Slots().at(0);
     for (const Case& c : cases) {
-        deck.change(card, [&](orselsim::Card& changed) {
-            changed.record.pins.at("encryption").pin.triesLeft = c.triesLeft;
+        deck.Change(card, [&](orselsim::Card& changed) {
+            changed.m_Record.m_Pins.at("encryption").m_Pin.m_TriesLeft = c.m_TriesLeft;
         });
         const CK_FLAGS mask = CKF_USER_PIN_COUNT_LOW | CKF_USER_PIN_FINAL_TRY | CKF_USER_PIN_LOCKED;
-        EXPECT_EQ(c.expected, library.tokenInfo(slot).flags & mask) << c.triesLeft;
+        EXPECT_EQ(c.m_Expected, library.TokenInfo(slot).flags & mask) << c.m_TriesLeft;
     }
 }
 
 TEST(TokenInfo, OfAnEmptyCardHasTheSerialOfZeros) {
     SimDeck deck;
-    deck.add("empty");
+    deck.Add("empty");
     const TokenLibrary library;
-    EXPECT_THAT(serials(library), ElementsAre("0000000000000000"));
-    EXPECT_EQ(0U, library.tokenInfo(1).flags & CKF_USER_PIN_INITIALIZED);
+    EXPECT_THAT(Serials(library), ElementsAre("0000000000000000"));
+    EXPECT_EQ(0U, library.TokenInfo(1).flags & CKF_USER_PIN_INITIALIZED);
 }
 
 TEST(SlotEvents, TellOfEachCardThatCameOrWentOnce) {
     SimDeck deck;
-    deck.add("empty", CardOptions().directory("1"));
+    deck.Add("empty", CardOptions().Directory("1"));
     const TokenLibrary library;
     CK_SLOT_ID slot = 0;
-    EXPECT_EQ(Rv(CKR_NO_EVENT), pollEvent(library, slot)) << "a card that was there from the start";
-    deck.add("empty", CardOptions().directory("2"));
-    EXPECT_EQ(Rv(CKR_OK), pollEvent(library, slot));
+    EXPECT_EQ(Rv(CKR_NO_EVENT), PollEvent(library, slot)) << "a card that was there from the start";
+    deck.Add("empty", CardOptions().Directory("2"));
+    EXPECT_EQ(Rv(CKR_OK), PollEvent(library, slot));
     EXPECT_EQ(2U, slot);
-    EXPECT_EQ(Rv(CKR_NO_EVENT), pollEvent(library, slot));
-    deck.takeOut("1");
-    library.slots(); // noticing is not telling
-    EXPECT_EQ(Rv(CKR_OK), pollEvent(library, slot));
+    EXPECT_EQ(Rv(CKR_NO_EVENT), PollEvent(library, slot));
+    deck.TakeOut("1");
+    library.Slots(); // noticing is not telling
+    EXPECT_EQ(Rv(CKR_OK), PollEvent(library, slot));
     EXPECT_EQ(1U, slot);
-    EXPECT_EQ(Rv(CKR_NO_EVENT), pollEvent(library, slot));
+    EXPECT_EQ(Rv(CKR_NO_EVENT), PollEvent(library, slot));
 }
 
 TEST(SlotEvents, AreNotWaitedFor) {
@@ -250,9 +250,9 @@ TEST(SlotEvents, AreNotWaitedFor) {
 
 TEST(Mechanisms, AreThoseOfTheCards) {
     SimDeck deck;
-    deck.add("empty");
+    deck.Add("empty");
     const TokenLibrary library;
-    const CK_SLOT_ID slot = library.slots().at(0);
+    const CK_SLOT_ID slot = library.Slots().at(0);
     CK_ULONG count = 0;
     EXPECT_EQ(Rv(CKR_OK), library->C_GetMechanismList(slot, nullptr, &count));
     ASSERT_EQ(8U, count);

@@ -4,7 +4,7 @@
 #include "tests/simulator/token/TokenLibrary.h"
 #include "tests/support/SimDeck.h"
 
-using orselsim::toHex;
+using orselsim::ToHex;
 using orseltest::Bytes;
 using orseltest::CardOptions;
 using orseltest::Rv;
@@ -19,135 +19,136 @@ using CardAttribute = CK_RV (*)(CK_SESSION_HANDLE, const char*, unsigned char*, 
 using CardTransmit = CK_RV (*)(CK_SESSION_HANDLE, const unsigned char*, unsigned long, unsigned char*,
                                unsigned long*);
 
-constexpr const char* selectRoot = "00A4000C023F00";
-constexpr const char* selectDfDec = "00A4000C02DF71";
-constexpr const char* selectEfDec = "00A4000C02D001";
-constexpr const char* selectEfGdo = "00A4000C022F02";
-constexpr const char* readBinary = "00B0000000";
-constexpr const char* readChipId = "80F6000008";
+constexpr const char* SELECT_ROOT = "00A4000C023F00";
+constexpr const char* SELECT_DF_DEC = "00A4000C02DF71";
+constexpr const char* SELECT_EF_DEC = "00A4000C02D001";
+constexpr const char* SELECT_EF_GDO = "00A4000C022F02";
+constexpr const char* READ_BINARY = "00B0000000";
+constexpr const char* READ_CHIP_ID = "80F6000008";
 
 } // namespace
 
 class ACard : public testing::Test {
 protected:
-    void putIn(const std::string& kind, const CardOptions& options = CardOptions()) {
-        card = deck.add(kind, options);
-        library.emplace();
-        session = library->openFirst();
+    void PutIn(const std::string& kind, const CardOptions& options = CardOptions()) {
+        m_Card = m_Deck.Add(kind, options);
+        m_Library.emplace();
+        m_Session = m_Library->OpenFirst();
     }
 
-    std::string attribute(const char* name) {
+    std::string Attribute(const char* name) {
         Bytes value;
-        EXPECT_EQ(Rv(CKR_OK), library->cardAttribute(session, name, value)) << name;
-        return toHex(value);
+        EXPECT_EQ(Rv(CKR_OK), m_Library->CardAttribute(m_Session, name, value)) << name;
+        return ToHex(value);
     }
 
-    Rv attributeResult(const char* name) {
+    Rv AttributeResult(const char* name) {
         Bytes value;
-        return library->cardAttribute(session, name, value);
+        return m_Library->CardAttribute(m_Session, name, value);
     }
 
-    std::string transmit(const std::string& apdu) { return library->transmit(session, apdu); }
+    std::string Transmit(const std::string& apdu) { return m_Library->Transmit(m_Session, apdu); }
 
-    SimDeck deck;
-    std::string card;
-    std::optional<TokenLibrary> library;
-    CK_SESSION_HANDLE session = 0;
+    SimDeck m_Deck;
+    std::string m_Card;
+    std::optional<TokenLibrary> m_Library;
+    CK_SESSION_HANDLE m_Session = 0;
 };
 
 TEST_F(ACard, TellsItsAtr) {
-    putIn("empty");
-    EXPECT_EQ("3BBF11008131FE454550414F5253454C2D412D30303031F6", attribute("ATR"));
+    PutIn("empty");
+    EXPECT_EQ("3BBF11008131FE454550414F5253454C2D412D30303031F6", Attribute("ATR"));
 }
 
 TEST_F(ACard, TellsItsAtrAgainWhenItIsReset) {
-    putIn("empty");
-    EXPECT_EQ(attribute("ATR"), attribute("Reset"));
+    PutIn("empty");
+    EXPECT_EQ(Attribute("ATR"), Attribute("Reset"));
 }
 
 TEST_F(ACard, AnswersPropertiesByTheSizeProtocol) {
-    putIn("empty");
-    const auto call = reinterpret_cast<CardAttribute>(library->symbol("C_CardAttribute"));
+    PutIn("empty");
+    const auto call = reinterpret_cast<CardAttribute>(m_Library->Symbol("C_CardAttribute"));
     unsigned long size = 0;
-    EXPECT_EQ(Rv(CKR_OK), call(session, "ATR", nullptr, &size));
+    EXPECT_EQ(Rv(CKR_OK), call(m_Session, "ATR", nullptr, &size));
     EXPECT_EQ(24U, size);
     Bytes buffer(24, 0xEE);
     size = 23;
-    EXPECT_EQ(Rv(CKR_BUFFER_TOO_SMALL), call(session, "ATR", buffer.data(), &size));
+    EXPECT_EQ(Rv(CKR_BUFFER_TOO_SMALL), call(m_Session, "ATR", buffer.data(), &size));
     EXPECT_EQ(24U, size);
     EXPECT_EQ(0xEE, buffer[0]);
-    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), call(session, "ATR", buffer.data(), nullptr));
-    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), call(session, nullptr, buffer.data(), &size));
-    EXPECT_EQ(Rv(CKR_SESSION_HANDLE_INVALID), call(session + 1, "ATR", buffer.data(), &size));
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), call(m_Session, "ATR", buffer.data(), nullptr));
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), call(m_Session, nullptr, buffer.data(), &size));
+    EXPECT_EQ(Rv(CKR_SESSION_HANDLE_INVALID), call(m_Session + 1, "ATR", buffer.data(), &size));
 }
 
 TEST_F(ACard, KnowsNoPropertyBeyondItsOwn) {
-    putIn("empty");
+    PutIn("empty");
     for (const char* name :
          {"atr", "", "SicSig/PIN-Status", "GewSig/PIN-Status", "SV-Personendaten/EHIC", "Nothing"})
-        EXPECT_EQ(Rv(CKR_FUNCTION_NOT_SUPPORTED), attributeResult(name)) << name;
+        EXPECT_EQ(Rv(CKR_FUNCTION_NOT_SUPPORTED), AttributeResult(name)) << name;
 }
 
 TEST_F(ACard, WithoutAnAtrFailsToTellIt) {
-    putIn("empty");
-    deck.change(card, [](orselsim::Card& changed) { changed.record.atr.clear(); });
-    EXPECT_EQ(Rv(CKR_DEVICE_ERROR), attributeResult("ATR"));
+    PutIn("empty");
+    m_Deck.Change(m_Card, [](orselsim::Card& changed) { changed.m_Record.m_Atr.clear(); });
+    EXPECT_EQ(Rv(CKR_DEVICE_ERROR), AttributeResult("ATR"));
 }
 
 TEST_F(ACard, OfTheECardKindTellsTheStateOfItsPins) {
-    putIn("ecard-g2");
-    EXPECT_EQ("03", attribute("SicSig/PIN-Status"));
-    EXPECT_EQ("03", attribute("GewSig/PIN-Status"));
-    deck.change(card, [](orselsim::Card& changed) {
-        changed.record.pins.at("signature").pin.triesLeft = 0;
-        changed.record.pins.at("encryption").pin.secret.reset();
+    PutIn("ecard-g2");
+    EXPECT_EQ("03", Attribute("SicSig/PIN-Status"));
+    EXPECT_EQ("03", Attribute("GewSig/PIN-Status"));
+    m_Deck.Change(m_Card, [](orselsim::Card& changed) {
+        changed.m_Record.m_Pins.at("signature").m_Pin.m_TriesLeft = 0;
+        changed.m_Record.m_Pins.at("encryption").m_Pin.m_Secret.reset();
     });
-    EXPECT_EQ("00", attribute("SicSig/PIN-Status"));
-    EXPECT_EQ("FF", attribute("GewSig/PIN-Status")) << "not set, so nothing is known of tries";
+    EXPECT_EQ("00", Attribute("SicSig/PIN-Status"));
+    EXPECT_EQ("FF", Attribute("GewSig/PIN-Status")) << "not set, so nothing is known of tries";
 }
 
 TEST_F(ACard, OfTheECardKindHoldsPersonData) {
-    putIn("ecard-g2", CardOptions().holder("Jörg Groß").serial("8004000112233445"));
+    PutIn("ecard-g2", CardOptions().Holder("Jörg Groß").Serial("8004000112233445"));
     Bytes value;
-    EXPECT_EQ(Rv(CKR_OK), library->cardAttribute(session, "SV-Personendaten/EHIC", value));
-    EXPECT_THAT(orselsim::textOf(value), testing::HasSubstr("Jörg Groß"));
-    EXPECT_EQ(Rv(CKR_OK), library->cardAttribute(session, "SV-Personendaten/Grunddaten", value));
-    EXPECT_THAT(orselsim::textOf(value), testing::HasSubstr("8004000112233445"));
+    EXPECT_EQ(Rv(CKR_OK), m_Library->CardAttribute(m_Session, "SV-Personendaten/EHIC", value));
+    EXPECT_THAT(orselsim::TextOf(value), testing::HasSubstr("Jörg Groß"));
+    EXPECT_EQ(Rv(CKR_OK), m_Library->CardAttribute(m_Session, "SV-Personendaten/Grunddaten", value));
+    EXPECT_THAT(orselsim::TextOf(value), testing::HasSubstr("8004000112233445"));
 }
 
 TEST_F(ACard, HoldsItsNumberBelowADirectory) {
-    putIn("ecard-g2", CardOptions().serial("8004000112233445"));
+    PutIn("ecard-g2", CardOptions().Serial("8004000112233445"));
     for (int i = 0; i < 2; ++i) { // a second time from where the first one ended
-        EXPECT_EQ("9000", transmit(selectDfDec));
-        EXPECT_EQ("9000", transmit(selectEfDec));
-        EXPECT_EQ("80040001122334454F5253454C9000", transmit(readBinary));
+        EXPECT_EQ("9000", Transmit(SELECT_DF_DEC));
+        EXPECT_EQ("9000", Transmit(SELECT_EF_DEC));
+        EXPECT_EQ("80040001122334454F5253454C9000", Transmit(READ_BINARY));
     }
 }
 
 TEST_F(ACard, OfTheCardosKindHoldsItsNumbersInTheRoot) {
-    putIn("cardos-53", CardOptions().serial("8004100556677889"));
-    EXPECT_EQ("9000", transmit(selectRoot));
-    EXPECT_EQ("9000", transmit(selectEfDec));
-    EXPECT_EQ("80041005566778894F5253454C9000", transmit(readBinary));
-    EXPECT_EQ("9000", transmit(selectRoot));
-    EXPECT_EQ("9000", transmit(selectEfGdo));
-    EXPECT_EQ("5A0A800480041005566778899000", transmit(readBinary));
+    PutIn("cardos-53", CardOptions().Serial("8004100556677889"));
+    EXPECT_EQ("9000", Transmit(SELECT_ROOT));
+    EXPECT_EQ("9000", Transmit(SELECT_EF_DEC));
+    EXPECT_EQ("80041005566778894F5253454C9000", Transmit(READ_BINARY));
+    EXPECT_EQ("9000", Transmit(SELECT_ROOT));
+    EXPECT_EQ("9000", Transmit(SELECT_EF_GDO));
+    EXPECT_EQ("5A0A800480041005566778899000", Transmit(READ_BINARY));
 }
 
 TEST_F(ACard, OfTheAcosKindTellsTheNumberOfItsChip) {
-    putIn("empty");
-    deck.change(card, [](orselsim::Card& changed) { changed.record.chipId = {1, 2, 3, 4, 5, 6, 7, 8}; });
-    EXPECT_EQ("01020304050607089000", transmit(readChipId));
-    deck.change(card, [](orselsim::Card& changed) { changed.record.chipId = {1, 2, 3, 4, 5}; });
-    EXPECT_EQ("01020304059000", transmit(readChipId));
-    EXPECT_EQ("01029000", transmit("80F6000002"));
+    PutIn("empty");
+    m_Deck.Change(m_Card,
+                  [](orselsim::Card& changed) { changed.m_Record.m_ChipId = {1, 2, 3, 4, 5, 6, 7, 8}; });
+    EXPECT_EQ("01020304050607089000", Transmit(READ_CHIP_ID));
+    m_Deck.Change(m_Card, [](orselsim::Card& changed) { changed.m_Record.m_ChipId = {1, 2, 3, 4, 5}; });
+    EXPECT_EQ("01020304059000", Transmit(READ_CHIP_ID));
+    EXPECT_EQ("01029000", Transmit("80F6000002"));
 }
 
 TEST_F(ACard, AnswersOtherCommandsWithAStatusWord) {
-    putIn("ecard-g2");
+    PutIn("ecard-g2");
     struct Case {
-        const char* apdu;
-        const char* expected;
+        const char* m_Apdu;
+        const char* m_Expected;
     };
     const Case cases[] = {
         {"00B0000000", "6986"},                 // nothing selected yet
@@ -173,41 +174,41 @@ TEST_F(ACard, AnswersOtherCommandsWithAStatusWord) {
         {"00B00000", "6700"},             // no length
         {"00B000000100", "6700"},         // with data
     };
-    deck.change(card, [](orselsim::Card& changed) {
-        changed.contents["file-DF71-D001.bin"] = orselsim::fromHex("80040001122334454F5253454C").value();
+    m_Deck.Change(m_Card, [](orselsim::Card& changed) {
+        changed.m_Contents["file-DF71-D001.bin"] = orselsim::FromHex("80040001122334454F5253454C").value();
     });
     for (const Case& c : cases)
-        EXPECT_EQ(c.expected, transmit(c.apdu)) << c.apdu;
+        EXPECT_EQ(c.m_Expected, Transmit(c.m_Apdu)) << c.m_Apdu;
 }
 
 TEST_F(ACard, ForgetsItsSelectionWhenItIsReset) {
-    putIn("ecard-g2");
-    EXPECT_EQ("9000", transmit(selectDfDec));
-    attribute("Reset");
-    EXPECT_EQ("6A82", transmit(selectEfDec));
+    PutIn("ecard-g2");
+    EXPECT_EQ("9000", Transmit(SELECT_DF_DEC));
+    Attribute("Reset");
+    EXPECT_EQ("6A82", Transmit(SELECT_EF_DEC));
 }
 
 TEST_F(ACard, ReadsAtMost256Bytes) {
-    putIn("ecard-g2");
-    deck.change(card,
-                [](orselsim::Card& changed) { changed.contents["file-DF71-D001.bin"] = Bytes(300, 0xAB); });
-    transmit(selectDfDec);
-    transmit(selectEfDec);
-    EXPECT_EQ((256U + 2) * 2, transmit(readBinary).size());
-    EXPECT_EQ((44U + 2) * 2, transmit("00B0010000").size());
+    PutIn("ecard-g2");
+    m_Deck.Change(
+        m_Card, [](orselsim::Card& changed) { changed.m_Contents["file-DF71-D001.bin"] = Bytes(300, 0xAB); });
+    Transmit(SELECT_DF_DEC);
+    Transmit(SELECT_EF_DEC);
+    EXPECT_EQ((256U + 2) * 2, Transmit(READ_BINARY).size());
+    EXPECT_EQ((44U + 2) * 2, Transmit("00B0010000").size());
 }
 
 TEST_F(ACard, AnswersCommandsByTheSizeProtocol) {
-    putIn("empty");
-    const auto call = reinterpret_cast<CardTransmit>(library->symbol("C_CardTransmit"));
-    const Bytes apdu = orselsim::fromHex(readChipId).value();
+    PutIn("empty");
+    const auto call = reinterpret_cast<CardTransmit>(m_Library->Symbol("C_CardTransmit"));
+    const Bytes apdu = orselsim::FromHex(READ_CHIP_ID).value();
     unsigned long size = 0;
-    EXPECT_EQ(Rv(CKR_OK), call(session, apdu.data(), apdu.size(), nullptr, &size));
+    EXPECT_EQ(Rv(CKR_OK), call(m_Session, apdu.data(), apdu.size(), nullptr, &size));
     EXPECT_EQ(10U, size);
     Bytes buffer(9);
     size = 9;
-    EXPECT_EQ(Rv(CKR_BUFFER_TOO_SMALL), call(session, apdu.data(), apdu.size(), buffer.data(), &size));
+    EXPECT_EQ(Rv(CKR_BUFFER_TOO_SMALL), call(m_Session, apdu.data(), apdu.size(), buffer.data(), &size));
     EXPECT_EQ(10U, size);
-    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), call(session, nullptr, 5, buffer.data(), &size));
-    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), call(session, apdu.data(), apdu.size(), buffer.data(), nullptr));
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), call(m_Session, nullptr, 5, buffer.data(), &size));
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), call(m_Session, apdu.data(), apdu.size(), buffer.data(), nullptr));
 }

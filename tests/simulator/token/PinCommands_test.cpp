@@ -8,69 +8,69 @@
 #include "simulator/store/Files.h"
 #include "tests/simulator/token/CardTest.h"
 
-using orselsim::changePinCommand;
-using orselsim::forceSoftwarePin;
-using orselsim::unblockPinCommand;
+using orselsim::CHANGE_PIN_COMMAND;
+using orselsim::FORCE_SOFTWARE_PIN;
+using orselsim::UNBLOCK_PIN_COMMAND;
 using orseltest::Rv;
 using testing::HasSubstr;
 using testing::Not;
 
 class PinCommands : public orseltest::CardTest {
 protected:
-    Rv change(const std::string& key) const { return command(privateKey(key), changePinCommand); }
-    Rv unblock(const std::string& key) const { return command(privateKey(key), unblockPinCommand); }
+    Rv Change(const std::string& key) const { return Command(GetPrivateKey(key), CHANGE_PIN_COMMAND); }
+    Rv Unblock(const std::string& key) const { return Command(GetPrivateKey(key), UNBLOCK_PIN_COMMAND); }
 };
 
 TEST_F(PinCommands, ChangeThePinOfTheirObject) {
-    putIn("acos-a03");
+    PutIn("acos-a03");
     struct Case {
-        CK_OBJECT_HANDLE object;
-        const char* pin;
-        std::vector<std::string> answers;
+        CK_OBJECT_HANDLE m_Object;
+        const char* m_Pin;
+        std::vector<std::string> m_Answers;
     };
     const Case cases[] = {
-        {privateKey("SK.CH.SIG"), "signature", {"123456", "654321", "654321"}},
-        {privateKey("SK.CH.EKEY"), "encryption", {"1234", "4321", "4321"}},
+        {GetPrivateKey("SK.CH.SIG"), "signature", {"123456", "654321", "654321"}},
+        {GetPrivateKey("SK.CH.EKEY"), "encryption", {"1234", "4321", "4321"}},
         {data("PERSONENBINDUNG"), "encryption", {"4321", "98765", "98765"}},
     };
     for (const Case& c : cases) {
-        deck.answerPins(c.answers);
-        EXPECT_EQ(Rv(CKR_OK), command(c.object, changePinCommand));
-        EXPECT_TRUE(deck.hasPin(card, c.pin, c.answers.back()));
-        EXPECT_FALSE(deck.hasPin(card, c.pin, c.answers.front()));
+        m_Deck.AnswerPins(c.m_Answers);
+        EXPECT_EQ(Rv(CKR_OK), Command(c.m_Object, CHANGE_PIN_COMMAND));
+        EXPECT_TRUE(m_Deck.HasPin(m_Card, c.m_Pin, c.m_Answers.back()));
+        EXPECT_FALSE(m_Deck.HasPin(m_Card, c.m_Pin, c.m_Answers.front()));
     }
 }
 
 TEST_F(PinCommands, ChangeFailsWithAWrongPinAndCounts) {
-    putIn("ecard-g2");
-    deck.answerPins(
+    PutIn("ecard-g2");
+    m_Deck.AnswerPins(
         {"000000", "654321", "654321", "000000", "654321", "654321", "000000", "654321", "654321", "123456"});
-    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), change("SK.CH.SIG"));
-    EXPECT_EQ(2U, deck.triesLeft(card, "signature"));
-    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), change("SK.CH.SIG"));
-    EXPECT_EQ(Rv(CKR_PIN_LOCKED), change("SK.CH.SIG"));
-    EXPECT_EQ(0U, deck.triesLeft(card, "signature"));
-    EXPECT_EQ(Rv(CKR_PIN_LOCKED), change("SK.CH.SIG")) << "without asking";
-    EXPECT_TRUE(deck.hasPin(card, "signature", "123456"));
+    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), Change("SK.CH.SIG"));
+    EXPECT_EQ(2U, m_Deck.TriesLeft(m_Card, "signature"));
+    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), Change("SK.CH.SIG"));
+    EXPECT_EQ(Rv(CKR_PIN_LOCKED), Change("SK.CH.SIG"));
+    EXPECT_EQ(0U, m_Deck.TriesLeft(m_Card, "signature"));
+    EXPECT_EQ(Rv(CKR_PIN_LOCKED), Change("SK.CH.SIG")) << "without asking";
+    EXPECT_TRUE(m_Deck.HasPin(m_Card, "signature", "123456"));
 }
 
 TEST_F(PinCommands, ChangeIsCancelledAtEachQuestion) {
-    putIn("ecard-g2");
+    PutIn("ecard-g2");
     const std::vector<std::vector<std::string>> roads = {
         {"cancel"}, {"123456", "cancel"}, {"123456", "654321", "cancel"}};
     for (const auto& answers : roads) {
-        deck.answerPins(answers);
-        EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), change("SK.CH.SIG")) << answers.size();
+        m_Deck.AnswerPins(answers);
+        EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), Change("SK.CH.SIG")) << answers.size();
     }
-    EXPECT_TRUE(deck.hasPin(card, "signature", "123456"));
-    EXPECT_EQ(3U, deck.triesLeft(card, "signature"));
+    EXPECT_TRUE(m_Deck.HasPin(m_Card, "signature", "123456"));
+    EXPECT_EQ(3U, m_Deck.TriesLeft(m_Card, "signature"));
 }
 
 TEST_F(PinCommands, RefuseANewPinThatDoesNotFitWithoutATry) {
-    putIn("ecard-g2");
+    PutIn("ecard-g2");
     struct Case {
-        std::vector<std::string> newPin;
-        CK_RV expected;
+        std::vector<std::string> m_NewPin;
+        CK_RV m_Expected;
     };
     const Case cases[] = {
         {{"12345", "12345"}, CKR_PIN_LEN_RANGE},
@@ -79,131 +79,133 @@ TEST_F(PinCommands, RefuseANewPinThatDoesNotFitWithoutATry) {
         {{"654321", "654322"}, CKR_PIN_INVALID},
     };
     for (const Case& c : cases) {
-        deck.answerPins({"000000"});
-        deck.answerPins(c.newPin);
-        EXPECT_EQ(Rv(c.expected), change("SK.CH.SIG")) << c.newPin[0];
+        m_Deck.AnswerPins({"000000"});
+        m_Deck.AnswerPins(c.m_NewPin);
+        EXPECT_EQ(Rv(c.m_Expected), Change("SK.CH.SIG")) << c.m_NewPin[0];
     }
-    EXPECT_EQ(3U, deck.triesLeft(card, "signature"));
+    EXPECT_EQ(3U, m_Deck.TriesLeft(m_Card, "signature"));
 }
 
 TEST_F(PinCommands, UnblockWithThePuk) {
-    putIn("acos-a03");
-    deck.setTries(card, "signature", 0);
-    deck.answerPins({"12345678", "654321", "654321"});
-    EXPECT_EQ(Rv(CKR_OK), unblock("SK.CH.SIG"));
-    EXPECT_EQ(3U, deck.triesLeft(card, "signature"));
-    EXPECT_TRUE(deck.hasPin(card, "signature", "654321"));
+    PutIn("acos-a03");
+    m_Deck.SetTries(m_Card, "signature", 0);
+    m_Deck.AnswerPins({"12345678", "654321", "654321"});
+    EXPECT_EQ(Rv(CKR_OK), Unblock("SK.CH.SIG"));
+    EXPECT_EQ(3U, m_Deck.TriesLeft(m_Card, "signature"));
+    EXPECT_TRUE(m_Deck.HasPin(m_Card, "signature", "654321"));
 }
 
 TEST_F(PinCommands, UnblockFailsWithAWrongPukUntilThatIsBlockedToo) {
-    putIn("acos-a03");
-    deck.change(card,
-                [](orselsim::Card& changed) { changed.record.pins.at("encryption").puk->triesLeft = 2; });
+    PutIn("acos-a03");
+    m_Deck.Change(m_Card, [](orselsim::Card& changed) {
+        changed.m_Record.m_Pins.at("encryption").m_Puk->m_TriesLeft = 2;
+    });
     for (int i = 0; i < 3; ++i)
-        deck.answerPins({"00000000", "4321", "4321"});
-    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), unblock("SK.CH.EKEY"));
-    EXPECT_EQ(Rv(CKR_PIN_LOCKED), unblock("SK.CH.EKEY"));
-    EXPECT_EQ(Rv(CKR_PIN_LOCKED), unblock("SK.CH.EKEY"));
-    EXPECT_EQ(0U, deck.read(card).record.pins.at("encryption").puk->triesLeft);
-    EXPECT_TRUE(deck.hasPin(card, "encryption", "1234"));
+        m_Deck.AnswerPins({"00000000", "4321", "4321"});
+    EXPECT_EQ(Rv(CKR_PIN_INCORRECT), Unblock("SK.CH.EKEY"));
+    EXPECT_EQ(Rv(CKR_PIN_LOCKED), Unblock("SK.CH.EKEY"));
+    EXPECT_EQ(Rv(CKR_PIN_LOCKED), Unblock("SK.CH.EKEY"));
+    EXPECT_EQ(0U, m_Deck.Read(m_Card).m_Record.m_Pins.at("encryption").m_Puk->m_TriesLeft);
+    EXPECT_TRUE(m_Deck.HasPin(m_Card, "encryption", "1234"));
 }
 
 TEST_F(PinCommands, UnblockIsCancelledAtEachQuestion) {
-    putIn("acos-a03");
-    deck.answerPins({"cancel"});
-    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), unblock("SK.CH.SIG"));
-    deck.answerPins({"12345678", "cancel"});
-    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), unblock("SK.CH.SIG"));
-    EXPECT_EQ(10U, deck.read(card).record.pins.at("signature").puk->triesLeft);
+    PutIn("acos-a03");
+    m_Deck.AnswerPins({"cancel"});
+    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), Unblock("SK.CH.SIG"));
+    m_Deck.AnswerPins({"12345678", "cancel"});
+    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), Unblock("SK.CH.SIG"));
+    EXPECT_EQ(10U, m_Deck.Read(m_Card).m_Record.m_Pins.at("signature").m_Puk->m_TriesLeft);
 }
 
 TEST_F(PinCommands, UnblockNeedsAPukAndASetPin) {
-    putIn("acos-a03");
-    deck.unsetPin(card, "encryption");
-    deck.change(card, [](orselsim::Card& changed) { changed.record.pins.at("signature").puk.reset(); });
-    EXPECT_EQ(Rv(CKR_FUNCTION_NOT_SUPPORTED), unblock("SK.CH.SIG"));
-    EXPECT_EQ(Rv(CKR_USER_PIN_NOT_INITIALIZED), unblock("SK.CH.EKEY"));
+    PutIn("acos-a03");
+    m_Deck.UnsetPin(m_Card, "encryption");
+    m_Deck.Change(m_Card,
+                  [](orselsim::Card& changed) { changed.m_Record.m_Pins.at("signature").m_Puk.reset(); });
+    EXPECT_EQ(Rv(CKR_FUNCTION_NOT_SUPPORTED), Unblock("SK.CH.SIG"));
+    EXPECT_EQ(Rv(CKR_USER_PIN_NOT_INITIALIZED), Unblock("SK.CH.EKEY"));
 }
 
 TEST_F(PinCommands, OnAnECardCannotUnblock) {
-    putIn("ecard-g2");
-    EXPECT_EQ(Rv(CKR_FUNCTION_NOT_SUPPORTED), unblock("SK.CH.SIG"));
+    PutIn("ecard-g2");
+    EXPECT_EQ(Rv(CKR_FUNCTION_NOT_SUPPORTED), Unblock("SK.CH.SIG"));
 }
 
 TEST_F(PinCommands, SetAPinForTheFirstTime) {
-    putIn("acos-a03");
+    PutIn("acos-a03");
     for (const bool value : {false, true}) {
-        deck.unsetPin(card, "signature");
-        deck.setTries(card, "signature", 0);
-        deck.answerPins({"777777", "777777"});
-        EXPECT_EQ(Rv(CKR_OK), command(privateKey("SK.CH.SIG"), changePinCommand, value, value));
-        EXPECT_TRUE(deck.hasPin(card, "signature", "777777"));
-        EXPECT_EQ(3U, deck.triesLeft(card, "signature"));
+        m_Deck.UnsetPin(m_Card, "signature");
+        m_Deck.SetTries(m_Card, "signature", 0);
+        m_Deck.AnswerPins({"777777", "777777"});
+        EXPECT_EQ(Rv(CKR_OK), Command(GetPrivateKey("SK.CH.SIG"), CHANGE_PIN_COMMAND, value, value));
+        EXPECT_TRUE(m_Deck.HasPin(m_Card, "signature", "777777"));
+        EXPECT_EQ(3U, m_Deck.TriesLeft(m_Card, "signature"));
     }
 }
 
 TEST_F(PinCommands, DoNotSetAPinForTheFirstTimeTwice) {
-    putIn("acos-a03");
-    EXPECT_EQ(Rv(CKR_FUNCTION_REJECTED), command(privateKey("SK.CH.SIG"), changePinCommand, true, true));
-    EXPECT_TRUE(deck.hasPin(card, "signature", "123456"));
+    PutIn("acos-a03");
+    EXPECT_EQ(Rv(CKR_FUNCTION_REJECTED), Command(GetPrivateKey("SK.CH.SIG"), CHANGE_PIN_COMMAND, true, true));
+    EXPECT_TRUE(m_Deck.HasPin(m_Card, "signature", "123456"));
 }
 
 TEST_F(PinCommands, FailWhereTheScreenIsNotAllowed) {
-    putIn("acos-a03");
-    deck.change(card, [](orselsim::Card& changed) { changed.record.allowsSoftwarePin = false; });
-    deck.unsetPin(card, "signature");
-    EXPECT_EQ(Rv(CKR_FUNCTION_FAILED), command(privateKey("SK.CH.SIG"), changePinCommand, true, true));
-    deck.answerPins({"777777", "777777"});
-    EXPECT_EQ(Rv(CKR_OK), command(privateKey("SK.CH.SIG"), changePinCommand, true, false));
+    PutIn("acos-a03");
+    m_Deck.Change(m_Card, [](orselsim::Card& changed) { changed.m_Record.m_AllowsSoftwarePin = false; });
+    m_Deck.UnsetPin(m_Card, "signature");
+    EXPECT_EQ(Rv(CKR_FUNCTION_FAILED), Command(GetPrivateKey("SK.CH.SIG"), CHANGE_PIN_COMMAND, true, true));
+    m_Deck.AnswerPins({"777777", "777777"});
+    EXPECT_EQ(Rv(CKR_OK), Command(GetPrivateKey("SK.CH.SIG"), CHANGE_PIN_COMMAND, true, false));
 }
 
 TEST_F(PinCommands, AreRefusedInAnyOtherForm) {
-    putIn("acos-a03");
-    const CK_OBJECT_HANDLE key = privateKey("SK.CH.SIG");
+    PutIn("acos-a03");
+    const CK_OBJECT_HANDLE key = GetPrivateKey("SK.CH.SIG");
     CK_BBOOL yes = CK_TRUE;
     CK_ULONG number = 1;
     struct Case {
-        const char* name;
-        std::vector<CK_ATTRIBUTE> attributes;
-        CK_RV expected;
+        const char* m_Name;
+        std::vector<CK_ATTRIBUTE> m_Attributes;
+        CK_RV m_Expected;
     };
     const Case cases[] = {
         {"empty list", {}, CKR_ARGUMENTS_BAD},
-        {"software PIN alone", {{forceSoftwarePin, &yes, 1}}, CKR_ARGUMENTS_BAD},
-        {"no value", {{changePinCommand, nullptr, 0}}, CKR_ATTRIBUTE_VALUE_INVALID},
-        {"a number", {{changePinCommand, &number, sizeof number}}, CKR_ATTRIBUTE_VALUE_INVALID},
+        {"software PIN alone", {{FORCE_SOFTWARE_PIN, &yes, 1}}, CKR_ARGUMENTS_BAD},
+        {"no value", {{CHANGE_PIN_COMMAND, nullptr, 0}}, CKR_ATTRIBUTE_VALUE_INVALID},
+        {"a number", {{CHANGE_PIN_COMMAND, &number, sizeof number}}, CKR_ATTRIBUTE_VALUE_INVALID},
         {"both commands",
-         {{changePinCommand, &yes, 1}, {unblockPinCommand, &yes, 1}},
+         {{CHANGE_PIN_COMMAND, &yes, 1}, {UNBLOCK_PIN_COMMAND, &yes, 1}},
          CKR_TEMPLATE_INCONSISTENT},
-        {"with a write", {{changePinCommand, &yes, 1}, {CKA_PRIVATE, &yes, 1}}, CKR_TEMPLATE_INCONSISTENT},
+        {"with a write", {{CHANGE_PIN_COMMAND, &yes, 1}, {CKA_PRIVATE, &yes, 1}}, CKR_TEMPLATE_INCONSISTENT},
         {"software PIN without value",
-         {{changePinCommand, &yes, 1}, {forceSoftwarePin, nullptr, 0}},
+         {{CHANGE_PIN_COMMAND, &yes, 1}, {FORCE_SOFTWARE_PIN, nullptr, 0}},
          CKR_ATTRIBUTE_VALUE_INVALID},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(Rv(c.expected), write(key, c.attributes)) << c.name;
-    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*library)->C_SetAttributeValue(session, key, nullptr, 1));
-    EXPECT_EQ(Rv(CKR_ATTRIBUTE_TYPE_INVALID), command(certificate("C.CH.SIG"), changePinCommand))
+        EXPECT_EQ(Rv(c.m_Expected), Write(key, c.m_Attributes)) << c.m_Name;
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*m_Library)->C_SetAttributeValue(m_Session, key, nullptr, 1));
+    EXPECT_EQ(Rv(CKR_ATTRIBUTE_TYPE_INVALID), Command(Certificate("C.CH.SIG"), CHANGE_PIN_COMMAND))
         << "no PIN protects it";
-    EXPECT_EQ(Rv(CKR_OBJECT_HANDLE_INVALID), command(0, changePinCommand));
+    EXPECT_EQ(Rv(CKR_OBJECT_HANDLE_INVALID), Command(0, CHANGE_PIN_COMMAND));
 }
 
 TEST_F(PinCommands, SayWhenTheCardIsTakenOutBeforeTheEnd) {
-    putIn("ecard-g2");
-    const CK_OBJECT_HANDLE key = privateKey("SK.CH.SIG");
-    deck.takeOut(card);
-    EXPECT_EQ(Rv(CKR_DEVICE_REMOVED), command(key, changePinCommand));
+    PutIn("ecard-g2");
+    const CK_OBJECT_HANDLE key = GetPrivateKey("SK.CH.SIG");
+    m_Deck.TakeOut(m_Card);
+    EXPECT_EQ(Rv(CKR_DEVICE_REMOVED), Command(key, CHANGE_PIN_COMMAND));
 }
 
 TEST_F(PinCommands, LeaveNoPinInTheTraceOrInTheDeck) {
-    putIn("acos-a03");
-    deck.answerPins({"123456", "31415926", "31415926", "12345678", "27182818", "27182818"});
-    EXPECT_EQ(Rv(CKR_OK), change("SK.CH.SIG"));
-    EXPECT_EQ(Rv(CKR_OK), unblock("SK.CH.SIG"));
-    std::string everything = deck.traceText();
-    for (const auto& file : std::filesystem::recursive_directory_iterator(deck.path()))
+    PutIn("acos-a03");
+    m_Deck.AnswerPins({"123456", "31415926", "31415926", "12345678", "27182818", "27182818"});
+    EXPECT_EQ(Rv(CKR_OK), Change("SK.CH.SIG"));
+    EXPECT_EQ(Rv(CKR_OK), Unblock("SK.CH.SIG"));
+    std::string everything = m_Deck.TraceText();
+    for (const auto& file : std::filesystem::recursive_directory_iterator(m_Deck.GetPath()))
         if (file.is_regular_file())
-            everything += orselsim::textOf(orselsim::readFile(file.path().string()));
+            everything += orselsim::TextOf(orselsim::ReadFile(file.path().string()));
     EXPECT_THAT(everything, HasSubstr("attributes=0x200:0"));
     EXPECT_THAT(everything, HasSubstr("attributes=0x201:0"));
     for (const char* secret : {"31415926", "27182818"})

@@ -9,30 +9,30 @@
 #include "tests/simulator/token/TokenLibrary.h"
 
 using orselsim::Bytes;
-using orselsim::bytesOf;
-using orselsim::findMechanism;
+using orselsim::BytesOf;
+using orselsim::FindMechanism;
 using orselsim::KeyForm;
 using orselsim::KeyPtr;
-using orselsim::makeKey;
+using orselsim::MakeKey;
 using orselsim::Refusal;
-using orselsim::signData;
-using orselsim::verifyData;
+using orselsim::SignData;
+using orselsim::VerifyData;
 using orseltest::Rv;
 using testing::SizeIs;
 
 namespace {
 
-Rv codeOf(const std::function<void()>& work) {
+Rv CodeOf(const std::function<void()>& work) {
     try {
         work();
         return CKR_OK;
     } catch (const Refusal& refusal) {
-        return refusal.code;
+        return refusal.m_Code;
     }
 }
 
 /// The block that an RSA signature holds, by the public key alone.
-Bytes recovered(EVP_PKEY* key, const Bytes& signature) {
+Bytes Recovered(EVP_PKEY* key, const Bytes& signature) {
     const orselsim::KeyContextPtr context(EVP_PKEY_CTX_new(key, nullptr));
     EXPECT_EQ(1, EVP_PKEY_verify_recover_init(context.get()));
     EXPECT_EQ(1, EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING));
@@ -48,8 +48,8 @@ Bytes recovered(EVP_PKEY* key, const Bytes& signature) {
 
 TEST(AnRsaSignature, HoldsTheDigestInfoOfItsHash) {
     struct Case {
-        CK_MECHANISM_TYPE mechanism;
-        const char* expected; ///< of the bytes "abc"
+        CK_MECHANISM_TYPE m_Mechanism;
+        const char* m_Expected; ///< of the bytes "abc"
     };
     const Case cases[] = {
         {CKM_RSA_PKCS, "616263"},
@@ -64,68 +64,68 @@ TEST(AnRsaSignature, HoldsTheDigestInfoOfItsHash) {
                               "DDAF35A193617ABACC417349AE20413112E6FA4E89A97EA20A9EEEE64B55D39A"
                               "2192992A274FC1A836BA3C23A3FEEBBD454D4423643CE80E2A9AC94FA54CA49F"},
     };
-    const KeyPtr key = makeKey(KeyForm::Rsa1536);
+    const KeyPtr key = MakeKey(KeyForm::RSA1536);
     for (const Case& c : cases) {
-        const Bytes signature = signData(key.get(), *findMechanism(c.mechanism), bytesOf("abc"));
+        const Bytes signature = SignData(key.get(), *FindMechanism(c.m_Mechanism), BytesOf("abc"));
         EXPECT_THAT(signature, SizeIs(192));
-        EXPECT_EQ(c.expected, orselsim::toHex(recovered(key.get(), signature)));
-        EXPECT_EQ(Rv(CKR_OK), codeOf([&] {
-                      verifyData(key.get(), *findMechanism(c.mechanism), bytesOf("abc"), signature);
+        EXPECT_EQ(c.m_Expected, orselsim::ToHex(Recovered(key.get(), signature)));
+        EXPECT_EQ(Rv(CKR_OK), CodeOf([&] {
+                      VerifyData(key.get(), *FindMechanism(c.m_Mechanism), BytesOf("abc"), signature);
                   }));
-        EXPECT_EQ(Rv(CKR_SIGNATURE_INVALID), codeOf([&] {
-                      verifyData(key.get(), *findMechanism(c.mechanism), bytesOf("abd"), signature);
+        EXPECT_EQ(Rv(CKR_SIGNATURE_INVALID), CodeOf([&] {
+                      VerifyData(key.get(), *FindMechanism(c.m_Mechanism), BytesOf("abd"), signature);
                   }));
     }
 }
 
 TEST(AnRsaSignature, OfABlockLeavesElevenBytesOfPadding) {
-    const KeyPtr key = makeKey(KeyForm::Rsa1536);
-    const auto& mechanism = *findMechanism(CKM_RSA_PKCS);
-    EXPECT_THAT(signData(key.get(), mechanism, Bytes(181, 7)), SizeIs(192));
-    EXPECT_EQ(Rv(CKR_DATA_LEN_RANGE), codeOf([&] { signData(key.get(), mechanism, Bytes(182, 7)); }));
-    EXPECT_THAT(signData(key.get(), *findMechanism(CKM_SHA1_RSA_PKCS), Bytes(5000, 7)), SizeIs(192));
+    const KeyPtr key = MakeKey(KeyForm::RSA1536);
+    const auto& mechanism = *FindMechanism(CKM_RSA_PKCS);
+    EXPECT_THAT(SignData(key.get(), mechanism, Bytes(181, 7)), SizeIs(192));
+    EXPECT_EQ(Rv(CKR_DATA_LEN_RANGE), CodeOf([&] { SignData(key.get(), mechanism, Bytes(182, 7)); }));
+    EXPECT_THAT(SignData(key.get(), *FindMechanism(CKM_SHA1_RSA_PKCS), Bytes(5000, 7)), SizeIs(192));
 }
 
 TEST(AnEcSignature, IsTwoNumbersOfTheCurvesSize) {
     for (const auto& [form, size] : {std::pair(KeyForm::P192, 48), std::pair(KeyForm::P256, 64)}) {
-        const KeyPtr key = makeKey(form);
+        const KeyPtr key = MakeKey(form);
         for (int i = 0; i < 20; ++i) { // a number that happens to be small is filled up all the same
-            const Bytes signature = signData(key.get(), *findMechanism(CKM_ECDSA), Bytes(20, 9));
+            const Bytes signature = SignData(key.get(), *FindMechanism(CKM_ECDSA), Bytes(20, 9));
             EXPECT_THAT(signature, SizeIs(size));
         }
     }
 }
 
 TEST(AnEcSignature, OverAHashIsThatOverTheHashedData) {
-    const KeyPtr key = makeKey(KeyForm::P256);
-    const auto& plain = *findMechanism(CKM_ECDSA);
-    const auto& hashed = *findMechanism(CKM_ECDSA_SHA1);
-    const Bytes digest = orselsim::fromHex("A9993E364706816ABA3E25717850C26C9CD0D89D").value();
-    const Bytes signature = signData(key.get(), hashed, bytesOf("abc"));
-    EXPECT_EQ(Rv(CKR_OK), codeOf([&] { verifyData(key.get(), plain, digest, signature); }));
-    EXPECT_EQ(Rv(CKR_OK), codeOf([&] { verifyData(key.get(), hashed, bytesOf("abc"), signature); }));
+    const KeyPtr key = MakeKey(KeyForm::P256);
+    const auto& plain = *FindMechanism(CKM_ECDSA);
+    const auto& hashed = *FindMechanism(CKM_ECDSA_SHA1);
+    const Bytes digest = orselsim::FromHex("A9993E364706816ABA3E25717850C26C9CD0D89D").value();
+    const Bytes signature = SignData(key.get(), hashed, BytesOf("abc"));
+    EXPECT_EQ(Rv(CKR_OK), CodeOf([&] { VerifyData(key.get(), plain, digest, signature); }));
+    EXPECT_EQ(Rv(CKR_OK), CodeOf([&] { VerifyData(key.get(), hashed, BytesOf("abc"), signature); }));
     EXPECT_EQ(Rv(CKR_SIGNATURE_INVALID),
-              codeOf([&] { verifyData(key.get(), plain, bytesOf("abc"), signature); }));
+              CodeOf([&] { VerifyData(key.get(), plain, BytesOf("abc"), signature); }));
 }
 
 TEST(AnEcSignature, TakesAHashThatIsLongerThanTheCurve) {
-    const KeyPtr key = makeKey(KeyForm::P192);
-    const auto& mechanism = *findMechanism(CKM_ECDSA);
-    const Bytes signature = signData(key.get(), mechanism, Bytes(32, 5));
-    EXPECT_EQ(Rv(CKR_OK), codeOf([&] { verifyData(key.get(), mechanism, Bytes(32, 5), signature); }));
+    const KeyPtr key = MakeKey(KeyForm::P192);
+    const auto& mechanism = *FindMechanism(CKM_ECDSA);
+    const Bytes signature = SignData(key.get(), mechanism, Bytes(32, 5));
+    EXPECT_EQ(Rv(CKR_OK), CodeOf([&] { VerifyData(key.get(), mechanism, Bytes(32, 5), signature); }));
 }
 
 TEST(ASignature, OfAWrongSizeIsRefused) {
-    const KeyPtr rsa = makeKey(KeyForm::Rsa1536);
-    const KeyPtr ec = makeKey(KeyForm::P192);
+    const KeyPtr rsa = MakeKey(KeyForm::RSA1536);
+    const KeyPtr ec = MakeKey(KeyForm::P192);
     for (const std::size_t size : {0U, 47U, 49U, 191U, 193U}) {
         EXPECT_EQ(Rv(CKR_SIGNATURE_LEN_RANGE),
-                  codeOf([&] { verifyData(rsa.get(), *findMechanism(CKM_RSA_PKCS), {1}, Bytes(size)); }));
+                  CodeOf([&] { VerifyData(rsa.get(), *FindMechanism(CKM_RSA_PKCS), {1}, Bytes(size)); }));
         EXPECT_EQ(Rv(CKR_SIGNATURE_LEN_RANGE),
-                  codeOf([&] { verifyData(ec.get(), *findMechanism(CKM_ECDSA), {1}, Bytes(size)); }));
+                  CodeOf([&] { VerifyData(ec.get(), *FindMechanism(CKM_ECDSA), {1}, Bytes(size)); }));
     }
     EXPECT_EQ(Rv(CKR_SIGNATURE_INVALID),
-              codeOf([&] { verifyData(rsa.get(), *findMechanism(CKM_RSA_PKCS), {1}, Bytes(192)); }));
+              CodeOf([&] { VerifyData(rsa.get(), *FindMechanism(CKM_RSA_PKCS), {1}, Bytes(192)); }));
     EXPECT_EQ(Rv(CKR_SIGNATURE_INVALID),
-              codeOf([&] { verifyData(ec.get(), *findMechanism(CKM_ECDSA), {1}, Bytes(48)); }));
+              CodeOf([&] { VerifyData(ec.get(), *FindMechanism(CKM_ECDSA), {1}, Bytes(48)); }));
 }

@@ -19,7 +19,7 @@ namespace orseltest {
 constexpr unsigned SLOW_MS = 3000;
 
 /// Waits for what another thread or process brings about.
-inline void waitUntil(const std::function<bool()>& condition) {
+inline void WaitUntil(const std::function<bool()>& condition) {
     while (!condition())
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
@@ -29,29 +29,29 @@ inline void waitUntil(const std::function<bool()>& condition) {
 class SleepingThread {
 public:
     explicit SleepingThread(const std::function<void()>& work)
-        : m_thread([this, work] {
-              m_id = syscall(SYS_gettid);
+        : m_Thread([this, work] {
+              m_Id = syscall(SYS_gettid);
               work();
-              m_hasEnded = true;
+              m_HasEnded = true;
           }) {
-        waitUntil([this] { return m_hasEnded || isAsleep(); });
+        WaitUntil([this] { return m_HasEnded || IsAsleep(); });
     }
-    ~SleepingThread() { m_thread.join(); }
+    ~SleepingThread() { m_Thread.join(); }
     SleepingThread(const SleepingThread&) = delete; // one thread, one owner
     SleepingThread& operator=(const SleepingThread&) = delete;
 
 private:
     /// By the state that proc(5) tells, behind the thread's name in brackets.
-    bool isAsleep() const {
-        std::ifstream file("/proc/self/task/" + std::to_string(m_id) + "/stat");
+    bool IsAsleep() const {
+        std::ifstream file("/proc/self/task/" + std::to_string(m_Id) + "/stat");
         const std::string text(std::istreambuf_iterator<char>(file), {});
         const std::size_t end = text.rfind(") ");
         return end != std::string::npos && text.compare(end, 3, ") S") == 0;
     }
 
-    std::atomic<long> m_id{0};
-    std::atomic<bool> m_hasEnded{false};
-    std::thread m_thread; ///< the last one: it uses the others
+    std::atomic<long> m_Id{0};
+    std::atomic<bool> m_HasEnded{false};
+    std::thread m_Thread; ///< the last one: it uses the others
 };
 
 } // namespace orseltest

@@ -17,21 +17,21 @@ using orseltest::SimDeck;
 using orseltest::SleepingThread;
 using orseltest::SLOW_MS;
 using orseltest::TokenLibrary;
-using orseltest::waitUntil;
+using orseltest::WaitUntil;
 using testing::ElementsAre;
 
 namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<std::string> slotsOf(const std::vector<orseltest::TraceRecord>& records) {
+std::vector<std::string> SlotsOf(const std::vector<orseltest::TraceRecord>& records) {
     std::vector<std::string> slots;
     for (const auto& record : records)
-        slots.push_back(record.value("slot"));
+        slots.push_back(record.Value("slot"));
     return slots;
 }
 
-void inThreads(int count, const std::function<void(int)>& work) {
+void InThreads(int count, const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i)
         threads.emplace_back(work, i);
@@ -44,7 +44,7 @@ void inThreads(int count, const std::function<void(int)>& work) {
 class APersonWhoTakesTime {
 public:
     explicit APersonWhoTakesTime(const std::string& folder)
-        : m_folder(folder), m_pathBefore(std::getenv("PATH")) {
+        : m_Folder(folder), m_PathBefore(std::getenv("PATH")) {
         const std::string program = folder + "/bin/pinentry";
         fs::create_directory(folder + "/bin");
         std::ofstream(program) << "#!/bin/sh\n"
@@ -65,79 +65,79 @@ public:
                                       "    echo OK\n"
                                       "done\n";
         fs::permissions(program, fs::perms::owner_all);
-        setenv("PATH", (folder + "/bin:" + m_pathBefore).c_str(), 1);
+        setenv("PATH", (folder + "/bin:" + m_PathBefore).c_str(), 1);
         unsetenv("ORSELSIM_PIN_SCRIPT");
     }
-    ~APersonWhoTakesTime() { setenv("PATH", m_pathBefore.c_str(), 1); }
+    ~APersonWhoTakesTime() { setenv("PATH", m_PathBefore.c_str(), 1); }
     APersonWhoTakesTime(const APersonWhoTakesTime&) = delete; // restores once
     APersonWhoTakesTime& operator=(const APersonWhoTakesTime&) = delete;
 
-    void waitUntilAsked() const {
-        waitUntil([this] { return fs::exists(m_folder + "/asked"); });
+    void WaitUntilAsked() const {
+        WaitUntil([this] { return fs::exists(m_Folder + "/asked"); });
     }
-    void answer() const { std::ofstream(m_folder + "/go") << '\n'; }
+    void Answer() const { std::ofstream(m_Folder + "/go") << '\n'; }
 
 private:
-    const std::string m_folder;
-    const std::string m_pathBefore;
+    const std::string m_Folder;
+    const std::string m_PathBefore;
 };
 
 } // namespace
 
 TEST(ManyThreads, ReadTheCardsOfOneDeck) {
     SimDeck deck;
-    deck.add("ecard-g2");
-    deck.add("ecard-g2");
+    deck.Add("ecard-g2");
+    deck.Add("ecard-g2");
     const TokenLibrary library;
-    inThreads(4, [&](int number) {
+    InThreads(4, [&](int number) {
         for (int i = 0; i < 10; ++i) {
-            const CK_SESSION_HANDLE session = library.open(library.slots().at(number % 2));
-            const CK_OBJECT_HANDLE object = library.findOne(session, CKO_CERTIFICATE, "C.CH.EKEY");
-            EXPECT_FALSE(library.attribute(session, object, CKA_VALUE).empty());
+            const CK_SESSION_HANDLE session = library.Open(library.Slots().at(number % 2));
+            const CK_OBJECT_HANDLE object = library.FindOne(session, CKO_CERTIFICATE, "C.CH.EKEY");
+            EXPECT_FALSE(library.Attribute(session, object, CKA_VALUE).empty());
             EXPECT_EQ(Rv(CKR_OK), library->C_CloseSession(session));
         }
     });
-    EXPECT_EQ(0U, library.tokenInfo(1).ulSessionCount);
+    EXPECT_EQ(0U, library.TokenInfo(1).ulSessionCount);
 }
 
 TEST(ManyThreads, WriteWholeLinesOfTheTrace) {
     SimDeck deck;
-    deck.add("empty");
+    deck.Add("empty");
     const TokenLibrary library;
-    inThreads(4, [&](int) {
+    InThreads(4, [&](int) {
         for (int i = 0; i < 50; ++i)
-            library.tokenInfo(1);
+            library.TokenInfo(1);
     });
-    EXPECT_EQ(200U, deck.trace("C_GetTokenInfo").size());
-    for (const orseltest::TraceRecord& record : deck.trace())
-        EXPECT_EQ("CKR_OK", record.result);
+    EXPECT_EQ(200U, deck.GetTrace("C_GetTokenInfo").size());
+    for (const orseltest::TraceRecord& record : deck.GetTrace())
+        EXPECT_EQ("CKR_OK", record.m_Result);
 }
 
 TEST(ManyThreads, OfWhichOneSpendsADelayDoNotWaitForIt) {
     SimDeck deck;
-    deck.add("empty", CardOptions().delayMs(SLOW_MS));
-    deck.add("empty");
+    deck.Add("empty", CardOptions().DelayMs(SLOW_MS));
+    deck.Add("empty");
     const TokenLibrary library;
-    library.slots();
+    library.Slots();
     {
-        const SleepingThread slow([&] { library.open(1); });
-        library.open(2);
+        const SleepingThread slow([&] { library.Open(1); });
+        library.Open(2);
     }
-    EXPECT_THAT(slotsOf(deck.trace("C_OpenSession")), ElementsAre("2", "1"));
+    EXPECT_THAT(SlotsOf(deck.GetTrace("C_OpenSession")), ElementsAre("2", "1"));
 }
 
 TEST(ManyThreads, SeeCardsComeAndGo) {
     SimDeck deck;
-    const std::string card = deck.add("empty");
-    deck.add("empty");
+    const std::string card = deck.Add("empty");
+    deck.Add("empty");
     const TokenLibrary library;
-    library.slots();
+    library.Slots();
     testing::internal::CaptureStderr();
-    inThreads(3, [&](int number) {
+    InThreads(3, [&](int number) {
         for (int i = 0; i < 30; ++i) {
             if (number == 0) {
-                deck.takeOut(card);
-                deck.putBack(card);
+                deck.TakeOut(card);
+                deck.PutBack(card);
                 continue;
             }
             CK_SESSION_HANDLE session = 0;
@@ -152,9 +152,9 @@ TEST(ManyThreads, SeeCardsComeAndGo) {
 
 TEST(ManyThreads, MayFindTheLibraryFinalisedWhenTheyWakeUp) {
     SimDeck deck;
-    deck.add("empty", CardOptions().delayMs(SLOW_MS));
+    deck.Add("empty", CardOptions().DelayMs(SLOW_MS));
     const TokenLibrary library;
-    library.slots();
+    library.Slots();
     {
         const SleepingThread sleeper([&] {
             CK_SESSION_HANDLE session = 0;
@@ -164,38 +164,38 @@ TEST(ManyThreads, MayFindTheLibraryFinalisedWhenTheyWakeUp) {
         EXPECT_EQ(Rv(CKR_OK), library->C_Finalize(nullptr));
     }
     // A call that begins in a finalised library is not in the trace.
-    const auto trace = deck.trace();
+    const auto trace = deck.GetTrace();
     ASSERT_GE(trace.size(), 2U);
-    EXPECT_EQ("C_Finalize", trace[trace.size() - 2].function);
-    EXPECT_EQ("C_OpenSession", trace.back().function);
-    EXPECT_EQ("CKR_CRYPTOKI_NOT_INITIALIZED", trace.back().result);
+    EXPECT_EQ("C_Finalize", trace[trace.size() - 2].m_Function);
+    EXPECT_EQ("C_OpenSession", trace.back().m_Function);
+    EXPECT_EQ("CKR_CRYPTOKI_NOT_INITIALIZED", trace.back().m_Result);
 }
 
 TEST(ManyThreads, DoNotWaitForAUserWhoIsAskedForAPin) {
     SimDeck deck;
-    deck.add("ecard-g2");
-    deck.add("empty");
-    const APersonWhoTakesTime person(deck.folder());
+    deck.Add("ecard-g2");
+    deck.Add("empty");
+    const APersonWhoTakesTime person(deck.Folder());
     const TokenLibrary library;
-    const CK_SESSION_HANDLE session = library.openFirst();
+    const CK_SESSION_HANDLE session = library.OpenFirst();
     std::thread asked([&] { EXPECT_EQ(Rv(CKR_OK), library->C_Login(session, CKU_USER, nullptr, 0)); });
-    person.waitUntilAsked();
-    library.open(2);
-    person.answer();
+    person.WaitUntilAsked();
+    library.Open(2);
+    person.Answer();
     asked.join();
-    EXPECT_EQ("C_Login", deck.trace().back().function);
+    EXPECT_EQ("C_Login", deck.GetTrace().back().m_Function);
 }
 
 TEST(ManyThreads, SignWithTheSameCard) {
     SimDeck deck;
-    deck.add("ecard-g2");
+    deck.Add("ecard-g2");
     const TokenLibrary library;
-    const CK_SESSION_HANDLE first = library.openFirst();
+    const CK_SESSION_HANDLE first = library.OpenFirst();
     CK_BYTE pin[] = {'1', '2', '3', '4'};
     ASSERT_EQ(Rv(CKR_OK), library->C_Login(first, CKU_USER, pin, sizeof pin));
-    inThreads(4, [&](int) {
-        const CK_SESSION_HANDLE session = library.openFirst();
-        const CK_OBJECT_HANDLE key = library.findOne(session, CKO_PRIVATE_KEY, "SK.CH.EKEY");
+    InThreads(4, [&](int) {
+        const CK_SESSION_HANDLE session = library.OpenFirst();
+        const CK_OBJECT_HANDLE key = library.FindOne(session, CKO_PRIVATE_KEY, "SK.CH.EKEY");
         for (int i = 0; i < 10; ++i) {
             CK_MECHANISM mechanism = {CKM_ECDSA, nullptr, 0};
             EXPECT_EQ(Rv(CKR_OK), library->C_SignInit(session, &mechanism, key));
@@ -209,18 +209,18 @@ TEST(ManyThreads, SignWithTheSameCard) {
 
 TEST(ManyThreads, ThatTryAWrongPinAreAllCounted) {
     SimDeck deck;
-    const std::string card = deck.add("ecard-g2");
-    deck.change(card, [](orselsim::Card& changed) {
-        changed.record.pins.at("encryption").pin.maxTries = 20;
-        changed.record.pins.at("encryption").pin.triesLeft = 20;
+    const std::string card = deck.Add("ecard-g2");
+    deck.Change(card, [](orselsim::Card& changed) {
+        changed.m_Record.m_Pins.at("encryption").m_Pin.m_MaxTries = 20;
+        changed.m_Record.m_Pins.at("encryption").m_Pin.m_TriesLeft = 20;
     });
     const TokenLibrary library;
-    library.slots();
-    inThreads(4, [&](int) {
-        const CK_SESSION_HANDLE session = library.open(1);
+    library.Slots();
+    InThreads(4, [&](int) {
+        const CK_SESSION_HANDLE session = library.Open(1);
         CK_BYTE pin[] = {'0', '0', '0', '0'};
         for (int i = 0; i < 3; ++i)
             EXPECT_EQ(Rv(CKR_PIN_INCORRECT), library->C_Login(session, CKU_USER, pin, sizeof pin));
     });
-    EXPECT_EQ(8U, deck.triesLeft(card, "encryption"));
+    EXPECT_EQ(8U, deck.TriesLeft(card, "encryption"));
 }
