@@ -21,7 +21,7 @@ void ProcessEvent(wxEvtHandler* target, int id) {
 }
 
 std::string WxStr2Locale(wxString text) {
-    const std::wstring wide = text.ToStdWstring();
+    const std::wstring& wide = text.ToStdWstring();
     size_t length = 0;
     const wxCharBuffer bytes = wxConvLocal.cWC2MB(wide.c_str(), wide.length(), &length);
     return bytes.data() != nullptr ? std::string(bytes.data(), length) : std::string();

@@ -84,28 +84,28 @@ struct Stand;
 
 template <typename... Parameters, CK_RV (**EntryPoint)(Parameters...), bool Ends>
 struct Stand<EntryPoint, Ends> {
-    static inline CK_RV (*g_Original)(Parameters...) = nullptr;
-    static inline const char* g_Name = "";
+    static inline CK_RV (*m_Original)(Parameters...) = nullptr;
+    static inline const char* m_Name = "";
 
     static CK_RV Call(Parameters... arguments) {
         if (!Ends && Interruption::HasCome()) {
-            g_Seen = {CKR_FUNCTION_CANCELED, g_Name, false};
+            g_Seen = {CKR_FUNCTION_CANCELED, m_Name, false};
             return CKR_FUNCTION_CANCELED;
         }
         const Room room = RoomOf(arguments...);
         const TemplateRoom attributes(arguments...);
-        const CK_RV code = g_Original(arguments...);
+        const CK_RV code = m_Original(arguments...);
         const bool beyondReason = code == CKR_OK && (room.IsOverrun() || attributes.IsOverrun());
         if ((code != CKR_OK || beyondReason) && !Ends) {
-            g_Seen = {code, g_Name, beyondReason};
+            g_Seen = {code, m_Name, beyondReason};
         }
         return code;
     }
 
     static void Take(const char* name) {
-        g_Name = name;
+        m_Name = name;
         if (*EntryPoint != nullptr && *EntryPoint != Call) {
-            g_Original = *EntryPoint;
+            m_Original = *EntryPoint;
             *EntryPoint = Call;
         }
     }

@@ -101,7 +101,9 @@ std::string Fields(const std::vector<std::pair<std::string, std::string>>& field
     for (const auto& [name, value] : fields) {
         const bool hasRoom = width == 0 || width < indent + NARROWEST; // too narrow for anything better
         const std::string lines = hasRoom ? value : Broken(value, width - indent, indent);
-        text += Padded(name + ":", indent) + lines + "\n";
+        text += Padded(name + ":", indent);
+        text += lines;
+        text += '\n';
     }
     return text;
 }

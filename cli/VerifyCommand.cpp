@@ -70,8 +70,8 @@ Bytes DerOfEcdsa(const Bytes& signature) {
     if (numbers == nullptr || ECDSA_SIG_set0(numbers.get(), r.get(), s.get()) != 1) {
         return {};
     }
-    r.release(); // both belong to the signature now
-    s.release();
+    static_cast<void>(r.release()); // both belong to the signature now
+    static_cast<void>(s.release());
     const int size = i2d_ECDSA_SIG(numbers.get(), nullptr);
     Bytes der(size > 0 ? static_cast<size_t>(size) : 0);
     unsigned char* out = der.data();

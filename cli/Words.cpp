@@ -169,7 +169,7 @@ std::string InLocaleCharacters(const std::string& text) {
         return text;
     }
     const iconv_t handle = iconv_open((characters + "//TRANSLIT").c_str(), "UTF-8");
-    if (handle == reinterpret_cast<iconv_t>(-1)) {
+    if (handle == reinterpret_cast<iconv_t>(-1)) { // NOLINT(performance-no-int-to-ptr): what iconv_open says
         return text;
     }
     const auto close = [](void* opened) { iconv_close(opened); };

@@ -23,7 +23,7 @@ PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wx
     Bind(wxEVT_SHOW, &PleaseWait::evt_Show, this);
     Bind(wxEVT_MOVE, &PleaseWait::evt_Placed, this);
     Bind(wxEVT_SIZE, &PleaseWait::evt_Placed, this);
-    Show(false);
+    PleaseWait::Show(false);
 }
 
 bool PleaseWait::Show(bool show) {

@@ -2,6 +2,9 @@
 // The usual extensions as plain values: what a key is for, who it belongs to, where to ask about it.
 #include "formats/slCertificate.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include <openssl/x509v3.h>
 
 #include "formats/CertificateDecoding.h"
@@ -62,8 +65,10 @@ std::vector<int> slCertificate::GetKeyUsage() const {
 
 std::vector<CertificateOid> slCertificate::GetExtendedKeyUsage() const {
     const auto usages = DecodeExtension<ExtKeyUsageHandle>(m_X509, NID_ext_key_usage);
+    const int count = std::max(0, sk_ASN1_OBJECT_num(usages.get())); // -1 without the extension
     std::vector<CertificateOid> all;
-    for (int i = 0; i < sk_ASN1_OBJECT_num(usages.get()); ++i) {
+    all.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
         all.push_back(intern::OidOf(sk_ASN1_OBJECT_value(usages.get(), i)));
     }
     return all;

@@ -64,8 +64,8 @@ std::time_t MakeTime(TimeText& text, int year, int offset, bool hasSeconds) {
 
 /// Subtracts for "-", adds for "+", and does nothing for any other sign.
 std::time_t ApplyOffset(std::time_t time, char sign, int hours, int minutes) {
-    const std::time_t offset =
-        static_cast<std::time_t>(hours) * SECONDS_PER_HOUR + minutes * SECONDS_PER_MINUTE;
+    const std::time_t offset = static_cast<std::time_t>(hours) * SECONDS_PER_HOUR +
+                               static_cast<std::time_t>(minutes) * SECONDS_PER_MINUTE;
     if (sign == '-') {
         return time - offset;
     }

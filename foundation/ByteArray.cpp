@@ -62,7 +62,7 @@ ByteArray ByteArray::SubArray(unsigned int start, unsigned int count) const {
     ByteArray part;
     if (start < size()) {
         const auto first = begin() + start;
-        part.assign(first, first + std::min<size_type>(count, size() - start));
+        part.assign(first, first + static_cast<difference_type>(std::min<size_type>(count, size() - start)));
     }
     return part;
 }

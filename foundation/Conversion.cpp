@@ -53,12 +53,12 @@ unsigned long HexStr2BinData(char* hex, unsigned char* out, unsigned long& outLe
 }
 
 unsigned long BinData2HexStr(std::vector<unsigned char> data, std::string& hex) {
-    constexpr char digits[] = "0123456789ABCDEF";
+    constexpr char DIGITS[] = "0123456789ABCDEF";
     hex.clear();
     hex.reserve(2 * data.size());
     for (const unsigned char byte : data) {
-        hex += digits[byte >> 4];
-        hex += digits[byte & 0x0F];
+        hex += DIGITS[byte >> 4];
+        hex += DIGITS[byte & 0x0F];
     }
     return hex.size();
 }
