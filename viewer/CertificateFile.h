@@ -11,7 +11,7 @@
 namespace viewer {
 
 /// Nobody's certificate is larger; what is, is not read.
-constexpr std::size_t LARGEST_FILE = 64U * 1024 * 1024;
+constexpr std::size_t LARGEST_FILE = std::size_t{64} * 1024 * 1024;
 
 /// Reads PEM, DER or base64 of DER. An empty text, or one sentence that says why there is no certificate.
 wxString LoadCertificate(const std::string& path, Velmor::slCertificate& out);

@@ -83,8 +83,8 @@ CertificateFrame::CertificateFrame(wxWindow* parent, const Velmor::slCertificate
       m_State(viewer::StateAt(m_Certificate, now)),
       m_Rows(viewer::RowsOf(m_Certificate)) {
     CreateControls();
-    Set_properties();
-    Do_layout();
+    SetProperties();
+    DoLayout();
     // By hand, since the list takes the event that its own child sends for the keyboard.
     list_rows->Bind(wxEVT_CONTEXT_MENU, &CertificateFrame::evt_ContextMenu, this);
     list_rows->Select(1); // the first row below the first heading
@@ -118,7 +118,7 @@ void CertificateFrame::CreateControls() {
     button_close = new wxButton(panel_main, ID_VIEWER_CLOSE, Translate("&Schließen"));
 }
 
-void CertificateFrame::Set_properties() {
+void CertificateFrame::SetProperties() {
     SetTitle(HeadText(viewer::HolderOf(m_Certificate)) + " – " + Translate("Zertifikat"));
     SetIcons(viewer::WindowIcons());
     SetMinSize(wxSize(560, 420));
@@ -147,7 +147,7 @@ wxSizer* CertificateFrame::LayoutOfHead() {
     return head;
 }
 
-void CertificateFrame::Do_layout() {
+void CertificateFrame::DoLayout() {
     auto* rows = new wxBoxSizer(wxVERTICAL);
     rows->Add(list_rows, 1, wxEXPAND | wxALL, 6);
     rows->Add(text_value, 0, wxEXPAND | wxLEFT | wxRIGHT | wxBOTTOM, 6);

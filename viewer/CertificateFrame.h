@@ -68,8 +68,8 @@ protected:
 
 private:
     void CreateControls();
-    void Set_properties();
-    void Do_layout();
+    void SetProperties();
+    void DoLayout();
     wxSizer* LayoutOfHead();
     void ShowValue();
     /// Everything as text, with the PEM form behind it, not much above the limit.

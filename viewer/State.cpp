@@ -12,7 +12,7 @@ namespace viewer {
 
 namespace {
 
-constexpr long long SECONDS_OF_A_DAY = 24 * 60 * 60;
+constexpr long long SECONDS_OF_A_DAY = 24LL * 60 * 60;
 constexpr long long DAYS_OF_A_YEAR = 365;
 constexpr long long MOST_DAYS = 2 * DAYS_OF_A_YEAR; ///< more are told in years
 

@@ -68,7 +68,7 @@ std::string JoinPath(const std::string& directory, const std::string& name) {
 }
 
 bool FileStamp::operator==(const FileStamp& other) const {
-    return m_Device == other.m_Device && m_Inode == other.m_Inode && size == other.size &&
+    return m_Device == other.m_Device && m_Inode == other.m_Inode && m_Size == other.m_Size &&
            SameTime(m_Modified, other.m_Modified) && SameTime(m_Changed, other.m_Changed);
 }
 
@@ -79,7 +79,7 @@ std::optional<FileStamp> StampOf(const std::string& path) {
     FileStamp stamp;
     stamp.m_Device = info.st_dev;
     stamp.m_Inode = info.st_ino;
-    stamp.size = info.st_size;
+    stamp.m_Size = info.st_size;
     stamp.m_Modified = info.st_mtim;
     stamp.m_Changed = info.st_ctim;
     return stamp;

@@ -29,7 +29,7 @@ constexpr std::size_t LARGEST_FILE = 1048576;
 struct FileStamp {
     dev_t m_Device = 0;
     ino_t m_Inode = 0;
-    off_t size = 0;
+    off_t m_Size = 0;
     timespec m_Modified = {};
     timespec m_Changed = {};
 

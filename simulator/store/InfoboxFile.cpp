@@ -27,9 +27,9 @@ Bytes MakeFile(const std::vector<Entry>& entries, std::size_t size) {
     for (const Entry& entry : entries) {
         file.push_back(entry.m_Tag);
         file.push_back(entry.m_Attributes);
-        file.push_back(static_cast<unsigned char>(entry.data.size() & 0xFF));
-        file.push_back(static_cast<unsigned char>(entry.data.size() >> 8));
-        file.insert(file.end(), entry.data.begin(), entry.data.end());
+        file.push_back(static_cast<unsigned char>(entry.m_Data.size() & 0xFF));
+        file.push_back(static_cast<unsigned char>(entry.m_Data.size() >> 8));
+        file.insert(file.end(), entry.m_Data.begin(), entry.m_Data.end());
     }
     file.resize(std::max(file.size(), size));
     return file;

@@ -21,7 +21,7 @@ constexpr unsigned char IS_PRIVATE = 0x01;
 struct Entry {
     unsigned char m_Tag;
     unsigned char m_Attributes;
-    Bytes data; ///< at most 65535 bytes
+    Bytes m_Data; ///< at most 65535 bytes
 };
 
 /// Label of the data object of an entry, such as "0x0a".

@@ -47,7 +47,7 @@ struct CardFileSystem::Command {
     unsigned char m_Ins = 0;
     unsigned char m_P1 = 0;
     unsigned char m_P2 = 0;
-    Bytes data;
+    Bytes m_Data;
     std::optional<unsigned char> m_Le; ///< nothing: no answer wanted
 
     /// A length byte of zero asks for as much as there is, up to 256 bytes.
@@ -55,7 +55,7 @@ struct CardFileSystem::Command {
 
     /// The proprietary command that reads the number of the chip.
     bool AsksForChipId() const {
-        return m_Cla == 0x80 && m_Ins == 0xF6 && m_P1 == 0 && m_P2 == 0 && data.empty();
+        return m_Cla == 0x80 && m_Ins == 0xF6 && m_P1 == 0 && m_P2 == 0 && m_Data.empty();
     }
 
     /// Nothing when the length bytes do not fit the number of bytes.
@@ -78,7 +78,7 @@ std::optional<CardFileSystem::Command> CardFileSystem::Command::Parse(const Byte
     const std::size_t end = 5 + size;
     if (size == 0 || (apdu.size() != end && apdu.size() != end + 1))
         return std::nullopt;
-    command.data = Slice(apdu, 5, size);
+    command.m_Data = Slice(apdu, 5, size);
     if (apdu.size() > end)
         command.m_Le = apdu[end];
     return command;
@@ -112,9 +112,9 @@ Bytes CardFileSystem::Transmit(const Card& card, const Bytes& apdu) {
 Bytes CardFileSystem::Select(const Card& card, const Command& command) {
     if (command.m_P1 != 0x00 || command.m_P2 != 0x0C)
         return Status(SW_WRONG_PARAMETERS);
-    if (command.data.size() != 2)
+    if (command.m_Data.size() != 2)
         return Status(SW_WRONG_LENGTH);
-    const auto id = static_cast<std::uint16_t>(command.data[0] << 8 | command.data[1]);
+    const auto id = static_cast<std::uint16_t>(command.m_Data[0] << 8 | command.m_Data[1]);
     if (id == ROOT_ID) {
         Reset();
         return Status(SW_OK);
@@ -147,7 +147,7 @@ bool CardFileSystem::Enter(const Card& card, const Path& path) {
 Bytes CardFileSystem::ReadBinary(const Card& card, const Command& command) const {
     if ((command.m_P1 & 0x80) != 0) // short file ids are not in use on these cards
         return Status(SW_WRONG_PARAMETERS);
-    if (!command.data.empty() || !command.m_Le)
+    if (!command.m_Data.empty() || !command.m_Le)
         return Status(SW_WRONG_LENGTH);
     const auto file = std::find_if(card.m_Record.m_Files.begin(), card.m_Record.m_Files.end(),
                                    [this](const CardFileRecord& record) { return record.m_Path == m_File; });

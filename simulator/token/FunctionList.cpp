@@ -5,7 +5,7 @@
 namespace {
 
 // clang-format off
-CK_FUNCTION_LIST functionList = {
+CK_FUNCTION_LIST g_FunctionList = {
     {2, 40},
     C_Initialize,
     C_Finalize,
@@ -84,6 +84,6 @@ CK_FUNCTION_LIST functionList = {
 CK_RV C_GetFunctionList(CK_FUNCTION_LIST** list) {
     if (list == nullptr)
         return CKR_ARGUMENTS_BAD;
-    *list = &functionList;
+    *list = &g_FunctionList;
     return CKR_OK;
 }

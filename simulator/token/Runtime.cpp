@@ -10,11 +10,11 @@ namespace orselsim {
 
 namespace {
 
-std::mutex currentMutex;
-std::shared_ptr<Runtime> current;
+std::mutex g_CurrentMutex;
+std::shared_ptr<Runtime> g_Current;
 
 // Handles are never used twice in a process, so that a stale one is always noticed.
-std::atomic<CK_SESSION_HANDLE> lastSessionHandle{0};
+std::atomic<CK_SESSION_HANDLE> g_LastSessionHandle{0};
 
 /// The planned faults go on counting over C_Finalize and C_Initialize while their file stays the
 /// same: "the first C_Initialize fails" is then a plan that a second try gets past.
@@ -56,7 +56,7 @@ Slot& Runtime::SlotWithToken(CK_SLOT_ID id) {
 
 CK_SESSION_HANDLE Runtime::OpenSession(CK_SLOT_ID id, CK_FLAGS flags) {
     const Slot& slot = SlotWithToken(id);
-    const CK_SESSION_HANDLE handle = ++lastSessionHandle;
+    const CK_SESSION_HANDLE handle = ++g_LastSessionHandle;
     Session& session = m_Sessions[handle];
     session.m_SlotId = id;
     session.m_Insertion = slot.m_Insertion;
@@ -118,25 +118,25 @@ Slot* Runtime::SlotOfSession(CK_SESSION_HANDLE handle) {
 }
 
 std::shared_ptr<Runtime> CurrentRuntime() {
-    const std::lock_guard<std::mutex> lock(currentMutex);
-    return current;
+    const std::lock_guard<std::mutex> lock(g_CurrentMutex);
+    return g_Current;
 }
 
 std::shared_ptr<Runtime> StartRuntime() {
-    const std::lock_guard<std::mutex> lock(currentMutex);
-    if (current)
+    const std::lock_guard<std::mutex> lock(g_CurrentMutex);
+    if (g_Current)
         throw Refusal{CKR_CRYPTOKI_ALREADY_INITIALIZED};
-    current = std::make_shared<Runtime>(Environment::Read());
-    return current;
+    g_Current = std::make_shared<Runtime>(Environment::Read());
+    return g_Current;
 }
 
 void StopRuntime() {
     std::shared_ptr<Runtime> stopped;
     {
-        const std::lock_guard<std::mutex> lock(currentMutex);
-        if (!current)
+        const std::lock_guard<std::mutex> lock(g_CurrentMutex);
+        if (!g_Current)
             throw Refusal{CKR_CRYPTOKI_NOT_INITIALIZED};
-        stopped.swap(current);
+        stopped.swap(g_Current);
     }
     const std::lock_guard<std::mutex> lock(stopped->GetMutex());
     stopped->Close();
