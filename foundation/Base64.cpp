@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/Base64.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -16,15 +17,10 @@ constexpr std::size_t CHARACTERS_A_BLOCK = 4;
 struct Alphabet {
     const char* m_IndexTable;
     const std::uint16_t* m_ReverseTable;
-    const Base64BlockTables* m_BlockTables;
 };
 
 template <const Base64IndexTable& IndexTable>
-constexpr Base64BlockTables BLOCK_TABLES_OF = MakeBase64BlockTables<IndexTable>();
-
-template <const Base64IndexTable& IndexTable>
-constexpr Alphabet ALPHABET_OF = {IndexTable, Base64Reversal<IndexTable>::TABLE,
-                                  &BLOCK_TABLES_OF<IndexTable>};
+constexpr Alphabet ALPHABET_OF = {IndexTable, BASE64_REVERSE_OF<IndexTable>.data()};
 
 /// One row of the settings that a type stands for.
 struct TypeDefaults {
@@ -61,31 +57,30 @@ std::size_t BlocksOf(std::size_t size, std::size_t blockSize) {
     return (size + blockSize - 1) / blockSize;
 }
 
-/// Writes four characters for one or two bytes.
+/// Writes four characters for one to three bytes.
 void EncodeBlock(const char* indexTable, const unsigned char* in, std::size_t count, char* out) {
     const unsigned int second = count > 1 ? in[1] : 0;
+    const unsigned int third = count > 2 ? in[2] : 0;
     out[0] = indexTable[in[0] >> 2];
     out[1] = indexTable[((in[0] & 0x03) << 4) | (second >> 4)];
-    out[2] = indexTable[count > 1 ? (second & 0x0F) << 2 : BASE64_PADDING];
-    out[3] = indexTable[BASE64_PADDING];
+    out[2] = indexTable[count > 1 ? ((second & 0x0F) << 2) | (third >> 6) : BASE64_PADDING];
+    out[3] = indexTable[count > 2 ? third & 0x3F : BASE64_PADDING];
 }
 
 /// Encodes as long as three bytes are left; moves both pointers.
-void EncodeWholeBlocks(const Base64BlockTables& tables, const unsigned char*& in, const unsigned char* end,
-                       char*& out) {
+void EncodeWholeBlocks(const unsigned char*& in, const unsigned char* end, char*& out) {
     for (; end - in >= 3; in += BYTES_A_BLOCK, out += CHARACTERS_A_BLOCK) {
         const unsigned int bits = (static_cast<unsigned int>(in[0]) << 16) | (in[1] << 8) | in[2];
-        std::memcpy(out, tables.m_Pairs[bits >> 12], 2);
-        std::memcpy(out + 2, tables.m_Pairs[bits & 0xFFF], 2);
+        std::memcpy(out, BASE64_BLOCK_TABLES.m_Pairs[bits >> 12], 2);
+        std::memcpy(out + 2, BASE64_BLOCK_TABLES.m_Pairs[bits & 0xFFF], 2);
     }
 }
 
 /// Decodes as long as four members of the alphabet follow each other; moves both pointers.
-void DecodeWholeBlocks(const Base64BlockTables& tables, const unsigned char*& in, const unsigned char* end,
-                       unsigned char*& out) {
+void DecodeWholeBlocks(const unsigned char*& in, const unsigned char* end, unsigned char*& out) {
     for (; end - in >= 4; in += CHARACTERS_A_BLOCK, out += BYTES_A_BLOCK) {
-        const std::uint32_t bits = tables.m_Places[0][in[0]] | tables.m_Places[1][in[1]] |
-                                   tables.m_Places[2][in[2]] | tables.m_Places[3][in[3]];
+        const auto& places = BASE64_BLOCK_TABLES.m_Places;
+        const std::uint32_t bits = places[0][in[0]] | places[1][in[1]] | places[2][in[2]] | places[3][in[3]];
         if ((bits & Base64BlockTables::NO_MEMBER) != 0) {
             return;
         }
@@ -135,7 +130,6 @@ void Base64::ResetParametersToEncodingTypeDefaults() {
     m_LineLength = defaults.m_LineLength;
     m_IndexTable = defaults.m_Alphabet.m_IndexTable;
     m_ReverseTable = defaults.m_Alphabet.m_ReverseTable;
-    m_BlockTables = defaults.m_Alphabet.m_BlockTables;
 }
 
 void Base64::SetLineLength(std::int32_t length) {
@@ -150,9 +144,12 @@ std::string Base64::EncodeBytes(const unsigned char* data, std::size_t size) con
     std::string text(BlocksOf(size, BYTES_A_BLOCK) * CHARACTERS_A_BLOCK, '\0');
     char* out = text.data();
     const unsigned char* const end = data + size;
-    EncodeWholeBlocks(*m_BlockTables, data, end, out);
-    if (data != end) {
-        EncodeBlock(m_IndexTable, data, static_cast<std::size_t>(end - data), out);
+    if (HasBlockTables()) {
+        EncodeWholeBlocks(data, end, out);
+    }
+    for (std::size_t count = 0; data != end; data += count, out += CHARACTERS_A_BLOCK) {
+        count = std::min(static_cast<std::size_t>(end - data), BYTES_A_BLOCK);
+        EncodeBlock(m_IndexTable, data, count, out);
     }
     if (m_LineLength > 0) {
         text = BreakLines(text);
@@ -186,8 +183,8 @@ std::vector<unsigned char> Base64::DecodeText(const unsigned char* text, std::si
     std::array<std::uint16_t, CHARACTERS_A_BLOCK> block = {};
     std::size_t count = 0;
     while (true) {
-        if (count == 0) {
-            DecodeWholeBlocks(*m_BlockTables, text, end, out);
+        if (count == 0 && HasBlockTables()) {
+            DecodeWholeBlocks(text, end, out);
         }
         if (text == end) {
             break;
@@ -208,6 +205,10 @@ std::vector<unsigned char> Base64::DecodeText(const unsigned char* text, std::si
     DecodeBlock(block.data(), count, out);
     bytes.resize(static_cast<std::size_t>(out - bytes.data()));
     return bytes;
+}
+
+bool Base64::HasBlockTables() const {
+    return m_IndexTable == IndexTable_BASE64_DEFAULT;
 }
 
 std::uint16_t Base64::ValueOf(unsigned char c) const {

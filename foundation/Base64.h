@@ -11,8 +11,6 @@
 
 namespace Velmor {
 
-struct Base64BlockTables;
-
 /// Variants of base64. Any other number means the standard alphabet on one line.
 enum eBase64Type : int {
     BASE64_PEM = 0,      ///< lines of 64 characters
@@ -67,6 +65,8 @@ private:
     std::string BreakLines(const std::string& text) const;
     std::vector<unsigned char> DecodeText(const unsigned char* text, std::size_t size) const;
     std::uint16_t ValueOf(unsigned char c) const;
+    /// Whether the alphabet is the one that is laid out for speed as well.
+    bool HasBlockTables() const;
 
     bool m_Strict = true;
     bool m_Padding = true;
@@ -74,8 +74,7 @@ private:
     std::int32_t m_LineLength = 0;
     eBase64Type m_Type = BASE64_STANDARD;
     const char* m_IndexTable = IndexTable_BASE64_DEFAULT;
-    const std::uint16_t* m_ReverseTable = REVERSE_INDEX_TABLE_BASE64_DEFAULT;
-    const Base64BlockTables* m_BlockTables = nullptr; ///< the same alphabet once more, laid out for speed
+    const std::uint16_t* m_ReverseTable = ReverseIndexTable_BASE64_DEFAULT.data();
 };
 
 /// Standard base64 with padding. Line ends of "\r\n" after 64 characters for `lineMode` 1, after 76 for 2,

@@ -9,8 +9,8 @@
 
 namespace Velmor {
 
-/// An alphabet laid out for speed: whole blocks of three bytes and four characters take two look-ups one way
-/// and four the other. Made at compile time from the index table and the reverse table.
+/// The default alphabet laid out for speed: whole blocks of three bytes and four characters take two look-ups
+/// one way and four the other. Made at compile time from the index table and the reverse table.
 struct Base64BlockTables {
     static constexpr std::uint32_t NO_MEMBER = 0x80000000;
 
@@ -19,23 +19,24 @@ struct Base64BlockTables {
         {}; ///< the share of a character in the 24 bits, by its place in the block
 };
 
-template <const Base64IndexTable& IndexTable>
 constexpr Base64BlockTables MakeBase64BlockTables() {
     Base64BlockTables tables;
     for (std::size_t bits = 0; bits < 4096; ++bits) {
-        tables.m_Pairs[bits][0] = IndexTable[bits >> 6];
-        tables.m_Pairs[bits][1] = IndexTable[bits & 0x3F];
+        tables.m_Pairs[bits][0] = IndexTable_BASE64_DEFAULT[bits >> 6];
+        tables.m_Pairs[bits][1] = IndexTable_BASE64_DEFAULT[bits & 0x3F];
     }
     for (std::size_t place = 0; place < 4; ++place) {
         for (std::size_t character = 0; character < 256; ++character) {
             const std::uint32_t value =
-                character < 128 ? Base64Reversal<IndexTable>::TABLE[character] : BASE64_NO_MEMBER;
+                character < 128 ? ReverseIndexTable_BASE64_DEFAULT[character] : BASE64_NO_MEMBER;
             tables.m_Places[place][character] =
                 value < BASE64_PADDING ? value << (18 - 6 * place) : Base64BlockTables::NO_MEMBER;
         }
     }
     return tables;
 }
+
+inline constexpr Base64BlockTables BASE64_BLOCK_TABLES = MakeBase64BlockTables();
 
 } // namespace Velmor
 

@@ -2,9 +2,8 @@
 #ifndef ORSEL_FOUNDATION_BASE64TABLES_H
 #define ORSEL_FOUNDATION_BASE64TABLES_H
 
-#include <cstddef>
+#include <array>
 #include <cstdint>
-#include <utility>
 
 /// The alphabets of base64 and, made from them, the way back from a character to its position.
 namespace Velmor {
@@ -36,44 +35,43 @@ inline constexpr std::uint16_t BASE64_NO_MEMBER = 255;
 inline constexpr std::uint16_t BASE64_PADDING = 64;
 
 /// 128 values, one for each ASCII character.
-using Base64ReverseTable = std::uint16_t[128];
+using Base64ReverseTable = std::array<std::uint16_t, 128>;
 
-constexpr std::uint16_t Base64ValueOf(const Base64IndexTable& indexTable, char c) {
-    for (std::uint16_t value = 0; value < BASE64_PADDING; ++value) {
-        if (indexTable[value] == c) {
-            return value;
+constexpr Base64ReverseTable Base64ReverseOf(const Base64IndexTable& indexTable) {
+    Base64ReverseTable reverse = {};
+    for (std::uint16_t& value : reverse) {
+        value = BASE64_NO_MEMBER;
+    }
+    for (std::uint16_t value = 0; value <= BASE64_PADDING; ++value) {
+        if (indexTable[value] != ' ') {
+            reverse[static_cast<unsigned char>(indexTable[value])] = value;
         }
     }
-    return c == indexTable[BASE64_PADDING] && c != ' ' ? BASE64_PADDING : BASE64_NO_MEMBER;
+    return reverse;
 }
 
-/// Makes the reverse table of an alphabet at compile time.
-template <const Base64IndexTable& IndexTable, typename Characters = std::make_index_sequence<128>>
-struct Base64Reversal;
+/// The one copy of each, which the names below and the codec share.
+template <const Base64IndexTable& IndexTable>
+inline constexpr Base64ReverseTable BASE64_REVERSE_OF = Base64ReverseOf(IndexTable);
 
-template <const Base64IndexTable& IndexTable, std::size_t... Characters>
-struct Base64Reversal<IndexTable, std::index_sequence<Characters...>> {
-    static constexpr Base64ReverseTable TABLE = {Base64ValueOf(IndexTable, static_cast<char>(Characters))...};
-};
-
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_DEFAULT =
-    Base64Reversal<IndexTable_BASE64_DEFAULT>::TABLE;
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_URL =
-    Base64Reversal<IndexTable_BASE64_URL>::TABLE;
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_YUI =
-    Base64Reversal<IndexTable_BASE64_YUI>::TABLE;
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_FREENET =
-    Base64Reversal<IndexTable_BASE64_FREENET>::TABLE;
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_XML_NAME_TOKEN =
-    Base64Reversal<IndexTable_BASE64_XML_NAME_TOKEN>::TABLE;
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_XML_IDENTIFIER =
-    Base64Reversal<IndexTable_BASE64_XML_IDENTIFIER>::TABLE;
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_PROGRAM_IDENTIFIER_V1 =
-    Base64Reversal<IndexTable_BASE64_PROGRAM_IDENTIFIER_V1>::TABLE;
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_PROGRAM_IDENTIFIER_V2 =
-    Base64Reversal<IndexTable_BASE64_PROGRAM_IDENTIFIER_V2>::TABLE;
-inline constexpr const Base64ReverseTable& REVERSE_INDEX_TABLE_BASE64_REGEX =
-    Base64Reversal<IndexTable_BASE64_REGEX>::TABLE;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_DEFAULT =
+    BASE64_REVERSE_OF<IndexTable_BASE64_DEFAULT>;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_URL =
+    BASE64_REVERSE_OF<IndexTable_BASE64_URL>;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_YUI =
+    BASE64_REVERSE_OF<IndexTable_BASE64_YUI>;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_FREENET =
+    BASE64_REVERSE_OF<IndexTable_BASE64_FREENET>;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_XML_NAME_TOKEN =
+    BASE64_REVERSE_OF<IndexTable_BASE64_XML_NAME_TOKEN>;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_XML_IDENTIFIER =
+    BASE64_REVERSE_OF<IndexTable_BASE64_XML_IDENTIFIER>;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V1 =
+    BASE64_REVERSE_OF<IndexTable_BASE64_PROGRAM_IDENTIFIER_V1>;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V2 =
+    BASE64_REVERSE_OF<IndexTable_BASE64_PROGRAM_IDENTIFIER_V2>;
+inline constexpr const Base64ReverseTable& ReverseIndexTable_BASE64_REGEX =
+    BASE64_REVERSE_OF<IndexTable_BASE64_REGEX>;
 
 } // namespace Velmor
 
