@@ -2,20 +2,15 @@
 #include "formats/NewFile.h"
 
 #include <cstdio>
-#include <memory>
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "foundation/FileHandle.h"
+
 namespace Velmor {
 
 namespace {
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-
-using FileHandle = std::unique_ptr<FILE, CloseFile>;
 
 FileHandle MakeFile(const std::string& path) {
     constexpr mode_t OWNER_ALONE = 0600;

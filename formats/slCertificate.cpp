@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -13,18 +12,13 @@
 #include "formats/OpenSslHandle.h"
 #include "formats/slCertLogging.h"
 #include "foundation/Base64.h"
+#include "foundation/FileHandle.h"
 
 namespace Velmor {
 
 namespace {
 
 constexpr int LOGGED_PEM_SIZE = 8000;
-
-struct FileCloser {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-
-using FileHandle = std::unique_ptr<FILE, FileCloser>;
 
 /// Without an answer of our own libcrypto asks at the terminal for the password of an encrypted text.
 int RefusePassword(char*, int, int, void*) {
@@ -106,13 +100,13 @@ bool slCertificate::LoadFromB64(std::string text) {
 }
 
 bool slCertificate::LoadFromFile(std::string path) {
-    FileHandle file(std::fopen(path.c_str(), "rb"));
+    FileHandle file = OpenFile(path, "rb");
     if (!file) {
         return false;
     }
     X509Handle certificate(PEM_read_X509(file.get(), nullptr, RefusePassword, nullptr));
     if (!certificate) {
-        file.reset(std::fopen(path.c_str(), "rb"));
+        file = OpenFile(path, "rb");
         certificate.reset(file ? d2i_X509_fp(file.get(), nullptr) : nullptr);
     }
     const X509Handle replaced(m_X509);

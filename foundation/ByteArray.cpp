@@ -2,12 +2,12 @@
 #include "foundation/ByteArray.h"
 
 #include "foundation/Conversion.h"
+#include "foundation/FileHandle.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <istream>
-#include <memory>
 #include <ostream>
 
 namespace Velmor {
@@ -154,7 +154,7 @@ std::istream& operator>>(std::istream& in, ByteArray& bytes) {
 }
 
 int LoadFromFile(std::string path, ByteArray& out) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+    const FileHandle file = OpenFile(path, "rb");
     if (file == nullptr) {
         return 0;
     }

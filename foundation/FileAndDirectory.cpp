@@ -13,6 +13,7 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include "foundation/FileHandle.h"
 #include "foundation/Logging.h"
 
 namespace Velmor {
@@ -21,15 +22,6 @@ namespace {
 
 // With 32 bits neither a large file nor the entries of a large disk's directories can be looked at.
 static_assert(sizeof(off_t) == 8, "build with _FILE_OFFSET_BITS=64");
-
-struct FileCloser {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, FileCloser>;
-
-File OpenFile(const std::string& path, const char* mode) {
-    return File(std::fopen(path.c_str(), mode));
-}
 
 struct DirectoryCloser {
     void operator()(DIR* directory) const { closedir(directory); }
@@ -155,7 +147,7 @@ bool CreateDirectories(const std::string& path) {
 }
 
 bool ReadCompleteFileBinary(const std::string& path, char*& data, unsigned long& size) {
-    const File file = OpenFile(path, "rb");
+    const FileHandle file = OpenFile(path, "rb");
     if (file == nullptr) {
         return false;
     }
@@ -182,8 +174,8 @@ bool RemoveFile(const std::string& path) {
 }
 
 bool CopyFile(const std::string& from, const std::string& to) {
-    const File source = OpenFile(from, "rb");
-    const File target = OpenFile(to, "wb");
+    const FileHandle source = OpenFile(from, "rb");
+    const FileHandle target = OpenFile(to, "wb");
     if (source == nullptr || target == nullptr) {
         LogError("copy: source or dest is NULL");
         return false;
@@ -196,7 +188,7 @@ bool WriteToFile(const std::string& path, const std::vector<unsigned char>& data
     if (removeFirst) {
         RemoveFile(path);
     }
-    const File file = OpenFile(path, "wb");
+    const FileHandle file = OpenFile(path, "wb");
     if (file == nullptr) {
         LogError("WriteToFile: cannot open file");
         return false;
