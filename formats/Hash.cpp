@@ -68,6 +68,35 @@ MdContextHandle BeginDigest(HashAlgorithm algo, unsigned long capacity, unsigned
     return context;
 }
 
+/// Gives the digest of what `update` puts into it. What is read badly is finished into `out` all the same.
+template <typename Update>
+bool DigestInto(unsigned char* out, unsigned long& outLen, HashAlgorithm algo, const Update& update) {
+    if (out == nullptr) {
+        LibCrypto::LogError("PKCS11 output == NULL");
+        return false;
+    }
+    unsigned long length = 0;
+    const MdContextHandle context = BeginDigest(algo, outLen, length);
+    if (context == nullptr) {
+        return false;
+    }
+    outLen = length;
+    const bool complete = update(context.get());
+    return EVP_DigestFinal_ex(context.get(), out, nullptr) == 1 && complete;
+}
+
+/// Appends the digest that `write`, given a buffer and its capacity, puts into it.
+template <typename Write>
+bool AppendDigest(std::vector<unsigned char>& out, const Write& write) {
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned long length = digest.size();
+    if (!write(digest.data(), length)) {
+        return false;
+    }
+    out.insert(out.end(), digest.begin(), digest.begin() + length);
+    return true;
+}
+
 /// Updates the digest with the rest of the file, block by block; the last block may be empty. False on a read
 /// error.
 bool UpdateFromFile(EVP_MD_CTX* context, FILE* file) {
@@ -102,28 +131,18 @@ bool Hash(const unsigned char* data, unsigned long len, unsigned char* out, unsi
         LibCrypto::LogError("PKCS11 input == NULL");
         return false;
     }
-    if (out == nullptr) {
-        LibCrypto::LogError("PKCS11 output == NULL");
-        return false;
-    }
-    unsigned long length = 0;
-    const MdContextHandle context = BeginDigest(algo, outLen, length);
-    if (context == nullptr) {
-        return false;
-    }
-    outLen = length;
-    return EVP_DigestUpdate(context.get(), data, len) == 1 &&
-           EVP_DigestFinal_ex(context.get(), out, nullptr) == 1;
+    return DigestInto(out, outLen, algo,
+                      [data, len](EVP_MD_CTX* context) { return EVP_DigestUpdate(context, data, len) == 1; });
 }
 
 bool Hash(const std::vector<unsigned char>& data, std::vector<unsigned char>& out, HashAlgorithm algo,
           bool withDigestInfo) {
-    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-    unsigned long length = digest.size();
-    if (!Hash(data.data(), data.size(), digest.data(), length, algo)) {
+    const bool hashed = AppendDigest(out, [&data, algo](unsigned char* digest, unsigned long& length) {
+        return Hash(data.data(), data.size(), digest, length, algo);
+    });
+    if (!hashed) {
         return false;
     }
-    out.insert(out.end(), digest.begin(), digest.begin() + length);
     if (withDigestInfo) {
         for (const DigestInfo& info : DIGEST_INFOS) {
             if (info.m_Algorithm == algo) {
@@ -140,28 +159,14 @@ bool HashFile(FILE* file, unsigned char* out, unsigned long& outLen, HashAlgorit
         LibCrypto::LogError("PKCS11 infile is NULL");
         return false;
     }
-    if (out == nullptr) {
-        LibCrypto::LogError("PKCS11 output == NULL");
-        return false;
-    }
-    unsigned long length = 0;
-    const MdContextHandle context = BeginDigest(algo, outLen, length);
-    if (context == nullptr) {
-        return false;
-    }
-    outLen = length;
-    const bool complete = UpdateFromFile(context.get(), file);
-    return EVP_DigestFinal_ex(context.get(), out, nullptr) == 1 && complete;
+    return DigestInto(out, outLen, algo,
+                      [file](EVP_MD_CTX* context) { return UpdateFromFile(context, file); });
 }
 
 bool HashFile(FILE* file, std::vector<unsigned char>& out, HashAlgorithm algo) {
-    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-    unsigned long length = digest.size();
-    if (!HashFile(file, digest.data(), length, algo)) {
-        return false;
-    }
-    out.insert(out.end(), digest.begin(), digest.begin() + length);
-    return true;
+    return AppendDigest(out, [file, algo](unsigned char* digest, unsigned long& length) {
+        return HashFile(file, digest, length, algo);
+    });
 }
 
 } // namespace Velmor
