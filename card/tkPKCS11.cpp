@@ -8,6 +8,7 @@
 #include "card/CardObjects.h"
 #include "card/FixedFields.h"
 #include "card/tkPKCS11Logging.h"
+#include "foundation/StringUtils.h"
 
 namespace Velmor {
 
@@ -18,10 +19,6 @@ namespace {
 constexpr CK_ULONG MAX_SLOTS = 128;
 /// More tokens than any reader stack offers; a library that reports more is broken, not rich.
 constexpr CK_ULONG MAX_PLAUSIBLE_TOKENS = 0x10000;
-
-bool BeginsWith(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
 
 /// One rule of the classification by model and label. An empty label prefix takes any label.
 struct TokenRule {
@@ -51,7 +48,7 @@ constexpr TokenRule TOKEN_RULES[] = {
 
 void ClassifyToken(TokenInfoStruct2& info) {
     for (const TokenRule& rule : TOKEN_RULES) {
-        if (!BeginsWith(info.m_Model, rule.m_Model) || !BeginsWith(info.m_Label, rule.label))
+        if (!StartsWith(info.m_Model, rule.m_Model) || !StartsWith(info.m_Label, rule.label))
             continue;
         info.m_EncKeyType = rule.m_EncKeyType;
         info.m_EncKeyBits = rule.m_EncKeyBits;
@@ -124,7 +121,7 @@ void tkPKCS11::AppendSlot(CK_SLOT_ID slotId, bool withEmptyCards) {
     const std::string serial = UntilZero(token.serialNumber);
     LogMessage("token label: ", label);
     LogMessage("token serial: ", serial);
-    if (!withEmptyCards && BeginsWith(serial, EMPTY_SERIAL))
+    if (!withEmptyCards && StartsWith(serial, EMPTY_SERIAL))
         return;
     m_Slots.push_back(new SlotStruct{slotId, label, serial});
 }

@@ -9,6 +9,7 @@
 #include "card/SessionGuard.h"
 #include "card/tkPKCS11Logging.h"
 #include "foundation/Conversion.h"
+#include "foundation/StringUtils.h"
 
 namespace Velmor {
 
@@ -176,7 +177,7 @@ bool tkPKCS11::OpenSessionWithChipId(std::string chipId, bool closeFirst) {
 static bool SerialMatchesCin(const std::string& serial, const std::string& cin) {
     if (cin.size() > SHORT_CIN_SIZE)
         return serial == cin;
-    return serial.size() >= SHORT_CIN_SIZE && serial.substr(0, SHORT_CIN_SIZE) == cin;
+    return cin.size() == SHORT_CIN_SIZE && StartsWith(serial, cin);
 }
 
 int tkPKCS11::findSlotForCin(const std::string& cin) {

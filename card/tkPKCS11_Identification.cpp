@@ -10,6 +10,7 @@
 #include "card/tkPKCS11Logging.h"
 #include "foundation/Config.h"
 #include "foundation/Conversion.h"
+#include "foundation/StringUtils.h"
 
 namespace Velmor {
 
@@ -71,7 +72,7 @@ void tkPKCS11::SetAtr(unsigned char* atr, unsigned long len) {
 }
 
 bool tkPKCS11::AtrCmp(std::string atr, std::string prefix) {
-    return atr.length() >= prefix.length() && atr.compare(0, prefix.length(), prefix) == 0;
+    return StartsWith(atr, prefix);
 }
 
 std::string tkPKCS11::Reset() {

@@ -13,6 +13,7 @@
 #include "formats/OpenSslHandle.h"
 #include "formats/slCertificate.h"
 #include "foundation/Base64.h"
+#include "foundation/StringUtils.h"
 
 namespace orselcli {
 
@@ -62,7 +63,7 @@ CertificateSummary CertificateSummary::Of(const Bytes& der) {
     summary.m_Subject = certificate.GetSubjectWithFormat(NAME_FORM);
     summary.m_Issuer = certificate.GetIssuerWithFormat(NAME_FORM);
     const std::string serial = certificate.GetSerialNumber();
-    summary.m_Serial = serial.substr(serial.compare(0, 2, "0x") == 0 ? 2 : 0);
+    summary.m_Serial = serial.substr(Velmor::StartsWith(serial, "0x") ? 2 : 0);
     summary.m_NotBefore = TimeText(X509_get0_notBefore(raw));
     summary.m_NotAfter = TimeText(X509_get0_notAfter(raw));
     summary.m_Key = KeyText(raw);

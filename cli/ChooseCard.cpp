@@ -9,6 +9,7 @@
 #include "cli/Files.h"
 #include "cli/Interruption.h"
 #include "cli/Words.h"
+#include "foundation/StringUtils.h"
 
 namespace orselcli {
 
@@ -16,10 +17,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds BETWEEN_LOOKS(200);
-
-bool BeginsWith(const std::string& text, const std::string& beginning) {
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
 
 Outcome ByPosition(const std::vector<CardRow>& rows, const std::string& wanted, CardRow& row) {
     char* end = nullptr;
@@ -38,7 +35,7 @@ Outcome ByNumber(const std::vector<CardRow>& rows, const std::string& wanted, Ca
     for (const CardRow& candidate : rows) {
         if (candidate.m_Number == wanted) {
             whole.push_back(candidate);
-        } else if (BeginsWith(candidate.m_Number, wanted)) {
+        } else if (Velmor::StartsWith(candidate.m_Number, wanted)) {
             begun.push_back(candidate);
         }
     }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Console.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -14,6 +12,7 @@
 
 #include "cli/Interruption.h"
 #include "cli/Words.h"
+#include "foundation/StringUtils.h"
 
 namespace orselcli {
 
@@ -113,8 +112,7 @@ bool Console::Ask(const std::string& question) {
         WriteError("\n"); // what follows does not stand behind the question
         return false;
     }
-    std::transform(line.begin(), line.end(), line.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    line = Velmor::Str2Lower(line);
     return line == "y" || line == "yes" || line == Tr("y") || line == Tr("yes");
 }
 

@@ -6,6 +6,7 @@
 #include "cli/Cards.h"
 #include "cli/Doctor.h"
 #include "cli/Words.h"
+#include "foundation/StringUtils.h"
 
 namespace orselcli {
 
@@ -13,7 +14,7 @@ namespace {
 
 /// Entry points that a library may lack: they are no part of the standard.
 bool IsOptional(const std::string& entryPoint) {
-    return entryPoint.compare(0, 6, "C_Card") == 0 || entryPoint == "C_Logout" || entryPoint == "C_Finalize";
+    return Velmor::StartsWith(entryPoint, "C_Card") || entryPoint == "C_Logout" || entryPoint == "C_Finalize";
 }
 
 void ExamineEntryPoints(const Cards& cards, Findings& findings) {

@@ -14,6 +14,7 @@
 #include "foundation/ConfigImpl_XML.h"
 #include "foundation/FileAndDirectory.h"
 #include "foundation/FileSystem.h"
+#include "foundation/StringUtils.h"
 
 namespace orselcli {
 
@@ -127,7 +128,7 @@ void ExamineLanguage(Findings& findings) {
         findings.push_back({"locale", Health::GOOD, Filled(Tr("The locale is {}."), {wanted}), ""});
     }
     const std::string catalogue = CatalogueFile();
-    const bool isGerman = wanted.compare(0, 2, "de") == 0;
+    const bool isGerman = Velmor::StartsWith(wanted, "de");
     if (!catalogue.empty()) {
         findings.push_back({"catalogue", Health::GOOD, Filled(Tr("Words come from {}."), {catalogue}), ""});
     } else if (isGerman) {

@@ -2,23 +2,17 @@
 #include "cli/Infobox.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 
 #include "cli/CallWitness.h"
 #include "cli/DataObjects.h"
 #include "formats/InfoboxFS.h"
+#include "foundation/StringUtils.h"
 
 namespace orselcli {
 
 namespace {
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
-    return text;
-}
 
 std::string TwoDigits(unsigned char tag) {
     char digits[3];
@@ -88,7 +82,7 @@ Outcome Infobox::LoadContainer(Cards& cards) {
 const InfoboxEntry* Infobox::Find(const std::string& tag) const {
     const std::string listed = ListedTag(tag);
     const auto found = std::find_if(m_Entries.begin(), m_Entries.end(), [&](const InfoboxEntry& entry) {
-        return entry.m_Tag == listed || Lower(entry.m_Name) == Lower(tag);
+        return entry.m_Tag == listed || Velmor::Str2Lower(entry.m_Name) == Velmor::Str2Lower(tag);
     });
     return found != m_Entries.end() ? &*found : nullptr;
 }

@@ -6,6 +6,7 @@
 
 #include "formats/CertificateDecoding.h"
 #include "formats/OpenSslHandle.h"
+#include "foundation/StringUtils.h"
 
 namespace Velmor {
 
@@ -34,7 +35,7 @@ void CollectNames(const GENERAL_NAMES* names, int type, std::vector<std::string>
 std::vector<std::string> WithoutPrefix(const std::vector<std::string>& texts, const std::string& prefix) {
     std::vector<std::string> rest;
     for (const std::string& text : texts) {
-        if (text.compare(0, prefix.size(), prefix) == 0) {
+        if (StartsWith(text, prefix)) {
             rest.push_back(text.substr(prefix.size()));
         }
     }

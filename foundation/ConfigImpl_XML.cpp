@@ -14,6 +14,7 @@
 #include "foundation/Base64.h"
 #include "foundation/FileAndDirectory.h"
 #include "foundation/FileSystem.h"
+#include "foundation/StringUtils.h"
 #include "foundation/XmlNesting.h"
 
 namespace Velmor {
@@ -185,7 +186,7 @@ std::vector<std::string> ConfigImpl_XML::EnumSubDirs(sConfig* row, const std::st
         return names;
     }
     for (const auto& child : *node) {
-        if (child.first.compare(0, filter.size(), filter) == 0) {
+        if (StartsWith(child.first, filter)) {
             names.push_back(child.first);
         }
     }

@@ -37,6 +37,10 @@ bool IsAlpha(char c) {
     return Velmor::isalpha(c);
 }
 
+bool StartsWith(const std::string& text, const std::string& prefix) {
+    return text.compare(0, prefix.size(), prefix) == 0;
+}
+
 bool StringContainsChar(std::string text, char c) {
     return text.find(c) != std::string::npos;
 }

@@ -13,6 +13,8 @@ bool IsDigit(char c);
 bool isalpha(char c);
 bool IsAlpha(char c);
 
+/// Every text starts with the empty one.
+bool StartsWith(const std::string& text, const std::string& prefix);
 bool StringContainsChar(std::string text, char c);
 
 /// A name of `len` letters and digits without 0; empty for a `len` below 1. For names, not for secrets: the

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "app/I18N.h"
+#include "foundation/StringUtils.h"
 #include "viewer/VisibleText.h"
 
 namespace viewer {
@@ -132,9 +133,9 @@ bool ReplaceFile(const std::string& path, const std::string& content) {
     return false;
 }
 
-bool EndsIn(const std::string& path, const char* ending) {
-    const std::size_t length = std::strlen(ending);
-    return path.size() > length && strcasecmp(path.c_str() + path.size() - length, ending) == 0;
+/// A path that is the ending alone has no name before it.
+bool EndsIn(const std::string& path, const std::string& ending) {
+    return path.size() > ending.size() && Velmor::nocase_EndsWith(path, ending);
 }
 
 } // namespace
