@@ -18,11 +18,11 @@ void FadeOut::NextStep() {
         ++m_step;
 }
 
-bool FadeOut::Finished() {
+bool FadeOut::Finished() const {
     return m_step >= m_steps;
 }
 
-float FadeOut::GetModifier() {
+float FadeOut::GetModifier() const {
     return static_cast<float>(m_step) / static_cast<float>(m_steps);
 }
 

@@ -17,9 +17,9 @@ public:
 
     /// One step on, never beyond the last.
     void NextStep();
-    bool Finished();
+    bool Finished() const;
     /// Share of the way that is done, 0 to 1.
-    float GetModifier();
+    float GetModifier() const;
 
     /// Colour of the text at this step: the channels' differences between both colours, scaled. The start
     /// colour is not added: black text, the usual one, ends in the background, other text does not.

@@ -6,6 +6,7 @@
 
 #include <p11-kit/pkcs11.h>
 
+#include <iterator>
 #include <string>
 
 namespace Velmor {
@@ -45,14 +46,15 @@ enum TokenType : int {
     TOKEN_CARDOS_53 = 7,
 };
 
-/// Number of known token types. Every value from here on stands for a token that is not recognised.
-constexpr int TOKEN_TYPE_COUNT = 8;
-
-/// What people are shown for a token type. Fixed words that no catalogue replaces.
-inline constexpr const char* CARD_TYPE_TEXTS[TOKEN_TYPE_COUNT] = {
+/// What people are shown for a token type, in its order. Fixed words that no catalogue replaces.
+inline constexpr const char* CARD_TYPE_TEXTS[] = {
     "Orsel Carta ACOS 03",    "Orsel Carta ACOS 04",    "Orsel Carta ACOS 05",   "Orsel Carta e-Card G2",
     "Orsel Carta e-Card G3A", "Orsel Carta e-Card G3B", "Orsel Carta e-Card G4", "Orsel Carta CardOS 5.3",
 };
+
+/// Number of known token types. Every value from here on stands for a token that is not recognised.
+constexpr int TOKEN_TYPE_COUNT = static_cast<int>(std::size(CARD_TYPE_TEXTS));
+static_assert(TOKEN_TYPE_COUNT == TOKEN_CARDOS_53 + 1, "each token type has its words");
 
 /// Card product as told by the ATR; what the operations on a card go by. A numbering of its own beside
 /// TokenType. 2 is not assigned.

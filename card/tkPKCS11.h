@@ -117,8 +117,8 @@ public:
 
     /// DER of the loaded certificate; always true. A null out asks for the size; otherwise out must have room
     /// for 5012 bytes.
-    bool GetSigningCertificate(unsigned char* out, unsigned long& len);
-    bool GetSigningCertificate(std::vector<unsigned char>& out);
+    bool GetSigningCertificate(unsigned char* out, unsigned long& len) const;
+    bool GetSigningCertificate(std::vector<unsigned char>& out) const;
 
     /// Loads a certificate of the card in the open session, respectively of the card with this index, whose
     /// session it opens and closes.
@@ -136,14 +136,14 @@ public:
     std::vector<slCertificate*>::iterator CertVectorEnd();
 
     // Of the loaded certificate.
-    std::string GetSubject();
-    std::string GetSubjectCN();
-    std::string GetIssuer();
-    std::string GetSerialNumber();
+    std::string GetSubject() const;
+    std::string GetSubjectCN() const;
+    std::string GetIssuer() const;
+    std::string GetSerialNumber() const;
     /// The serial number read as hexadecimal, saturated.
-    long GetSerialNumberInt();
+    long GetSerialNumberInt() const;
     /// The SHA-1 thumbprint, binary.
-    void GetFingerprint(HashAlgorithm& algo, std::vector<unsigned char>& out);
+    void GetFingerprint(HashAlgorithm& algo, std::vector<unsigned char>& out) const;
     /// Owned by this object.
     PublicKeyData* GetPublicKeyData();
 
@@ -163,7 +163,7 @@ public:
                     bool sigKey);
     bool signString(char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen, bool sigKey);
 
-    /// The same with a hash, made here where the card cannot; data that goes to the card as it is has at most
+    /// The same with a hash, made here where the card cannot; data that goes to the card unhashed has at most
     /// 2048 bytes. key receives the key's kind.
     bool signString(unsigned char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
                     SignKey& key, bool sigKey, HashAlgorithm hash);
@@ -220,9 +220,9 @@ public:
     int GetCardType();
 
     // Tests of the loaded card type; they load nothing.
-    bool IsAcos();
-    bool IsCardOS();
-    bool IsECard();
+    bool IsAcos() const;
+    bool IsCardOS() const;
+    bool IsECard() const;
 
     /// Fills four integers with the version of the installed client software, major first; zeros without one.
     void LoadOrselClientVersion(int* version);

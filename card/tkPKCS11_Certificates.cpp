@@ -122,14 +122,14 @@ unsigned long tkPKCS11::getSigningCertificateHandle(bool sigCert) {
     return 0;
 }
 
-bool tkPKCS11::GetSigningCertificate(unsigned char* out, unsigned long& len) {
+bool tkPKCS11::GetSigningCertificate(unsigned char* out, unsigned long& len) const {
     if (out != nullptr)
         std::copy(m_SigningCert.begin(), m_SigningCert.end(), out);
     len = m_SigningCert.size();
     return true;
 }
 
-bool tkPKCS11::GetSigningCertificate(std::vector<unsigned char>& out) {
+bool tkPKCS11::GetSigningCertificate(std::vector<unsigned char>& out) const {
     out = m_SigningCert;
     return true;
 }
@@ -227,27 +227,27 @@ std::vector<slCertificate*>::iterator tkPKCS11::CertVectorEnd() {
     return m_CertVector.end();
 }
 
-std::string tkPKCS11::GetSubject() {
+std::string tkPKCS11::GetSubject() const {
     return m_Subject;
 }
 
-std::string tkPKCS11::GetSubjectCN() {
+std::string tkPKCS11::GetSubjectCN() const {
     return m_SubjectCN;
 }
 
-std::string tkPKCS11::GetIssuer() {
+std::string tkPKCS11::GetIssuer() const {
     return m_Issuer;
 }
 
-std::string tkPKCS11::GetSerialNumber() {
+std::string tkPKCS11::GetSerialNumber() const {
     return m_SerialNumber;
 }
 
-long tkPKCS11::GetSerialNumberInt() {
+long tkPKCS11::GetSerialNumberInt() const {
     return std::strtol(m_SerialNumber.c_str(), nullptr, 16);
 }
 
-void tkPKCS11::GetFingerprint(HashAlgorithm& algo, std::vector<unsigned char>& out) {
+void tkPKCS11::GetFingerprint(HashAlgorithm& algo, std::vector<unsigned char>& out) const {
     algo = HASH_SHA1;
     out = m_Fingerprint;
 }

@@ -131,15 +131,15 @@ int tkPKCS11::GetCardType() {
     return m_CardType;
 }
 
-bool tkPKCS11::IsAcos() {
+bool tkPKCS11::IsAcos() const {
     return m_CardType == CARD_ACOS_A03 || m_CardType == CARD_ACOS_A04 || m_CardType == CARD_ACOS_A05;
 }
 
-bool tkPKCS11::IsCardOS() {
+bool tkPKCS11::IsCardOS() const {
     return m_CardType == CARD_CARDOS;
 }
 
-bool tkPKCS11::IsECard() {
+bool tkPKCS11::IsECard() const {
     return m_CardType == CARD_ECARD_G2 || m_CardType == CARD_ECARD_G3A || m_CardType == CARD_ECARD_G3B;
 }
 
