@@ -59,7 +59,7 @@ public:
     // --- The selected card ---------------------------------------------------------------------------------
 
     /// Card number and token type of the selected row; selects the top row when none is. On an empty list the
-    /// number is empty and type stays as it is.
+    /// number is empty and type is not written.
     void GetSelectedItem(std::string& cardNumber, Velmor::TokenType& type);
 
     /// Finds the selected card among the cards that are present now. An empty card is refused on the status

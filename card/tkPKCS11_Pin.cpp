@@ -60,7 +60,7 @@ PKCS11Return ResultOf(CK_RV rv) {
 }
 
 /// The form with flags logs nothing and tells the wrong PIN as a locked one and everything else as a wrong
-/// one. Its callers rely on it: it stays so.
+/// one: its callers go by these results.
 PKCS11Return ResultOfFormWithFlags(CK_RV rv) {
     switch (rv) {
     case CKR_OK:

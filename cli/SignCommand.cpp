@@ -11,7 +11,7 @@ namespace orselcli {
 
 namespace {
 
-/// Data up to here goes to the card class as it is, which lets the card hash where the card can.
+/// Data up to here goes to the card class unhashed, which lets the card hash where the card can.
 constexpr size_t LARGEST_FOR_CARD = 2048;
 constexpr size_t SIGNATURE_CAPACITY = 4096;
 constexpr auto NO_KEY_KIND = static_cast<Velmor::SignKey>(-1);

@@ -25,7 +25,7 @@ class tkPKCS11;
 enum ContentType : int {
     CONTENT_NONE = 0,            ///< clear the pages
     CONTENT_PERSONENBINDUNG = 1, ///< an identity link, shown as named fields
-    CONTENT_RAW = 2,             ///< anything else, shown as it is
+    CONTENT_RAW = 2,             ///< anything else, shown without decoding
 };
 
 /// Shows what a card keeps in its infobox area: its entries on the left, the content of the selected one on
@@ -67,7 +67,7 @@ public:
     void SetContent(Velmor::ByteArray data, ContentType type);
 
     /// Switches the selected entry between stored plain and stored encrypted and lists the entries anew. A
-    /// failure leaves everything as it is.
+    /// failure changes nothing.
     virtual void evt_encrypt(wxCommandEvent& event);
     virtual void evt_button_close(wxCommandEvent& event);
     virtual void evt_listbox(wxCommandEvent& event);

@@ -39,7 +39,7 @@ public:
     bool GetHashAlgorithm(Velmor::HashAlgorithm& out);
 
     /// Shows text with the cross (error) or the tick and lets both fade away. Empty text hides the line and
-    /// leaves the fade timer as it is.
+    /// does not touch the fade timer.
     void SetStatus(wxString text, bool isError);
 
     virtual void evt_sign(wxCommandEvent& event);

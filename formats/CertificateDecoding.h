@@ -15,7 +15,7 @@
 namespace Velmor::intern {
 
 std::vector<unsigned char> BytesOf(const ASN1_STRING* string);
-/// The content as it is.
+/// The content without conversion.
 std::string RawTextOf(const ASN1_STRING* string);
 /// Converted to UTF-8 by the string's own type; "#" and hexadecimal digits if that is impossible.
 std::string Utf8Of(const ASN1_STRING* string);

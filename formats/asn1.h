@@ -31,7 +31,7 @@ bool HasWholeValue(unsigned char* buf, int pos, int size);
 int getLen(unsigned char* buf, int& pos);
 
 /// Moves the bytes from the first non-zero one on to the front and shortens `len`. What lies behind the new
-/// end stays as it is.
+/// end is not touched.
 void RemoveLeadingNulls(unsigned char* buf, int& len);
 
 /// Writes a big-endian number of `len` bytes as decimal digits with two zero bytes behind them. Returns the
@@ -48,9 +48,9 @@ bool ReadBitString(unsigned char* buf, int& pos, unsigned char* out, int& size);
 /// The value's bytes up to the first zero byte.
 std::string ReadUtf8String(unsigned char* buf, int& pos);
 
-/// Numbers joined with `separator`. Each byte behind the first is one number: parts above 127 come out wrong,
-/// on purpose. The first byte is always read and gives two numbers, also with a `len` of 0. Empty for a null
-/// pointer.
+/// Numbers joined with `separator`. Each byte behind the first is one number, also where several make one
+/// part of the identifier: 2A 86 48 is 1.2.134.72. The first byte is always read and gives two numbers, also
+/// with a `len` of 0. Empty for a null pointer.
 std::string OID2Str(unsigned char* oid, int len, char separator);
 
 /// Begins at the tag. Copies the value to `out`, which must be large enough, and moves `pos` behind it. Fails

@@ -13,7 +13,7 @@ namespace viewer {
 /// says so in a last line, before it has many more bytes than `limit`.
 std::string LongText(const std::vector<Row>& rows, std::size_t limit = std::string::npos);
 
-/// One row as it is copied: "label: value".
+/// One row for the clipboard: "label: value".
 std::string RowText(const Row& row);
 
 } // namespace viewer

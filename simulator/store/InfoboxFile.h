@@ -31,7 +31,7 @@ std::string ObjectLabel(unsigned char tag);
 Bytes MakeFile(const std::vector<Entry>& entries, std::size_t size);
 
 /// Sets or clears the private bit of the first entry whose object has this label. A file that is
-/// no directory, or has no such entry, stays as it is.
+/// no directory, or has no such entry, is not changed.
 void MarkEntry(Bytes& file, const std::string& objectLabel, bool makePrivate);
 
 } // namespace infobox

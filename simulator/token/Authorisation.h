@@ -11,7 +11,7 @@
 
 namespace orselsim {
 
-/// Which of a PIN's two secrets is meant.
+/// The two secrets of a PIN.
 enum class SecretKind { PIN, PUK };
 
 /// The question for a PIN or PUK that is there already.

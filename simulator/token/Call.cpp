@@ -13,7 +13,7 @@ namespace orselsim {
 
 namespace {
 
-/// A value that is a flag or a class or a text, as it is; of any other its size alone.
+/// A value that is a flag or a class or a text; of any other its size alone.
 std::string ValueText(const CK_ATTRIBUTE& attribute) {
     std::string size = "[" + std::to_string(attribute.ulValueLen) + "]";
     if (attribute.pValue == nullptr)

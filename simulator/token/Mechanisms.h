@@ -13,7 +13,7 @@ struct Mechanism {
     CK_MECHANISM_TYPE m_Type;
     CK_KEY_TYPE m_KeyType;
     const char*
-        m_Digest; ///< libcrypto's name of the hash that the token makes, null: data is signed as it is
+        m_Digest; ///< libcrypto's name of the hash that the token makes, null: data is signed unhashed
 };
 
 const std::vector<Mechanism>& Mechanisms();

@@ -11,7 +11,7 @@ namespace orselsim {
 
 namespace {
 
-constexpr std::size_t PKCS1_OVERHEAD = 11; ///< least padding around a block that is signed as it is
+constexpr std::size_t PKCS1_OVERHEAD = 11; ///< least padding around a block that is signed unhashed
 
 bool IsRsa(EVP_PKEY* key) {
     return EVP_PKEY_base_id(key) == EVP_PKEY_RSA;
