@@ -10,7 +10,7 @@
 #include "bench/Comparison.h"
 #include "bench/WindowClock.h"
 #include "formats/slCertificate.h"
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #define ORSEL_TESTS_APP_CARDWINDOW_H
 
 #include "app/ControlIds.h"
-#include "tests/app/GuiTest.h"
 #include "tests/app/ProbedFrame.h"
+#include "tests/support/GuiTest.h"
 #include "tests/support/SimDeck.h"
 
 /// Lets a test put cards into the reader, open the window and press its buttons.

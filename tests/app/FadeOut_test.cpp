@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/FadeOut.h"
 
-#include "tests/app/GuiTest.h"
+#include "tests/support/GuiTest.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <clocale>
 #include <cstdlib>
 
-#include "tests/app/GuiTest.h"
 #include "tests/foundation/Seconds.h"
+#include "tests/support/GuiTest.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include <cstdlib>
 
 #include "app/ControlIds.h"
-#include "tests/app/GuiTest.h"
 #include "tests/app/ProbedFrame.h"
 #include "tests/app/ThreadStart.h"
+#include "tests/support/GuiTest.h"
 #include "tests/support/RefreshCalls.h"
 #include "tests/support/SimDeck.h"
 

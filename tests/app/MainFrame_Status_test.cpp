@@ -5,8 +5,8 @@
 #include <wx/image.h>
 
 #include "images/Images.h"
-#include "tests/app/GuiTest.h"
 #include "tests/app/ProbedFrame.h"
+#include "tests/support/GuiTest.h"
 
 namespace {
 

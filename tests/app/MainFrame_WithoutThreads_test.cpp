@@ -12,8 +12,8 @@
 #include <pthread.h>
 
 #include "app/ControlIds.h"
-#include "tests/app/GuiTest.h"
 #include "tests/app/ProbedFrame.h"
+#include "tests/support/GuiTest.h"
 
 namespace {
 

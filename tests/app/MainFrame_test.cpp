@@ -8,8 +8,8 @@
 
 #include "app/ControlIds.h"
 #include "images/Images.h"
-#include "tests/app/GuiTest.h"
 #include "tests/app/ProbedFrame.h"
+#include "tests/support/GuiTest.h"
 
 using testing::Each;
 using testing::ElementsAre;

@@ -16,10 +16,10 @@
 #include "foundation/FileSystem.h"
 #include "foundation/Logging.h"
 #include "foundation/ProgramConfig.h"
-#include "tests/app/GuiTest.h"
 #include "tests/app/ProbedFrame.h"
 #include "tests/foundation/Seconds.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/GuiTest.h"
+#include "tests/support/TempDir.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -6,7 +6,7 @@
 #include <clocale>
 #include <thread>
 
-#include "tests/app/GuiTest.h"
+#include "tests/support/GuiTest.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/card/ProbedCard.h"
-#include "tests/foundation/SystemConfig.h"
+#include "tests/support/SystemConfig.h"
 
 using testing::ElementsAre;
 using namespace Velmor;

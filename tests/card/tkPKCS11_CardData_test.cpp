@@ -4,8 +4,8 @@
 #include "formats/Personenbindung.h"
 #include "formats/slCertificate.h"
 #include "tests/card/MockedObjects.h"
-#include "tests/formats/CertificateBuilder.h"
 #include "tests/foundation/GlobalLocale.h"
+#include "tests/support/CertificateBuilder.h"
 
 using testing::_;
 using testing::DoAll;

@@ -8,7 +8,7 @@
 #include "formats/Personenbindung.h"
 #include "formats/slCertificate.h"
 #include "tests/card/TokenTest.h"
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 
 using orseltest::CardOptions;
 using testing::ElementsAre;

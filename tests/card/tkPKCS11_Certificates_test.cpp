@@ -7,7 +7,7 @@
 
 #include "formats/slCertificate.h"
 #include "tests/card/MockedObjects.h"
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 
 using testing::_;
 using testing::ElementsAre;

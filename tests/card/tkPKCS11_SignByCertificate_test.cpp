@@ -4,7 +4,7 @@
 
 #include "formats/slCertificate.h"
 #include "tests/card/MockedSigning.h"
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 
 using testing::_;
 using testing::ElementsAre;

@@ -11,7 +11,7 @@
 #include <functional>
 #include <utility>
 
-#include "tests/app/GuiTest.h"
+#include "tests/support/GuiTest.h"
 
 /// Presses the control with this id, as the toolkit reports it. False when nobody handles it.
 inline bool Press(wxWindow& window, int id) {

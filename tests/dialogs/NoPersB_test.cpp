@@ -8,10 +8,10 @@
 
 #include "foundation/Config.h"
 #include "foundation/ProgramConfig.h"
-#include "tests/app/GuiTest.h"
 #include "tests/dialogs/ModalDialogs.h"
 #include "tests/foundation/Seconds.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/GuiTest.h"
+#include "tests/support/TempDir.h"
 
 using testing::ElementsAre;
 

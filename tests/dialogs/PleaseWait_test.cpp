@@ -7,7 +7,7 @@
 
 #include <cstdlib>
 
-#include "tests/app/GuiTest.h"
+#include "tests/support/GuiTest.h"
 
 using testing::ElementsAre;
 

@@ -17,9 +17,9 @@
 
 #include "dialogs/NoPersB.h"
 #include "simulator/store/InfoboxFile.h"
-#include "tests/app/GuiTest.h"
 #include "tests/dialogs/CardInReader.h"
 #include "tests/dialogs/ModalDialogs.h"
+#include "tests/support/GuiTest.h"
 
 class ProbedInfobox : public InfoboxBereich {
 public:

@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/app/GuiTest.h"
 #include "tests/dialogs/ModalDialogs.h"
+#include "tests/support/GuiTest.h"
 
 class ProbedTestDialog : public TestDialog {
 public:

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/e2e/Desktop.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/TempDir.h"
 
 using testing::HasSubstr;
 using testing::Not;

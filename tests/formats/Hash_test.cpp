@@ -9,7 +9,7 @@
 #include "formats/LibCrypto.h"
 #include "foundation/Conversion.h"
 #include "foundation/StringUtils.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/TempDir.h"
 
 using Velmor::Hash;
 using Velmor::HashAlgorithm;

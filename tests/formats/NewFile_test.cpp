@@ -8,7 +8,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "tests/foundation/TempDir.h"
+#include "tests/support/TempDir.h"
 
 namespace fs = std::filesystem;
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 #include <openssl/bn.h>
 
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 
 using Velmor::ParseEccKey;
 using Velmor::ParseKey;

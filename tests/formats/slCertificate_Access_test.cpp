@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <openssl/objects.h>
 
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 
 using namespace Velmor;
 using Bytes = std::vector<unsigned char>;

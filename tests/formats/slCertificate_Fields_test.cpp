@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <openssl/objects.h>
 
-#include "tests/formats/CertificateBuilder.h"
 #include "tests/formats/TimeZone.h"
+#include "tests/support/CertificateBuilder.h"
 
 using namespace Velmor;
 using Bytes = std::vector<unsigned char>;

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "foundation/Base64.h"
-#include "tests/formats/CertificateBuilder.h"
 #include "tests/foundation/GlobalLocale.h"
+#include "tests/support/CertificateBuilder.h"
 
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations" // the interface hands out keys of the old types
 

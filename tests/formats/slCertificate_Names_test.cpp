@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 
 using Velmor::slCertificate;
 using Bytes = std::vector<unsigned char>;

@@ -12,9 +12,9 @@
 #include <gtest/gtest.h>
 
 #include "foundation/Conversion.h"
-#include "tests/formats/CertificateBuilder.h"
 #include "tests/formats/TimeZone.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/CertificateBuilder.h"
+#include "tests/support/TempDir.h"
 
 using Velmor::slCertificate;
 using Bytes = std::vector<unsigned char>;

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/formats/CertificateBuilder.h"
 #include "tests/formats/TimeZone.h"
+#include "tests/support/CertificateBuilder.h"
 
 using Velmor::ASN1_TIME_to_time_t;
 using Velmor::slCertificate;

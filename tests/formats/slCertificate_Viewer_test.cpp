@@ -13,7 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/foundation/TempDir.h"
+#include "tests/support/TempDir.h"
 
 using Velmor::ShowCertificate;
 

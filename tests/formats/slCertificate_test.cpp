@@ -9,8 +9,8 @@
 #include <openssl/pem.h>
 
 #include "formats/slCertLogging.h"
-#include "tests/formats/CertificateBuilder.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/CertificateBuilder.h"
+#include "tests/support/TempDir.h"
 
 using Velmor::slCertificate;
 using Velmor::X509Handle;

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/foundation/TempDir.h"
+#include "tests/support/TempDir.h"
 
 using Velmor::ByteArray;
 using Bytes = std::vector<unsigned char>;

@@ -10,8 +10,8 @@
 #include "foundation/Config.h"
 #include "foundation/LibConfig.h"
 #include "tests/foundation/Seconds.h"
-#include "tests/foundation/SystemConfig.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/SystemConfig.h"
+#include "tests/support/TempDir.h"
 
 /// A home and a system directory without any configuration, and nobody registered.
 class NoConfiguration : public testing::Test {

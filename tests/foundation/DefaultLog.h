@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "foundation/Logging.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/TempDir.h"
 
 /// Listens to the default logger for the life of the object.
 class DefaultLog {

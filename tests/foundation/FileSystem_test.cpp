@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/foundation/Seconds.h"
-#include "tests/foundation/TempDir.h"
 #include "tests/foundation/UsedMemory.h"
+#include "tests/support/TempDir.h"
 
 using namespace Velmor;
 

@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/Logging.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/TempDir.h"
 
 /// A registered logger without file, disabled as it comes, and a directory for its files.
 class ALogger : public testing::Test {

@@ -7,8 +7,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "tests/formats/CertificateBuilder.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/CertificateBuilder.h"
+#include "tests/support/TempDir.h"
 #include "viewer/VisibleText.h"
 
 namespace fs = std::filesystem;

@@ -12,9 +12,9 @@
 #include <wx/testing.h>
 #include <wx/textctrl.h>
 
-#include "tests/app/GuiTest.h"
-#include "tests/formats/CertificateBuilder.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/CertificateBuilder.h"
+#include "tests/support/GuiTest.h"
+#include "tests/support/TempDir.h"
 #include "viewer/RowList.h"
 #include "viewer/ViewerIds.h"
 #include "viewer/VisibleText.h"

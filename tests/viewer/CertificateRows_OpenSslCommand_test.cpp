@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/formats/CertificateBuilder.h"
 #include "tests/formats/TimeZone.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/CertificateBuilder.h"
 #include "tests/support/SimDeck.h"
+#include "tests/support/TempDir.h"
 #include "tests/viewer/OpenSslView.h"
 #include "viewer/VisibleText.h"
 

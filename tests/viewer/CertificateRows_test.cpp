@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 #include "viewer/LongText.h"
 #include "viewer/VisibleText.h"
 

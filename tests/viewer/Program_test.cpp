@@ -8,8 +8,8 @@
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 
-#include "tests/formats/CertificateBuilder.h"
-#include "tests/foundation/TempDir.h"
+#include "tests/support/CertificateBuilder.h"
+#include "tests/support/TempDir.h"
 
 using testing::HasSubstr;
 using testing::StartsWith;

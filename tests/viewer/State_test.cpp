@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/formats/CertificateBuilder.h"
 #include "tests/formats/TimeZone.h"
+#include "tests/support/CertificateBuilder.h"
 #include "viewer/VisibleText.h"
 
 using viewer::Validity;

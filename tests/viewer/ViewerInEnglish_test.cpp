@@ -9,8 +9,8 @@
 #include <wx/button.h>
 #include <wx/notebook.h>
 
-#include "tests/app/GuiTest.h"
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
+#include "tests/support/GuiTest.h"
 #include "viewer/CertificateFrame.h"
 #include "viewer/CertificateRows.h"
 #include "viewer/CommandLine.h"

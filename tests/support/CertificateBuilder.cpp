@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/formats/CertificateBuilder.h"
+#include "tests/support/CertificateBuilder.h"
 
 #include <map>
 #include <stdexcept>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/foundation/SystemConfig.h"
+#include "tests/support/SystemConfig.h"
 
 #include <filesystem>
 #include <fstream>

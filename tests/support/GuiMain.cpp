@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Runs the tests inside the toolkit, which listing them does without.
-#include "tests/app/GuiTest.h"
+#include "tests/support/GuiTest.h"
 
 #include <wx/app.h>
 #include <wx/debug.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#ifndef ORSEL_TESTS_FOUNDATION_TEMPDIR_H
-#define ORSEL_TESTS_FOUNDATION_TEMPDIR_H
+#ifndef ORSEL_TESTS_SUPPORT_TEMPDIR_H
+#define ORSEL_TESTS_SUPPORT_TEMPDIR_H
 
 #include <filesystem>
 #include <fstream>

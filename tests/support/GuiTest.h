@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Windows in process, under a virtual display.
-#ifndef ORSEL_TESTS_APP_GUITEST_H
-#define ORSEL_TESTS_APP_GUITEST_H
+#ifndef ORSEL_TESTS_SUPPORT_GUITEST_H
+#define ORSEL_TESTS_SUPPORT_GUITEST_H
 
 #include <wx/sizer.h>
 #include <wx/string.h>
