@@ -8,6 +8,9 @@
 #include "tests/support/GuiTest.h"
 #include "tests/support/SimDeck.h"
 
+/// What the status line says of a command on an empty card.
+inline const wxString REFUSAL = Utf8("Dieser Befehl ist mit einer leeren Karte nicht erlaubt!");
+
 /// Lets a test put cards into the reader, open the window and press its buttons.
 template <typename Frame = ProbedFrame>
 class CardWindowTest : public testing::Test {

@@ -19,6 +19,10 @@ struct Wanted {
     std::string m_Id = "";
 };
 
+inline const Wanted SIG_CERT = {CKO_CERTIFICATE, "C.CH.SIG"};
+inline const Wanted ENC_CERT = {CKO_CERTIFICATE, "C.CH.EKEY"};
+inline const Wanted ANY_CERT = {CKO_CERTIFICATE};
+
 /// One attribute of a planned read: the room that the caller has to offer, what the library writes into it,
 /// and the length that it reports. A value that does not fit is not written.
 struct ReadAttribute {

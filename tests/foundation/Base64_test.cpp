@@ -5,12 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/foundation/Base64Rule.h"
+
 using namespace Velmor;
 using Bytes = std::vector<unsigned char>;
 
 namespace {
-
-const std::string COMMON = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
 
 struct AlphabetRow {
     const char* m_Name;
@@ -34,17 +34,6 @@ const AlphabetRow ALPHABETS[] = {
     {"PROGRAM_IDENTIFIER_V2", IndexTable_BASE64_PROGRAM_IDENTIFIER_V2,
      ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V2.data(), "._ ", false},
     {"REGEX", IndexTable_BASE64_REGEX, ReverseIndexTable_BASE64_REGEX.data(), "!- ", false},
-};
-
-/// What each type stands for, written down a second time.
-struct TypeRow {
-    int m_Type;
-    const char* end; ///< characters 62, 63 and the padding one
-    bool m_Pads;     ///< the alphabet knows its padding character
-    int m_LineLength;
-    bool m_Padding;
-    bool m_Strict;
-    std::string m_LineEnd;
 };
 
 const TypeRow TYPES[] = {
@@ -72,74 +61,6 @@ Bytes RandomBytes(std::mt19937& random, std::size_t size) {
     Bytes bytes(size);
     for (unsigned char& byte : bytes) {
         byte = static_cast<unsigned char>(random());
-    }
-    return bytes;
-}
-
-/// Encoding by the rule of columns, one block after the other, without any table but the alphabet.
-std::string EncodedByTheRule(const TypeRow& row, int lineLength, const Bytes& data) {
-    const std::string alphabet = COMMON + row.end;
-    std::string text;
-    std::size_t columns = 0;
-    for (std::size_t at = 0; at < data.size(); at += 3) {
-        unsigned long bits = 0;
-        for (std::size_t index = at; index < at + 3; ++index) {
-            bits = bits << 8 | (index < data.size() ? data[index] : 0UL);
-        }
-        const std::size_t missing = at + 3 > data.size() ? at + 3 - data.size() : 0;
-        for (std::size_t place = 0; place < 4; ++place) {
-            text += alphabet[place >= 4 - missing ? 64 : bits >> (18 - 6 * place) & 0x3F];
-        }
-        columns += 4;
-        const auto length = static_cast<std::size_t>(lineLength);
-        if (lineLength != 0 && columns == length) {
-            text += row.m_LineEnd;
-            columns = 0;
-        } else if (lineLength != 0 && columns > length) {
-            columns -= length;
-            text.insert(text.size() - columns, row.m_LineEnd);
-        }
-    }
-    while (!row.m_Padding && !text.empty() &&
-           (text.back() == alphabet[64] || row.m_LineEnd.find(text.back()) != std::string::npos)) {
-        text.pop_back();
-    }
-    return text;
-}
-
-/// Decoding by the rule, character by character.
-Bytes DecodedByTheRule(const TypeRow& row, const std::string& text) {
-    const std::string alphabet = (COMMON + row.end).substr(0, row.m_Pads ? 65 : 64);
-    Bytes bytes;
-    std::vector<unsigned int> block;
-    for (const char c : text) {
-        const std::size_t position = alphabet.find(c);
-        const bool known = position != std::string::npos;
-        if (row.m_LineEnd.find(c) != std::string::npos || (known && position == 64 && row.m_Padding)) {
-            continue;
-        }
-        if (row.m_Strict && (!known || position == 64)) {
-            return {};
-        }
-        if (known && position == 64) {
-            continue;
-        }
-        block.push_back(known ? static_cast<unsigned int>(position) : 255U);
-        if (block.size() == 4) {
-            bytes.push_back(static_cast<unsigned char>(block[0] << 2 | block[1] >> 4));
-            bytes.push_back(static_cast<unsigned char>(block[1] << 4 | block[2] >> 2));
-            bytes.push_back(static_cast<unsigned char>(block[2] << 6 | block[3]));
-            block.clear();
-        }
-    }
-    if (block.size() == 1) {
-        bytes.push_back(static_cast<unsigned char>(block[0] << 2));
-    }
-    if (block.size() >= 2) {
-        bytes.push_back(static_cast<unsigned char>(block[0] << 2 | block[1] >> 4));
-    }
-    if (block.size() == 3) {
-        bytes.push_back(static_cast<unsigned char>(block[1] << 4 | block[2] >> 2));
     }
     return bytes;
 }
@@ -173,13 +94,13 @@ std::string OlderDecoded(const std::string& text) {
 
 TEST(Base64Tables, HoldTheAlphabetAndThePaddingCharacter) {
     for (const AlphabetRow& row : ALPHABETS) {
-        EXPECT_EQ(COMMON + row.end, std::string(row.m_IndexTable, 65)) << row.m_Name;
+        EXPECT_EQ(COMMON_CHARACTERS + row.end, std::string(row.m_IndexTable, 65)) << row.m_Name;
     }
 }
 
 TEST(Base64Tables, ReverseEachCharacter) {
     for (const AlphabetRow& row : ALPHABETS) {
-        const std::string alphabet = COMMON + row.end;
+        const std::string alphabet = COMMON_CHARACTERS + row.end;
         for (int c = 0; c < 128; ++c) {
             const std::size_t position = alphabet.find(static_cast<char>(c));
             const bool member = position < 64 || (position == 64 && row.m_Pads);
