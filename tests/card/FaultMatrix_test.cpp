@@ -4,11 +4,15 @@
 #include "card/tkPKCS11.h"
 
 #include <iostream>
+#include <map>
 #include <set>
 #include <sstream>
 
 #include "tests/card/FaultMatrix.h"
+#include "tests/support/FaultCases.h"
 
+using orseltest::CardCall;
+using orseltest::CardFault;
 using orseltest::TraceRecord;
 using testing::IsEmpty;
 using testing::Not;
@@ -16,37 +20,19 @@ using testing::UnorderedElementsAreArray;
 
 namespace {
 
-const std::pair<const char*, CK_RV> RETURN_CODES[] = {
-    {"CKR_DEVICE_REMOVED", CKR_DEVICE_REMOVED},
-    {"CKR_DEVICE_ERROR", CKR_DEVICE_ERROR},
-    {"CKR_GENERAL_ERROR", CKR_GENERAL_ERROR},
-    {"CKR_SESSION_HANDLE_INVALID", CKR_SESSION_HANDLE_INVALID},
-    {"CKR_BUFFER_TOO_SMALL", CKR_BUFFER_TOO_SMALL},
-    {"CKR_FUNCTION_NOT_SUPPORTED", CKR_FUNCTION_NOT_SUPPORTED},
-};
-constexpr const char* ABSURD_LENGTH = "length";
-
-/// Functions that report a length or a number.
-const std::set<std::string> REPORTING = {"C_GetSlotList", "C_FindObjects",   "C_GetAttributeValue",
-                                         "C_Sign",        "C_CardAttribute", "C_CardTransmit"};
-
-/// One call of an operation.
-struct MatrixCall {
-    std::string m_Function;
-    size_t m_Number;        ///< among the calls of this function within the operation, from 1
-    size_t m_NumberInTotal; ///< among those since the library was loaded
-};
-
-struct MatrixFault {
-    MatrixCall m_Call;
-    std::string m_Effect; ///< name of a return code, or ABSURD_LENGTH
-    CK_RV m_Rv = CKR_OK;
-
-    std::string Line() const {
-        const std::string what = m_Effect == ABSURD_LENGTH ? "length=1000000" : "rv=" + m_Effect;
-        return m_Call.m_Function + " call=" + std::to_string(m_Call.m_NumberInTotal) + " " + what;
-    }
-};
+/// The number behind the name of a return code; CKR_OK for an effect that is none.
+CK_RV NumberOf(const std::string& effect) {
+    static const std::map<std::string, CK_RV> numbers = {
+        {"CKR_DEVICE_REMOVED", CKR_DEVICE_REMOVED},
+        {"CKR_DEVICE_ERROR", CKR_DEVICE_ERROR},
+        {"CKR_GENERAL_ERROR", CKR_GENERAL_ERROR},
+        {"CKR_SESSION_HANDLE_INVALID", CKR_SESSION_HANDLE_INVALID},
+        {"CKR_BUFFER_TOO_SMALL", CKR_BUFFER_TOO_SMALL},
+        {"CKR_FUNCTION_NOT_SUPPORTED", CKR_FUNCTION_NOT_SUPPORTED},
+    };
+    const auto row = numbers.find(effect);
+    return row != numbers.end() ? row->second : CKR_OK;
+}
 
 std::string Replaced(std::string text, const std::string& placeholder, CK_RV rv) {
     std::ostringstream code;
@@ -55,15 +41,8 @@ std::string Replaced(std::string text, const std::string& placeholder, CK_RV rv)
     return position == std::string::npos ? text : text.replace(position, placeholder.size(), code.str());
 }
 
-std::string ExpectedResult(const MatrixOperation& operation, const MatrixFault& fault) {
-    const std::string numbered = fault.m_Call.m_Function + "#" + std::to_string(fault.m_Call.m_Number);
-    for (const std::string& key : {numbered + " " + fault.m_Effect, numbered,
-                                   fault.m_Call.m_Function + " " + fault.m_Effect, fault.m_Call.m_Function}) {
-        const auto row = operation.m_Otherwise.find(key);
-        if (row != operation.m_Otherwise.end())
-            return Replaced(row->second, "{rv}", fault.m_Rv);
-    }
-    return operation.m_Bad;
+std::string ExpectedResult(const MatrixOperation& operation, const CardFault& fault) {
+    return Replaced(fault.LookUp(operation.m_Otherwise, operation.m_Bad), "{rv}", NumberOf(fault.m_Effect));
 }
 
 /// Runs one operation again and again over the same card.
@@ -82,33 +61,22 @@ public:
     }
 
     /// The calls of a run without faults, which has to end well.
-    std::vector<MatrixCall> FindCalls() {
+    std::vector<CardCall> FindCalls() {
         const std::string result = Run();
         EXPECT_EQ(result, m_Operation.m_Good);
         EXPECT_EQ(SessionsLeftOpen(), m_Operation.m_SessionsWhenGood);
-        std::vector<MatrixCall> calls;
-        std::map<std::string, size_t> total;
-        const std::vector<TraceRecord> trace = m_Context.m_Deck.GetTrace();
-        for (size_t i = 0; i < m_CallsInAll; ++i) {
-            const std::string& function = trace[i].m_Function;
-            ++total[function];
-            if (i >= m_CallsBefore)
-                calls.push_back({function, total[function] - m_CallsOfStage[function], total[function]});
-            else
-                ++m_CallsOfStage[function];
-        }
-        return calls;
+        return orseltest::CallsOfCommand(TraceOfRun(), m_CallsBefore);
     }
 
-    void ExpectStatedResult(const MatrixFault& fault) {
-        SCOPED_TRACE(fault.Line());
-        m_Context.m_Deck.PlanFaults({fault.Line()});
+    void ExpectStatedResult(const CardFault& fault) {
+        SCOPED_TRACE(fault.GetLine());
+        m_Context.m_Deck.PlanFaults({fault.GetLine()});
         const std::string result = Run();
         const std::string expected = ExpectedResult(m_Operation, fault);
         EXPECT_EQ(result, expected);
         EXPECT_EQ(SessionsLeftOpen(), expected == m_Operation.m_Good ? m_Operation.m_SessionsWhenGood
                                                                      : m_Operation.m_SessionsWhenBad);
-        if (fault.m_Rv != CKR_OK) { // else the trace does not show whether the fault was met
+        if (NumberOf(fault.m_Effect) != CKR_OK) { // else the trace does not show whether the fault was met
             EXPECT_EQ(ResultOf(fault.m_Call), fault.m_Effect);
         }
     }
@@ -145,18 +113,16 @@ private:
         m_Context.m_Card.reset();
     }
 
-    /// Sessions that were opened and that nobody tried to close, whatever came of the try.
-    size_t SessionsLeftOpen() const {
-        size_t open = 0;
-        const std::vector<TraceRecord> trace = m_Context.m_Deck.GetTrace();
-        for (size_t i = 0; i < m_CallsInAll; ++i) {
-            open += trace[i].m_Function == "C_OpenSession" && trace[i].m_Result == "CKR_OK" ? 1 : 0;
-            open -= trace[i].m_Function == "C_CloseSession" ? 1 : 0;
-        }
-        return open;
+    /// Of the last run, without the library's being let go.
+    std::vector<TraceRecord> TraceOfRun() const {
+        std::vector<TraceRecord> trace = m_Context.m_Deck.GetTrace();
+        trace.resize(m_CallsInAll);
+        return trace;
     }
 
-    std::string ResultOf(const MatrixCall& call) const {
+    size_t SessionsLeftOpen() const { return orseltest::SessionsNobodyClosed(TraceOfRun()).size(); }
+
+    std::string ResultOf(const CardCall& call) const {
         const std::vector<TraceRecord> calls = m_Context.m_Deck.GetTrace(call.m_Function);
         return calls.size() >= call.m_NumberInTotal ? calls[call.m_NumberInTotal - 1].m_Result : "not called";
     }
@@ -166,17 +132,7 @@ private:
     orselsim::Card m_Pristine;
     size_t m_CallsBefore = 0;
     size_t m_CallsInAll = 0;
-    std::map<std::string, size_t> m_CallsOfStage;
 };
-
-std::vector<MatrixFault> FaultsOf(const MatrixCall& call) {
-    std::vector<MatrixFault> faults;
-    for (const auto& [name, rv] : RETURN_CODES)
-        faults.push_back({call, name, rv});
-    if (REPORTING.count(call.m_Function) != 0)
-        faults.push_back({call, ABSURD_LENGTH});
-    return faults;
-}
 
 class FaultMatrix : public testing::TestWithParam<MatrixOperation> {
 protected:
@@ -192,11 +148,11 @@ size_t FaultMatrix::g_Cases = 0;
 TEST_P(FaultMatrix, GivesTheStatedResult) {
     const MatrixOperation& operation = GetParam();
     MatrixRunner runner(operation);
-    const std::vector<MatrixCall> calls = runner.FindCalls();
+    const std::vector<CardCall> calls = runner.FindCalls();
     ASSERT_THAT(calls, Not(IsEmpty()));
     size_t cases = 0;
-    for (const MatrixCall& call : calls) {
-        for (const MatrixFault& fault : FaultsOf(call)) {
+    for (const CardCall& call : calls) {
+        for (const CardFault& fault : orseltest::FaultsOf(call)) {
             runner.ExpectStatedResult(fault);
             ++cases;
         }
@@ -213,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(Of, FaultMatrix, testing::ValuesIn(MatrixOperations()),
 TEST(TheFaultMatrix, MeetsEveryEntryPointThatTheCardClassCalls) {
     std::set<std::string> met;
     for (const MatrixOperation& operation : MatrixOperations()) {
-        for (const MatrixCall& call : MatrixRunner(operation).FindCalls())
+        for (const CardCall& call : MatrixRunner(operation).FindCalls())
             met.insert(call.m_Function);
     }
     const char* const called[] = {
