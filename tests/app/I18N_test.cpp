@@ -9,8 +9,8 @@
 #include <clocale>
 #include <cstdlib>
 
-#include "tests/foundation/Seconds.h"
 #include "tests/support/GuiTest.h"
+#include "tests/support/ScopedVariable.h"
 
 namespace {
 

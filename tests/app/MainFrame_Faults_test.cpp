@@ -8,7 +8,6 @@
 #include <wx/listbox.h>
 #include <wx/utils.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <set>
@@ -19,6 +18,7 @@
 #include "tests/app/CardWindow.h"
 #include "tests/dialogs/ModalDialogs.h"
 #include "tests/support/FaultCases.h"
+#include "tests/support/ScopedVariable.h"
 
 using orseltest::CardCall;
 using orseltest::CardFault;
@@ -171,9 +171,6 @@ wxListBox* ListOf(const wxWindow& dialog) {
 class ACommandOfTheWindow : public CardWindowTest<>, public testing::WithParamInterface<WindowCommand> {
 protected:
     void SetUp() override {
-        m_OldPath = std::getenv("PATH");
-        setenv("PATH", "/nowhere", 1); // there is no viewer, which nobody notices
-        setenv("TMPDIR", m_Deck.Folder().c_str(), 1);
         m_Card = m_Deck.Add(GetParam().m_Card,
                             CardOptions().Serial("8004000011112222").Holder("Erika Probe").Label(LABEL));
         m_Pristine = m_Deck.Read(m_Card);
@@ -182,10 +179,6 @@ protected:
         Open();
         for (const wxWindow* control : m_Frame->Commands())
             m_Enabled.push_back(control->IsThisEnabled());
-    }
-    void TearDown() override {
-        setenv("PATH", m_OldPath.c_str(), 1);
-        unsetenv("TMPDIR");
     }
 
     /// Runs the command by its button on the card as it was, over a library that is bound anew.
@@ -285,7 +278,8 @@ protected:
     orselsim::Card m_Pristine;
     std::string m_Dialogs; ///< titles and rows of those that came up
     std::vector<bool> m_Enabled;
-    std::string m_OldPath;
+    const ScopedVariable m_Path{"PATH", "/nowhere"}; ///< there is no viewer, which nobody notices
+    const ScopedVariable m_Temp{"TMPDIR", m_Deck.Folder()};
 
 private:
     ModalDialogsAnswered m_NoPersB{"Keine Personenbindung", 0};

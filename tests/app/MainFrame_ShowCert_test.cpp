@@ -2,13 +2,13 @@
 // The certificate of the selected card, handed to a viewer, over the simulated token library.
 #include "app/MainFrame.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "foundation/FileAndDirectory.h"
 #include "tests/app/CardWindow.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/support/TempDir.h"
 
 namespace {
 
@@ -16,38 +16,28 @@ namespace {
 class ShowingACertificate : public CardWindowTest<> {
 protected:
     void SetUp() override {
-        m_OldPath = std::getenv("PATH");
         const std::string viewer = m_Deck.Folder() + "/certViewerApp";
         std::ofstream(viewer) << "#!/bin/sh\nprintf '%s\\n' \"$#\" \"$1\" >'" << Seen()
                               << ".part'\ncp \"$1\" '" << m_Deck.Folder() << "/shown.cer'\nmv '" << Seen()
                               << ".part' '" << Seen() << "'\n";
         std::filesystem::permissions(viewer, std::filesystem::perms::owner_all);
-        setenv("PATH", (m_Deck.Folder() + ":" + m_OldPath).c_str(), 1);
-        setenv("TMPDIR", m_Deck.Folder().c_str(), 1);
-    }
-    void TearDown() override {
-        setenv("PATH", m_OldPath.c_str(), 1);
-        unsetenv("TMPDIR");
     }
     std::string Seen() { return m_Deck.Folder() + "/seen.txt"; }
     std::string File() { return Velmor::CombinePaths(Velmor::GetTempDir(), "orselcards_cert.cer"); }
 
-    static std::string Content(const std::string& path) {
-        std::ifstream file(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }
     /// What the viewer was shown, once it has run; empty when it does not.
     std::string Shown(int milliseconds = 10000) {
         if (!RunUntil([this] { return std::filesystem::exists(Seen()); }, milliseconds))
             return "";
         std::filesystem::remove(Seen());
-        return Content(m_Deck.Folder() + "/shown.cer");
+        return ContentOf(m_Deck.Folder() + "/shown.cer");
     }
     std::string OnCard(const std::string& card, const char* label) {
         const auto bytes = m_Deck.ObjectContent(card, label);
         return std::string(bytes.begin(), bytes.end());
     }
-    std::string m_OldPath;
+    const FolderOnPath m_Path{m_Deck.Folder()};
+    const ScopedVariable m_Temp{"TMPDIR", m_Deck.Folder()};
 };
 
 } // namespace
@@ -57,7 +47,7 @@ TEST_F(ShowingACertificate, HandsTheCardsBytesToTheViewerInOneFile) {
     Open();
     Press(ID_SIG_SHOW_CERT);
     ASSERT_TRUE(RunUntil([this] { return std::filesystem::exists(Seen()); }));
-    EXPECT_EQ(Content(Seen()), "1\n" + File() + "\n");
+    EXPECT_EQ(ContentOf(Seen()), "1\n" + File() + "\n");
     EXPECT_EQ(Shown(), OnCard(card, "C.CH.SIG"));
     Press(ID_ENC_SHOW);
     EXPECT_EQ(Shown(), OnCard(card, "C.CH.EKEY"));
@@ -118,7 +108,7 @@ TEST_F(ShowingACertificate, MakesTheFileForThisUserAloneAndNeverWritesThroughALi
     Press(ID_SIG_SHOW_CERT);
     umask(before);
     EXPECT_EQ(Shown(), OnCard(card, "C.CH.SIG"));
-    EXPECT_EQ(Content(other), "mine");
+    EXPECT_EQ(ContentOf(other), "mine");
     EXPECT_FALSE(std::filesystem::is_symlink(File()));
     using std::filesystem::perms;
     EXPECT_EQ(std::filesystem::status(File()).permissions(), perms::owner_read | perms::owner_write);
@@ -137,6 +127,6 @@ TEST_F(ShowingACertificate, FailsWhereItsFileCannotBeWritten) {
 TEST_F(ShowingACertificate, CountsAsStartedWithoutAViewer) {
     m_Deck.Add("acos-a04");
     Open();
-    setenv("PATH", "/nowhere", 1);
+    const ScopedVariable path("PATH", "/nowhere");
     EXPECT_TRUE(m_Frame->ShowCert(true));
 }

@@ -17,8 +17,8 @@
 #include "foundation/Logging.h"
 #include "foundation/ProgramConfig.h"
 #include "tests/app/ProbedFrame.h"
-#include "tests/foundation/Seconds.h"
 #include "tests/support/GuiTest.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TempDir.h"
 
 using testing::ElementsAre;

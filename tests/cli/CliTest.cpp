@@ -3,7 +3,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -63,11 +62,6 @@ std::string CliTest::Good(const std::vector<std::string>& arguments) {
 std::string CliTest::FileOf(const std::string& name, const std::string& content) {
     std::ofstream(PathOf(name), std::ios::binary) << content;
     return PathOf(name);
-}
-
-std::string CliTest::ContentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::vector<std::string> CliTest::Files() const {

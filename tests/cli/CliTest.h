@@ -31,7 +31,6 @@ protected:
     /// A file of the test's own; the path of one that is not made yet.
     std::string FileOf(const std::string& name, const std::string& content);
     std::string PathOf(const std::string& name) const { return m_Deck.Folder() + "/" + name; }
-    static std::string ContentOf(const std::string& path);
     /// Names of what lies in the test's folder.
     std::vector<std::string> Files() const;
 

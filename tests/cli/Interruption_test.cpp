@@ -14,7 +14,7 @@
 
 #include "cli/Interruption.h"
 #include "tests/cli/CommandCases.h"
-#include "tests/cli/Variable.h"
+#include "tests/support/ScopedVariable.h"
 
 using orselcli::Interruption;
 using testing::HasSubstr;
@@ -97,7 +97,8 @@ protected:
     }
 
     void InterruptBySignal(size_t call, int signal) {
-        const Variable plan("ORSEL_INTERRUPT", std::to_string(call) + " signal " + std::to_string(signal));
+        const ScopedVariable plan("ORSEL_INTERRUPT",
+                                  std::to_string(call) + " signal " + std::to_string(signal));
         FileOf("OUT", OLD_FILE);
         const CliResult result = Run();
         ASSERT_EQ(Interruption::Signal(), signal) << "it did not come";
@@ -120,8 +121,8 @@ protected:
     /// The command learns of it when it prints, if it prints anything.
     void LetTheReaderGo(size_t call) {
         const Pipe output;
-        const Variable plan("ORSEL_INTERRUPT",
-                            std::to_string(call) + " close " + std::to_string(output.Reading()));
+        const ScopedVariable plan("ORSEL_INTERRUPT",
+                                  std::to_string(call) + " close " + std::to_string(output.Reading()));
         FileOf("OUT", OLD_FILE);
         const CliResult result = Run(output.Writing());
         ASSERT_FALSE(output.IsRead()) << "it did not go";

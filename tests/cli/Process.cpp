@@ -3,21 +3,12 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace {
-
-std::string ContentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-} // namespace
+#include "tests/support/TempDir.h"
 
 Process::Process(const std::string& folder, const std::vector<std::string>& arguments, const Wish& wish)
     : m_OutFile(folder + "/stdout"), m_ErrorFile(folder + "/stderr"), m_Pid(fork()) {

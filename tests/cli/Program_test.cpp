@@ -11,7 +11,7 @@
 
 #include "tests/cli/CliTest.h"
 #include "tests/cli/Process.h"
-#include "tests/cli/Variable.h"
+#include "tests/support/ScopedVariable.h"
 
 using orseltest::CardOptions;
 using testing::HasSubstr;
@@ -76,8 +76,8 @@ TEST_F(TheProgram, TellsAFullDisk) {
 }
 
 TEST_F(TheProgram, SpeaksGerman) {
-    const Variable locale("LC_ALL", "C.UTF-8");
-    const Variable language("LANGUAGE", "de");
+    const ScopedVariable locale("LC_ALL", "C.UTF-8");
+    const ScopedVariable language("LANGUAGE", "de");
     Process process(m_Deck.Folder(), {"show", "77"});
     EXPECT_EQ(process.Wait(), 3);
     EXPECT_EQ(process.Error(), "orselcards-cli: Es gibt keine Karte „77“.\n"
@@ -88,9 +88,9 @@ TEST_F(TheProgram, SpeaksGerman) {
 }
 
 TEST_F(TheProgram, FitsATerminalAndHasColoursThereUnlessTheyAreRefused) {
-    const Variable terminal("TERM", "xterm");
+    const ScopedVariable terminal("TERM", "xterm");
     for (const bool isRefused : {false, true}) {
-        const Variable refusal("NO_COLOR", isRefused ? "1" : "");
+        const ScopedVariable refusal("NO_COLOR", isRefused ? "1" : "");
         winsize size = {};
         size.ws_col = 60;
         size.ws_row = 24;

@@ -9,7 +9,7 @@
 
 #include "tests/cli/CliTest.h"
 #include "tests/cli/Process.h"
-#include "tests/cli/Variable.h"
+#include "tests/support/ScopedVariable.h"
 
 using orseltest::CardOptions;
 using testing::HasSubstr;
@@ -112,7 +112,7 @@ protected:
         return code;
     }
 
-    const Variable m_Locale{"LC_ALL", "C.UTF-8"};
+    const ScopedVariable m_Locale{"LC_ALL", "C.UTF-8"};
     std::string m_Card;
     orselsim::Bytes m_Old;
     orselsim::Bytes m_New;
@@ -139,7 +139,7 @@ TEST_F(TheQuestion, TakesEverythingElseForANo) {
 }
 
 TEST_F(TheQuestion, TakesAYesAndANoInGerman) {
-    const Variable language("LANGUAGE", "de");
+    const ScopedVariable language("LANGUAGE", "de");
     for (const char* yes : {"j\n", "ja\n", "Ja\n", "y\n"}) {
         EXPECT_EQ(CodeFor(GERMAN, yes), 0) << yes;
     }
@@ -160,7 +160,7 @@ TEST_F(TheQuestion, IsEndedByCtrlC) {
     EXPECT_EQ(CodeFor(ENGLISH, CTRL_C), 128 + SIGINT);
     EXPECT_THAT(m_Screen, HasSubstr("\norselcards-cli: The command was interrupted."));
     EXPECT_EQ(CodeFor(ENGLISH, std::string("y") + CTRL_C), 128 + SIGINT);
-    const Variable language("LANGUAGE", "de");
+    const ScopedVariable language("LANGUAGE", "de");
     EXPECT_EQ(CodeFor(GERMAN, CTRL_C), 128 + SIGINT);
 }
 
@@ -189,7 +189,7 @@ TEST_F(TheQuestion, IsNotAskedWithoutATerminalNorBehindAYesOnTheCommandLine) {
     EXPECT_EQ(refused.Error(), "orselcards-cli: There is nobody to ask whether to go on.\n"
                                "Give --yes if you mean it.\n");
     {
-        const Variable language("LANGUAGE", "de");
+        const ScopedVariable language("LANGUAGE", "de");
         Process german(m_Deck.Folder(), line);
         EXPECT_EQ(german.Wait(), 2);
         EXPECT_THAT(german.Error(), HasSubstr("--yes"));

@@ -11,7 +11,7 @@
 
 #include "tests/cli/CliTest.h"
 #include "tests/cli/Process.h"
-#include "tests/cli/Variable.h"
+#include "tests/support/ScopedVariable.h"
 
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -89,7 +89,8 @@ TEST_F(AProcess, ThatSignsEndsByTheSignalOrWithTheWholeFileInWhicheverCallItCome
         SCOPED_TRACE(std::to_string(call) + " " + calls[call]);
         FileOf("OUT", "old");
         m_Deck.ClearTrace();
-        const Variable plan("ORSEL_INTERRUPT", std::to_string(call) + " signal " + std::to_string(SIGINT));
+        const ScopedVariable plan("ORSEL_INTERRUPT",
+                                  std::to_string(call) + " signal " + std::to_string(SIGINT));
         Process::Wish wish;
         wish.m_Libraries = ORSEL_INTERRUPTED_DIR;
         Process process(m_Deck.Folder(), line, wish);
@@ -109,8 +110,8 @@ TEST_F(AProcess, WhoseReaderGoesAwayEndsByTheSignalOfTheClosedPipeInWhicheverCal
         SCOPED_TRACE(std::to_string(call) + " " + calls[call]);
         m_Deck.ClearTrace();
         Pipe output;
-        const Variable plan("ORSEL_INTERRUPT",
-                            std::to_string(call) + " close " + std::to_string(output.Reading()));
+        const ScopedVariable plan("ORSEL_INTERRUPT",
+                                  std::to_string(call) + " close " + std::to_string(output.Reading()));
         Process::Wish wish;
         wish.m_Out = output.Writing();
         wish.m_Libraries = ORSEL_INTERRUPTED_DIR;
@@ -151,7 +152,7 @@ TEST_F(AProcess, EndsAtOnceAtASecondSignalAndLeavesNoHalfFile) {
 
 TEST_F(AProcess, ThatIsToIgnoreCtrlCDoesSo) {
     const std::vector<std::string> calls = CallsOf({"list"});
-    const Variable plan("ORSEL_INTERRUPT", "3 signal " + std::to_string(SIGINT));
+    const ScopedVariable plan("ORSEL_INTERRUPT", "3 signal " + std::to_string(SIGINT));
     Process::Wish wish;
     wish.m_Libraries = ORSEL_INTERRUPTED_DIR;
     wish.m_IgnoresInterrupt = true;

@@ -9,8 +9,8 @@
 #include "foundation/Config.h"
 #include "foundation/ProgramConfig.h"
 #include "tests/dialogs/ModalDialogs.h"
-#include "tests/foundation/Seconds.h"
 #include "tests/support/GuiTest.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TempDir.h"
 
 using testing::ElementsAre;
@@ -233,7 +233,7 @@ TEST_F(TheExternalProgram, MayLieInADirectoryWithBlanksAndUmlauts) {
 
 TEST_F(TheExternalProgram, IsLookedForOnTheSearchPathWithoutASetting) {
     const std::string program = MakeProgram("bin");
-    const ScopedVariable path("PATH", (m_Folder.Path("bin") + ":" + std::getenv("PATH")).c_str());
+    const FolderOnPath path(m_Folder.Path("bin"));
     EXPECT_EQ(Write(), 1);
     EXPECT_EQ(Called(), program + "|-z|");
 }

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 // The built program with the product family's configuration files in place, and in another language.
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <list>
 #include <ostream>
 
 #include "images/Images.h"
 #include "tests/e2e/Person.h"
 #include "tests/support/PrivateEtc.h"
+#include "tests/support/ScopedVariable.h"
 
 namespace fs = std::filesystem;
 
@@ -135,18 +136,11 @@ protected:
         EXPECT_EQ(desktop::OutputOf("localedef -f UTF-8 -i " + std::string(GetParam().m_Definition) + " " +
                                     folder + "/" + locale + " 2>&1"),
                   "");
-        m_Before = std::getenv("LC_ALL");
-        setenv("LOCPATH", folder.c_str(), 1);
-        setenv("LC_ALL", locale.c_str(), 1);
-        for (const char* variable : DATA_DIR_VARIABLES)
-            setenv(variable, ORSEL_CATALOGUE_DIR, 1);
-    }
-    void TearDown() override {
-        AProgramWithACard::TearDown();
-        for (const char* variable : DATA_DIR_VARIABLES)
-            unsetenv(variable);
-        unsetenv("LOCPATH");
-        setenv("LC_ALL", m_Before.c_str(), 1);
+        m_Variables.emplace_back("LOCPATH", folder);
+        m_Variables.emplace_back("LC_ALL", locale);
+        for (const char* variable : DATA_DIR_VARIABLES) {
+            m_Variables.emplace_back(variable, ORSEL_CATALOGUE_DIR);
+        }
     }
     /// The titles of all windows that a person meets.
     std::vector<std::string> Titles() {
@@ -168,7 +162,7 @@ protected:
     }
 
 private:
-    std::string m_Before;
+    std::list<ScopedVariable> m_Variables;
 };
 
 INSTANTIATE_TEST_SUITE_P(Languages, AProgramOnASystem,
@@ -185,10 +179,11 @@ TEST_P(AProgramOnASystem, SpeaksItsLanguageInEveryWindow) {
 }
 
 TEST_F(AConfiguredProgram, SpeaksEnglishOnASystemWithoutALanguage) {
-    for (const char* variable : DATA_DIR_VARIABLES)
-        setenv(variable, ORSEL_CATALOGUE_DIR, 1);
+    std::list<ScopedVariable> catalogue;
+    for (const char* variable : DATA_DIR_VARIABLES) {
+        catalogue.emplace_back(variable, ORSEL_CATALOGUE_DIR);
+    }
     Start(1, WithVersion("1.2.3"));
-    for (const char* variable : DATA_DIR_VARIABLES)
-        unsetenv(variable);
+    catalogue.clear();
     EXPECT_EQ(TitleOf(MAIN_WINDOW), "Card manager (1.2.3, x86)");
 }

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -21,14 +20,9 @@ void APerson::SetUp() {
     std::ofstream(viewer) << "#!/bin/sh\ncp \"$1\" '" << Shown() << ".part' && mv '" << Shown() << ".part' '"
                           << Shown() << "'\n";
     fs::permissions(viewer, fs::perms::owner_all);
-    m_OldPath = std::getenv("PATH");
-    setenv("PATH", (m_Deck.Folder() + ":" + m_OldPath).c_str(), 1);
-    setenv("TMPDIR", m_Deck.Folder().c_str(), 1);
 }
 
 void APerson::TearDown() {
-    setenv("PATH", m_OldPath.c_str(), 1);
-    unsetenv("TMPDIR");
     if (m_Program == nullptr || HasFatalFailure())
         return;
     Close();

@@ -11,6 +11,7 @@
 
 #include "tests/e2e/Desktop.h"
 #include "tests/e2e/Program.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SimDeck.h"
 
 /// Titles of the windows, as regular expressions.
@@ -93,7 +94,8 @@ private:
     std::string m_MainWindow;
     desktop::Point m_Reload = {}; ///< the reload button's picture
     desktop::Screen m_AtStart;
-    std::string m_OldPath;
+    const FolderOnPath m_Path{m_Deck.Folder()};
+    const ScopedVariable m_Temp{"TMPDIR", m_Deck.Folder()};
 };
 
 #endif

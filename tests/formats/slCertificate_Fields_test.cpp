@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <openssl/objects.h>
 
-#include "tests/formats/TimeZone.h"
 #include "tests/support/CertificateBuilder.h"
+#include "tests/support/ScopedVariable.h"
 
 using namespace Velmor;
 using Bytes = std::vector<unsigned char>;
@@ -40,7 +40,7 @@ TEST(SlCertificateFields, AnAttributeThatIsNoTextComesAsDigits) {
 }
 
 TEST(SlCertificateFields, TimesAreNotShiftedByTheLocalZone) {
-    const TimeZone zone("CET-1");
+    const ScopedVariable zone("TZ", "CET-1");
     const slCertificate certificate = CertificateBuilder()
                                           .ValidFrom(V_ASN1_UTCTIME, "700101000001Z")
                                           .ValidTo(V_ASN1_GENERALIZEDTIME, "99991231235959Z")

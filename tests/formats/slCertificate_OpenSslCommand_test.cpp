@@ -12,8 +12,8 @@
 #include <gtest/gtest.h>
 
 #include "foundation/Conversion.h"
-#include "tests/formats/TimeZone.h"
 #include "tests/support/CertificateBuilder.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TempDir.h"
 
 using Velmor::slCertificate;
@@ -216,7 +216,7 @@ void CompareExtensions(const OpenSslCommand& command, const slCertificate& certi
 class SlCertificateAndOpenSslCommand : public testing::TestWithParam<TestKey> {};
 
 TEST_P(SlCertificateAndOpenSslCommand, Agree) {
-    const TimeZone utc("UTC0"); // the command does not shift dates
+    const ScopedVariable utc("TZ", "UTC0"); // the command does not shift dates
     for (const auto& [name, profile] : PROFILES) {
         SCOPED_TRACE(name);
         CertificateBuilder builder;

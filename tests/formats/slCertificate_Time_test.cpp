@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/formats/TimeZone.h"
 #include "tests/support/CertificateBuilder.h"
+#include "tests/support/ScopedVariable.h"
 
 using Velmor::ASN1_TIME_to_time_t;
 using Velmor::slCertificate;
@@ -62,7 +62,7 @@ TEST(SubStrToInt, IsZeroForMoreThanFourDigits) {
 }
 
 TEST(Asn1Time, UtcTimeIsReadByItsFields) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     const TextAndSeconds table[] = {
         {"160101120000Z", NOON},       {"160101120059Z", NOON + 59}, {"1601011200Z", NOON},
         {"1601011200", NOON},          {"160101120007", NOON + 7},   {"700101000000Z", 0},
@@ -76,7 +76,7 @@ TEST(Asn1Time, UtcTimeIsReadByItsFields) {
 }
 
 TEST(Asn1Time, TwoDigitYearsReachFrom1950To2049) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     EXPECT_EQ(Local(1950, 1, 1), Seconds(UTC, "500101000000Z"));
     EXPECT_EQ(-631152000, Seconds(UTC, "500101000000Z"));
     EXPECT_EQ(Local(2049, 12, 31, 23, 59, 59), Seconds(UTC, "491231235959Z"));
@@ -87,21 +87,21 @@ TEST(Asn1Time, TwoDigitYearsReachFrom1950To2049) {
 
 // A time_t of 32 bits ends in 2038 and is -1 behind that.
 TEST(Asn1Time, After2038IsToldOnEveryPlatform) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     EXPECT_EQ(std::int64_t{2147483648}, Seconds(UTC, "380119031408Z"));
     EXPECT_EQ(std::int64_t{2524607999}, Seconds(UTC, "491231235959Z"));
     EXPECT_EQ(std::int64_t{253402300799}, Seconds(GENERALIZED, "99991231235959Z"));
 }
 
 TEST(Asn1Time, AUtcTimeOfUpToNineCharactersIsZero) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     EXPECT_EQ(0, Seconds(UTC, ""));
     EXPECT_EQ(0, Seconds(UTC, "160101120"));
     EXPECT_EQ(NOON, Seconds(UTC, "1601011200"));
 }
 
 TEST(Asn1Time, TheUsualOffsetsOfAUtcTimeAreNotApplied) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     for (const std::string text : {"1601011200+0100", "1601011200-0100", "160101120000+0100",
                                    "160101120000-1200", "1601011200+", "1601011200-"}) {
         EXPECT_EQ(NOON, Seconds(UTC, text)) << text;
@@ -109,7 +109,7 @@ TEST(Asn1Time, TheUsualOffsetsOfAUtcTimeAreNotApplied) {
 }
 
 TEST(Asn1Time, TheCharacterBeforeTheSignOfAUtcTimeDecides) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     const TextAndSeconds table[] = {
         // The plus is found, the minus before it says subtract; hours from "+0", minutes from "10".
         {"1601011200-+0100", NOON - 10 * 60},
@@ -127,12 +127,12 @@ TEST(Asn1Time, TheCharacterBeforeTheSignOfAUtcTimeDecides) {
 }
 
 TEST(Asn1Time, ASignThatBeginsAUtcTimeHasNothingBeforeIt) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     EXPECT_EQ(Local(2006, 1, 1, 12), Seconds(UTC, "+60101120000"));
 }
 
 TEST(Asn1Time, GeneralizedTimeIsReadByItsFields) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     const TextAndSeconds table[] = {
         {"20160101120000Z", NOON},   {"20160101120059Z", NOON + 59},
         {"20160101120000", NOON},    {"160101120000", NOON},        // 12 characters: a year of two digits
@@ -145,7 +145,7 @@ TEST(Asn1Time, GeneralizedTimeIsReadByItsFields) {
 }
 
 TEST(Asn1Time, AGeneralizedTimeOf23CharactersHasItsOffsetApplied) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     EXPECT_EQ(NOON + 3600, Seconds(GENERALIZED, "20160101120000.000+0100"));
     EXPECT_EQ(NOON - 5400, Seconds(GENERALIZED, "20160101120000.000-0130"));
     EXPECT_EQ(NOON, Seconds(GENERALIZED, "20160101120000.0000Z000"));
@@ -153,19 +153,19 @@ TEST(Asn1Time, AGeneralizedTimeOf23CharactersHasItsOffsetApplied) {
 }
 
 TEST(Asn1Time, TheFieldsAreTakenForLocalTime) {
-    const TimeZone oneHourEast("CET-1");
+    const ScopedVariable oneHourEast("TZ", "CET-1");
     EXPECT_EQ(NOON - 3600, Seconds(UTC, "160101120000Z"));
     EXPECT_EQ(NOON - 3600, Seconds(GENERALIZED, "20160101120000Z"));
 }
 
 TEST(Asn1Time, SummerTimeIsNeverAssumed) {
-    const TimeZone withSummerTime("CET-1CEST,M3.5.0,M10.5.0/3");
+    const ScopedVariable withSummerTime("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     const std::time_t julyNoon = 1467374400; // 2016-07-01 12:00:00 UTC
     EXPECT_EQ(julyNoon - 3600, Seconds(UTC, "160701120000Z"));
 }
 
 TEST(Asn1Time, AnyOtherTagIsZero) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     for (const int type : {V_ASN1_OCTET_STRING, V_ASN1_UTF8STRING, V_ASN1_PRINTABLESTRING, 22, 25}) {
         EXPECT_EQ(0, Seconds(type, "160101120000Z")) << type;
     }
@@ -173,7 +173,7 @@ TEST(Asn1Time, AnyOtherTagIsZero) {
 }
 
 TEST(Asn1Time, TextOfAnyLengthStaysInItsBuffer) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     for (std::size_t size = 0; size < 100; ++size) {
         for (const char filler : {'1', '+', '-', '\0'}) {
             Seconds(UTC, std::string(size, filler));
@@ -185,7 +185,7 @@ TEST(Asn1Time, TextOfAnyLengthStaysInItsBuffer) {
 }
 
 TEST(SlCertificateTime, DatesAreShownInBothForms) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     const slCertificate certificate = CertificateBuilder()
                                           .ValidFrom(UTC, "160131081502Z")
                                           .ValidTo(GENERALIZED, "20361231235958Z")
@@ -200,14 +200,14 @@ TEST(SlCertificateTime, DatesAreShownInBothForms) {
 }
 
 TEST(SlCertificateTime, DatesAreShiftedByTheLocalTimeZone) {
-    const TimeZone oneHourEast("CET-1");
+    const ScopedVariable oneHourEast("TZ", "CET-1");
     const slCertificate certificate =
         CertificateBuilder().ValidFrom(GENERALIZED, "20160101120000Z").Wrapped();
     EXPECT_EQ("2016-01-01 11:00:00", certificate.ValidFrom());
 }
 
 TEST(SlCertificateTime, ATimeOfItsOwnIsSplitAndPrinted) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     const slCertificate any;
     const TestTime time(GENERALIZED, "20160131081502Z");
     EXPECT_EQ("2016-01-31 08:15:02", any.Asn1TimeToString(time.Get()));
@@ -218,7 +218,7 @@ TEST(SlCertificateTime, ATimeOfItsOwnIsSplitAndPrinted) {
 }
 
 TEST(SlCertificateTime, BothEndsOfThePeriodAreValid) {
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     const slCertificate certificate =
         CertificateBuilder().ValidFrom(UTC, "160101120000Z").ValidTo(UTC, "160101130000Z").Wrapped();
     const struct {
@@ -232,7 +232,7 @@ TEST(SlCertificateTime, BothEndsOfThePeriodAreValid) {
 }
 
 TEST(SlCertificateTime, ThePeriodIsShiftedByTheLocalTimeZoneToo) {
-    const TimeZone oneHourEast("CET-1");
+    const ScopedVariable oneHourEast("TZ", "CET-1");
     const slCertificate certificate = CertificateBuilder().ValidFrom(UTC, "160101120000Z").Wrapped();
     EXPECT_TRUE(certificate.IsValid(NOON - 3600));
     EXPECT_FALSE(certificate.IsValid(NOON - 3601));

@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 
 #include <gtest/gtest.h>
@@ -13,25 +12,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TempDir.h"
 
 using Velmor::ShowCertificate;
 
 namespace {
-
-/// Sets PATH for the life of the object.
-class SearchPath {
-public:
-    explicit SearchPath(const std::string& path) : m_Before(std::getenv("PATH")) {
-        setenv("PATH", path.c_str(), 1);
-    }
-    SearchPath(const SearchPath&) = delete;
-    SearchPath& operator=(const SearchPath&) = delete;
-    ~SearchPath() { setenv("PATH", m_Before.c_str(), 1); }
-
-private:
-    std::string m_Before;
-};
 
 /// Sends standard error to a file for the life of the object.
 class StandardErrorTo {
@@ -94,7 +80,7 @@ TEST(ShowCertificate, StartsTheViewerOnThePathWithTheFileAsItsOneArgument) {
     const Guardian guardian;
     const TempDir dir;
     MakeViewer(dir, "printf '%s|%s|' \"$#\" \"$1\" >\"${0%/*}/arguments\"\n");
-    const SearchPath path(dir.Path());
+    const ScopedVariable path("PATH", dir.Path());
     EXPECT_TRUE(ShowCertificate("/tmp/a b;c $HOME.cer"));
     EXPECT_EQ(0, ExitCodeOfTheChild());
     EXPECT_EQ("1|/tmp/a b;c $HOME.cer|", ContentOf(dir.Path("arguments")));
@@ -106,7 +92,7 @@ TEST(ShowCertificate, DoesNotWaitForTheViewer) {
     // The viewer ends only when this test lets it.
     ASSERT_EQ(0, mkfifo(dir.Path("gate").c_str(), 0600));
     MakeViewer(dir, "read line <\"${0%/*}/gate\"\n");
-    const SearchPath path(dir.Path());
+    const ScopedVariable path("PATH", dir.Path());
     EXPECT_TRUE(ShowCertificate("cert.cer"));
     int status = 0;
     EXPECT_EQ(0, waitpid(-1, &status, WNOHANG));
@@ -117,7 +103,7 @@ TEST(ShowCertificate, DoesNotWaitForTheViewer) {
 TEST(ShowCertificate, SaysOnStandardErrorThatThereIsNoViewer) {
     const Guardian guardian;
     const TempDir dir;
-    const SearchPath path(dir.Path());
+    const ScopedVariable path("PATH", dir.Path());
     {
         const StandardErrorTo file(dir.Path("stderr"));
         EXPECT_TRUE(ShowCertificate("cert.cer"));
@@ -130,7 +116,7 @@ TEST(ShowCertificate, SaysOnStandardErrorThatThereIsNoViewer) {
 TEST(ShowCertificate, AChildWithoutAViewerRunsNoExitHandlers) {
     const Guardian guardian;
     const TempDir dir;
-    const SearchPath path(dir.Path());
+    const ScopedVariable path("PATH", dir.Path());
     g_Parent = getpid();
     g_ExitMark = dir.Path("mark");
     ASSERT_EQ(0, std::atexit(LeaveMarkInAChild));
@@ -144,7 +130,7 @@ TEST(ShowCertificate, LeavesNoChildBehind) {
     const TempDir dir;
     ASSERT_EQ(0, mkfifo(dir.Path("gate").c_str(), 0600));
     MakeViewer(dir, "echo ready >\"${0%/*}/gate\"\n");
-    const SearchPath path(dir.Path());
+    const ScopedVariable path("PATH", dir.Path());
     EXPECT_TRUE(ShowCertificate("cert.cer"));
     EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG)); // neither one that runs nor a zombie
     EXPECT_EQ(ECHILD, errno);
@@ -154,7 +140,7 @@ TEST(ShowCertificate, LeavesNoChildBehind) {
 TEST(ShowCertificate, WorksWhereTheEndsOfChildrenAreIgnored) {
     const Guardian guardian;
     const TempDir dir;
-    const SearchPath path(dir.Path());
+    const ScopedVariable path("PATH", dir.Path());
     const StandardErrorTo file(dir.Path("stderr"));
     const auto before = std::signal(SIGCHLD, SIG_IGN);
     EXPECT_TRUE(ShowCertificate("cert.cer"));

@@ -9,7 +9,7 @@
 
 #include "foundation/Config.h"
 #include "foundation/LibConfig.h"
-#include "tests/foundation/Seconds.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SystemConfig.h"
 #include "tests/support/TempDir.h"
 

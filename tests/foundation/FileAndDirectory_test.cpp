@@ -13,6 +13,7 @@
 
 #include "tests/foundation/DefaultLog.h"
 #include "tests/foundation/Seconds.h"
+#include "tests/support/ScopedVariable.h"
 
 using namespace Velmor;
 using Texts = std::vector<std::string>;

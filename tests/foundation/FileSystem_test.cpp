@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/foundation/Seconds.h"
 #include "tests/foundation/UsedMemory.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/TempDir.h"
 
 using namespace Velmor;

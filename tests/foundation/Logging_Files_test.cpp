@@ -3,6 +3,7 @@
 
 #include "tests/foundation/LoggerFixture.h"
 #include "tests/foundation/Seconds.h"
+#include "tests/support/ScopedVariable.h"
 
 using namespace Velmor;
 

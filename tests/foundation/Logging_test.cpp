@@ -9,6 +9,7 @@
 #include "tests/foundation/LoggerFixture.h"
 #include "tests/foundation/Seconds.h"
 #include "tests/foundation/UsedMemory.h"
+#include "tests/support/ScopedVariable.h"
 
 using namespace Velmor;
 

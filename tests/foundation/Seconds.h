@@ -3,7 +3,6 @@
 #define ORSEL_TESTS_FOUNDATION_SECONDS_H
 
 #include <chrono>
-#include <cstdlib>
 #include <ctime>
 #include <string>
 #include <thread>
@@ -26,33 +25,5 @@ inline std::string UtcText(std::time_t time, const char* format) {
     char text[64];
     return std::string(text, std::strftime(text, sizeof(text), format, std::gmtime(&time)));
 }
-
-/// An environment variable with another value, or none, for the life of the object.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const char* value) : m_Name(name) {
-        const char* const old = std::getenv(name);
-        m_WasSet = old != nullptr;
-        m_Old = m_WasSet ? old : "";
-        Set(value);
-    }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-    ~ScopedVariable() { Set(m_WasSet ? m_Old.c_str() : nullptr); }
-
-private:
-    void Set(const char* value) {
-        if (value != nullptr) {
-            setenv(m_Name, value, 1);
-        } else {
-            unsetenv(m_Name);
-        }
-        tzset();
-    }
-
-    const char* m_Name;
-    bool m_WasSet;
-    std::string m_Old;
-};
 
 #endif

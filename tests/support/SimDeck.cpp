@@ -2,7 +2,6 @@
 #include "tests/support/SimDeck.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -19,13 +18,6 @@ namespace fs = std::filesystem;
 constexpr const char* TRACE_FILE = "trace";
 constexpr const char* FAULTS_FILE = "faults";
 constexpr const char* ANSWERS_FILE = "answers";
-
-std::string MakeFolder() {
-    std::string pattern = (fs::temp_directory_path() / "orsel-deck-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr)
-        throw std::runtime_error("no temporary folder");
-    return pattern;
-}
 
 void WriteLines(const std::string& path, const std::vector<std::string>& lines) {
     std::ofstream file(path, std::ios::trunc);
@@ -121,34 +113,17 @@ std::string TraceRecord::Value(const std::string& key) const {
     return found == m_Values.end() ? "" : found->second;
 }
 
-SimDeck::SimDeck() : m_Folder(MakeFolder()) {
+SimDeck::SimDeck() {
     orselsim::CreateDeck(GetPath(), false);
-    SetVariable("ORSELSIM_DECK", GetPath());
-    SetVariable("ORSELSIM_TRACE", File(TRACE_FILE));
-    SetVariable("ORSELSIM_FAULTS", "");
-    SetVariable("ORSELSIM_PIN_SCRIPT", File(ANSWERS_FILE));
+    m_Variables.emplace_back("ORSELSIM_DECK", GetPath());
+    m_Variables.emplace_back("ORSELSIM_TRACE", File(TRACE_FILE));
+    m_Variables.emplace_back("ORSELSIM_FAULTS", "");
+    m_Variables.emplace_back("ORSELSIM_PIN_SCRIPT", File(ANSWERS_FILE));
     WriteLines(File(ANSWERS_FILE), {});
 }
 
-SimDeck::~SimDeck() {
-    for (const auto& [name, value] : m_VariablesBefore) {
-        if (value)
-            setenv(name.c_str(), value->c_str(), 1);
-        else
-            unsetenv(name.c_str());
-    }
-    std::error_code ignored; // nothing to be done about it in a destructor
-    fs::remove_all(m_Folder, ignored);
-}
-
-void SimDeck::SetVariable(const char* name, const std::string& value) {
-    const char* before = std::getenv(name);
-    m_VariablesBefore.emplace(name, before == nullptr ? std::nullopt : std::optional<std::string>(before));
-    setenv(name, value.c_str(), 1);
-}
-
 std::string SimDeck::GetPath() const {
-    return m_Folder + "/deck";
+    return m_Dir.Path() + "/deck";
 }
 
 std::string SimDeck::Add(const std::string& kind, const CardOptions& options) {
@@ -163,11 +138,11 @@ void SimDeck::AddDemoCards() {
 }
 
 void SimDeck::TakeOut(const std::string& card) {
-    fs::rename(GetPath() + "/" + card, m_Folder + "/" + card);
+    fs::rename(GetPath() + "/" + card, m_Dir.Path() + "/" + card);
 }
 
 void SimDeck::PutBack(const std::string& card) {
-    fs::rename(m_Folder + "/" + card, GetPath() + "/" + card);
+    fs::rename(m_Dir.Path() + "/" + card, GetPath() + "/" + card);
 }
 
 void SimDeck::Remove(const std::string& card) {
@@ -250,7 +225,7 @@ void SimDeck::PlanFaults(const std::vector<std::string>& faults) {
     for (const std::string& fault : faults)
         text += fault + '\n';
     orselsim::ReplaceFile(File(FAULTS_FILE), orselsim::BytesOf(text));
-    SetVariable("ORSELSIM_FAULTS", File(FAULTS_FILE));
+    m_Variables.emplace_back("ORSELSIM_FAULTS", File(FAULTS_FILE));
 }
 
 void SimDeck::AnswerPins(const std::vector<std::string>& answers) {

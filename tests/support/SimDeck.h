@@ -3,12 +3,14 @@
 #define ORSEL_TESTS_SUPPORT_SIMDECK_H
 
 #include <functional>
+#include <list>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "simulator/deck/DeckMaker.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/support/TempDir.h"
 
 namespace orseltest {
 
@@ -50,13 +52,12 @@ class SimDeck {
 public:
     /// An empty deck with a trace, without faults and without answers to PIN questions.
     SimDeck();
-    ~SimDeck();
     SimDeck(const SimDeck&) = delete; // one folder, one owner
     SimDeck& operator=(const SimDeck&) = delete;
 
     /// The deck directory, and the folder around it, where a test may leave files of its own.
     std::string GetPath() const;
-    const std::string& Folder() const { return m_Folder; }
+    const std::string& Folder() const { return m_Dir.Path(); }
 
     // Cards. Kinds: acos-a03 acos-a04 acos-a05 ecard-g2 ecard-g3a ecard-g3b ecard-g4 cardos-53 empty
     // unknown. A card is named by its directory.
@@ -132,11 +133,10 @@ public:
     void ClearTrace();
 
 private:
-    void SetVariable(const char* name, const std::string& value);
-    std::string File(const char* name) const { return m_Folder + "/" + name; }
+    std::string File(const char* name) const { return m_Dir.Path(name); }
 
-    std::string m_Folder;
-    std::map<std::string, std::optional<std::string>> m_VariablesBefore;
+    TempDir m_Dir;
+    std::list<ScopedVariable> m_Variables;
     std::vector<std::string> m_Answers;
 };
 

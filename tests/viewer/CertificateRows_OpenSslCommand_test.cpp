@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/formats/TimeZone.h"
 #include "tests/support/CertificateBuilder.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SimDeck.h"
 #include "tests/support/TempDir.h"
 #include "tests/viewer/OpenSslView.h"
@@ -32,7 +32,7 @@ void ExpectThatTheyAgree(const Bytes& der) {
     if (OutputOf("openssl version").compare(0, 9, "OpenSSL 1") == 0) {
         GTEST_SKIP() << "the text of this older command has another form";
     }
-    const TimeZone utc("UTC0");
+    const ScopedVariable utc("TZ", "UTC0");
     const TempDir dir;
     Velmor::slCertificate certificate;
     ASSERT_TRUE(certificate.LoadFromBuffer(der));

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/formats/TimeZone.h"
 #include "tests/support/CertificateBuilder.h"
+#include "tests/support/ScopedVariable.h"
 #include "viewer/VisibleText.h"
 
 using viewer::Validity;
@@ -42,7 +42,7 @@ TEST(State, OfAnExpiredOneTellsSinceWhen) {
 }
 
 TEST(State, OfAFutureOneTellsFromWhenOnInLocalTime) {
-    const TimeZone zone("CET-1");
+    const ScopedVariable zone("TZ", "CET-1");
     ExpectState(FROM - 1, Validity::NOT_YET_VALID, "Noch nicht gültig: gültig ab 01.01.2016, 13:00:00 CET");
 }
 
@@ -55,7 +55,7 @@ TEST(State, OfAnUnreadablePeriodSaysSo) {
 }
 
 TEST(LocalTime, FollowsTheZoneAndItsSummerTime) {
-    const TimeZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    const ScopedVariable zone("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     EXPECT_EQ("01.01.2016, 13:00:00 CET", viewer::LocalTime(FROM));
     EXPECT_EQ("01.07.2016, 14:00:00 CEST", viewer::LocalTime(FROM + 182 * DAY));
 }

@@ -9,6 +9,7 @@
 
 #include "simulator/store/Files.h"
 #include "tests/simulator/token/TokenLibrary.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SimDeck.h"
 
 using orselsim::BytesOf;
@@ -166,7 +167,7 @@ TEST(ADeckDirectory, MayHoldOtherThings) {
 TEST(ADeckDirectory, ThatIsAFileHasNoCards) {
     SimDeck deck;
     std::ofstream(deck.Folder() + "/file") << "not a deck";
-    setenv("ORSELSIM_DECK", (deck.Folder() + "/file").c_str(), 1);
+    const ScopedVariable path("ORSELSIM_DECK", deck.Folder() + "/file");
     EXPECT_THAT(TokenLibrary().Slots(), testing::IsEmpty());
 }
 

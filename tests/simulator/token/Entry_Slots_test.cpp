@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/simulator/token/TokenLibrary.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SimDeck.h"
 
 using orseltest::CardOptions;
@@ -47,9 +48,9 @@ TEST(SlotList, IsEmptyForADeckWithoutCards) {
 
 TEST(SlotList, IsEmptyForADeckThatIsNotThere) {
     const SimDeck deck;
-    setenv("ORSELSIM_DECK", (deck.Folder() + "/nowhere").c_str(), 1);
+    const ScopedVariable nowhere("ORSELSIM_DECK", deck.Folder() + "/nowhere");
     EXPECT_THAT(TokenLibrary().Slots(), IsEmpty());
-    unsetenv("ORSELSIM_DECK");
+    const ScopedVariable nothing("ORSELSIM_DECK", nullptr);
     EXPECT_THAT(TokenLibrary().Slots(), IsEmpty());
 }
 

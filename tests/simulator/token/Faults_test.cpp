@@ -7,6 +7,7 @@
 
 #include "tests/simulator/token/SleepingThread.h"
 #include "tests/simulator/token/TokenLibrary.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SimDeck.h"
 
 using orseltest::Bytes;
@@ -179,12 +180,11 @@ TEST_F(PlannedFaults, ThatMakeNoSenseAreReportedAndPassedOver) {
 }
 
 TEST_F(PlannedFaults, InAFileThatIsNotThereAreReported) {
-    setenv("ORSELSIM_FAULTS", "/no/such/file", 1);
+    const ScopedVariable faults("ORSELSIM_FAULTS", "/no/such/file");
     testing::internal::CaptureStderr();
     m_Library.emplace();
     EXPECT_EQ("OrselP11: no faults: /no/such/file: No such file or directory\n",
               testing::internal::GetCapturedStderr());
-    unsetenv("ORSELSIM_FAULTS");
 }
 
 // What has no delay comes to its end while the slow call is still asleep.

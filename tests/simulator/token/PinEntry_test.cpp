@@ -2,7 +2,6 @@
 #include "simulator/token/PinEntry.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -11,6 +10,7 @@
 
 #include "simulator/token/Pkcs11.h"
 #include "tests/simulator/token/CardTest.h"
+#include "tests/support/ScopedVariable.h"
 
 using orseltest::Bytes;
 using orseltest::CardOptions;
@@ -29,12 +29,7 @@ namespace fs = std::filesystem;
 /// A card with a program in place of pinentry that answers as it is told and notes what it hears.
 class APinentry : public orseltest::CardTest {
 protected:
-    APinentry() : m_PathBefore(std::getenv("PATH")) {
-        fs::create_directory(m_Deck.Folder() + "/bin");
-        unsetenv("ORSELSIM_PIN_SCRIPT");
-        setenv("PATH", (m_Deck.Folder() + "/bin:" + m_PathBefore).c_str(), 1);
-    }
-    ~APinentry() override { setenv("PATH", m_PathBefore.c_str(), 1); }
+    APinentry() { fs::create_directory(m_Deck.Folder() + "/bin"); }
 
     /// `onGetPin` is what the shell does for the command GETPIN.
     void AnswersWith(const std::string& onGetPin) {
@@ -66,7 +61,8 @@ protected:
 
     Rv ChangePin() { return Command(GetPrivateKey("SK.CH.SIG"), orselsim::CHANGE_PIN_COMMAND); }
 
-    const std::string m_PathBefore;
+    const ScopedVariable m_Script{"ORSELSIM_PIN_SCRIPT", nullptr};
+    const FolderOnPath m_Path{m_Deck.Folder() + "/bin"};
 };
 
 TEST_F(APinentry, IsToldWhichCardAndWhichPin) {
@@ -136,7 +132,7 @@ TEST_F(APinentry, ThatDiesIsADeviceError) {
 }
 
 TEST_F(APinentry, ThatIsNotThereIsADeviceError) {
-    setenv("PATH", (m_Deck.Folder() + "/bin").c_str(), 1);
+    const ScopedVariable path("PATH", m_Deck.Folder() + "/bin");
     PutIn("ecard-g2");
     testing::internal::CaptureStderr();
     EXPECT_EQ(Rv(CKR_DEVICE_ERROR), LoginByDialog());
@@ -201,7 +197,7 @@ TEST_F(APinScript, BeginsAnewWithTheLibrary) {
 }
 
 TEST_F(APinScript, ThatIsNotThereIsADeviceError) {
-    setenv("ORSELSIM_PIN_SCRIPT", "/no/such/script", 1);
+    const ScopedVariable script("ORSELSIM_PIN_SCRIPT", "/no/such/script");
     PutIn("ecard-g2");
     testing::internal::CaptureStderr();
     EXPECT_EQ(Rv(CKR_DEVICE_ERROR), LoginByDialog());

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Several threads in one library at a time; ThreadSanitizer watches them too.
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -9,6 +8,7 @@
 
 #include "tests/simulator/token/SleepingThread.h"
 #include "tests/simulator/token/TokenLibrary.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SimDeck.h"
 
 using orseltest::CardOptions;
@@ -43,8 +43,7 @@ void InThreads(int count, const std::function<void(int)>& work) {
 /// file there that lets it go.
 class APersonWhoTakesTime {
 public:
-    explicit APersonWhoTakesTime(const std::string& folder)
-        : m_Folder(folder), m_PathBefore(std::getenv("PATH")) {
+    explicit APersonWhoTakesTime(const std::string& folder) : m_Folder(folder), m_Path(folder + "/bin") {
         const std::string program = folder + "/bin/pinentry";
         fs::create_directory(folder + "/bin");
         std::ofstream(program) << "#!/bin/sh\n"
@@ -65,12 +64,7 @@ public:
                                       "    echo OK\n"
                                       "done\n";
         fs::permissions(program, fs::perms::owner_all);
-        setenv("PATH", (folder + "/bin:" + m_PathBefore).c_str(), 1);
-        unsetenv("ORSELSIM_PIN_SCRIPT");
     }
-    ~APersonWhoTakesTime() { setenv("PATH", m_PathBefore.c_str(), 1); }
-    APersonWhoTakesTime(const APersonWhoTakesTime&) = delete; // restores once
-    APersonWhoTakesTime& operator=(const APersonWhoTakesTime&) = delete;
 
     void WaitUntilAsked() const {
         WaitUntil([this] { return fs::exists(m_Folder + "/asked"); });
@@ -79,7 +73,8 @@ public:
 
 private:
     const std::string m_Folder;
-    const std::string m_PathBefore;
+    const FolderOnPath m_Path;
+    const ScopedVariable m_Script{"ORSELSIM_PIN_SCRIPT", nullptr};
 };
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "tests/simulator/token/TokenLibrary.h"
+#include "tests/support/ScopedVariable.h"
 #include "tests/support/SimDeck.h"
 
 using orselsim::Trace;
@@ -163,14 +164,14 @@ TEST(TheTrace, MeasuresTheTime) {
 
 TEST(TheTrace, IsAskedForOrNotWritten) {
     SimDeck deck;
-    unsetenv("ORSELSIM_TRACE");
+    const ScopedVariable trace("ORSELSIM_TRACE", nullptr);
     { const TokenLibrary library; }
     EXPECT_EQ("", deck.TraceText());
 }
 
 TEST(TheTrace, ThatCannotBeWrittenIsReported) {
     SimDeck deck;
-    setenv("ORSELSIM_TRACE", (deck.Folder() + "/no/such/folder").c_str(), 1);
+    const ScopedVariable trace("ORSELSIM_TRACE", deck.Folder() + "/no/such/folder");
     testing::internal::CaptureStderr();
     { const TokenLibrary library; }
     EXPECT_EQ("OrselP11: no trace: " + deck.Folder() + "/no/such/folder: No such file or directory\n",
