@@ -18,11 +18,23 @@ using testing::IsEmpty;
 
 namespace {
 
-using TheSelectedCard = CardWindowTest<>;
-
 constexpr int ALL_COMMANDS[] = {ID_SIG_CHANGE_PIN, ID_SIG_PUK,  ID_SIG_SHOW_CERT, ID_SIG_TEST,
                                 ID_ENC_CHANGE_PIN, ID_ENC_PUK,  ID_ENC_SHOW,      ID_ENC_TEST,
                                 ID_PERS_CHANGE,    ID_PERS_PUK, ID_PERS_SHOW};
+
+class TheSelectedCard : public CardWindowTest<> {
+protected:
+    /// Each command says why it does nothing, and none asks the card.
+    void ExpectThatAllIsRefused() {
+        m_Deck.ClearTrace();
+        for (const int id : ALL_COMMANDS) {
+            m_Frame->SetStatus("", false);
+            Press(id);
+            EXPECT_EQ(Status(), REFUSAL) << id;
+        }
+        EXPECT_THAT(m_Deck.GetTrace(), IsEmpty());
+    }
+};
 
 } // namespace
 
@@ -158,24 +170,12 @@ TEST_F(TheSelectedCard, ThatHasGoneDoesNothingVisible) {
 TEST_F(TheSelectedCard, IsRefusedWhenNobodyHasPersonalisedIt) {
     m_Deck.Add("empty");
     Open();
-    m_Deck.ClearTrace();
-    for (const int id : ALL_COMMANDS) {
-        m_Frame->SetStatus("", false);
-        Press(id);
-        EXPECT_EQ(Status(), REFUSAL) << id;
-    }
-    EXPECT_THAT(m_Deck.GetTrace(), IsEmpty());
+    ExpectThatAllIsRefused();
 }
 
 TEST_F(TheSelectedCard, IsRefusedOnAnEmptyListToo) {
     Open();
-    m_Deck.ClearTrace();
-    for (const int id : ALL_COMMANDS) {
-        m_Frame->SetStatus("", false);
-        Press(id);
-        EXPECT_EQ(Status(), REFUSAL) << id;
-    }
-    EXPECT_THAT(m_Deck.GetTrace(), IsEmpty());
+    ExpectThatAllIsRefused();
 }
 
 TEST_F(TheSelectedCard, IsLeftAloneWhenTheSlotsCannotBeListed) {

@@ -6,13 +6,13 @@
 #include <ctime>
 #include <functional>
 #include <map>
-#include <memory>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "foundation/Conversion.h"
 #include "tests/support/CertificateBuilder.h"
+#include "tests/support/CommandOutput.h"
 #include "tests/support/ScopedVariable.h"
 #include "tests/support/TempDir.h"
 
@@ -73,15 +73,8 @@ public:
     explicit OpenSslCommand(const Bytes& der) { m_Dir.File("cert.der", std::string(der.begin(), der.end())); }
 
     std::string Run(const std::string& options) const {
-        const std::string command = "openssl x509 -inform DER -noout -in '" + m_Dir.Path("cert.der") + "' " +
-                                    options + " 2>/dev/null";
-        const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-        std::string output;
-        std::array<char, 4096> block;
-        while (const std::size_t count = std::fread(block.data(), 1, block.size(), pipe.get())) {
-            output.append(block.data(), count);
-        }
-        return output;
+        return OutputOf("openssl x509 -inform DER -noout -in '" + m_Dir.Path("cert.der") + "' " + options +
+                        " 2>/dev/null");
     }
 
     /// What the lines of the output have behind their first "=", by what they have before it.

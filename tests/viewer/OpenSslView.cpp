@@ -2,13 +2,12 @@
 #include "tests/viewer/OpenSslView.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <cstdio>
 #include <functional>
-#include <memory>
 #include <sstream>
 #include <stdexcept>
+
+#include "tests/support/CommandOutput.h"
 
 namespace {
 
@@ -343,16 +342,6 @@ void AddSignature(const std::string& command, const Text& text, Fields& fields) 
 }
 
 } // namespace
-
-std::string OutputOf(const std::string& command) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::string output;
-    std::array<char, 4096> block;
-    while (const std::size_t count = std::fread(block.data(), 1, block.size(), pipe.get())) {
-        output.append(block.data(), count);
-    }
-    return output;
-}
 
 Fields FieldsByOpenSsl(const std::string& derFile) {
     const std::string command = "openssl x509 -inform DER -noout -in '" + derFile + "' ";

@@ -13,7 +13,4 @@ using Fields = std::map<std::string, std::vector<std::string>>;
 /// Nothing of the project reads the certificate for it. Times are in UTC.
 Fields FieldsByOpenSsl(const std::string& derFile);
 
-/// Standard output of a shell command.
-std::string OutputOf(const std::string& command);
-
 #endif
