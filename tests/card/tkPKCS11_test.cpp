@@ -102,27 +102,26 @@ TEST(CardTypes, HaveTheNumbersThatOtherProgramsShare) {
                 ElementsAre(0, 1, 3, 4, 5, 6, 7, 8, 9));
 }
 
-TEST(CardTypes, HaveTheirFieldsInTheirOrder) {
-    static_assert(offsetof(SlotStruct, m_SlotId) == 0);
-    static_assert(offsetof(SlotStruct, m_SlotId) < offsetof(SlotStruct, m_Label));
-    static_assert(offsetof(SlotStruct, m_Label) < offsetof(SlotStruct, m_Serial));
+// The order of their fields is part of the interface.
+static_assert(offsetof(SlotStruct, m_SlotId) == 0);
+static_assert(offsetof(SlotStruct, m_SlotId) < offsetof(SlotStruct, m_Label));
+static_assert(offsetof(SlotStruct, m_Label) < offsetof(SlotStruct, m_Serial));
 
-    static_assert(offsetof(TokenInfoStruct, m_Label) == 0);
-    static_assert(offsetof(TokenInfoStruct, m_Label) < offsetof(TokenInfoStruct, m_ManufacturerId));
-    static_assert(offsetof(TokenInfoStruct, m_ManufacturerId) < offsetof(TokenInfoStruct, m_Model));
-    static_assert(offsetof(TokenInfoStruct, m_Model) < offsetof(TokenInfoStruct, m_Serial));
+static_assert(offsetof(TokenInfoStruct, m_Label) == 0);
+static_assert(offsetof(TokenInfoStruct, m_Label) < offsetof(TokenInfoStruct, m_ManufacturerId));
+static_assert(offsetof(TokenInfoStruct, m_ManufacturerId) < offsetof(TokenInfoStruct, m_Model));
+static_assert(offsetof(TokenInfoStruct, m_Model) < offsetof(TokenInfoStruct, m_Serial));
 
-    static_assert(offsetof(TokenInfoStruct2, m_Label) == 0);
-    static_assert(offsetof(TokenInfoStruct2, m_Label) < offsetof(TokenInfoStruct2, m_ManufacturerId));
-    static_assert(offsetof(TokenInfoStruct2, m_ManufacturerId) < offsetof(TokenInfoStruct2, m_Model));
-    static_assert(offsetof(TokenInfoStruct2, m_Model) < offsetof(TokenInfoStruct2, m_Serial));
-    static_assert(offsetof(TokenInfoStruct2, m_Serial) < offsetof(TokenInfoStruct2, m_EncKeyType));
-    static_assert(offsetof(TokenInfoStruct2, m_EncKeyType) < offsetof(TokenInfoStruct2, m_EncKeyBits));
-    static_assert(offsetof(TokenInfoStruct2, m_EncKeyBits) < offsetof(TokenInfoStruct2, m_SigKeyType));
-    static_assert(offsetof(TokenInfoStruct2, m_SigKeyType) < offsetof(TokenInfoStruct2, m_SigKeyBits));
-    static_assert(offsetof(TokenInfoStruct2, m_SigKeyBits) < offsetof(TokenInfoStruct2, m_TokenType));
-    static_assert(offsetof(TokenInfoStruct2, m_TokenType) < offsetof(TokenInfoStruct2, m_HasInfobox));
-}
+static_assert(offsetof(TokenInfoStruct2, m_Label) == 0);
+static_assert(offsetof(TokenInfoStruct2, m_Label) < offsetof(TokenInfoStruct2, m_ManufacturerId));
+static_assert(offsetof(TokenInfoStruct2, m_ManufacturerId) < offsetof(TokenInfoStruct2, m_Model));
+static_assert(offsetof(TokenInfoStruct2, m_Model) < offsetof(TokenInfoStruct2, m_Serial));
+static_assert(offsetof(TokenInfoStruct2, m_Serial) < offsetof(TokenInfoStruct2, m_EncKeyType));
+static_assert(offsetof(TokenInfoStruct2, m_EncKeyType) < offsetof(TokenInfoStruct2, m_EncKeyBits));
+static_assert(offsetof(TokenInfoStruct2, m_EncKeyBits) < offsetof(TokenInfoStruct2, m_SigKeyType));
+static_assert(offsetof(TokenInfoStruct2, m_SigKeyType) < offsetof(TokenInfoStruct2, m_SigKeyBits));
+static_assert(offsetof(TokenInfoStruct2, m_SigKeyBits) < offsetof(TokenInfoStruct2, m_TokenType));
+static_assert(offsetof(TokenInfoStruct2, m_TokenType) < offsetof(TokenInfoStruct2, m_HasInfobox));
 
 TEST(CardTypes, AFreshTokenRecordStandsForAnUnknownCard) {
     EXPECT_EQ(TokenInfoStruct2().m_TokenType, 8);

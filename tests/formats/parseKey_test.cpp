@@ -85,17 +85,16 @@ static_assert(sizeof(PublicKeyData::m_Exponent) == 256);
 static_assert(sizeof(PublicKeyData::m_X) == 256);
 static_assert(sizeof(PublicKeyData::m_Y) == 256);
 
-TEST(ParseKey, GivesARecordWhoseFieldsStandInTheirOrder) {
-    static_assert(offsetof(PublicKeyData, m_KeyType) == 0);
-    static_assert(offsetof(PublicKeyData, m_KeyType) < offsetof(PublicKeyData, m_Modulus));
-    static_assert(offsetof(PublicKeyData, m_Modulus) < offsetof(PublicKeyData, m_ModulusLength));
-    static_assert(offsetof(PublicKeyData, m_ModulusLength) < offsetof(PublicKeyData, m_Exponent));
-    static_assert(offsetof(PublicKeyData, m_Exponent) < offsetof(PublicKeyData, m_ExponentLength));
-    static_assert(offsetof(PublicKeyData, m_ExponentLength) < offsetof(PublicKeyData, m_CoordinateLength));
-    static_assert(offsetof(PublicKeyData, m_CoordinateLength) < offsetof(PublicKeyData, m_X));
-    static_assert(offsetof(PublicKeyData, m_X) < offsetof(PublicKeyData, m_Y));
-    static_assert(offsetof(PublicKeyData, m_Y) < offsetof(PublicKeyData, m_CurveOid));
-}
+// The order of its fields is part of the interface.
+static_assert(offsetof(PublicKeyData, m_KeyType) == 0);
+static_assert(offsetof(PublicKeyData, m_KeyType) < offsetof(PublicKeyData, m_Modulus));
+static_assert(offsetof(PublicKeyData, m_Modulus) < offsetof(PublicKeyData, m_ModulusLength));
+static_assert(offsetof(PublicKeyData, m_ModulusLength) < offsetof(PublicKeyData, m_Exponent));
+static_assert(offsetof(PublicKeyData, m_Exponent) < offsetof(PublicKeyData, m_ExponentLength));
+static_assert(offsetof(PublicKeyData, m_ExponentLength) < offsetof(PublicKeyData, m_CoordinateLength));
+static_assert(offsetof(PublicKeyData, m_CoordinateLength) < offsetof(PublicKeyData, m_X));
+static_assert(offsetof(PublicKeyData, m_X) < offsetof(PublicKeyData, m_Y));
+static_assert(offsetof(PublicKeyData, m_Y) < offsetof(PublicKeyData, m_CurveOid));
 
 TEST(ParseKey, TakesASequenceForAnRsaKeyAndAllElseForAPoint) {
     EXPECT_EQ(Velmor::KEY_RSA, ParseKey(RsaKey({0x11}, {0x03}), 0).m_KeyType);

@@ -25,11 +25,10 @@ ByteArray Array(const Bytes& bytes) {
 
 } // namespace
 
-TEST(ByteArray, IsAPublicVectorWithoutAVirtualOperationOrAFurtherField) {
-    static_assert(std::is_convertible_v<ByteArray*, Bytes*>);
-    static_assert(!std::is_polymorphic_v<ByteArray>);
-    static_assert(sizeof(ByteArray) == sizeof(Bytes));
-}
+// A public vector without a virtual operation or a further field.
+static_assert(std::is_convertible_v<ByteArray*, Bytes*>);
+static_assert(!std::is_polymorphic_v<ByteArray>);
+static_assert(sizeof(ByteArray) == sizeof(Bytes));
 
 TEST(ByteArray, TheFlagsAre16BitNumbers) {
     static_assert(std::is_same_v<std::remove_cv_t<decltype(ByteArray::UPPERCASE)>, unsigned short>);

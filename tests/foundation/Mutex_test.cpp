@@ -7,10 +7,9 @@
 
 using Velmor::Mutex;
 
-TEST(Mutex, HasOneFieldThatIsAPointer) {
-    static_assert(sizeof(Mutex) == sizeof(void*));
-    static_assert(!std::is_copy_constructible_v<Mutex>);
-}
+// One field, a pointer.
+static_assert(sizeof(Mutex) == sizeof(void*));
+static_assert(!std::is_copy_constructible_v<Mutex>);
 
 TEST(Mutex, LocksAndUnlocks) {
     Mutex mutex;
