@@ -20,10 +20,10 @@ struct TypeRow {
     std::string m_LineEnd;
 };
 
-/// In block after block of three bytes; lines are split by counting columns. 0 is no line length.
+/// Lines are split by counting columns; a length of 0 makes one line.
 std::string EncodedByTheRule(const TypeRow& row, int lineLength, const std::vector<unsigned char>& data);
 
-/// Character by character.
+/// Empty for text that a strict type refuses.
 std::vector<unsigned char> DecodedByTheRule(const TypeRow& row, const std::string& text);
 
 #endif
