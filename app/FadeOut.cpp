@@ -9,13 +9,15 @@ void FadeOut::Init(wxColour from, wxColour to, wxImage image, int steps) {
     m_image = image;
     m_steps = steps;
     m_step = 0;
-    if (m_image.IsOk() && !m_image.HasAlpha())
+    if (m_image.IsOk() && !m_image.HasAlpha()) {
         m_image.InitAlpha();
+    }
 }
 
 void FadeOut::NextStep() {
-    if (m_step < m_steps)
+    if (m_step < m_steps) {
         ++m_step;
+    }
 }
 
 bool FadeOut::Finished() const {
@@ -39,18 +41,21 @@ wxColour FadeOut::GetColour() {
 }
 
 wxImage FadeOut::GetImage() {
-    if (!m_image.IsOk())
+    if (!m_image.IsOk()) {
         return m_image;
+    }
     const float opacity = 1.0F - GetModifier();
     const auto visible = static_cast<unsigned char>(static_cast<unsigned int>(opacity * 255.0F));
     const size_t pixels = static_cast<size_t>(m_image.GetWidth()) * static_cast<size_t>(m_image.GetHeight());
     // wxImage frees the plane that it takes over.
     auto* alpha = static_cast<unsigned char*>(std::malloc(pixels));
-    if (alpha == nullptr)
+    if (alpha == nullptr) {
         return m_image;
+    }
     const unsigned char* original = m_image.GetAlpha();
-    for (size_t i = 0; i < pixels; ++i)
+    for (size_t i = 0; i < pixels; ++i) {
         alpha[i] = original[i] == 0 ? 0 : visible;
+    }
     wxImage result = m_image.Copy();
     result.SetAlpha(alpha);
     return result;

@@ -12,8 +12,9 @@ static const wxString CATALOG_NAME = "OrselClient";
 wxString Translate(const char* word) {
     const wxString source(word, wxConvLibc);
     if (const wxTranslations* translations = wxTranslations::Get()) {
-        if (const wxString* translated = translations->GetTranslatedString(source))
+        if (const wxString* translated = translations->GetTranslatedString(source)) {
             return *translated;
+        }
     }
     return wxTranslations::GetUntranslatedString(source);
 }
@@ -21,8 +22,9 @@ wxString Translate(const char* word) {
 I18N* I18N::m_Handle = nullptr;
 
 I18N* I18N::GetHandle() {
-    if (m_Handle == nullptr)
+    if (m_Handle == nullptr) {
         m_Handle = new I18N;
+    }
     return m_Handle;
 }
 

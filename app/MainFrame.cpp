@@ -162,8 +162,9 @@ static wxStaticBoxSizer* ButtonColumn(wxStaticBox* box, std::initializer_list<wx
     constexpr int FLAGS[] = {wxALL, wxLEFT | wxRIGHT | wxBOTTOM, wxLEFT | wxRIGHT | wxTOP, wxALL};
     auto* column = new wxStaticBoxSizer(box, wxVERTICAL);
     const int* flags = FLAGS;
-    for (wxButton* button : buttons)
+    for (wxButton* button : buttons) {
         column->Add(button, 0, wxEXPAND | *flags++, 6);
+    }
     return column;
 }
 
@@ -209,8 +210,9 @@ wxString MainFrame::FullTitle(const std::string& version) {
     const wxString name = Translate("Kartenverwaltung");
     const wxString arch = Translate("x86");
     const wxString decoded = wxString::FromUTF8(version.c_str()); // empty for bytes that are no UTF-8
-    if (decoded.empty())
+    if (decoded.empty()) {
         return wxString::Format("%s (%s)", name, arch);
+    }
     return wxString::Format("%s (%s, %s)", name, decoded, arch);
 }
 
@@ -242,8 +244,9 @@ void MainFrame::MyEnable(bool enable) {
         }
         control->Enable(enable);
     }
-    if (!enable)
+    if (!enable) {
         return;
+    }
     wxListEvent event;
     evt_ItemSelected(event);
 }

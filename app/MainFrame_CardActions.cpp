@@ -40,8 +40,9 @@ void MainFrame::GetSelectedItem(std::string& cardNumber, TokenType& type) {
     long row = list_cards->GetNextItem(-1, wxLIST_NEXT_ALL, wxLIST_STATE_SELECTED);
     if (row == -1) {
         row = list_cards->GetNextItem(-1, wxLIST_NEXT_ALL, wxLIST_STATE_DONTCARE);
-        if (row == -1)
+        if (row == -1) {
             return;
+        }
         list_cards->SetItemState(row, wxLIST_STATE_SELECTED, wxLIST_STATE_SELECTED);
         wxYield();
     }
@@ -53,8 +54,9 @@ void MainFrame::evt_ItemSelected(wxListEvent& /*event*/) {
     std::string cardNumber;
     TokenType type = Velmor::TOKEN_ACOS_03;
     GetSelectedItem(cardNumber, type);
-    if (cardNumber.empty())
+    if (cardNumber.empty()) {
         return;
+    }
     if (type >= 0 && type < Velmor::TOKEN_TYPE_COUNT) {
         const bool hasIdentityLinkPin = Velmor::HasIdentityLinkPin(type);
         button_pers_change->Enable(hasIdentityLinkPin);
@@ -85,19 +87,22 @@ bool MainFrame::GetSlotIdxForSelectedCard(int& slotIndex, TokenType& type) {
     const auto slot = std::find_if(slots.begin(), slots.end(), [&number](const SlotStruct* candidate) {
         return candidate->m_Serial == number;
     });
-    if (slot != slots.end())
+    if (slot != slots.end()) {
         slotIndex = static_cast<int>(slot - slots.begin());
+    }
     return slotIndex >= 0;
 }
 
 bool MainFrame::OpenSessionForSelectedCard() {
     int slotIndex = -1;
     TokenType type = Velmor::TOKEN_ACOS_03;
-    if (!GetSlotIdxForSelectedCard(slotIndex, type))
+    if (!GetSlotIdxForSelectedCard(slotIndex, type)) {
         return false;
+    }
     const bool opened = m_p11->OpenSession(slotIndex, false);
-    if (!opened)
+    if (!opened) {
         OrselCardsLogger::GetHandle()->LogError("Error open pkcs#11 session");
+    }
     return opened;
 }
 
@@ -162,8 +167,9 @@ bool MainFrame::ShowCert(bool signature) {
     const bool shown = m_p11->LoadSigningCertificate(signature) &&
                        m_p11->GetSigningCertificate(buffer, size) &&
                        Velmor::WriteNewFile(path, buffer, size) && Velmor::ShowCertificate(path);
-    if (!shown)
+    if (!shown) {
         OrselCardsLogger::GetHandle()->LogError("error writing cert to file");
+    }
     return shown;
 }
 
@@ -176,8 +182,9 @@ void MainFrame::evt_enc_show(wxCommandEvent& /*event*/) {
 }
 
 void MainFrame::evt_ItemDoubleClick(wxListEvent& /*event*/) {
-    if (!ShowCert(false))
+    if (!ShowCert(false)) {
         ShowCert(true);
+    }
 }
 
 // --- Dialogs -----------------------------------------------------------------------------------------------
@@ -185,8 +192,9 @@ void MainFrame::evt_ItemDoubleClick(wxListEvent& /*event*/) {
 void MainFrame::TestSignature(const char* title, Velmor::ApplType appl) {
     int slotIndex = -1;
     TokenType type = Velmor::TOKEN_ACOS_03;
-    if (!GetSlotIdxForSelectedCard(slotIndex, type))
+    if (!GetSlotIdxForSelectedCard(slotIndex, type)) {
         return;
+    }
     TestDialog dialog(this, wxID_ANY, Translate(title), wxDefaultPosition, wxDefaultSize,
                       wxDEFAULT_DIALOG_STYLE);
     dialog.SetP11(m_p11, slotIndex, appl);
@@ -204,8 +212,9 @@ void MainFrame::evt_enc_test(wxCommandEvent& /*event*/) {
 void MainFrame::evt_pers_show(wxCommandEvent& /*event*/) {
     int slotIndex = -1;
     TokenType type = Velmor::TOKEN_ACOS_03;
-    if (!GetSlotIdxForSelectedCard(slotIndex, type))
+    if (!GetSlotIdxForSelectedCard(slotIndex, type)) {
         return;
+    }
     InfoboxBereich dialog(this, type);
     dialog.SetP11(m_p11, slotIndex);
     dialog.Centre(wxBOTH | wxCENTRE_ON_SCREEN);

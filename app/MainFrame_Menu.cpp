@@ -54,12 +54,14 @@ wxMenu* AppendCertificateMenu(wxMenu& menu, const char* label, int encId, int si
 void MainFrame::FillCardMenu(wxMenu& menu, Velmor::TokenType type) {
     const bool identityLink = Velmor::HasIdentityLinkPin(type);
     wxMenu* change = AppendCertificateMenu(menu, "PIN ändern", ID_POPUP_ENC_CHANGE, ID_POPUP_SIG_CHANGE);
-    if (identityLink)
+    if (identityLink) {
         change->Append(ID_POPUP_PERS_CHANGE, Translate("Personenbindung"));
+    }
     // The spelling stands as written.
     wxMenu* unblock = AppendCertificateMenu(menu, "PIN ensperren", ID_POPUP_ENC_PUK, ID_POPUP_SIG_PUK);
-    if (identityLink)
+    if (identityLink) {
         unblock->Append(ID_POPUP_PERS_PUK, Translate("Personenbindung"));
+    }
     menu.AppendSeparator();
     AppendCertificateMenu(menu, "Zertifikat anzeigen", ID_POPUP_ENC_SHOW, ID_POPUP_SIG_SHOW);
     menu.Append(ID_POPUP_INFOBOX, Translate("Infobox anzeigen"));
@@ -81,8 +83,9 @@ void MainFrame::evt_OnPopupClick(wxCommandEvent& event) {
     const int id = event.GetId();
     const auto command = std::find_if(std::begin(POPUP_COMMANDS), std::end(POPUP_COMMANDS),
                                       [id](const PopupCommand& candidate) { return candidate.id == id; });
-    if (command == std::end(POPUP_COMMANDS))
+    if (command == std::end(POPUP_COMMANDS)) {
         return;
+    }
     wxCommandEvent fresh;
     (this->*command->m_Handler)(fresh);
 }
@@ -92,8 +95,9 @@ void MainFrame::evt_ListKeyDown(wxListEvent& event) {
         std::string number;
         Velmor::TokenType type = Velmor::TOKEN_ACOS_03;
         GetSelectedItem(number, type);
-        if (number.empty())
+        if (number.empty()) {
             return;
+        }
         if (wxTheClipboard->Open()) {
             wxTheClipboard->SetData(new wxTextDataObject(wxString::FromUTF8(number.c_str())));
             wxTheClipboard->Close();

@@ -57,8 +57,9 @@ void MainFrame::evt_ThreadFinished(wxCommandEvent& /*event*/) {
         list_cards->SetItemPtrData(index, static_cast<wxUIntPtr>(row->tokenType));
     }
     const long top = list_cards->GetNextItem(-1, wxLIST_NEXT_ALL, wxLIST_STATE_DONTCARE);
-    if (top != -1)
+    if (top != -1) {
         list_cards->SetItemState(top, wxLIST_STATE_SELECTED, wxLIST_STATE_SELECTED);
+    }
     MyEnable(true);
     m_pleaseWait.Show(false);
     wxEndBusyCursor();

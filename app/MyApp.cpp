@@ -20,10 +20,11 @@ MyApp::MyApp() {
     Velmor::GenerateConfig();
     Velmor::GenerateFileSystem();
     long language = 0;
-    if (Velmor::Config::GetHandle()->GetInteger(Velmor::KEY_LANGUAGE, language))
+    if (Velmor::Config::GetHandle()->GetInteger(Velmor::KEY_LANGUAGE, language)) {
         I18N::GetHandle()->Initialize(language);
-    else
+    } else {
         I18N::GetHandle()->Initialize();
+    }
     OrselCardsLogger::GetHandle()->Enabled(false);
 }
 
@@ -35,8 +36,9 @@ MyApp::~MyApp() {
 }
 
 bool MyApp::OnInit() {
-    if (!wxApp::OnInit())
+    if (!wxApp::OnInit()) {
         return false;
+    }
     SetAppName("OrselClient");
     SetVendorName("Velmor GmbH");
     wxInitAllImageHandlers();
@@ -48,8 +50,9 @@ bool MyApp::OnInit() {
 /// toolkit's own messages about both stay off the screen.
 void MyApp::CreateInstanceChecker() {
     const wxLogNull silence;
-    if (!m_instanceChecker.Create(wxString::Format("OrselCards-%s", wxGetUserId())))
+    if (!m_instanceChecker.Create(wxString::Format("OrselCards-%s", wxGetUserId()))) {
         m_instanceChecker.CreateDefault();
+    }
 }
 
 int MyApp::OnRun() {

@@ -33,10 +33,11 @@ std::vector<std::shared_ptr<ListEntryData>> RefreshCardThread::GetList() {
 
 void* RefreshCardThread::Entry() {
     std::vector<SlotStruct*> slots;
-    if (m_p11->GetSlots(slots, true))
+    if (m_p11->GetSlots(slots, true)) {
         DoWork(slots);
-    else
+    } else {
         OrselCardsLogger::GetHandle()->LogError("Error pkcs#11 GetSlots");
+    }
     Velmor::SendEvent(m_parent, ID_THREAD_FINISHED);
     return nullptr;
 }

@@ -52,8 +52,9 @@ public:
     double LibraryMilliseconds() const {
         std::ifstream trace(TraceFile());
         double microseconds = 0;
-        for (std::string line; std::getline(trace, line);)
+        for (std::string line; std::getline(trace, line);) {
             microseconds += std::stod(line.substr(line.rfind(" us=") + 4));
+        }
         return microseconds / 1000;
     }
 
@@ -76,8 +77,9 @@ public:
     void WaitForTheList() {
         const wxStopWatch patience;
         while (!IsFilled()) {
-            if (patience.Time() > 60000)
+            if (patience.Time() > 60000) {
                 throw std::runtime_error("the list did not fill; is the simulated library found?");
+            }
             wxTheApp->Yield(true);
             wxMilliSleep(1);
         }

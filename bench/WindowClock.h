@@ -20,8 +20,9 @@
 class Desktop {
 public:
     Desktop() : m_display(XOpenDisplay(nullptr)) {
-        if (m_display == nullptr)
+        if (m_display == nullptr) {
             throw std::runtime_error("no display; run it under scripts/with-display");
+        }
         m_clients = XInternAtom(m_display, "_NET_CLIENT_LIST", False);
         m_pid = XInternAtom(m_display, "_NET_WM_PID", False);
         XSelectInput(m_display, DefaultRootWindow(m_display), PropertyChangeMask);
@@ -35,8 +36,9 @@ public:
     void WaitForWindowOf(pid_t process) {
         const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (!HasWindowOf(process)) {
-            if (std::chrono::steady_clock::now() > patience)
+            if (std::chrono::steady_clock::now() > patience) {
                 throw std::runtime_error("no window within 20 seconds");
+            }
             WaitForAChange();
         }
     }
@@ -44,8 +46,9 @@ public:
 private:
     void WaitForAChange() {
         pollfd connection = {ConnectionNumber(m_display), POLLIN, 0};
-        if (XPending(m_display) == 0)
+        if (XPending(m_display) == 0) {
             poll(&connection, 1, 1000);
+        }
         while (XPending(m_display) > 0) {
             XEvent event;
             XNextEvent(m_display, &event);
@@ -54,8 +57,9 @@ private:
     bool HasWindowOf(pid_t process) {
         for (const unsigned long window : Numbers(DefaultRootWindow(m_display), m_clients, XA_WINDOW)) {
             const auto owner = Numbers(window, m_pid, XA_CARDINAL);
-            if (!owner.empty() && static_cast<pid_t>(owner.front()) == process)
+            if (!owner.empty() && static_cast<pid_t>(owner.front()) == process) {
                 return true;
+            }
         }
         return false;
     }
@@ -85,8 +89,9 @@ private:
 class Process {
 public:
     Process(const char* program, const std::string& argument) : m_pid(fork()) {
-        if (m_pid < 0)
+        if (m_pid < 0) {
             throw std::runtime_error(std::strerror(errno));
+        }
         if (m_pid == 0) {
             const char* first = argument.empty() ? nullptr : argument.c_str();
             execl(program, program, first, static_cast<char*>(nullptr));

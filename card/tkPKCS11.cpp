@@ -48,8 +48,9 @@ constexpr TokenRule TOKEN_RULES[] = {
 
 void ClassifyToken(TokenInfoStruct2& info) {
     for (const TokenRule& rule : TOKEN_RULES) {
-        if (!StartsWith(info.m_Model, rule.m_Model) || !StartsWith(info.m_Label, rule.label))
+        if (!StartsWith(info.m_Model, rule.m_Model) || !StartsWith(info.m_Label, rule.label)) {
             continue;
+        }
         info.m_EncKeyType = rule.m_EncKeyType;
         info.m_EncKeyBits = rule.m_EncKeyBits;
         info.m_SigKeyType = rule.m_SigKeyType;
@@ -95,8 +96,9 @@ bool tkPKCS11::GetSlots(std::vector<SlotStruct*>& slots, bool withEmptyCards) {
         return false;
     }
     count = std::min(count, offered); // behind these nothing has been written
-    for (CK_ULONG i = 0; i < count; ++i)
+    for (CK_ULONG i = 0; i < count; ++i) {
         AppendSlot(ids[i], withEmptyCards);
+    }
     slots = m_Slots;
     return true;
 }
@@ -114,21 +116,24 @@ void tkPKCS11::AppendSlot(CK_SLOT_ID slotId, bool withEmptyCards) {
         LogError("PKCS11 Proc_C_GetTokenInfo ERROR (continue)", rv); // the token call's text stands for both
         return;
     }
-    if ((slot.flags & CKF_REMOVABLE_DEVICE) == 0)
+    if ((slot.flags & CKF_REMOVABLE_DEVICE) == 0) {
         return;
+    }
 
     const std::string label = UntilZero(token.label);
     const std::string serial = UntilZero(token.serialNumber);
     LogMessage("token label: ", label);
     LogMessage("token serial: ", serial);
-    if (!withEmptyCards && StartsWith(serial, EMPTY_SERIAL))
+    if (!withEmptyCards && StartsWith(serial, EMPTY_SERIAL)) {
         return;
+    }
     m_Slots.push_back(new SlotStruct{slotId, label, serial});
 }
 
 void tkPKCS11::DeleteSlots() {
-    for (SlotStruct* slot : m_Slots)
+    for (SlotStruct* slot : m_Slots) {
         delete slot;
+    }
     m_Slots.clear();
 }
 
@@ -139,16 +144,18 @@ bool tkPKCS11::GetTokenInfo(unsigned long index, TokenInfoStruct& info) {
         LogError("PKCS11 Proc_C_GetSlotList(1) ERROR", rv);
         return false;
     }
-    if (count <= index || count > MAX_PLAUSIBLE_TOKENS)
+    if (count <= index || count > MAX_PLAUSIBLE_TOKENS) {
         return false;
+    }
     std::vector<CK_SLOT_ID> ids(count);
     rv = CallP11(Proc_C_GetSlotList, CK_TRUE, ids.data(), &count);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_GetSlotList(2) ERROR", rv);
         return false;
     }
-    if (count <= index) // a card went between the two calls
+    if (count <= index) { // a card went between the two calls
         return false;
+    }
     CK_TOKEN_INFO token = {};
     rv = CallP11(Proc_C_GetTokenInfo, ids[index], &token);
     if (rv != CKR_OK) {
@@ -164,8 +171,9 @@ bool tkPKCS11::GetTokenInfo(unsigned long index, TokenInfoStruct& info) {
 
 bool tkPKCS11::GetTokenInfo(unsigned long index, TokenInfoStruct2& info) {
     TokenInfoStruct token;
-    if (!GetTokenInfo(index, token))
+    if (!GetTokenInfo(index, token)) {
         return false;
+    }
     info.m_Label = token.m_Label;
     info.m_ManufacturerId = token.m_ManufacturerId;
     info.m_Model = token.m_Model;
@@ -187,8 +195,9 @@ bool tkPKCS11::OpenSessionWithVectorIndex(int index, bool /*readWrite*/) {
         LogError("PKCS11 slotListIndex out of range");
         return false;
     }
-    if (!OpenSessionOnSlot(m_Slots[static_cast<size_t>(index)]->m_SlotId, false))
+    if (!OpenSessionOnSlot(m_Slots[static_cast<size_t>(index)]->m_SlotId, false)) {
         return false;
+    }
     m_SlotIndex = index;
     return true;
 }
@@ -211,8 +220,9 @@ bool tkPKCS11::OpenSessionOnSlot(CK_SLOT_ID slotId, bool readWrite) {
         return false;
     }
     for (size_t i = 0; i < m_Slots.size(); ++i) {
-        if (m_Slots[i]->m_SlotId == slotId)
+        if (m_Slots[i]->m_SlotId == slotId) {
             m_SlotIndex = static_cast<int>(i);
+        }
     }
     return true;
 }

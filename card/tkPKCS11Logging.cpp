@@ -18,8 +18,9 @@ void SetMessageLoggingFunc(LoggingFunc fn) {
 }
 
 void LogMessage(std::string msg) {
-    if (pt2LogMessage != nullptr)
+    if (pt2LogMessage != nullptr) {
         pt2LogMessage(msg.c_str());
+    }
 }
 
 void LogMessage(std::string msg, std::string value) {
@@ -27,8 +28,9 @@ void LogMessage(std::string msg, std::string value) {
 }
 
 void LogError(std::string msg) {
-    if (pt2LogError != nullptr)
+    if (pt2LogError != nullptr) {
         pt2LogError(msg.c_str());
+    }
 }
 
 void LogError(std::string msg, std::string value) {

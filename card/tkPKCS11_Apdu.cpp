@@ -109,10 +109,12 @@ bool tkPKCS11::GetCinCsn(std::string& cin) {
     ReadATR(true);
     LoadCardType();
     std::vector<unsigned char> content;
-    if (!ReadCardFile(IsCardOS() ? SELECT_ROOT : SELECT_DF_DEC, SELECT_EF_DEC, content))
+    if (!ReadCardFile(IsCardOS() ? SELECT_ROOT : SELECT_DF_DEC, SELECT_EF_DEC, content)) {
         return false;
-    if (content.size() < CIN_SIZE + STATUS_WORD_SIZE)
+    }
+    if (content.size() < CIN_SIZE + STATUS_WORD_SIZE) {
         return false;
+    }
     content.resize(CIN_SIZE);
     return BinData2HexStr(content, cin) > 0;
 }
@@ -120,39 +122,45 @@ bool tkPKCS11::GetCinCsn(std::string& cin) {
 bool tkPKCS11::GetChipId(std::vector<unsigned char>& id) {
     id.clear();
     LogMessage("GetChipId");
-    if (!RequireSession())
+    if (!RequireSession()) {
         return false;
+    }
     std::vector<unsigned char> response;
     size_t size = 0;
     if (IsAcos()) {
         size = ACOS_CHIP_ID_SIZE;
-        if (!SendAPDU(ACOS_CHIP_ID, response))
+        if (!SendAPDU(ACOS_CHIP_ID, response)) {
             return false;
+        }
     } else if (IsCardOS()) {
         size = CARDOS_CHIP_ID_SIZE;
-        if (!ReadCardFile(SELECT_ROOT, SELECT_EF_GDO, response))
+        if (!ReadCardFile(SELECT_ROOT, SELECT_EF_GDO, response)) {
             return false;
+        }
     } else {
         return false; // e-cards have none
     }
-    if (response.size() < size)
+    if (response.size() < size) {
         return false;
+    }
     id.assign(response.begin(), response.begin() + static_cast<std::ptrdiff_t>(size));
     return true;
 }
 
 bool tkPKCS11::GetChipId(std::string& id) {
     std::vector<unsigned char> binary;
-    if (!GetChipId(binary))
+    if (!GetChipId(binary)) {
         return false;
+    }
     BinData2HexStr(binary, id);
     return true;
 }
 
 bool tkPKCS11::OpenSessionWithChipId(std::string chipId, bool closeFirst) {
     LogMessage("PKCS11 OpenSessionWithChipId");
-    if (closeFirst)
+    if (closeFirst) {
         CloseSession();
+    }
     std::vector<SlotStruct*> slots;
     if (!GetSlots(slots)) {
         LogError("error loading slots");
@@ -160,8 +168,9 @@ bool tkPKCS11::OpenSessionWithChipId(std::string chipId, bool closeFirst) {
     }
     for (int index = 0; index < static_cast<int>(slots.size()); ++index) {
         SessionGuard session(this, OpenSession(index, closeFirst));
-        if (!session.IsOpen())
+        if (!session.IsOpen()) {
             continue;
+        }
         std::string id;
         GetChipId(id);
         if (id == chipId) {
@@ -175,16 +184,18 @@ bool tkPKCS11::OpenSessionWithChipId(std::string chipId, bool closeFirst) {
 }
 
 static bool SerialMatchesCin(const std::string& serial, const std::string& cin) {
-    if (cin.size() > SHORT_CIN_SIZE)
+    if (cin.size() > SHORT_CIN_SIZE) {
         return serial == cin;
+    }
     return cin.size() == SHORT_CIN_SIZE && StartsWith(serial, cin);
 }
 
 int tkPKCS11::findSlotForCin(const std::string& cin) {
     init();
     std::vector<SlotStruct*> slots;
-    if (!GetSlots(slots))
+    if (!GetSlots(slots)) {
         return -1;
+    }
     const auto slot = std::find_if(slots.begin(), slots.end(), [&cin](const SlotStruct* candidate) {
         return candidate != nullptr && SerialMatchesCin(candidate->m_Serial, cin);
     });
@@ -193,8 +204,9 @@ int tkPKCS11::findSlotForCin(const std::string& cin) {
 
 bool tkPKCS11::OpenGlobalSession(const std::string& cin) {
     const int index = findSlotForCin(cin);
-    if (index < 0 || static_cast<size_t>(index) >= m_Slots.size())
+    if (index < 0 || static_cast<size_t>(index) >= m_Slots.size()) {
         return false;
+    }
     return OpenSession(index, true);
 }
 

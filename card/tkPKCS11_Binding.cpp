@@ -127,11 +127,13 @@ bool tkPKCS11::init() {
 }
 
 bool tkPKCS11::Init() {
-    if (m_bInitialized)
+    if (m_bInitialized) {
         return true;
+    }
     LogMessage("PKCS11 INIT");
-    if (!LoadLibraryFile())
+    if (!LoadLibraryFile()) {
         return false;
+    }
     ResolveEntryPoints();
 
     CK_RV rv = CallP11(Proc_C_Initialize, nullptr);
@@ -156,8 +158,9 @@ bool tkPKCS11::LoadLibraryFile() {
     LogMessage("PKCS11 LoadLibrary");
     void* const held = m_hLibrary;
     m_hLibrary = tk_dlopen(TOKEN_LIBRARY);
-    if (held != nullptr)
+    if (held != nullptr) {
         tk_dlclose(held); // a failed Init has left it: the loader counts, and Destroy closes once
+    }
     if (m_hLibrary == nullptr) {
         const char* reason = tk_dlerror();
         std::fprintf(stderr, "%s\n", reason != nullptr ? reason : TOKEN_LIBRARY);
@@ -195,8 +198,9 @@ bool tkPKCS11::destroy() {
 
 bool tkPKCS11::Destroy() {
     LogMessage("PKCS11 Destroy");
-    if (m_hLibrary == nullptr)
+    if (m_hLibrary == nullptr) {
         return true;
+    }
     CallP11(Proc_C_Finalize, nullptr);
     tk_dlclose(m_hLibrary);
     m_hLibrary = nullptr;

@@ -43,10 +43,12 @@ bool FindIdentityLink(CK_SESSION_HANDLE session, unsigned long& handle) {
     texts.init = nullptr;
     ObjectTemplate wanted = IdentityLink();
     unsigned long count = 0;
-    if (!SearchObjects(session, wanted.Attributes(), wanted.Count(), &handle, 1, &count, texts))
+    if (!SearchObjects(session, wanted.Attributes(), wanted.Count(), &handle, 1, &count, texts)) {
         return false;
-    if (count == 0)
+    }
+    if (count == 0) {
         LogError("PKCS11 Anzahl Objekte <1");
+    }
     return count != 0;
 }
 
@@ -55,14 +57,17 @@ bool FindIdentityLink(CK_SESSION_HANDLE session, unsigned long& handle) {
 /// Reads a property straight into the caller's buffer. Without a buffer, or with one of no capacity, this
 /// asks for the length.
 bool tkPKCS11::ReadProperty(const char* name, const char* failure, unsigned char* out, unsigned long& len) {
-    if (Proc_C_CardAttribute == nullptr)
+    if (Proc_C_CardAttribute == nullptr) {
         return false;
+    }
     const unsigned long capacity = len;
     CK_RV rv = Proc_C_CardAttribute(m_hSession, name, out, &len);
-    if (out != nullptr && capacity != 0)
+    if (out != nullptr && capacity != 0) {
         rv = CheckedLength(rv, len, capacity);
-    if (rv != CKR_OK)
+    }
+    if (rv != CKR_OK) {
         LogError(failure, rv);
+    }
     return rv == CKR_OK;
 }
 
@@ -77,8 +82,9 @@ bool tkPKCS11::ReadGrunddaten(unsigned char* out, unsigned long& len) {
 bool tkPKCS11::ReadPers(Personenbindung* pers) {
     LogMessage("ReadPers");
     unsigned long handle = 0;
-    if (!RequireSession() || !FindIdentityLink(m_hSession, handle))
+    if (!RequireSession() || !FindIdentityLink(m_hSession, handle)) {
         return false;
+    }
     ObjectValue value;
     const CK_RV rv = ReadAttributes(m_hSession, handle, {Wanted(CKA_VALUE, value)});
     if (rv != CKR_OK) {
@@ -110,8 +116,9 @@ bool tkPKCS11::UpdatePersonenbindung(const std::string& cin, const std::vector<u
         return false;
     }
     const SessionGuard session(this, OpenSession(index, true));
-    if (!session.IsOpen())
+    if (!session.IsOpen()) {
         return Refuse(error, "Fehler beim öffnen der Kartensession");
+    }
     return UpdateIdentityLinkInSession(data, error);
 }
 
@@ -119,10 +126,12 @@ bool tkPKCS11::UpdatePersonenbindung(const std::string& cin, const std::vector<u
 bool tkPKCS11::UpdateIdentityLinkInSession(const std::vector<unsigned char>& data, std::string& error) {
     ObjectTemplate wanted = IdentityLink();
     FoundObjects found;
-    if (!Search(wanted, found))
+    if (!Search(wanted, found)) {
         return LogOut(Refuse(error, "PKCS11 FindObjects"));
-    if (found.empty())
+    }
+    if (found.empty()) {
         return LogOut(Refuse(error, "Das Objekt 'PERSONENBINDUNG' wurde nicht gefunden."));
+    }
     unsigned char noPin[] = ""; // the library asks for the PIN itself
     CK_RV rv = CallP11(Proc_C_Login, m_hSession, CKU_USER, noPin, 0);
     if (rv != CKR_OK) {
@@ -150,31 +159,38 @@ bool tkPKCS11::LogOut(bool result) {
 bool tkPKCS11::UpdateCertificate(const std::string& cin, const std::vector<unsigned char>& cert, bool sigCert,
                                  std::string& error) {
     const int index = findSlotForCin(cin);
-    if (index < 0)
+    if (index < 0) {
         return Refuse(error, "Keine Smartcard gefunden für CIN=" + cin);
+    }
     const SessionGuard session(this, OpenSession(index, false));
-    if (!session.IsOpen())
+    if (!session.IsOpen()) {
         return true; // counts as success: the log line of the open alone tells of it
+    }
     return LogOut(updateCertInSession(cert, sigCert, error));
 }
 
 bool tkPKCS11::updateCertInSession(const std::vector<unsigned char>& cert, bool sigCert, std::string& error) {
     slCertificate renewed;
-    if (!renewed.LoadFromBuffer(cert))
+    if (!renewed.LoadFromBuffer(cert)) {
         return Refuse(error, "Zertifikat konnte nicht gelesen werden");
-    if (!LoadSigningCertificate(sigCert))
+    }
+    if (!LoadSigningCertificate(sigCert)) {
         return Refuse(error, "Zertifikat auf der Karte nicht gefunden");
+    }
     slCertificate present;
-    if (!present.LoadFromBuffer(m_SigningCert))
+    if (!present.LoadFromBuffer(m_SigningCert)) {
         return Refuse(error, "Zertifikat auf der Karte nicht lesbar");
-    if (renewed.GetPubKeyHashHex() != present.GetPubKeyHashHex())
+    }
+    if (renewed.GetPubKeyHashHex() != present.GetPubKeyHashHex()) {
         return Refuse(error, "Public Key Hashwerte stimmen nicht überein");
+    }
 
     std::vector<unsigned char> value = cert;
     CK_ATTRIBUTE attribute = {CKA_VALUE, value.data(), value.size()};
     const CK_RV rv = WriteAttributes(m_hSession, getSigningCertificateHandle(sigCert), &attribute, 1);
-    if (rv == CKR_OK)
+    if (rv == CKR_OK) {
         return true;
+    }
     std::ostringstream text;
     text.imbue(std::locale::classic()); // no grouping of digits, whatever the process asks for
     text << "Fehler beim Modifizieren des Kartenobjektes. Code = 0x" << std::hex << rv;

@@ -66,8 +66,9 @@ Walk WalkCertificates(CK_SESSION_HANDLE session, const FoundObjects& found, Read
 } // namespace
 
 bool tkPKCS11::LoadSigningCertificate(bool sigCert) {
-    if (!RequireSession())
+    if (!RequireSession()) {
         return false;
+    }
     const std::string wantedLabel = LabelsOf(sigCert).m_Certificate;
     ObjectTemplate wanted(CKO_CERTIFICATE, CKA_LABEL, wantedLabel);
     FoundObjects found;
@@ -78,11 +79,13 @@ bool tkPKCS11::LoadSigningCertificate(bool sigCert) {
     LogMessage("Objects Found Final Fertig");
     for (const unsigned long handle : found) {
         CertificateObject object;
-        if (ReadLabelAndValue(m_hSession, handle, object) != CKR_OK)
+        if (ReadLabelAndValue(m_hSession, handle, object) != CKR_OK) {
             continue;
+        }
         LogMessage("Label:", object.label.text());
-        if (!object.label.Contains(wantedLabel))
+        if (!object.label.Contains(wantedLabel)) {
             continue;
+        }
         LogMessage("PKCS11 Key Found");
         m_SigningCert = object.value.data();
         return TakeCertificateApart();
@@ -95,8 +98,9 @@ bool tkPKCS11::LoadSigningCertificate(bool sigCert) {
 /// are.
 bool tkPKCS11::TakeCertificateApart() {
     slCertificate certificate;
-    if (!certificate.LoadFromBuffer(m_SigningCert))
+    if (!certificate.LoadFromBuffer(m_SigningCert)) {
         return false;
+    }
     certificate.GetThumbprint(m_Fingerprint, HASH_SHA1);
     m_SerialNumber = certificate.GetSerialNumber();
     m_Issuer = certificate.GetIssuerWithFormat(XN_FLAG_RFC2253);
@@ -110,21 +114,24 @@ bool tkPKCS11::TakeCertificateApart() {
 
 unsigned long tkPKCS11::getSigningCertificateHandle(bool sigCert) {
     FoundObjects found;
-    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects ERROR"))
+    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects ERROR")) {
         return 0;
+    }
     const std::string wantedLabel = LabelsOf(sigCert).m_Certificate;
     for (const unsigned long handle : found) {
         ObjectText label;
         if (ReadAttributes(m_hSession, handle, {Wanted(CKA_LABEL, label)}) == CKR_OK &&
-            label.Contains(wantedLabel))
+            label.Contains(wantedLabel)) {
             return handle;
+        }
     }
     return 0;
 }
 
 bool tkPKCS11::GetSigningCertificate(unsigned char* out, unsigned long& len) const {
-    if (out != nullptr)
+    if (out != nullptr) {
         std::copy(m_SigningCert.begin(), m_SigningCert.end(), out);
+    }
     len = m_SigningCert.size();
     return true;
 }
@@ -158,26 +165,31 @@ bool tkPKCS11::GetCertificate(unsigned long slot, bool sigCert, slCertificate& c
 
 bool tkPKCS11::LoadAllCerts() {
     ClearCertVector();
-    if (!init())
+    if (!init()) {
         return false;
+    }
     std::vector<SlotStruct*> slots;
-    if (!GetSlots(slots) || slots.empty())
+    if (!GetSlots(slots) || slots.empty()) {
         return false;
+    }
     bool loaded = true;
     for (int index = 0; index < std::min(static_cast<int>(slots.size()), MAX_CARDS); ++index) {
         const SessionGuard session(this, OpenSession(index, false));
-        if (session.IsOpen()) // one that does not open is no failure
+        if (session.IsOpen()) { // one that does not open is no failure
             loaded = loadAllCertsInSession() && loaded;
+        }
     }
     return loaded;
 }
 
 bool tkPKCS11::loadAllCertsInSession() {
-    if (m_hSession == 0)
+    if (m_hSession == 0) {
         return false;
+    }
     FoundObjects found;
-    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects"))
+    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects")) {
         return false;
+    }
     const Walk walk =
         WalkCertificates(m_hSession, found, ReadLabelAndValue, [this](const CertificateObject& object) {
             auto certificate = std::make_unique<slCertificate>();
@@ -186,36 +198,42 @@ bool tkPKCS11::loadAllCertsInSession() {
             static_cast<void>(certificate.release());
             return false;
         });
-    if (walk == Walk::TOO_LONG)
+    if (walk == Walk::TOO_LONG) {
         LogError("buffer to short", CKR_OK);
+    }
     return walk != Walk::TOO_LONG;
 }
 
 bool tkPKCS11::findCertAndKey(const std::wstring& thumbprint, slCertificate& cert, std::string& label) {
-    if (m_hSession == 0)
+    if (m_hSession == 0) {
         return false;
+    }
     FoundObjects found;
-    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects"))
+    if (!SearchClass(CKO_CERTIFICATE, found, "PKCS11 FindObjects")) {
         return false;
+    }
     std::string id;
     const Walk walk =
         WalkCertificates(m_hSession, found, ReadLabelValueAndId, [&](const CertificateObject& object) {
             slCertificate candidate;
             candidate.LoadFromBuffer(object.value.data());
-            if (candidate.GetThumbprint() != thumbprint)
+            if (candidate.GetThumbprint() != thumbprint) {
                 return false;
+            }
             cert = candidate;
             id = object.id.text();
             return true;
         });
-    if (walk == Walk::TOO_LONG)
+    if (walk == Walk::TOO_LONG) {
         LogError("buffer to short"); // without the code that the other walk reports
+    }
     return walk == Walk::STOPPED && findPrivateKeyFromID(id, label);
 }
 
 void tkPKCS11::ClearCertVector() {
-    for (slCertificate* certificate : m_CertVector)
+    for (slCertificate* certificate : m_CertVector) {
         delete certificate;
+    }
     m_CertVector.clear();
 }
 

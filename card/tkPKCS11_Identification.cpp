@@ -44,16 +44,19 @@ CK_RV tkPKCS11::ReadCardAttribute(const char* name, std::vector<unsigned char>& 
     unsigned long length = value.size();
     CK_RV rv = Proc_C_CardAttribute(m_hSession, name, value.data(), &length);
     rv = CheckedLength(rv, length, value.size());
-    if (rv == CKR_OK)
+    if (rv == CKR_OK) {
         value.resize(length);
+    }
     return rv;
 }
 
 std::string tkPKCS11::ReadATR(bool force) {
-    if (Proc_C_CardAttribute == nullptr)
+    if (Proc_C_CardAttribute == nullptr) {
         return "";
-    if (!m_Atr.empty() && !force)
+    }
+    if (!m_Atr.empty() && !force) {
         return m_Atr;
+    }
     m_Atr.clear();
     std::vector<unsigned char> atr(ATR_CAPACITY);
     const CK_RV rv = ReadCardAttribute("ATR", atr);
@@ -67,8 +70,9 @@ std::string tkPKCS11::ReadATR(bool force) {
 
 void tkPKCS11::SetAtr(unsigned char* atr, unsigned long len) {
     m_Atr.clear();
-    if (len > 0)
+    if (len > 0) {
         BinData2HexStr(std::vector<unsigned char>(atr, atr + len), m_Atr);
+    }
 }
 
 bool tkPKCS11::AtrCmp(std::string atr, std::string prefix) {
@@ -76,8 +80,9 @@ bool tkPKCS11::AtrCmp(std::string atr, std::string prefix) {
 }
 
 std::string tkPKCS11::Reset() {
-    if (Proc_C_CardAttribute == nullptr)
+    if (Proc_C_CardAttribute == nullptr) {
         return "";
+    }
     m_Atr.clear();
     std::vector<unsigned char> atr(RESET_CAPACITY);
     const CK_RV rv = ReadCardAttribute("Reset", atr);
@@ -107,27 +112,32 @@ bool tkPKCS11::LoadCardType() {
         return false;
     }
     m_CardType = rule->cardType;
-    if (m_CardType == CARD_ACOS_A03)
+    if (m_CardType == CARD_ACOS_A03) {
         m_CardType = AcosGeneration();
+    }
     return true;
 }
 
 /// The ACOS generation by the token's model; the oldest when that cannot be read.
 int tkPKCS11::AcosGeneration() {
     TokenInfoStruct2 info;
-    if (!GetTokenInfo(static_cast<unsigned long>(m_SlotIndex), info))
+    if (!GetTokenInfo(static_cast<unsigned long>(m_SlotIndex), info)) {
         return CARD_ACOS_A03;
+    }
     const std::string model = info.m_Model.substr(0, 12);
-    if (model == "ACOS EMV-A04")
+    if (model == "ACOS EMV-A04") {
         return CARD_ACOS_A04;
-    if (model == "ACOS EMV-A05")
+    }
+    if (model == "ACOS EMV-A05") {
         return CARD_ACOS_A05;
+    }
     return CARD_ACOS_A03;
 }
 
 int tkPKCS11::GetCardType() {
-    if (m_CardType == CARD_UNKNOWN)
+    if (m_CardType == CARD_UNKNOWN) {
         LoadCardType();
+    }
     return m_CardType;
 }
 
@@ -149,8 +159,9 @@ void tkPKCS11::LoadOrselClientVersion(int* version) {
     std::string text;
     OrselClientConfig::GetHandle()->GetString(OrselClientConfig::ID_VERSION, text);
     int fields[4];
-    if (std::sscanf(text.c_str(), "%d.%d.%d.%d", &fields[0], &fields[1], &fields[2], &fields[3]) == 4)
+    if (std::sscanf(text.c_str(), "%d.%d.%d.%d", &fields[0], &fields[1], &fields[2], &fields[3]) == 4) {
         std::copy(std::begin(fields), std::end(fields), version);
+    }
 }
 
 std::string tkPKCS11::GetOrselClientVersion() {

@@ -77,8 +77,9 @@ PKCS11Return ResultOfFormWithFlags(CK_RV rv) {
 } // namespace
 
 bool tkPKCS11::RequireSession() {
-    if (m_hSession != 0)
+    if (m_hSession != 0) {
         return true;
+    }
     LogError("PKCS11 Session nicht offen");
     return false;
 }
@@ -95,10 +96,12 @@ PKCS11Return tkPKCS11::UnblockPIN(ApplType appl) {
 
 PKCS11Return tkPKCS11::InitPIN(ApplType appl) {
     LogMessage("InitPIN");
-    if (!RequireSession())
+    if (!RequireSession()) {
         return P11_ERROR;
-    if (m_CardType == CARD_UNKNOWN)
+    }
+    if (m_CardType == CARD_UNKNOWN) {
         LoadCardType();
+    }
     if (m_CardType == CARD_UNKNOWN) {
         LogError("InitPIN for unknown card not allowed");
         return P11_NOT_SUPPORTED;
@@ -114,8 +117,9 @@ bool tkPKCS11::FindProtectedObject(ApplType appl, unsigned long* handle) {
 
 PKCS11Return tkPKCS11::GenericPINCommand(ApplType appl, unsigned long attribute) {
     unsigned long handle = 0;
-    if (!FindProtectedObject(appl, &handle))
+    if (!FindProtectedObject(appl, &handle)) {
         return P11_ERROR;
+    }
     CK_BBOOL value = CK_FALSE;
     CK_ATTRIBUTE command = {attribute, &value, sizeof(value)};
     return ResultOf(WriteAttributes(m_hSession, handle, &command, 1));
@@ -137,23 +141,27 @@ PKCS11Return tkPKCS11::GenericPINCommand(ApplType appl, unsigned long attribute,
         retryCount = 1; // without the vendor attribute, for a library that refuses it
     }
     unsigned long handle = 0;
-    if (!FindProtectedObject(appl, &handle))
+    if (!FindProtectedObject(appl, &handle)) {
         return P11_ERROR;
+    }
     CK_RV rv = WriteAttributes(m_hSession, handle, attributes, count);
-    if (rv == CKR_FUNCTION_FAILED && forceSoftwarePin)
+    if (rv == CKR_FUNCTION_FAILED && forceSoftwarePin) {
         rv = WriteAttributes(m_hSession, handle, attributes, retryCount);
+    }
     return ResultOfFormWithFlags(rv);
 }
 
 int tkPKCS11::GetPINStatus(ApplType appl, PINState& state, int& tries) {
     LogMessage("GetPINStatus");
-    if (!RequireSession())
+    if (!RequireSession()) {
         return -1;
+    }
     state = PIN_STATE_UNKNOWN;
     tries = -1;
     const ProtectedObject* object = ObjectOf(appl);
-    if (!IsECard() || object == nullptr)
+    if (!IsECard() || object == nullptr) {
         return -1;
+    }
 
     unsigned char status[5] = {};
     unsigned long length = sizeof(status);
@@ -163,8 +171,9 @@ int tkPKCS11::GetPINStatus(ApplType appl, PINState& state, int& tries) {
         state = status[0] == 0 ? PIN_STATE_BLOCKED : PIN_STATE_OK;
         tries = status[0];
     }
-    if (CheckedLength(rv, length, sizeof(status)) == CKR_OK)
+    if (CheckedLength(rv, length, sizeof(status)) == CKR_OK) {
         return 0;
+    }
     return rv == CKR_FUNCTION_NOT_SUPPORTED ? -2 : -1;
 }
 

@@ -46,13 +46,16 @@ struct SignPlan {
 };
 
 SignPlan PlanOf(SignKey key, HashAlgorithm hash, bool sigKey) {
-    if (key == KEY_ECC)
+    if (key == KEY_ECC) {
         return hash == HASH_SHA1 ? SignPlan{CKM_ECDSA_SHA1, SignInput::DATA}
                                  : SignPlan{CKM_ECDSA, SignInput::Hash};
-    if (hash == HASH_SHA1)
+    }
+    if (hash == HASH_SHA1) {
         return {CKM_SHA1_RSA_PKCS, SignInput::DATA};
-    if (hash == HASH_RIPEMD160 && sigKey)
+    }
+    if (hash == HASH_RIPEMD160 && sigKey) {
         return {CKM_RIPEMD160_RSA_PKCS, SignInput::DATA};
+    }
     return {CKM_RSA_PKCS, SignInput::HASH_WITH_DIGEST_INFO};
 }
 
@@ -60,16 +63,18 @@ SignPlan PlanOf(SignKey key, HashAlgorithm hash, bool sigKey) {
 bool InputsAreGood(bool sessionIsOpen, const unsigned char* in, unsigned long inLen,
                    const unsigned char* out) {
     const char* problem = nullptr;
-    if (!sessionIsOpen)
+    if (!sessionIsOpen) {
         problem = "PKCS11 Session nicht offen";
-    else if (inLen == 0)
+    } else if (inLen == 0) {
         problem = "PKCS11 insize == 0";
-    else if (in == nullptr)
+    } else if (in == nullptr) {
         problem = "PKCS11 input == NULL";
-    else if (out == nullptr)
+    } else if (out == nullptr) {
         problem = "PKCS11 output == NULL";
-    if (problem != nullptr)
+    }
+    if (problem != nullptr) {
         LogError(problem);
+    }
     return problem == nullptr;
 }
 
@@ -99,16 +104,18 @@ bool FindKeyByLabel(CK_SESSION_HANDLE session, const FoundObjects& found, const 
             key = {handle, keyType};
             return true;
         }
-        if (rv != CKR_OK && reportFailures)
+        if (rv != CKR_OK && reportFailures) {
             LogError("PKCS11 Proc_C_GetAttributeValue", rv);
+        }
     }
     return false;
 }
 
 /// The kind of key that the signature operations tell apart. False for a key that is neither.
 bool KindOf(CK_KEY_TYPE keyType, SignKey& key) {
-    if (keyType != CKK_RSA && keyType != CKK_ECDSA)
+    if (keyType != CKK_RSA && keyType != CKK_ECDSA) {
         return false;
+    }
     key = keyType == CKK_RSA ? KEY_RSA : KEY_ECC;
     return true;
 }
@@ -141,15 +148,18 @@ bool SignInTwoCalls(CK_SESSION_HANDLE session, const std::vector<unsigned char>&
     const auto sign = [&](unsigned char* out, unsigned long offered) {
         const CK_RV answer = CallP11(tkPKCS11::Proc_C_Sign, session, copy.data(), copy.size(), out, &length);
         const CK_RV rv = CheckedLength(answer, length, offered);
-        if (rv != CKR_OK)
+        if (rv != CKR_OK) {
             LogError("PKCS11 Proc_C_Sign", rv);
+        }
         return rv == CKR_OK;
     };
-    if (!sign(nullptr, MAX_PLAUSIBLE_SIGNATURE) || length == 0)
+    if (!sign(nullptr, MAX_PLAUSIBLE_SIGNATURE) || length == 0) {
         return false;
+    }
     buffer.resize(length);
-    if (!sign(buffer.data(), buffer.size()))
+    if (!sign(buffer.data(), buffer.size())) {
         return false;
+    }
     signature.insert(signature.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(length));
     return true;
 }
@@ -162,8 +172,9 @@ struct SignBuffer {
 
 /// False for more than fits.
 bool Fill(SignBuffer& buffer, const unsigned char* data, unsigned long length) {
-    if (length > buffer.bytes.size())
+    if (length > buffer.bytes.size()) {
         return false;
+    }
     std::copy(data, data + length, buffer.bytes.begin());
     buffer.length = length;
     return true;
@@ -179,18 +190,20 @@ unsigned long MechanismOf(unsigned long keyType, HashAlgorithm hash) {
 /// False, with a message, when there is none.
 bool ChooseMechanism(unsigned long keyType, HashAlgorithm hash, CK_MECHANISM& mechanism) {
     mechanism = {MechanismOf(keyType, hash), nullptr, 0};
-    if (mechanism.mechanism == NO_MECHANISM)
+    if (mechanism.mechanism == NO_MECHANISM) {
         LogError(UNKNOWN_ALGORITHM);
+    }
     return mechanism.mechanism != NO_MECHANISM;
 }
 
 /// The walk of the signString family, which tells of what it finds.
 bool FindKeyAloud(CK_SESSION_HANDLE session, const FoundObjects& found, bool sigKey, PrivateKey& key) {
     const bool isFound = FindKeyByLabel(session, found, LabelsOf(sigKey).m_PrivateKey, key, false);
-    if (isFound)
+    if (isFound) {
         LogMessage("PKCS11 Key Found");
-    else
+    } else {
         LogError("PKCS11 Key NOT Found");
+    }
     return isFound;
 }
 
@@ -214,8 +227,9 @@ bool tkPKCS11::hashString(unsigned char* data, unsigned long len, std::vector<un
 bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
                           bool sigKey) {
     LogMessage("tkPKCS11::signString");
-    if (!InputsAreGood(m_hSession != 0, in, inLen, out))
+    if (!InputsAreGood(m_hSession != 0, in, inLen, out)) {
         return false;
+    }
     FoundObjects found;
     PrivateKey key;
     CK_MECHANISM mechanism = {};
@@ -240,12 +254,14 @@ bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char*
 bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
                           SignKey& key, bool sigKey, HashAlgorithm hash) {
     LogMessage("tkPKCS11::signString with HashAlgorithm");
-    if (!InputsAreGood(m_hSession != 0, in, inLen, out))
+    if (!InputsAreGood(m_hSession != 0, in, inLen, out)) {
         return false;
+    }
     FoundObjects found;
     PrivateKey privateKey;
-    if (!FindPrivateKeysDirectly(m_hSession, found) || !FindKeyAloud(m_hSession, found, sigKey, privateKey))
+    if (!FindPrivateKeysDirectly(m_hSession, found) || !FindKeyAloud(m_hSession, found, sigKey, privateKey)) {
         return false;
+    }
     if (!KindOf(privateKey.keyType, key)) {
         LogError(UNKNOWN_ALGORITHM);
         return false;
@@ -286,8 +302,9 @@ bool tkPKCS11::Sign(const std::string& label, const std::vector<unsigned char>& 
     CK_MECHANISM mechanism = {};
     if (m_hSession == 0 || !SearchClass(CKO_PRIVATE_KEY, found, "PKCS11 FindObjects") ||
         !FindKeyByLabel(m_hSession, found, label, key, true) ||
-        !ChooseMechanism(key.keyType, hash, mechanism))
+        !ChooseMechanism(key.keyType, hash, mechanism)) {
         return false;
+    }
     const CK_RV rv = CallP11(Proc_C_SignInit, m_hSession, &mechanism, key.handle);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_SignInit", rv);
@@ -303,16 +320,18 @@ bool tkPKCS11::Verify(const std::string& label, const std::vector<unsigned char>
 
 bool tkPKCS11::Verify(const std::string& label, const std::vector<unsigned char>& signature,
                       std::vector<unsigned char>& data, HashAlgorithm hash) {
-    if (m_hSession == 0)
+    if (m_hSession == 0) {
         return false;
+    }
     ObjectTemplate wanted(CKO_PUBLIC_KEY, CKA_LABEL, label);
     FoundObjects found;
     if (!Search(wanted, found)) {
         LogError("PKCS11 FindObjects");
         return false;
     }
-    if (found.empty())
+    if (found.empty()) {
         return false;
+    }
     CK_KEY_TYPE keyType = 0;
     CK_RV rv = ReadAttributes(m_hSession, found.First(), {WantedNumber(CKA_KEY_TYPE, keyType)});
     if (rv != CKR_OK) {
@@ -320,8 +339,9 @@ bool tkPKCS11::Verify(const std::string& label, const std::vector<unsigned char>
         return false;
     }
     CK_MECHANISM mechanism = {};
-    if (!ChooseMechanism(keyType, hash, mechanism))
+    if (!ChooseMechanism(keyType, hash, mechanism)) {
         return false;
+    }
     rv = CallP11(Proc_C_VerifyInit, m_hSession, &mechanism, found.First());
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_VerifyInit", rv);
@@ -341,16 +361,19 @@ bool tkPKCS11::Verify(const std::string& label, const std::vector<unsigned char>
 
 bool tkPKCS11::Sign(const std::wstring& thumbprint, const std::vector<unsigned char>& data,
                     slCertificate& cert, std::vector<unsigned char>& signature) {
-    if (!init())
+    if (!init()) {
         return false;
+    }
     std::vector<SlotStruct*> slots;
-    if (!GetSlots(slots) || slots.empty())
+    if (!GetSlots(slots) || slots.empty()) {
         return false;
+    }
     for (int index = 0; index < std::min(static_cast<int>(slots.size()), MAX_CARDS); ++index) {
         const SessionGuard session(this, OpenSession(index, false));
         std::string label;
-        if (session.IsOpen() && findCertAndKey(thumbprint, cert, label))
+        if (session.IsOpen() && findCertAndKey(thumbprint, cert, label)) {
             return Sign(label, data, signature);
+        }
     }
     return false;
 }
@@ -366,14 +389,16 @@ bool tkPKCS11::findPrivateKeyFromID(const std::string& id, std::string& label) {
         LogError("PKCS11 FindObjects");
         return false;
     }
-    if (found.count != 1)
+    if (found.count != 1) {
         return false;
+    }
     ObjectText keyLabel;
     const CK_RV rv = ReadAttributes(m_hSession, found.First(), {Wanted(CKA_LABEL, keyLabel)});
-    if (rv != CKR_OK)
+    if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_GetAttributeValue", rv);
-    else
+    } else {
         label = keyLabel.text();
+    }
     return !label.empty();
 }
 
@@ -381,30 +406,36 @@ bool tkPKCS11::findPrivateKeyFromID(const std::string& id, std::string& label) {
 
 bool tkPKCS11::GetSignKeyType(SignKey& key, bool sigKey) {
     LogMessage("PKCS11 GetSignKeyType");
-    if (!RequireSession())
+    if (!RequireSession()) {
         return false;
+    }
     FoundObjects found;
-    if (!FindPrivateKeysDirectly(m_hSession, found))
+    if (!FindPrivateKeysDirectly(m_hSession, found)) {
         return false;
+    }
     PrivateKey privateKey;
-    if (!FindKeyByLabel(m_hSession, found, LabelsOf(sigKey).m_PrivateKey, privateKey, false))
+    if (!FindKeyByLabel(m_hSession, found, LabelsOf(sigKey).m_PrivateKey, privateKey, false)) {
         return true; // no such key is no failure
+    }
     LogMessage("PKCS11 Key Found");
     return KindOf(privateKey.keyType, key);
 }
 
 /// Older chips know no SHA-256.
 static HashAlgorithm HashOfKeyAndCard(SignKey key, int cardType) {
-    if (key == KEY_RSA)
+    if (key == KEY_RSA) {
         return cardType == CARD_CARDOS ? HASH_SHA256 : HASH_RIPEMD160;
-    if (key == KEY_ECC)
+    }
+    if (key == KEY_ECC) {
         return cardType >= CARD_ACOS_A03 && cardType <= CARD_ELU ? HASH_RIPEMD160 : HASH_SHA256;
+    }
     return HASH_RIPEMD160;
 }
 
 HashAlgorithm tkPKCS11::GetHashAlgorithm(SignKey key) {
-    if (m_CardType < CARD_ACOS_A03 + 1) // so the oldest ACOS generation is loaded anew at every call
+    if (m_CardType < CARD_ACOS_A03 + 1) { // so the oldest ACOS generation is loaded anew at every call
         LoadCardType();
+    }
     LogMessage("GetHashAlgorithm");
     const HashAlgorithm hash = HashOfKeyAndCard(key, m_CardType);
     LogMessage("GetHashAlgorithm, KeyType=" + std::to_string(key) +

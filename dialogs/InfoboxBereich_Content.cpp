@@ -18,14 +18,16 @@ using Velmor::ByteArray;
 
 void InfoboxBereich::evt_listbox(wxCommandEvent& /*event*/) {
     const wxString row = list_box->GetStringSelection();
-    if (row.empty() || row == m_LastSelection)
+    if (row.empty() || row == m_LastSelection) {
         return;
+    }
     m_LastSelection = row;
     SetContent(ByteArray(), CONTENT_NONE); // before the card is touched: a failed read leaves nothing stale
-    if (m_bInfoboxKonzept)
+    if (m_bInfoboxKonzept) {
         listboxInfoboxKonzept(row);
-    else
+    } else {
         listbox(row);
+    }
 }
 
 void InfoboxBereich::listbox(wxString row) {
@@ -40,20 +42,23 @@ void InfoboxBereich::listbox(wxString row) {
         label = LibInfobox::RFU2_LABEL;
     }
     ByteArray data;
-    if (!LoadInfoboxData(label, data))
+    if (!LoadInfoboxData(label, data)) {
         data.clear();
-    if (!data.empty())
+    }
+    if (!data.empty()) {
         SetContent(data, type);
-    else if (type == CONTENT_PERSONENBINDUNG)
+    } else if (type == CONTENT_PERSONENBINDUNG) {
         ShowNoPersB();
+    }
 }
 
 void InfoboxBereich::listboxInfoboxKonzept(wxString row) {
     const unsigned char tag = TagOfRow(row);
     unsigned char attributes = 0;
     ByteArray data; // the container's own block of the entry at first, which nobody needs
-    if (!m_InfoboxFS.GetEntry(tag, attributes, data))
+    if (!m_InfoboxFS.GetEntry(tag, attributes, data)) {
         return;
+    }
     data.clear();
     const ContentType type = tag == LibInfobox::PERSONENBINDUNG_INDEX ? CONTENT_PERSONENBINDUNG : CONTENT_RAW;
     LabelEncryptButton(attributes);
@@ -73,11 +78,13 @@ unsigned char InfoboxBereich::TagOfRow(const wxString& row) {
 }
 
 void InfoboxBereich::ShowNoPersB() {
-    if (Velmor::IsECardToken(m_TokenType))
+    if (Velmor::IsECardToken(m_TokenType)) {
         return;
+    }
     NoPersB dialog(this, wxID_ANY, wxEmptyString, wxDefaultPosition, wxDefaultSize, wxDEFAULT_DIALOG_STYLE);
-    if (dialog.ShowModal() == 1) // the program that writes an identity link has been started
+    if (dialog.ShowModal() == 1) { // the program that writes an identity link has been started
         EndModal(0);
+    }
 }
 
 /// The fields as the card holds them; labels alone after a failed parse.
@@ -104,8 +111,9 @@ static wxString LocalText(const std::string& bytes) {
 
 void InfoboxBereich::SetContent(ByteArray data, ContentType type) {
     if (type == CONTENT_NONE || data.empty()) {
-        for (wxTextCtrl* text : {text_binary, text_text, text_inhalt})
+        for (wxTextCtrl* text : {text_binary, text_text, text_inhalt}) {
             text->SetValue(wxEmptyString);
+        }
         return;
     }
     text_binary->SetValue(LocalText(data.ToHexString(ByteArray::UPPERCASE)));

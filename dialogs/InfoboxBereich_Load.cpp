@@ -43,23 +43,27 @@ void InfoboxBereich::evt_OnTimer(wxTimerEvent& /*event*/) {
         list_box->Insert(LibInfobox::RFU2_LABEL, 2);
     }
     MyEnable(true);
-    if (list_box->GetCount() == 0)
+    if (list_box->GetCount() == 0) {
         ShowNoPersB();
+    }
 }
 
 bool InfoboxBereich::LoadInfobox() {
     list_box->Clear();
     ByteArray file;
-    if (!LoadInfoboxData(Velmor::INFOBOX_LABEL, file))
+    if (!LoadInfoboxData(Velmor::INFOBOX_LABEL, file)) {
         return false;
+    }
     m_InfoboxFS.Clear();
-    if (!m_InfoboxFS.ParseInfoboxData(file))
+    if (!m_InfoboxFS.ParseInfoboxData(file)) {
         return false;
+    }
     unsigned int position = 0;
     for (const unsigned char tag : m_InfoboxFS.GetTagList()) {
         std::string label = m_InfoboxFS.TagToLabel(tag);
-        if (label.empty())
+        if (label.empty()) {
             label = "Unbekannt";
+        }
         list_box->Insert(wxString::FromUTF8((TwoHexDigits(tag) + " " + label).c_str()), position++);
     }
     list_box->DeselectAll();
@@ -75,21 +79,25 @@ static bool IsBlank(const ByteArray& bytes) {
 bool InfoboxBereich::LoadInfoboxData(std::string label, ByteArray& out) {
     m_CachedContent.clear();
     const bool isRead = ReadDataObject(label, out);
-    if (isRead && IsBlank(out))
+    if (isRead && IsBlank(out)) {
         out.clear();
-    if (!out.empty())
+    }
+    if (!out.empty()) {
         m_CachedContent = out;
+    }
     return isRead;
 }
 
 bool InfoboxBereich::ReadDataObject(const std::string& label, ByteArray& out) {
     const Velmor::SessionGuard session(m_pP11, true); // closed also after a failed open
     CK_OBJECT_HANDLE object = 0;
-    if (!FindDataObject(label, false, object))
+    if (!FindDataObject(label, false, object)) {
         return false;
+    }
     Velmor::ObjectValue value;
-    if (Velmor::ReadAttributes(m_pP11->m_hSession, object, {Velmor::Wanted(CKA_VALUE, value)}) != CKR_OK)
+    if (Velmor::ReadAttributes(m_pP11->m_hSession, object, {Velmor::Wanted(CKA_VALUE, value)}) != CKR_OK) {
         return false;
+    }
     out.clear();
     out.Add(value.bytes, value.length);
     return true;
@@ -100,8 +108,9 @@ bool InfoboxBereich::ReadDataObject(const std::string& label, ByteArray& out) {
 bool InfoboxBereich::FindDataObject(const std::string& label, bool readWrite, CK_OBJECT_HANDLE& object) {
     Velmor::ObjectTemplate wanted(CKO_DATA, CKA_LABEL, label);
     Velmor::FoundObjects found;
-    if (!m_pP11->OpenSession(m_nSlot, readWrite) || !m_pP11->Search(wanted, found))
+    if (!m_pP11->OpenSession(m_nSlot, readWrite) || !m_pP11->Search(wanted, found)) {
         return false;
+    }
     object = found.First();
     return !found.empty();
 }

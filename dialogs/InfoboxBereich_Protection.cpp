@@ -14,16 +14,18 @@ using Velmor::ByteArray;
 
 /// The label says what the button will do. Attributes that are set, but not that of encryption, leave it.
 void InfoboxBereich::LabelEncryptButton(unsigned char attributes) {
-    if (attributes == 0)
+    if (attributes == 0) {
         button_encrypt->SetLabel(L"verschlüsselt speichern");
-    else if ((attributes & INFOBOX_ATTR_ENCRYPTED) != 0)
+    } else if ((attributes & INFOBOX_ATTR_ENCRYPTED) != 0) {
         button_encrypt->SetLabel(L"unverschlüsselt speichern");
+    }
 }
 
 void InfoboxBereich::evt_encrypt(wxCommandEvent& /*event*/) {
     const bool isToggled = ToggleProtection(TagOfRow(list_box->GetStringSelection()));
-    if (!isToggled)
+    if (!isToggled) {
         return;
+    }
     SetContent(ByteArray(), CONTENT_NONE);
     m_LastSelection.clear();
     LoadInfobox(); // the container tells what has become of the entry; it is never written here
@@ -34,11 +36,13 @@ bool InfoboxBereich::ToggleProtection(unsigned char tag) {
     unsigned char attributes = 0;
     ByteArray unused;
     CK_OBJECT_HANDLE object = 0;
-    if (!m_InfoboxFS.GetEntry(tag, attributes, unused) || !FindDataObject(LabelOfTag(tag), true, object))
+    if (!m_InfoboxFS.GetEntry(tag, attributes, unused) || !FindDataObject(LabelOfTag(tag), true, object)) {
         return false;
+    }
     ByteArray value = m_CachedContent;
-    if (value.empty() && !ReadFirstBytes(object, value))
+    if (value.empty() && !ReadFirstBytes(object, value)) {
         return false;
+    }
     // By the container, not by what the card says of the object.
     CK_BBOOL isPrivate = (attributes & INFOBOX_ATTR_ENCRYPTED) == 0 ? CK_TRUE : CK_FALSE;
     CK_ATTRIBUTE changes[] = {
@@ -56,8 +60,9 @@ bool InfoboxBereich::ReadFirstBytes(CK_OBJECT_HANDLE object, ByteArray& value) {
     CK_BBOOL isPrivate = CK_FALSE;
     if (Velmor::ReadAttributes(
             m_pP11->m_hSession, object,
-            {Velmor::Wanted(CKA_VALUE, read), Velmor::WantedNumber(CKA_PRIVATE, isPrivate)}) != CKR_OK)
+            {Velmor::Wanted(CKA_VALUE, read), Velmor::WantedNumber(CKA_PRIVATE, isPrivate)}) != CKR_OK) {
         return false;
+    }
     value.clear();
     value.Add(read.bytes, KEPT);
     return true;

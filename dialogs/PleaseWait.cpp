@@ -34,15 +34,17 @@ bool PleaseWait::Show(bool show) {
 }
 
 void PleaseWait::evt_Show(wxShowEvent& event) {
-    if (event.IsShown() && !m_Wanted)
+    if (event.IsShown() && !m_Wanted) {
         wxDialog::Show(false);
+    }
     event.Skip();
 }
 
 void PleaseWait::evt_Placed(wxEvent& event) {
     event.Skip();
-    if (!IsShown() || m_Corrections == 0 || GetRect() == wxRect(m_Place, DIALOG_SIZE))
+    if (!IsShown() || m_Corrections == 0 || GetRect() == wxRect(m_Place, DIALOG_SIZE)) {
         return;
+    }
     --m_Corrections;
     SetSize(wxRect(m_Place, DIALOG_SIZE));
 }

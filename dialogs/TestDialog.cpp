@@ -100,8 +100,9 @@ void TestDialog::do_layout() {
     algorithms->Add(label_algorithm, 0, wxALIGN_CENTER_VERTICAL | wxRIGHT | wxTOP | wxBOTTOM, 6);
 
     auto* buttons = new wxBoxSizer(wxHORIZONTAL);
-    for (wxButton* button : {button_sign, button_verify, button_close})
+    for (wxButton* button : {button_sign, button_verify, button_close}) {
         buttons->Add(button, 0, wxALL, 6);
+    }
 
     auto* status = new wxBoxSizer(wxHORIZONTAL);
     status->Add(panel_left, 1, wxEXPAND, 0);

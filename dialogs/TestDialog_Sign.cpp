@@ -27,19 +27,22 @@ void TestDialog::SetP11(Velmor::tkPKCS11* p11, int slot, Velmor::ApplType appl) 
     m_pP11 = p11;
     m_nSlot = slot;
     m_ApplType = appl;
-    if (m_pP11 == nullptr)
+    if (m_pP11 == nullptr) {
         return;
+    }
     Velmor::TokenInfoStruct2 info;
     m_pP11->GetTokenInfo(static_cast<unsigned long>(slot), info); // a failure leaves keys of no bits
-    if (!HasKey(appl))
+    if (!HasKey(appl)) {
         return SetStatus(Translate("Ungültige Karte"), true);
+    }
 
     const bool isSignature = appl == ApplSignature;
     const Velmor::SignKey keyType = isSignature ? info.m_SigKeyType : info.m_EncKeyType;
-    if (keyType == Velmor::KEY_RSA)
+    if (keyType == Velmor::KEY_RSA) {
         label_algorithm->SetLabel("RSA");
-    else if (keyType == Velmor::KEY_ECC)
+    } else if (keyType == Velmor::KEY_ECC) {
         label_algorithm->SetLabel("ECC");
+    }
     FillHashList(static_cast<int>(isSignature ? info.m_SigKeyBits : info.m_EncKeyBits));
     m_fadeTimer.SetOwner(this, ID_FADE_TIMER);
 }
@@ -52,8 +55,9 @@ void TestDialog::FillHashList(int keyBits) {
         hashes.Add("SHA-1");
         hashes.Add("RIPEMD-160");
     }
-    if (keyBits > 255)
+    if (keyBits > 255) {
         hashes.Add("SHA-256");
+    }
     combo_hash->Clear();
     combo_hash->Append(hashes);
     combo_hash->SetSelection(static_cast<int>(hashes.size()) - 1);
@@ -91,18 +95,21 @@ bool TestDialog::HashDocument(std::vector<unsigned char>& hash) {
     const std::string text = Velmor::WxStr2MB(text_document->GetValue());
     const std::vector<unsigned char> bytes(text.begin(), text.end());
     auto algorithm = Velmor::HASH_SHA1;
-    if (!GetHashAlgorithm(algorithm))
+    if (!GetHashAlgorithm(algorithm)) {
         return false;
-    if (Velmor::Hash(bytes, hash, algorithm, false))
+    }
+    if (Velmor::Hash(bytes, hash, algorithm, false)) {
         return true;
+    }
     SetStatus(Translate("Fehler beim Hashen des Textes"), true);
     return false;
 }
 
 /// False, with a message, on failure. There is nothing to close then.
 bool TestDialog::OpenSession() {
-    if (m_pP11 != nullptr && m_pP11->OpenSession(m_nSlot, false))
+    if (m_pP11 != nullptr && m_pP11->OpenSession(m_nSlot, false)) {
         return true;
+    }
     SetStatus(Translate("Fehler beim Aufbau der Verbindung zur Karte"), true);
     return false;
 }
@@ -110,20 +117,24 @@ bool TestDialog::OpenSession() {
 void TestDialog::evt_sign(wxCommandEvent& /*event*/) {
     SetStatus(wxEmptyString, true);
     text_signature->SetValue(wxEmptyString);
-    if (m_pP11 == nullptr || !HasKey(m_ApplType))
+    if (m_pP11 == nullptr || !HasKey(m_ApplType)) {
         return;
+    }
     const char* const key = Velmor::LabelsOf(m_ApplType == ApplSignature).m_PrivateKey;
     std::vector<unsigned char> hash;
-    if (!HashDocument(hash))
+    if (!HashDocument(hash)) {
         return;
+    }
     Velmor::SessionGuard session(m_pP11, OpenSession());
-    if (!session.IsOpen())
+    if (!session.IsOpen()) {
         return;
+    }
     std::vector<unsigned char> signature;
     const bool isSigned = m_pP11->Sign(key, hash, signature, Velmor::HASH_RAW); // asks for the PIN
     session.Close();
-    if (!isSigned)
+    if (!isSigned) {
         return SetStatus(Translate("Fehler beim Signieren"), true);
+    }
     std::string text;
     Velmor::b64encode(signature, text, 0);
     text_signature->SetValue(wxString::FromUTF8(text.c_str()));
@@ -132,21 +143,25 @@ void TestDialog::evt_sign(wxCommandEvent& /*event*/) {
 
 void TestDialog::evt_verify(wxCommandEvent& /*event*/) {
     SetStatus(wxEmptyString, true);
-    if (!HasKey(m_ApplType))
+    if (!HasKey(m_ApplType)) {
         return;
+    }
     const char* const key = Velmor::LabelsOf(m_ApplType == ApplSignature).m_PublicKey;
     std::vector<unsigned char> hash;
-    if (!HashDocument(hash))
+    if (!HashDocument(hash)) {
         return;
+    }
     std::vector<unsigned char> signature; // a mangled field gives none, which no key confirms
     Velmor::b64decode(Velmor::WxStr2MB(text_signature->GetValue()), signature);
     Velmor::SessionGuard session(m_pP11, OpenSession());
-    if (!session.IsOpen())
+    if (!session.IsOpen()) {
         return;
+    }
     const bool isConfirmed = m_pP11->Verify(key, signature, hash, Velmor::HASH_RAW);
     session.Close();
-    if (isConfirmed)
+    if (isConfirmed) {
         SetStatus(Translate("Signaturprüfung erfolgreich!"), false);
-    else
+    } else {
         SetStatus(Translate("Fehler beim Verifizieren der Signatur"), true);
+    }
 }

@@ -72,8 +72,9 @@ void AddFixedData(Card& card, const Bytes& identityLink) {
 
 void AddCardFile(Card& card, const std::vector<std::uint16_t>& path, const Bytes& content) {
     std::string name = "file";
-    for (const std::uint16_t id : path)
+    for (const std::uint16_t id : path) {
         name += "-" + ToHex({static_cast<unsigned char>(id >> 8), static_cast<unsigned char>(id & 0xFF)});
+    }
     name += ".bin";
     card.m_Contents[name] = content;
     card.m_Record.m_Files.push_back({path, name});
@@ -130,8 +131,9 @@ CardRecord MakeRecord(const CardKind& kind, const std::string& serial) {
     record.m_Serial = serial;
     record.m_Atr = *FromHex(kind.m_Atr);
     record.m_ReportsPinStatus = kind.m_IsECard;
-    if (kind.m_HasChipId)
+    if (kind.m_HasChipId) {
         record.m_ChipId = NumberOfCard(serial);
+    }
     record.m_Pins = DemoPins(kind);
     return record;
 }
@@ -139,8 +141,9 @@ CardRecord MakeRecord(const CardKind& kind, const std::string& serial) {
 } // namespace
 
 std::map<std::string, PinRecord> DemoPins(const CardKind& kind) {
-    if (!kind.m_SignatureKey)
+    if (!kind.m_SignatureKey) {
         return {};
+    }
     const bool hasPuk = !kind.m_IsECard;
     return {{SIGNATURE_PIN, DemoPin(DEMO_SIGNATURE_PIN, 6, hasPuk)},
             {ENCRYPTION_PIN, DemoPin(DEMO_ENCRYPTION_PIN, 4, hasPuk)}};
@@ -150,20 +153,24 @@ Card MakeCard(const CardKind& kind, const std::string& holder, const std::string
               const DemoAuthority& authority) {
     Card card;
     card.m_Record = MakeRecord(kind, serial);
-    if (kind.m_SignatureKey)
+    if (kind.m_SignatureKey) {
         AddKeyPair(card, SIGNATURE_NAMES, *kind.m_SignatureKey, holder, authority);
-    if (kind.m_EncryptionKey)
+    }
+    if (kind.m_EncryptionKey) {
         AddKeyPair(card, ENCRYPTION_NAMES, *kind.m_EncryptionKey, holder, authority);
+    }
     if (kind.m_HasIdentityLink) {
         const Bytes identityLink = MakeIdentityLink(holder, serial, authority);
-        if (kind.m_HasInfobox)
+        if (kind.m_HasInfobox) {
             AddInfobox(card, identityLink);
-        else
+        } else {
             AddFixedData(card, identityLink);
+        }
     }
     AddCardFiles(card, kind.m_NumberFile);
-    if (kind.m_IsECard)
+    if (kind.m_IsECard) {
         AddPersonData(card, holder);
+    }
     return card;
 }
 

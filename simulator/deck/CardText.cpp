@@ -15,22 +15,26 @@ namespace {
 /// Common name in the first certificate that has one, in UTF-8; empty for none.
 std::string HolderOf(const Card& card) {
     for (const ObjectRecord& object : card.m_Record.m_Objects) {
-        if (object.m_Kind != ObjectKind::CERTIFICATE)
+        if (object.m_Kind != ObjectKind::CERTIFICATE) {
             continue;
+        }
         const Bytes& content = card.Content(object.m_File);
         const unsigned char* der = content.data();
         const X509Ptr certificate(d2i_X509(nullptr, &der, static_cast<long>(content.size())));
-        if (!certificate)
+        if (!certificate) {
             continue;
+        }
         X509_NAME* subject = X509_get_subject_name(certificate.get());
         const int index = X509_NAME_get_index_by_NID(subject, NID_commonName, -1);
-        if (index < 0)
+        if (index < 0) {
             continue;
+        }
         unsigned char* text = nullptr;
         const int size =
             ASN1_STRING_to_UTF8(&text, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(subject, index)));
-        if (size < 0)
+        if (size < 0) {
             continue;
+        }
         const std::unique_ptr<unsigned char, void (*)(unsigned char*)> owner(
             text, [](unsigned char* pointer) { OPENSSL_free(pointer); });
         return std::string(text, text + size);
@@ -53,10 +57,12 @@ const char* KindName(ObjectKind kind) {
 }
 
 std::string SecretState(const CountedSecret& secret) {
-    if (!secret.m_Secret)
+    if (!secret.m_Secret) {
         return "not set";
-    if (secret.IsBlocked())
+    }
+    if (secret.IsBlocked()) {
         return "blocked";
+    }
     return std::to_string(secret.m_TriesLeft) + " of " + std::to_string(secret.m_MaxTries) + " tries left";
 }
 
@@ -67,10 +73,12 @@ void DescribeToken(const CardRecord& record, std::ostream& out) {
         << "Serial        " << record.m_Serial << '\n'
         << "ATR           " << ToHex(record.m_Atr) << '\n'
         << "Reader        " << (record.m_IsRemovable ? "card can be taken out" : "card is fixed") << '\n';
-    if (record.m_SlotId)
+    if (record.m_SlotId) {
         out << "Slot          " << *record.m_SlotId << '\n';
-    if (record.m_DelayMs > 0)
+    }
+    if (record.m_DelayMs > 0) {
         out << "Delay         " << record.m_DelayMs << " ms\n";
+    }
 }
 
 } // namespace
@@ -90,9 +98,10 @@ std::string CardLine(const std::string& name, const std::string& directory) {
 
 std::string PinLines(const CardRecord& record) {
     std::string lines;
-    for (const auto& [name, pin] : record.m_Pins)
+    for (const auto& [name, pin] : record.m_Pins) {
         lines += "PIN           " + name + ": " + SecretState(pin.m_Pin) +
                  ", PUK: " + (pin.m_Puk ? SecretState(*pin.m_Puk) : "none") + "\n";
+    }
     return lines;
 }
 
@@ -102,12 +111,14 @@ std::string CardText(const std::string& directory) {
     DescribeToken(card.m_Record, text);
     text << "Holder        " << HolderOf(card) << '\n';
     text << PinLines(card.m_Record);
-    for (const ObjectRecord& object : card.m_Record.m_Objects)
+    for (const ObjectRecord& object : card.m_Record.m_Objects) {
         text << "Object        " << KindName(object.m_Kind) << " \"" << object.m_Label << "\", "
              << card.Content(object.m_File).size() << " bytes" << (object.m_IsPrivate ? ", private" : "")
              << '\n';
-    for (const auto& [name, file] : card.m_Record.m_Properties)
+    }
+    for (const auto& [name, file] : card.m_Record.m_Properties) {
         text << "Property      " << name << ", " << card.Content(file).size() << " bytes\n";
+    }
     return text.str();
 }
 

@@ -20,47 +20,54 @@ constexpr const char* EMPTY_SERIAL = "0000000000000000";
 
 std::string KindList() {
     std::string list;
-    for (const CardKind& kind : CardKinds())
+    for (const CardKind& kind : CardKinds()) {
         list += (list.empty() ? "" : ", ") + std::string(kind.m_Name);
+    }
     return list;
 }
 
 const CardKind& KindOf(const CardWish& wish) {
     const CardKind* kind = FindCardKind(wish.m_Kind);
-    if (kind == nullptr)
+    if (kind == nullptr) {
         throw DeckError("There is no kind of card \"" + wish.m_Kind + "\". The kinds are: " + KindList() +
                         ".");
+    }
     return *kind;
 }
 
 std::string RandomSerial() {
     unsigned char random[15];
-    if (RAND_bytes(random, sizeof random) != 1)
+    if (RAND_bytes(random, sizeof random) != 1) {
         throw DeckError("There are no random numbers for a serial.");
+    }
     std::string serial = "8"; // all zeros would be an empty card
-    for (const unsigned char byte : random)
+    for (const unsigned char byte : random) {
         serial += static_cast<char>('0' + byte % 10);
+    }
     return serial;
 }
 
 /// One above the greatest number that a card directory starts with.
 std::string NextDirectory(const std::string& deck, const std::string& kind) {
     unsigned long last = 0;
-    for (const std::string& name : CardsOf(deck))
+    for (const std::string& name : CardsOf(deck)) {
         last = std::max(last, std::strtoul(name.c_str(), nullptr, 10));
+    }
     const std::string number = std::to_string(last + 1);
     return (number.size() < 2 ? "0" : "") + number + "-" + kind;
 }
 
 void CheckDirectoryName(const std::string& name) {
-    if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos)
+    if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos) {
         throw DeckError("\"" + name + "\" cannot be the name of a card's directory.");
+    }
 }
 
 void CheckFits(const char* what, const std::string& text, std::size_t size) {
-    if (text.size() > size)
+    if (text.size() > size) {
         throw DeckError(std::string("The ") + what + " \"" + text + "\" is longer than " +
                         std::to_string(size) + " bytes.");
+    }
 }
 
 Card MakeWishedCard(const std::string& deck, const CardWish& wish) {
@@ -86,8 +93,9 @@ Card MakeWishedCard(const std::string& deck, const CardWish& wish) {
 }
 
 void RequireDeck(const std::string& directory) {
-    if (!IsDeck(directory))
+    if (!IsDeck(directory)) {
         throw DeckError("\"" + directory + "\" is not a deck. \"orselsim-deck create\" makes one.");
+    }
 }
 
 } // namespace
@@ -120,15 +128,19 @@ bool IsDeck(const std::string& directory) {
 }
 
 void CreateDeck(const std::string& directory, bool force) {
-    if (fs::exists(directory) && !fs::is_directory(directory))
+    if (fs::exists(directory) && !fs::is_directory(directory)) {
         throw DeckError("\"" + directory + "\" is not a directory.");
+    }
     if (fs::exists(directory) && !fs::is_empty(directory)) {
-        if (!IsDeck(directory))
+        if (!IsDeck(directory)) {
             throw DeckError("\"" + directory + "\" is not empty and is not a deck; nothing was changed.");
-        if (!force)
+        }
+        if (!force) {
             throw DeckError("\"" + directory + "\" is a deck already. With --force its cards are replaced.");
-        for (const std::string& card : CardsOf(directory))
+        }
+        for (const std::string& card : CardsOf(directory)) {
             fs::remove_all(JoinPath(directory, card));
+        }
     }
     fs::create_directories(directory);
     ReplaceFile(JoinPath(directory, MARK_FILE), BytesOf("A deck of simulated cards.\n"));
@@ -140,8 +152,9 @@ std::vector<std::string> CardsOf(const std::string& deck) {
     for (const fs::directory_entry& entry : fs::directory_iterator(deck)) {
         const std::string name = entry.path().filename().string();
         std::error_code ignored; // a link in a circle is no card
-        if (name.front() != '.' && entry.is_directory(ignored))
+        if (name.front() != '.' && entry.is_directory(ignored)) {
             names.push_back(name);
+        }
     }
     std::sort(names.begin(), names.end());
     return names;
@@ -151,8 +164,9 @@ std::string InsertCard(const std::string& deck, const CardWish& wish) {
     RequireDeck(deck);
     std::string name = wish.m_Directory.value_or(NextDirectory(deck, wish.m_Kind));
     CheckDirectoryName(name);
-    if (fs::exists(JoinPath(deck, name)))
+    if (fs::exists(JoinPath(deck, name))) {
         throw DeckError("The deck has a card \"" + name + "\" already.");
+    }
     const Card card = MakeWishedCard(deck, wish);
     const std::string unfinished = JoinPath(deck, ".new-" + name); // a leading point: not a card yet
     fs::remove_all(unfinished);
@@ -164,8 +178,9 @@ std::string InsertCard(const std::string& deck, const CardWish& wish) {
 
 std::string CardDirectory(const std::string& deck, const std::string& card) {
     const auto cards = CardsOf(deck);
-    if (std::find(cards.begin(), cards.end(), card) == cards.end())
+    if (std::find(cards.begin(), cards.end(), card) == cards.end()) {
         throw DeckError("The deck has no card \"" + card + "\".");
+    }
     return JoinPath(deck, card);
 }
 

@@ -50,8 +50,9 @@ void PrintHelp(std::ostream& out) {
            "  orselsim-deck --help\n"
            "\n"
            "CARD is the name of the card's directory, as \"list\" shows it. The kinds are:\n";
-    for (const CardKind& kind : CardKinds())
+    for (const CardKind& kind : CardKinds()) {
         out << "  " << std::left << std::setw(10) << kind.m_Name << "  " << kind.m_Model << '\n';
+    }
     out << "\nA new card has the signature PIN " << DEMO_SIGNATURE_PIN << ", the encryption PIN "
         << DEMO_ENCRYPTION_PIN << " and the PUK " << DEMO_PUK << ".\n";
 }
@@ -59,31 +60,37 @@ void PrintHelp(std::ostream& out) {
 Words SplitAtCommas(const std::string& text) {
     Words words;
     std::istringstream rest(text);
-    for (std::string word; std::getline(rest, word, ',');)
+    for (std::string word; std::getline(rest, word, ',');) {
         words.push_back(word);
+    }
     return words;
 }
 
 /// The demo card of a kind, or a plain one for a kind that the demo deck does not have.
 CardWish DemoCard(const std::string& kind) {
-    for (const CardWish& wish : DemoCards())
-        if (wish.m_Kind == kind)
+    for (const CardWish& wish : DemoCards()) {
+        if (wish.m_Kind == kind) {
             return wish;
+        }
+    }
     CardWish wish;
     wish.m_Kind = kind;
     return wish;
 }
 
 std::vector<CardWish> WishesFor(const Arguments& arguments) {
-    if (arguments.Has("--empty"))
+    if (arguments.Has("--empty")) {
         return {};
+    }
     const auto kinds = arguments.Value("--cards");
-    if (!kinds)
+    if (!kinds) {
         return DemoCards();
+    }
     std::vector<CardWish> wishes;
     for (const std::string& kind : SplitAtCommas(*kinds)) {
-        if (FindCardKind(kind) == nullptr)
+        if (FindCardKind(kind) == nullptr) {
             throw UsageError("There is no kind of card \"" + kind + "\".");
+        }
         wishes.push_back(DemoCard(kind));
     }
     return wishes;
@@ -95,8 +102,9 @@ void Create(const Words& words, std::ostream& out) {
     const std::vector<CardWish> wishes = WishesFor(arguments);
     const std::string& deck = arguments.Place(0);
     CreateDeck(deck, arguments.Has("--force"));
-    for (const CardWish& wish : wishes)
+    for (const CardWish& wish : wishes) {
         InsertCard(deck, wish);
+    }
     out << "Made a deck of " << wishes.size() << (wishes.size() == 1 ? " card" : " cards") << " in " << deck
         << ".\n";
 }
@@ -104,8 +112,9 @@ void Create(const Words& words, std::ostream& out) {
 void List(const Words& words, std::ostream& out) {
     const Arguments arguments(words, {}, {});
     arguments.RequirePlaces({"DIR"});
-    for (const std::string& card : CardsOf(arguments.Place(0)))
+    for (const std::string& card : CardsOf(arguments.Place(0))) {
         out << CardLine(card, CardDirectory(arguments.Place(0), card)) << '\n';
+    }
 }
 
 void Show(const Words& words, std::ostream& out) {
@@ -142,10 +151,12 @@ void Remove(const Words& words, std::ostream& out) {
 
 std::optional<bool> YesOrNo(const Arguments& arguments, const std::string& option) {
     const auto value = arguments.Value(option);
-    if (!value)
+    if (!value) {
         return std::nullopt;
-    if (*value != "yes" && *value != "no")
+    }
+    if (*value != "yes" && *value != "no") {
         throw UsageError("The option " + option + " needs yes or no.");
+    }
     return *value == "yes";
 }
 
@@ -173,10 +184,12 @@ PinChange PinChangeOf(const Arguments& arguments) {
     change.m_Puk = arguments.Value("--puk");
     change.m_RemovePuk = arguments.Has("--no-puk");
     change.m_PukTries = arguments.Number("--puk-tries", LARGEST_TRIES);
-    if (change.m_Pin && change.m_Unset)
+    if (change.m_Pin && change.m_Unset) {
         throw UsageError("The options --pin and --unset exclude each other.");
-    if (change.m_RemovePuk && (change.m_Puk || change.m_PukTries))
+    }
+    if (change.m_RemovePuk && (change.m_Puk || change.m_PukTries)) {
         throw UsageError("The option --no-puk excludes the other options of the PUK.");
+    }
     return change;
 }
 
@@ -202,15 +215,17 @@ void Run(const Words& words, std::ostream& out) {
         {"create", Create}, {"list", List},     {"show", Show},       {"insert", Insert},
         {"remove", Remove}, {"pin", ChangePin}, {"reset", ResetPins}, {"set", SetBehaviour},
     };
-    if (words.empty())
+    if (words.empty()) {
         throw UsageError("What is to be done?");
+    }
     if (words[0] == "--help" || words[0] == "-h") {
         PrintHelp(out);
         return;
     }
     const auto command = commands.find(words[0]);
-    if (command == commands.end())
+    if (command == commands.end()) {
         throw UsageError("There is no command \"" + words[0] + "\".");
+    }
     command->second(Words(words.begin() + 1, words.end()), out);
 }
 

@@ -20,24 +20,27 @@ constexpr long SECONDS_PER_DAY = 24L * 60 * 60;
 constexpr long VALID_DAYS = 5L * 365;
 
 void Check(bool done, const char* what) {
-    if (!done)
+    if (!done) {
         throw std::runtime_error(what);
+    }
 }
 
 /// First word of a name and the rest; a single word is a family name.
 std::pair<std::string, std::string> SplitName(const std::string& name) {
     const std::size_t blank = name.find(' ');
-    if (blank == std::string::npos)
+    if (blank == std::string::npos) {
         return {"", name};
+    }
     return {name.substr(0, blank), name.substr(blank + 1)};
 }
 
 void AddName(X509_NAME* name, int field, const std::string& text) {
-    if (!text.empty())
+    if (!text.empty()) {
         Check(X509_NAME_add_entry_by_NID(name, field, MBSTRING_UTF8,
                                          reinterpret_cast<const unsigned char*>(text.data()),
                                          static_cast<int>(text.size()), -1, 0) == 1,
               "a name is too long for a certificate, or is not UTF-8");
+    }
 }
 
 void NameHolder(X509_NAME* name, const std::string& holder, const std::string& cardSerial) {

@@ -14,11 +14,13 @@ constexpr std::size_t LONGEST_NAME = 40;
 
 /// At most `longestName` bytes, without half a UTF-8 character at the end.
 std::string Cut(std::string name) {
-    if (name.size() <= LONGEST_NAME)
+    if (name.size() <= LONGEST_NAME) {
         return name;
+    }
     std::size_t end = LONGEST_NAME;
-    while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80)
+    while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) {
         --end;
+    }
     name.resize(end);
     return name;
 }

@@ -19,8 +19,9 @@ class Descriptor {
 public:
     explicit Descriptor(int number) : m_Number(number) {}
     ~Descriptor() {
-        if (m_Number >= 0)
+        if (m_Number >= 0) {
             close(m_Number);
+        }
     }
     Descriptor(const Descriptor&) = delete; // the number is closed once
     Descriptor& operator=(const Descriptor&) = delete;
@@ -43,18 +44,21 @@ void WriteAll(int descriptor, const Bytes& content, const std::string& path) {
     std::size_t done = 0;
     while (done < content.size()) {
         const ssize_t count = write(descriptor, content.data() + done, content.size() - done);
-        if (count < 0 && errno == EINTR)
+        if (count < 0 && errno == EINTR) {
             continue;
-        if (count < 0)
+        }
+        if (count < 0) {
             Fail(path, errno);
+        }
         done += static_cast<std::size_t>(count);
     }
 }
 
 void WriteNewFile(const std::string& path, const Bytes& content) {
     const Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (file.Number() < 0)
+    if (file.Number() < 0) {
         Fail(path, errno);
+    }
     WriteAll(file.Number(), content, path);
 }
 
@@ -74,8 +78,9 @@ bool FileStamp::operator==(const FileStamp& other) const {
 
 std::optional<FileStamp> StampOf(const std::string& path) {
     struct stat info = {};
-    if (stat(path.c_str(), &info) != 0)
+    if (stat(path.c_str(), &info) != 0) {
         return std::nullopt;
+    }
     FileStamp stamp;
     stamp.m_Device = info.st_dev;
     stamp.m_Inode = info.st_ino;
@@ -87,27 +92,34 @@ std::optional<FileStamp> StampOf(const std::string& path) {
 
 Bytes ReadFile(const std::string& path) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (file.Number() < 0)
+    if (file.Number() < 0) {
         Fail(path, errno);
+    }
     struct stat info = {};
-    if (fstat(file.Number(), &info) != 0)
+    if (fstat(file.Number(), &info) != 0) {
         Fail(path, errno);
-    if (!S_ISREG(info.st_mode))
+    }
+    if (!S_ISREG(info.st_mode)) {
         throw FileError(path + ": not a regular file");
+    }
 
     Bytes content;
     unsigned char block[16384];
     for (;;) {
         const ssize_t count = read(file.Number(), block, sizeof block);
-        if (count < 0 && errno == EINTR)
+        if (count < 0 && errno == EINTR) {
             continue;
-        if (count < 0)
+        }
+        if (count < 0) {
             Fail(path, errno);
-        if (count == 0)
+        }
+        if (count == 0) {
             return content;
+        }
         content.insert(content.end(), block, block + count);
-        if (content.size() > LARGEST_FILE)
+        if (content.size() > LARGEST_FILE) {
             throw FileError(path + ": larger than " + std::to_string(LARGEST_FILE) + " bytes");
+        }
     }
 }
 
@@ -117,8 +129,9 @@ void ReplaceFile(const std::string& path, const Bytes& content) {
         (target.parent_path() / ("." + target.filename().string() + "." + std::to_string(getpid()))).string();
     try {
         WriteNewFile(temporary, content);
-        if (std::rename(temporary.c_str(), path.c_str()) != 0)
+        if (std::rename(temporary.c_str(), path.c_str()) != 0) {
             Fail(path, errno);
+        }
     } catch (...) {
         unlink(temporary.c_str());
         throw;
@@ -131,8 +144,9 @@ OpenDirectory::OpenDirectory(const std::string& directory)
       m_Path(m_Descriptor < 0 ? directory : "/proc/self/fd/" + std::to_string(m_Descriptor)) {}
 
 OpenDirectory::~OpenDirectory() {
-    if (m_Descriptor >= 0)
+    if (m_Descriptor >= 0) {
         close(m_Descriptor);
+    }
 }
 
 DirectoryLock::DirectoryLock(const std::string& directory)
@@ -142,8 +156,9 @@ DirectoryLock::DirectoryLock(const std::string& directory)
 }
 
 DirectoryLock::~DirectoryLock() {
-    if (m_Descriptor >= 0)
+    if (m_Descriptor >= 0) {
         close(m_Descriptor);
+    }
 }
 
 } // namespace orselsim

@@ -6,12 +6,15 @@ namespace orselsim {
 namespace {
 
 int DigitValue(char digit) {
-    if (digit >= '0' && digit <= '9')
+    if (digit >= '0' && digit <= '9') {
         return digit - '0';
-    if (digit >= 'A' && digit <= 'F')
+    }
+    if (digit >= 'A' && digit <= 'F') {
         return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f')
+    }
+    if (digit >= 'a' && digit <= 'f') {
         return digit - 'a' + 10;
+    }
     return -1;
 }
 
@@ -29,15 +32,17 @@ std::string ToHex(const Bytes& bytes) {
 }
 
 std::optional<Bytes> FromHex(std::string_view text) {
-    if (text.size() % 2 != 0)
+    if (text.size() % 2 != 0) {
         return std::nullopt;
+    }
     Bytes bytes;
     bytes.reserve(text.size() / 2);
     for (std::size_t i = 0; i < text.size(); i += 2) {
         const int high = DigitValue(text[i]);
         const int low = DigitValue(text[i + 1]);
-        if (high < 0 || low < 0)
+        if (high < 0 || low < 0) {
             return std::nullopt;
+        }
         bytes.push_back(static_cast<unsigned char>(high << 4 | low));
     }
     return bytes;

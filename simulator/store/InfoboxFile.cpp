@@ -36,8 +36,9 @@ Bytes MakeFile(const std::vector<Entry>& entries, std::size_t size) {
 }
 
 void MarkEntry(Bytes& file, const std::string& label, bool makePrivate) {
-    if (file.size() < HEAD_SIZE || !std::equal(std::begin(MAGIC), std::end(MAGIC), file.begin()))
+    if (file.size() < HEAD_SIZE || !std::equal(std::begin(MAGIC), std::end(MAGIC), file.begin())) {
         return;
+    }
     std::size_t position = HEAD_SIZE;
     while (position + ENTRY_HEAD_SIZE <= file.size() && file[position] != 0) {
         if (ObjectLabel(file[position]) == label) {

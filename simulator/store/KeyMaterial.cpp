@@ -26,8 +26,9 @@ KeyPtr Generate(int type, int (*configure)(EVP_PKEY_CTX*, int), int parameter) {
     const KeyContextPtr context(EVP_PKEY_CTX_new_id(type, nullptr));
     EVP_PKEY* key = nullptr;
     if (!context || EVP_PKEY_keygen_init(context.get()) <= 0 || configure(context.get(), parameter) <= 0 ||
-        EVP_PKEY_keygen(context.get(), &key) <= 0)
+        EVP_PKEY_keygen(context.get(), &key) <= 0) {
         throw std::runtime_error("cannot make a key");
+    }
     return KeyPtr(key);
 }
 
@@ -47,8 +48,9 @@ void FreeSequence(STACK_OF(ASN1_TYPE) * sequence) {
 
 Bytes IntegerAt(const STACK_OF(ASN1_TYPE) * sequence, int index) {
     const ASN1_TYPE* value = sk_ASN1_TYPE_value(sequence, index);
-    if (value == nullptr || value->type != V_ASN1_INTEGER)
+    if (value == nullptr || value->type != V_ASN1_INTEGER) {
         throw std::runtime_error("an RSA key without its integers");
+    }
     const BignumPtr number(ASN1_INTEGER_to_BN(value->value.integer, nullptr));
     Bytes bytes(static_cast<std::size_t>(BN_num_bytes(number.get())));
     BN_bn2bin(number.get(), bytes.data());
@@ -57,8 +59,9 @@ Bytes IntegerAt(const STACK_OF(ASN1_TYPE) * sequence, int index) {
 
 void ReadRsaNumbers(const unsigned char* der, int size, PublicParts& parts) {
     const SequencePtr numbers(d2i_ASN1_SEQUENCE_ANY(nullptr, &der, size), FreeSequence);
-    if (!numbers)
+    if (!numbers) {
         throw std::runtime_error("an RSA key without its integers");
+    }
     parts.m_IsRsa = true;
     parts.m_Modulus = IntegerAt(numbers.get(), 0);
     parts.m_Exponent = IntegerAt(numbers.get(), 1);
@@ -68,8 +71,9 @@ Bytes NamedCurve(const X509_ALGOR* algorithm) {
     int type = V_ASN1_UNDEF;
     const void* value = nullptr;
     X509_ALGOR_get0(nullptr, &type, &value, algorithm);
-    if (type != V_ASN1_OBJECT)
+    if (type != V_ASN1_OBJECT) {
         throw std::runtime_error("an EC key without a named curve");
+    }
     const auto* curve = static_cast<const ASN1_OBJECT*>(value);
     Bytes der(static_cast<std::size_t>(i2d_ASN1_OBJECT(curve, nullptr)));
     unsigned char* end = der.data();
@@ -95,16 +99,18 @@ KeyPtr MakeKey(KeyForm form) {
 
 KeyPtr ReadKey(const Bytes& pem) {
     KeyPtr key(PEM_read_bio_PrivateKey(ReaderOf(pem).get(), nullptr, RefusePassPhrase, nullptr));
-    if (!key)
+    if (!key) {
         key.reset(PEM_read_bio_PUBKEY(ReaderOf(pem).get(), nullptr, RefusePassPhrase, nullptr));
+    }
     ERR_clear_error(); // the host program's error queue is not ours to fill
     return key;
 }
 
 Bytes PrintPrivateKey(EVP_PKEY* key) {
     const BioPtr out(BIO_new(BIO_s_mem()));
-    if (PEM_write_bio_PrivateKey(out.get(), key, nullptr, nullptr, 0, nullptr, nullptr) != 1)
+    if (PEM_write_bio_PrivateKey(out.get(), key, nullptr, nullptr, 0, nullptr, nullptr) != 1) {
         throw std::runtime_error("cannot write a key");
+    }
     char* text = nullptr;
     const long size = BIO_get_mem_data(out.get(), &text);
     return Bytes(text, text + size);
@@ -112,8 +118,9 @@ Bytes PrintPrivateKey(EVP_PKEY* key) {
 
 PublicParts PublicPartsOf(EVP_PKEY* key) {
     X509_PUBKEY* raw = nullptr;
-    if (X509_PUBKEY_set(&raw, key) != 1)
+    if (X509_PUBKEY_set(&raw, key) != 1) {
         throw std::runtime_error("a key without a public part");
+    }
     const PublicKeyInfoPtr info(raw);
     const unsigned char* bits = nullptr;
     int size = 0;

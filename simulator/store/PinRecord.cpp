@@ -22,8 +22,9 @@ Bytes HashOf(const std::string& secret, const Bytes& salt) {
     Bytes hash(HASH_SIZE);
     if (PKCS5_PBKDF2_HMAC(secret.data(), static_cast<int>(secret.size()), salt.data(),
                           static_cast<int>(salt.size()), HASH_ROUNDS, EVP_sha256(), HASH_SIZE,
-                          hash.data()) != 1)
+                          hash.data()) != 1) {
         throw std::runtime_error("cannot hash a PIN");
+    }
     return hash;
 }
 
@@ -32,8 +33,9 @@ Bytes HashOf(const std::string& secret, const Bytes& salt) {
 HashedSecret HashedSecret::Of(const std::string& secret) {
     HashedSecret made;
     made.m_Salt.resize(SALT_SIZE);
-    if (RAND_bytes(made.m_Salt.data(), static_cast<int>(SALT_SIZE)) != 1)
+    if (RAND_bytes(made.m_Salt.data(), static_cast<int>(SALT_SIZE)) != 1) {
         throw std::runtime_error("no random bytes for the salt of a PIN");
+    }
     made.m_Hash = HashOf(secret, made.m_Salt);
     return made;
 }
@@ -45,8 +47,9 @@ bool HashedSecret::Matches(const std::string& secret) const {
 }
 
 bool CountedSecret::Check(const std::string& candidate) {
-    if (IsBlocked() || !m_Secret)
+    if (IsBlocked() || !m_Secret) {
         return false;
+    }
     if (m_Secret->Matches(candidate)) {
         m_TriesLeft = m_MaxTries;
         return true;

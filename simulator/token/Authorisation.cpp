@@ -46,23 +46,27 @@ PinQuestion NewPinQuestion(const CardRecord& card, const std::string& pinName) {
 Secret AskUser(Call& call, Runtime& runtime, const PinQuestion& question) {
     std::optional<Secret> answer;
     call.WithoutLock([&] { answer = runtime.GetPinEntry().Ask(question); });
-    if (!answer)
+    if (!answer) {
         throw Refusal{CKR_FUNCTION_CANCELED};
+    }
     return std::move(*answer);
 }
 
 const PinRecord& UsablePin(const CardRecord& card, const std::string& pinName) {
     const PinRecord* pin = card.Pin(pinName);
-    if (pin == nullptr || !pin->IsInitialised())
+    if (pin == nullptr || !pin->IsInitialised()) {
         throw Refusal{CKR_USER_PIN_NOT_INITIALIZED};
-    if (pin->m_Pin.IsBlocked())
+    }
+    if (pin->m_Pin.IsBlocked()) {
         throw Refusal{CKR_PIN_LOCKED};
+    }
     return *pin;
 }
 
 CK_RV TrySecret(CountedSecret& secret, const Secret& candidate) {
-    if (secret.Check(candidate.Text()))
+    if (secret.Check(candidate.Text())) {
         return CKR_OK;
+    }
     return secret.IsBlocked() ? CKR_PIN_LOCKED : CKR_PIN_INCORRECT;
 }
 
@@ -76,8 +80,9 @@ void ChangeCard(Deck& deck, Slot& slot, const std::function<CK_RV(Card&)>& chang
         SaveChanges(slot.m_Directory, before, after);
     }
     deck.Refresh(slot);
-    if (result != CKR_OK)
+    if (result != CKR_OK) {
         throw Refusal{result};
+    }
 }
 
 void CheckPin(Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName, const Secret& pin) {
@@ -91,8 +96,9 @@ void CheckPin(Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pi
 void Authorise(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const std::string& pinName) {
     const SessionView view = runtime.ViewOf(session);
     const bool isGiven = pinName == ENCRYPTION_PIN && view.m_Slot.m_IsLoggedIn;
-    if (pinName.empty() || isGiven)
+    if (pinName.empty() || isGiven) {
         return;
+    }
     UsablePin(view.m_Card->Record(), pinName);
     const Secret pin =
         AskUser(call, runtime, SecretQuestion(view.m_Card->Record(), pinName, SecretKind::PIN));

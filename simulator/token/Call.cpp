@@ -16,18 +16,21 @@ namespace {
 /// A value that is a flag or a class or a text; of any other its size alone.
 std::string ValueText(const CK_ATTRIBUTE& attribute) {
     std::string size = "[" + std::to_string(attribute.ulValueLen) + "]";
-    if (attribute.pValue == nullptr)
+    if (attribute.pValue == nullptr) {
         return size;
+    }
     if (attribute.type == CKA_CLASS && attribute.ulValueLen == sizeof(CK_OBJECT_CLASS)) {
         CK_OBJECT_CLASS objectClass = 0;
         std::memcpy(&objectClass, attribute.pValue, sizeof objectClass);
         return ":" + ClassName(objectClass);
     }
     const auto* bytes = static_cast<const unsigned char*>(attribute.pValue);
-    if (attribute.type == CKA_LABEL)
+    if (attribute.type == CKA_LABEL) {
         return ":" + Trace::Encoded(std::string(bytes, bytes + attribute.ulValueLen));
-    if (attribute.ulValueLen == sizeof(CK_BBOOL) && attribute.type != CKA_VALUE)
+    }
+    if (attribute.ulValueLen == sizeof(CK_BBOOL) && attribute.type != CKA_VALUE) {
         return ":" + std::to_string(*bytes);
+    }
     return size;
 }
 
@@ -35,8 +38,9 @@ std::string ListOf(const CK_ATTRIBUTE* attributes, CK_ULONG count, bool withValu
     std::string list;
     for (CK_ULONG i = 0; attributes != nullptr && i < count; ++i) {
         list += (i == 0 ? "" : ",") + AttributeName(attributes[i].type);
-        if (withValues)
+        if (withValues) {
             list += ValueText(attributes[i]);
+        }
     }
     return list;
 }
@@ -72,14 +76,16 @@ Call& Call::Property(const char* name) {
 }
 
 Call& Call::Given(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    for (CK_ULONG i = 0; attributes != nullptr && i < count; ++i)
+    for (CK_ULONG i = 0; attributes != nullptr && i < count; ++i) {
         m_Facts.m_Attributes.push_back(attributes[i].type);
+    }
     return Text("attributes", ListOf(attributes, count, true));
 }
 
 Call& Call::Asked(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    for (CK_ULONG i = 0; attributes != nullptr && i < count; ++i)
+    for (CK_ULONG i = 0; attributes != nullptr && i < count; ++i) {
         m_Facts.m_Attributes.push_back(attributes[i].type);
+    }
     return Text("attributes", ListOf(attributes, count, false));
 }
 
@@ -90,8 +96,9 @@ Call& Call::Slow() {
 
 CK_RV Call::Run(const Body& body) {
     m_Runtime = CurrentRuntime();
-    if (!m_Runtime)
+    if (!m_Runtime) {
         return CKR_CRYPTOKI_NOT_INITIALIZED;
+    }
     Prepare();
     const CK_RV result = m_Fault.m_Result ? *m_Fault.m_Result : Perform(body);
     WriteTrace(result);
@@ -102,22 +109,25 @@ CK_RV Call::RunFirst(const std::function<std::shared_ptr<Runtime>()>& start) {
     const CK_RV started = Guarded([&] { m_Runtime = start(); });
     if (started != CKR_OK) {
         m_Runtime = CurrentRuntime(); // of an earlier C_Initialize, if there was one
-        if (m_Runtime)
+        if (m_Runtime) {
             WriteTrace(started);
+        }
         return started;
     }
     Prepare();
     const CK_RV result = m_Fault.m_Result.value_or(CKR_OK);
-    if (result != CKR_OK)
+    if (result != CKR_OK) {
         Guarded(StopRuntime); // planned to fail: the library stays as it was before the call
+    }
     WriteTrace(result);
     return result;
 }
 
 CK_RV Call::RunLast(const std::function<void()>& stop) {
     m_Runtime = CurrentRuntime();
-    if (!m_Runtime)
+    if (!m_Runtime) {
         return CKR_CRYPTOKI_NOT_INITIALIZED;
+    }
     Prepare();
     const CK_RV result = m_Fault.m_Result ? *m_Fault.m_Result : Guarded(stop);
     WriteTrace(result);
@@ -130,25 +140,30 @@ void Call::Prepare() {
     {
         const std::lock_guard<std::mutex> lock(m_Runtime->GetMutex());
         orselsim::Slot* slot = nullptr;
-        if (m_Session != 0)
+        if (m_Session != 0) {
             slot = m_Runtime->SlotOfSession(m_Session);
-        else if (m_Facts.m_Slot)
+        } else if (m_Facts.m_Slot) {
             slot = m_Runtime->GetDeck().Find(*m_Facts.m_Slot);
-        if (slot != nullptr && !m_Facts.m_Slot)
+        }
+        if (slot != nullptr && !m_Facts.m_Slot) {
             this->Slot(slot->m_Id);
-        if (m_IsSlow && slot != nullptr && slot->m_Card)
+        }
+        if (m_IsSlow && slot != nullptr && slot->m_Card) {
             cardDelay = slot->m_Card->Record().m_DelayMs;
+        }
     }
     m_Fault = m_Runtime->GetFaults().Meet(m_Facts);
-    if (m_Fault.m_DelayMs + cardDelay > 0)
+    if (m_Fault.m_DelayMs + cardDelay > 0) {
         std::this_thread::sleep_for(std::chrono::milliseconds(m_Fault.m_DelayMs + cardDelay));
+    }
 }
 
 CK_RV Call::Perform(const Body& body) {
     return Guarded([&] {
         std::unique_lock<std::mutex> lock(m_Runtime->GetMutex());
-        if (m_Runtime->IsClosed())
+        if (m_Runtime->IsClosed()) {
             throw Refusal{CKR_CRYPTOKI_NOT_INITIALIZED};
+        }
         m_Lock = &lock;
         body(*m_Runtime);
     });
@@ -179,18 +194,21 @@ void Call::WithoutLock(const std::function<void()>& work) {
         const Relock relock(*m_Lock);
         work();
     }
-    if (m_Runtime->IsClosed())
+    if (m_Runtime->IsClosed()) {
         throw Refusal{CKR_CRYPTOKI_NOT_INITIALIZED};
+    }
 }
 
 void Call::Bend(CK_ULONG& length) const {
-    if (m_Fault.m_Length)
+    if (m_Fault.m_Length) {
         length = *m_Fault.m_Length;
+    }
 }
 
 void Call::WriteTrace(CK_RV result) {
-    if (!m_Runtime->GetTrace().IsOn())
+    if (!m_Runtime->GetTrace().IsOn()) {
         return;
+    }
     const auto spent = std::chrono::steady_clock::now() - m_Started;
     const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(spent).count();
     m_Runtime->GetTrace().Write(m_Line + " rv=" + ReturnName(result) + " us=" + std::to_string(microseconds));

@@ -63,24 +63,29 @@ struct CardFileSystem::Command {
 };
 
 std::optional<CardFileSystem::Command> CardFileSystem::Command::Parse(const Bytes& apdu) {
-    if (apdu.size() < 4)
+    if (apdu.size() < 4) {
         return std::nullopt;
+    }
     Command command;
     command.m_Cla = apdu[0];
     command.m_Ins = apdu[1];
     command.m_P1 = apdu[2];
     command.m_P2 = apdu[3];
-    if (apdu.size() == 5)
+    if (apdu.size() == 5) {
         command.m_Le = apdu[4];
-    if (apdu.size() <= 5)
+    }
+    if (apdu.size() <= 5) {
         return command;
+    }
     const std::size_t size = apdu[4];
     const std::size_t end = 5 + size;
-    if (size == 0 || (apdu.size() != end && apdu.size() != end + 1))
+    if (size == 0 || (apdu.size() != end && apdu.size() != end + 1)) {
         return std::nullopt;
+    }
     command.m_Data = Slice(apdu, 5, size);
-    if (apdu.size() > end)
+    if (apdu.size() > end) {
         command.m_Le = apdu[end];
+    }
     return command;
 }
 
@@ -91,12 +96,15 @@ void CardFileSystem::Reset() {
 
 Bytes CardFileSystem::Transmit(const Card& card, const Bytes& apdu) {
     const auto command = Command::Parse(apdu);
-    if (!command)
+    if (!command) {
         return Status(SW_WRONG_LENGTH);
-    if (!card.m_Record.m_ChipId.empty() && command->AsksForChipId())
+    }
+    if (!card.m_Record.m_ChipId.empty() && command->AsksForChipId()) {
         return Answer(Slice(card.m_Record.m_ChipId, 0, command->Expected()), SW_OK);
-    if (command->m_Cla != 0x00)
+    }
+    if (command->m_Cla != 0x00) {
         return Status(SW_NO_SUCH_CLASS);
+    }
     switch (command->m_Ins) {
     case 0xA4:
         return Select(card, *command);
@@ -110,10 +118,12 @@ Bytes CardFileSystem::Transmit(const Card& card, const Bytes& apdu) {
 // By file id, without a description of the file in the answer: the only form in use. An id is
 // looked for in the selected directory first and then beside it, as the standard has it.
 Bytes CardFileSystem::Select(const Card& card, const Command& command) {
-    if (command.m_P1 != 0x00 || command.m_P2 != 0x0C)
+    if (command.m_P1 != 0x00 || command.m_P2 != 0x0C) {
         return Status(SW_WRONG_PARAMETERS);
-    if (command.m_Data.size() != 2)
+    }
+    if (command.m_Data.size() != 2) {
         return Status(SW_WRONG_LENGTH);
+    }
     const auto id = static_cast<std::uint16_t>(command.m_Data[0] << 8 | command.m_Data[1]);
     if (id == ROOT_ID) {
         Reset();
@@ -121,21 +131,24 @@ Bytes CardFileSystem::Select(const Card& card, const Command& command) {
     }
     Path child = m_Directory;
     child.push_back(id);
-    if (Enter(card, child))
+    if (Enter(card, child)) {
         return Status(SW_OK);
+    }
     if (!m_Directory.empty()) {
         Path sibling(m_Directory.begin(), m_Directory.end() - 1);
         sibling.push_back(id);
-        if (Enter(card, sibling))
+        if (Enter(card, sibling)) {
             return Status(SW_OK);
+        }
     }
     return Status(SW_NO_SUCH_FILE);
 }
 
 bool CardFileSystem::Enter(const Card& card, const Path& path) {
     for (const CardFileRecord& file : card.m_Record.m_Files) {
-        if (!StartsWith(file.m_Path, path))
+        if (!StartsWith(file.m_Path, path)) {
             continue;
+        }
         const bool isFile = file.m_Path.size() == path.size();
         m_Directory = isFile ? Path(path.begin(), path.end() - 1) : path;
         m_File = isFile ? path : Path();
@@ -145,18 +158,22 @@ bool CardFileSystem::Enter(const Card& card, const Path& path) {
 }
 
 Bytes CardFileSystem::ReadBinary(const Card& card, const Command& command) const {
-    if ((command.m_P1 & 0x80) != 0) // short file ids are not in use on these cards
+    if ((command.m_P1 & 0x80) != 0) { // short file ids are not in use on these cards
         return Status(SW_WRONG_PARAMETERS);
-    if (!command.m_Data.empty() || !command.m_Le)
+    }
+    if (!command.m_Data.empty() || !command.m_Le) {
         return Status(SW_WRONG_LENGTH);
+    }
     const auto file = std::find_if(card.m_Record.m_Files.begin(), card.m_Record.m_Files.end(),
                                    [this](const CardFileRecord& record) { return record.m_Path == m_File; });
-    if (m_File.empty() || file == card.m_Record.m_Files.end())
+    if (m_File.empty() || file == card.m_Record.m_Files.end()) {
         return Status(SW_NO_FILE_SELECTED);
+    }
     const Bytes& content = card.Content(file->m_File);
     const std::size_t offset = static_cast<std::size_t>(command.m_P1 << 8 | command.m_P2);
-    if (offset > content.size())
+    if (offset > content.size()) {
         return Status(SW_WRONG_OFFSET);
+    }
     const Bytes data = Slice(content, offset, command.Expected());
     const bool isShort = *command.m_Le != 0 && data.size() < command.Expected();
     return Answer(data, isShort ? SW_END_REACHED : SW_OK);

@@ -14,8 +14,9 @@ namespace {
 
 std::vector<std::optional<FileStamp>> StampsOf(const std::string& directory, const Card& card) {
     std::vector<std::optional<FileStamp>> stamps = {StampOf(RecordPath(directory))};
-    for (const auto& [file, content] : card.m_Contents)
+    for (const auto& [file, content] : card.m_Contents) {
         stamps.push_back(StampOf(JoinPath(directory, file)));
+    }
     return stamps;
 }
 
@@ -32,14 +33,16 @@ std::string OneLine(std::string text) {
 std::vector<std::string> Deck::DirectoryNames() const {
     namespace fs = std::filesystem;
     std::vector<std::string> names;
-    if (m_Directory.empty())
+    if (m_Directory.empty()) {
         return names;
+    }
     std::error_code error;
     for (fs::directory_iterator it(m_Directory, error), end; !error && it != end; it.increment(error)) {
         const std::string name = it->path().filename().string();
         std::error_code ignored; // a link that leads nowhere or round in circles is no directory
-        if (name.front() != '.' && it->is_directory(ignored))
+        if (name.front() != '.' && it->is_directory(ignored)) {
             names.push_back(name);
+        }
     }
     return names;
 }
@@ -50,8 +53,9 @@ void Deck::Rescan() {
         entry.m_Slot.m_Name = name;
         entry.m_Slot.m_Directory = JoinPath(m_Directory, name);
     }
-    for (auto& [name, entry] : m_Entries)
+    for (auto& [name, entry] : m_Entries) {
         Look(entry);
+    }
     GiveIds();
 }
 
@@ -64,8 +68,9 @@ void Deck::Look(Entry& entry) {
     const auto directory = StampOf(slot.m_Directory);
     const bool isSame = slot.m_Card && directory && directory->m_Inode == entry.m_Inode &&
                         StampsOf(slot.m_Directory, slot.m_Card->GetCard()) == entry.m_Stamps;
-    if (isSame)
+    if (isSame) {
         return;
+    }
     const std::shared_ptr<const TokenCard> before = std::move(slot.m_Card);
     const ino_t inodeBefore = entry.m_Inode;
     slot.m_Card = nullptr;
@@ -87,8 +92,9 @@ void Deck::Look(Entry& entry) {
 void Deck::Read(Entry& entry) {
     const std::string& shown = entry.m_Slot.m_Directory;
     const OpenDirectory directory(shown);
-    if (directory.IsMissing())
+    if (directory.IsMissing()) {
         return; // taken out, which is no damage; a card that goes from here on is still read as a whole
+    }
     std::string complaint;
     try {
         // Taken first: a record that is replaced while the card is read makes the next look read again.
@@ -97,16 +103,19 @@ void Deck::Read(Entry& entry) {
         entry.m_Stamps = StampsOf(directory.GetPath(), entry.m_Slot.m_Card->GetCard());
         entry.m_Stamps.front() = recordStamp;
     } catch (const std::exception& error) {
-        if (!StampOf(shown))
+        if (!StampOf(shown)) {
             return; // thrown away while it was read
+        }
         std::string reason = error.what();
         const size_t place = reason.find(directory.GetPath());
-        if (place != std::string::npos)
+        if (place != std::string::npos) {
             reason.replace(place, directory.GetPath().size(), shown);
+        }
         complaint = "OrselP11: card " + entry.m_Slot.m_Name + " is skipped: " + reason;
     }
-    if (!complaint.empty() && complaint != entry.m_Complaint)
+    if (!complaint.empty() && complaint != entry.m_Complaint) {
         std::cerr << OneLine(complaint) + "\n";
+    }
     entry.m_Complaint = complaint;
 }
 
@@ -119,8 +128,9 @@ bool Deck::IsTaken(CK_SLOT_ID id) const {
 // Chosen ids go first, so that no card without a wish takes one of them.
 void Deck::GiveIds() {
     for (auto& [name, entry] : m_Entries) {
-        if (entry.m_HasId || !entry.m_Slot.m_Card || !entry.m_Slot.m_Card->Record().m_SlotId)
+        if (entry.m_HasId || !entry.m_Slot.m_Card || !entry.m_Slot.m_Card->Record().m_SlotId) {
             continue;
+        }
         const CK_SLOT_ID wanted = *entry.m_Slot.m_Card->Record().m_SlotId;
         if (IsTaken(wanted)) {
             std::cerr << OneLine("OrselP11: card " + name + ": slot " + std::to_string(wanted) +
@@ -133,10 +143,12 @@ void Deck::GiveIds() {
     }
     CK_SLOT_ID next = 1;
     for (auto& [name, entry] : m_Entries) {
-        if (entry.m_HasId || !entry.m_Slot.m_Card)
+        if (entry.m_HasId || !entry.m_Slot.m_Card) {
             continue;
-        while (IsTaken(next))
+        }
+        while (IsTaken(next)) {
             ++next;
+        }
         entry.m_Slot.m_Id = next;
         entry.m_HasId = true;
     }
@@ -144,23 +156,28 @@ void Deck::GiveIds() {
 
 std::vector<Slot*> Deck::Slots() {
     std::vector<Slot*> slots;
-    for (auto& [name, entry] : m_Entries)
-        if (entry.m_HasId)
+    for (auto& [name, entry] : m_Entries) {
+        if (entry.m_HasId) {
             slots.push_back(&entry.m_Slot);
+        }
+    }
     return slots;
 }
 
 Slot* Deck::Find(CK_SLOT_ID id) {
-    for (auto& [name, entry] : m_Entries)
-        if (entry.m_HasId && entry.m_Slot.m_Id == id)
+    for (auto& [name, entry] : m_Entries) {
+        if (entry.m_HasId && entry.m_Slot.m_Id == id) {
             return &entry.m_Slot;
+        }
+    }
     return nullptr;
 }
 
 Slot& Deck::SlotOf(CK_SLOT_ID id) {
     Slot* found = Find(id);
-    if (found == nullptr)
+    if (found == nullptr) {
         throw Refusal{CKR_SLOT_ID_INVALID};
+    }
     return *found;
 }
 

@@ -15,8 +15,9 @@ namespace {
 
 /// A login for one signature counts for the PIN of the key that is about to sign.
 std::string PinOfSigningKey(const SessionView& view) {
-    if (!view.m_Session.m_Signing)
+    if (!view.m_Session.m_Signing) {
         throw Refusal{CKR_OPERATION_NOT_INITIALIZED};
+    }
     const TokenObject* key = view.m_Card->Object(view.m_Session.m_Signing->m_Key);
     return key == nullptr ? "" : key->m_Record.m_Pin;
 }
@@ -24,8 +25,9 @@ std::string PinOfSigningKey(const SessionView& view) {
 std::string PinOfLogin(const SessionView& view, CK_USER_TYPE user) {
     switch (user) {
     case CKU_USER:
-        if (view.m_Slot.m_IsLoggedIn)
+        if (view.m_Slot.m_IsLoggedIn) {
             throw Refusal{CKR_USER_ALREADY_LOGGED_IN};
+        }
         return orselsim::ENCRYPTION_PIN;
     case CKU_CONTEXT_SPECIFIC:
         return PinOfSigningKey(view);
@@ -35,10 +37,11 @@ std::string PinOfLogin(const SessionView& view, CK_USER_TYPE user) {
 }
 
 void NoteLogin(const SessionView& view, CK_USER_TYPE user) {
-    if (user == CKU_USER)
+    if (user == CKU_USER) {
         view.m_Slot.m_IsLoggedIn = true;
-    else if (view.m_Session.m_Signing)
+    } else if (view.m_Session.m_Signing) {
         view.m_Session.m_Signing->m_IsAuthorised = true;
+    }
 }
 
 } // namespace
@@ -65,8 +68,9 @@ CK_RV C_Login(CK_SESSION_HANDLE session, CK_USER_TYPE user, CK_BYTE* pin, CK_ULO
 CK_RV C_Logout(CK_SESSION_HANDLE session) {
     return Call("C_Logout").Session(session).Run([&](Runtime& runtime) {
         const SessionView view = runtime.ViewOf(session);
-        if (!view.m_Slot.m_IsLoggedIn)
+        if (!view.m_Slot.m_IsLoggedIn) {
             throw Refusal{CKR_USER_NOT_LOGGED_IN};
+        }
         view.m_Slot.m_IsLoggedIn = false;
     });
 }

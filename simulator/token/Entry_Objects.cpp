@@ -19,13 +19,15 @@ using orselsim::TokenObject;
 namespace {
 
 AttributeMap TemplateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    if (count > 0)
+    if (count > 0) {
         orselsim::Require(attributes);
+    }
     AttributeMap wanted;
     for (CK_ULONG i = 0; i < count; ++i) {
         const CK_ATTRIBUTE& attribute = attributes[i];
-        if (attribute.ulValueLen > 0)
+        if (attribute.ulValueLen > 0) {
             orselsim::Require(attribute.pValue);
+        }
         const auto* bytes = static_cast<const unsigned char*>(attribute.pValue);
         wanted[attribute.type] = bytes == nullptr ? Bytes() : Bytes(bytes, bytes + attribute.ulValueLen);
     }
@@ -34,14 +36,16 @@ AttributeMap TemplateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
 
 const TokenObject& ObjectOf(const SessionView& view, CK_OBJECT_HANDLE handle) {
     const TokenObject* object = view.m_Card->Object(handle);
-    if (object == nullptr)
+    if (object == nullptr) {
         throw Refusal{CKR_OBJECT_HANDLE_INVALID};
+    }
     return *object;
 }
 
 Search& SearchOf(const SessionView& view) {
-    if (!view.m_Session.m_Search)
+    if (!view.m_Session.m_Search) {
         throw Refusal{CKR_OPERATION_NOT_INITIALIZED};
+    }
     return *view.m_Session.m_Search;
 }
 
@@ -61,15 +65,19 @@ CK_RV ReadAttribute(const TokenObject& object, CK_ATTRIBUTE& asked) {
     const CK_ULONG capacity = asked.ulValueLen;
     const auto own = object.m_Attributes.find(asked.type);
     asked.ulValueLen = CK_UNAVAILABLE_INFORMATION;
-    if (IsSecret(object, asked.type))
+    if (IsSecret(object, asked.type)) {
         return CKR_ATTRIBUTE_SENSITIVE;
-    if (own == object.m_Attributes.end())
+    }
+    if (own == object.m_Attributes.end()) {
         return CKR_ATTRIBUTE_TYPE_INVALID;
+    }
     const Bytes& value = own->second;
-    if (asked.pValue != nullptr && capacity < value.size())
+    if (asked.pValue != nullptr && capacity < value.size()) {
         return CKR_BUFFER_TOO_SMALL;
-    if (asked.pValue != nullptr)
+    }
+    if (asked.pValue != nullptr) {
         std::copy(value.begin(), value.end(), static_cast<unsigned char*>(asked.pValue));
+    }
     asked.ulValueLen = value.size();
     return CKR_OK;
 }
@@ -77,9 +85,11 @@ CK_RV ReadAttribute(const TokenObject& object, CK_ATTRIBUTE& asked) {
 /// A planned fault may report any length, for all attributes or for one.
 void BendLengths(const Call& call, CK_ATTRIBUTE* attributes, CK_ULONG count) {
     const auto& only = call.GetFault().m_Only;
-    for (CK_ULONG i = 0; i < count; ++i)
-        if (!only || *only == attributes[i].type)
+    for (CK_ULONG i = 0; i < count; ++i) {
+        if (!only || *only == attributes[i].type) {
             call.Bend(attributes[i].ulValueLen);
+        }
+    }
 }
 
 /// Some cards give private data to somebody with the PIN only.
@@ -87,8 +97,9 @@ void AuthoriseReading(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, C
     const SessionView view = runtime.ViewOf(session);
     const orselsim::ObjectRecord& record = ObjectOf(view, handle).m_Record;
     if (view.m_Card->Record().m_AsksPinForData && record.m_Kind == orselsim::ObjectKind::DATA &&
-        record.m_IsPrivate)
+        record.m_IsPrivate) {
         orselsim::Authorise(call, runtime, session, record.m_Pin);
+    }
 }
 
 bool ReadsValue(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
@@ -103,8 +114,9 @@ CK_RV C_FindObjectsInit(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_
     Call call("C_FindObjectsInit");
     return call.Session(session).Given(attributes, count).Run([&](Runtime& runtime) {
         const SessionView view = runtime.ViewOf(session);
-        if (view.m_Session.m_Search)
+        if (view.m_Session.m_Search) {
             throw Refusal{CKR_OPERATION_ACTIVE};
+        }
         view.m_Session.m_Search = Search{view.m_Card->Find(TemplateOf(attributes, count)), 0};
     });
 }
@@ -136,22 +148,26 @@ CK_RV C_GetAttributeValue(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle, CK
                           CK_ULONG count) {
     Call call("C_GetAttributeValue");
     call.Session(session).Number("object", handle).Asked(attributes, count);
-    if (ReadsValue(attributes, count))
+    if (ReadsValue(attributes, count)) {
         call.Slow();
+    }
     return call.Run([&](Runtime& runtime) {
-        if (ReadsValue(attributes, count))
+        if (ReadsValue(attributes, count)) {
             AuthoriseReading(call, runtime, session, handle);
+        }
         const SessionView view = runtime.ViewOf(session);
         const TokenObject& object = ObjectOf(view, handle);
-        if (count > 0)
+        if (count > 0) {
             orselsim::Require(attributes);
+        }
         CK_RV first = CKR_OK;
         for (CK_ULONG i = 0; i < count; ++i) {
             const CK_RV result = ReadAttribute(object, attributes[i]);
             first = first == CKR_OK ? result : first;
         }
-        if (first != CKR_OK)
+        if (first != CKR_OK) {
             throw Refusal{first};
+        }
         BendLengths(call, attributes, count);
     });
 }

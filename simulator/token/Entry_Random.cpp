@@ -26,7 +26,8 @@ CK_RV C_GenerateRandom(CK_SESSION_HANDLE session, CK_BYTE* out, CK_ULONG size) {
     return Call("C_GenerateRandom").Session(session).Number("size", size).Run([&](Runtime& runtime) {
         runtime.ViewOf(session);
         orselsim::Require(out);
-        if (size > LARGEST_REQUEST || RAND_bytes(out, static_cast<int>(size)) != 1)
+        if (size > LARGEST_REQUEST || RAND_bytes(out, static_cast<int>(size)) != 1) {
             throw Refusal{CKR_FUNCTION_FAILED};
+        }
     });
 }

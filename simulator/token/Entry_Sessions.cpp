@@ -12,8 +12,9 @@ namespace {
 
 CK_STATE StateOf(const SessionView& view) {
     const bool isReadWrite = (view.m_Session.m_Flags & CKF_RW_SESSION) != 0;
-    if (view.m_Slot.m_IsLoggedIn)
+    if (view.m_Slot.m_IsLoggedIn) {
         return isReadWrite ? CKS_RW_USER_FUNCTIONS : CKS_RO_USER_FUNCTIONS;
+    }
     return isReadWrite ? CKS_RW_PUBLIC_SESSION : CKS_RO_PUBLIC_SESSION;
 }
 
@@ -23,8 +24,9 @@ CK_RV C_OpenSession(CK_SLOT_ID id, CK_FLAGS flags, void*, CK_NOTIFY, CK_SESSION_
     Call call("C_OpenSession");
     return call.Slot(id).Number("flags", flags).Slow().Run([&](Runtime& runtime) {
         orselsim::Require(session);
-        if ((flags & CKF_SERIAL_SESSION) == 0)
+        if ((flags & CKF_SERIAL_SESSION) == 0) {
             throw Refusal{CKR_SESSION_PARALLEL_NOT_SUPPORTED};
+        }
         *session = runtime.OpenSession(id, flags);
         call.Number("session", *session);
     });

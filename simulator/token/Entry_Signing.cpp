@@ -27,17 +27,20 @@ std::string MechanismText(const CK_MECHANISM* mechanism) {
 const Mechanism& MechanismOf(const CK_MECHANISM* given) {
     orselsim::Require(given);
     const Mechanism* mechanism = orselsim::FindMechanism(given->mechanism);
-    if (mechanism == nullptr)
+    if (mechanism == nullptr) {
         throw Refusal{CKR_MECHANISM_INVALID};
-    if (given->pParameter != nullptr || given->ulParameterLen != 0)
+    }
+    if (given->pParameter != nullptr || given->ulParameterLen != 0) {
         throw Refusal{CKR_MECHANISM_PARAM_INVALID};
+    }
     return *mechanism;
 }
 
 const TokenObject& KeyOf(const SessionView& view, CK_OBJECT_HANDLE handle) {
     const TokenObject* object = view.m_Card->Object(handle);
-    if (object == nullptr || !object->m_Key)
+    if (object == nullptr || !object->m_Key) {
         throw Refusal{CKR_KEY_HANDLE_INVALID};
+    }
     return *object;
 }
 
@@ -45,10 +48,12 @@ KeyOperation BeginOperation(const SessionView& view, const CK_MECHANISM* given, 
                             ObjectKind wanted) {
     const Mechanism& mechanism = MechanismOf(given);
     const TokenObject& key = KeyOf(view, handle);
-    if (key.m_Record.m_Kind != wanted)
+    if (key.m_Record.m_Kind != wanted) {
         throw Refusal{CKR_KEY_FUNCTION_NOT_PERMITTED};
-    if (key.m_Attributes.at(CKA_KEY_TYPE) != orselsim::NumberValue(mechanism.m_KeyType))
+    }
+    if (key.m_Attributes.at(CKA_KEY_TYPE) != orselsim::NumberValue(mechanism.m_KeyType)) {
         throw Refusal{CKR_KEY_TYPE_INCONSISTENT};
+    }
     return {&mechanism, handle, false};
 }
 
@@ -57,8 +62,9 @@ CK_RV InitOperation(Call& call, CK_SESSION_HANDLE session, const CK_MECHANISM* m
     call.Session(session).Text("mechanism", MechanismText(mechanism)).Number("key", key);
     return call.Run([&](Runtime& runtime) {
         const SessionView view = runtime.ViewOf(session);
-        if (view.m_Session.*member)
+        if (view.m_Session.*member) {
             throw Refusal{CKR_OPERATION_ACTIVE};
+        }
         view.m_Session.*member = BeginOperation(view, mechanism, key, wanted);
     });
 }
@@ -69,8 +75,9 @@ public:
     OperationEnd(Runtime& runtime, CK_SESSION_HANDLE session, OperationMember member)
         : m_Runtime(runtime), m_Session(session), m_Member(member) {}
     ~OperationEnd() {
-        if (orselsim::Session* session = m_Runtime.FindSession(m_Session))
+        if (orselsim::Session* session = m_Runtime.FindSession(m_Session)) {
             (session->*m_Member).reset();
+        }
     }
     OperationEnd(const OperationEnd&) = delete; // ends one operation
     OperationEnd& operator=(const OperationEnd&) = delete;
@@ -82,14 +89,16 @@ private:
 };
 
 const KeyOperation& ActiveOperation(const SessionView& view, OperationMember member) {
-    if (!(view.m_Session.*member))
+    if (!(view.m_Session.*member)) {
         throw Refusal{CKR_OPERATION_NOT_INITIALIZED};
+    }
     return *(view.m_Session.*member);
 }
 
 Bytes InputOf(const CK_BYTE* data, CK_ULONG size) {
-    if (size > 0)
+    if (size > 0) {
         orselsim::Require(data);
+    }
     return data == nullptr ? Bytes() : Bytes(data, data + size);
 }
 
@@ -117,10 +126,12 @@ bool AnswersSize(const SessionView& view, const CK_BYTE* signature, CK_ULONG* si
     orselsim::Require(signatureLen);
     const CK_ULONG size = orselsim::SignatureSize(KeyOf(view, operation.m_Key).m_Key.get());
     const bool isTooSmall = signature != nullptr && *signatureLen < size;
-    if (signature == nullptr || isTooSmall)
+    if (signature == nullptr || isTooSmall) {
         *signatureLen = size;
-    if (isTooSmall)
+    }
+    if (isTooSmall) {
         throw Refusal{CKR_BUFFER_TOO_SMALL};
+    }
     return signature == nullptr;
 }
 
@@ -136,8 +147,9 @@ CK_RV C_Sign(CK_SESSION_HANDLE session, CK_BYTE* data, CK_ULONG dataLen, CK_BYTE
              CK_ULONG* signatureLen) {
     Call call("C_Sign");
     call.Session(session).Number("size", dataLen).Number("query", signature == nullptr ? 1 : 0);
-    if (signature != nullptr)
+    if (signature != nullptr) {
         call.Slow();
+    }
     return call.Run([&](Runtime& runtime) {
         if (!AnswersSize(runtime.ViewOf(session), signature, signatureLen)) {
             const OperationEnd end(runtime, session, &orselsim::Session::m_Signing);

@@ -17,23 +17,28 @@ namespace {
 
 /// Directory names are any bytes; descriptions are text.
 std::string Printable(std::string text) {
-    for (char& c : text)
-        if (c < ' ' || c > '~')
+    for (char& c : text) {
+        if (c < ' ' || c > '~') {
             c = '?';
+        }
+    }
     return text;
 }
 
 CK_FLAGS PinFlags(const PinRecord* pin) {
-    if (pin == nullptr || !pin->IsInitialised())
+    if (pin == nullptr || !pin->IsInitialised()) {
         return 0;
+    }
     CK_FLAGS flags = CKF_USER_PIN_INITIALIZED;
     const CountedSecret& secret = pin->m_Pin;
-    if (secret.IsBlocked())
+    if (secret.IsBlocked()) {
         flags |= CKF_USER_PIN_LOCKED;
-    else if (secret.m_TriesLeft == 1)
+    } else if (secret.m_TriesLeft == 1) {
         flags |= CKF_USER_PIN_FINAL_TRY;
-    if (secret.m_TriesLeft < secret.m_MaxTries)
+    }
+    if (secret.m_TriesLeft < secret.m_MaxTries) {
         flags |= CKF_USER_PIN_COUNT_LOW;
+    }
     return flags;
 }
 
@@ -68,9 +73,11 @@ CK_RV C_GetSlotList(CK_BBOOL tokenPresent, CK_SLOT_ID* list, CK_ULONG* count) {
         orselsim::Require(count);
         runtime.GetDeck().Rescan();
         std::vector<CK_SLOT_ID> ids;
-        for (const Slot* slot : runtime.GetDeck().Slots())
-            if (tokenPresent == CK_FALSE || slot->m_Card)
+        for (const Slot* slot : runtime.GetDeck().Slots()) {
+            if (tokenPresent == CK_FALSE || slot->m_Card) {
                 ids.push_back(slot->m_Id);
+            }
+        }
         call.Number("count", ids.size());
         orselsim::HandOut(ids, list, count);
         call.Bend(*count);
@@ -86,10 +93,12 @@ CK_RV C_GetSlotInfo(CK_SLOT_ID id, CK_SLOT_INFO* info) {
         orselsim::FillField(info->slotDescription, "Simulated reader of " + Printable(slot.m_Name));
         orselsim::FillField(info->manufacturerID, "Orsel");
         info->flags = CKF_HW_SLOT;
-        if (!slot.m_Card || slot.m_Card->Record().m_IsRemovable)
+        if (!slot.m_Card || slot.m_Card->Record().m_IsRemovable) {
             info->flags |= CKF_REMOVABLE_DEVICE;
-        if (slot.m_Card)
+        }
+        if (slot.m_Card) {
             info->flags |= CKF_TOKEN_PRESENT;
+        }
         info->hardwareVersion = {1, 0};
         info->firmwareVersion = {1, 0};
     });
@@ -109,14 +118,17 @@ CK_RV C_WaitForSlotEvent(CK_FLAGS flags, CK_SLOT_ID* id, void* reserved) {
     Call call("C_WaitForSlotEvent");
     return call.Number("flags", flags).Run([&](Runtime& runtime) {
         orselsim::Require(id);
-        if (reserved != nullptr)
+        if (reserved != nullptr) {
             throw Refusal{CKR_ARGUMENTS_BAD};
-        if ((flags & CKF_DONT_BLOCK) == 0)
+        }
+        if ((flags & CKF_DONT_BLOCK) == 0) {
             throw Refusal{CKR_FUNCTION_NOT_SUPPORTED};
+        }
         runtime.GetDeck().Rescan();
         for (Slot* slot : runtime.GetDeck().Slots()) {
-            if (!slot->m_HasEvent)
+            if (!slot->m_HasEvent) {
                 continue;
+            }
             slot->m_HasEvent = false;
             *id = slot->m_Id;
             call.Number("slot", slot->m_Id);
@@ -132,8 +144,9 @@ CK_RV C_GetMechanismList(CK_SLOT_ID id, CK_MECHANISM_TYPE* list, CK_ULONG* count
         orselsim::Require(count);
         runtime.SlotWithToken(id);
         std::vector<CK_MECHANISM_TYPE> types;
-        for (const orselsim::Mechanism& mechanism : orselsim::Mechanisms())
+        for (const orselsim::Mechanism& mechanism : orselsim::Mechanisms()) {
             types.push_back(mechanism.m_Type);
+        }
         orselsim::HandOut(types, list, count);
         call.Bend(*count);
     });

@@ -17,12 +17,14 @@ namespace {
 /// A command as the trace may show it: the header, and the data only of commands that carry no
 /// secret. A command that verifies a PIN has the PIN in its data.
 std::string ShownCommand(const unsigned char* apdu, unsigned long size) {
-    if (apdu == nullptr)
+    if (apdu == nullptr) {
         return "";
+    }
     const Bytes bytes(apdu, apdu + size);
     const bool isHarmless = bytes.size() <= 5 || bytes[1] == 0xA4;
-    if (isHarmless)
+    if (isHarmless) {
         return orselsim::ToHex(bytes);
+    }
     return orselsim::ToHex(Bytes(bytes.begin(), bytes.begin() + 4)) + "[" + std::to_string(size - 4) + "]";
 }
 

@@ -34,16 +34,19 @@ struct Changes {
 };
 
 bool FlagOf(const CK_ATTRIBUTE& attribute) {
-    if (attribute.pValue == nullptr || attribute.ulValueLen != sizeof(CK_BBOOL))
+    if (attribute.pValue == nullptr || attribute.ulValueLen != sizeof(CK_BBOOL)) {
         throw Refusal{CKR_ATTRIBUTE_VALUE_INVALID};
+    }
     return *static_cast<const CK_BBOOL*>(attribute.pValue) != CK_FALSE;
 }
 
 Bytes ValueOf(const CK_ATTRIBUTE& attribute) {
-    if (attribute.ulValueLen > 0)
+    if (attribute.ulValueLen > 0) {
         orselsim::Require(attribute.pValue);
-    if (attribute.ulValueLen > orselsim::LARGEST_FILE)
+    }
+    if (attribute.ulValueLen > orselsim::LARGEST_FILE) {
         throw Refusal{CKR_DEVICE_MEMORY};
+    }
     const auto* bytes = static_cast<const unsigned char*>(attribute.pValue);
     return bytes == nullptr ? Bytes() : Bytes(bytes, bytes + attribute.ulValueLen);
 }
@@ -58,8 +61,9 @@ void AddChange(const CK_ATTRIBUTE& attribute, const TokenObject& object, Changes
         return;
     case orselsim::CHANGE_PIN_COMMAND:
     case orselsim::UNBLOCK_PIN_COMMAND:
-        if (changes.m_Command)
+        if (changes.m_Command) {
             throw Refusal{CKR_TEMPLATE_INCONSISTENT};
+        }
         changes.m_Command = PinCommand{attribute.type, FlagOf(attribute), false};
         return;
     case orselsim::FORCE_SOFTWARE_PIN:
@@ -74,15 +78,19 @@ void AddChange(const CK_ATTRIBUTE& attribute, const TokenObject& object, Changes
 Changes ChangesOf(const CK_ATTRIBUTE* attributes, CK_ULONG count, const TokenObject& object) {
     orselsim::Require(attributes);
     Changes changes;
-    for (CK_ULONG i = 0; i < count; ++i)
+    for (CK_ULONG i = 0; i < count; ++i) {
         AddChange(attributes[i], object, changes);
+    }
     const bool writes = changes.m_Value || changes.m_IsPrivate;
-    if (changes.m_Command && writes)
+    if (changes.m_Command && writes) {
         throw Refusal{CKR_TEMPLATE_INCONSISTENT};
-    if (!changes.m_Command && !writes)
+    }
+    if (!changes.m_Command && !writes) {
         throw Refusal{CKR_ARGUMENTS_BAD}; // an empty template, or the wish for a software PIN alone
-    if (changes.m_Command)
+    }
+    if (changes.m_Command) {
         changes.m_Command->m_WantsSoftwarePin = changes.m_WantsSoftwarePin;
+    }
     return changes;
 }
 
@@ -94,18 +102,22 @@ bool IsCertificate(const Bytes& bytes) {
 }
 
 void CheckWritable(const ObjectRecord& object, const Changes& changes) {
-    if (object.m_Kind == ObjectKind::PRIVATE_KEY || object.m_Kind == ObjectKind::PUBLIC_KEY)
+    if (object.m_Kind == ObjectKind::PRIVATE_KEY || object.m_Kind == ObjectKind::PUBLIC_KEY) {
         throw Refusal{CKR_ATTRIBUTE_READ_ONLY};
-    if (object.m_Kind == ObjectKind::CERTIFICATE && changes.m_Value && !IsCertificate(*changes.m_Value))
+    }
+    if (object.m_Kind == ObjectKind::CERTIFICATE && changes.m_Value && !IsCertificate(*changes.m_Value)) {
         throw Refusal{CKR_ATTRIBUTE_VALUE_INVALID};
+    }
 }
 
 /// The directory of the infobox area shows which of its objects are private.
 void MarkInfobox(Card& card, const ObjectRecord& written) {
-    for (const ObjectRecord& object : card.m_Record.m_Objects)
-        if (object.m_Kind == ObjectKind::DATA && object.m_Label == orselsim::infobox::DIRECTORY_LABEL)
+    for (const ObjectRecord& object : card.m_Record.m_Objects) {
+        if (object.m_Kind == ObjectKind::DATA && object.m_Label == orselsim::infobox::DIRECTORY_LABEL) {
             orselsim::infobox::MarkEntry(card.m_Contents[object.m_File], written.m_Label,
                                          written.m_IsPrivate);
+        }
+    }
 }
 
 CK_RV ApplyChanges(Card& card, const ObjectRecord& wanted, const Changes& changes) {
@@ -113,14 +125,17 @@ CK_RV ApplyChanges(Card& card, const ObjectRecord& wanted, const Changes& change
     const auto object = std::find_if(objects.begin(), objects.end(), [&](const ObjectRecord& candidate) {
         return candidate.m_Kind == wanted.m_Kind && candidate.m_File == wanted.m_File;
     });
-    if (object == objects.end())
+    if (object == objects.end()) {
         return CKR_OBJECT_HANDLE_INVALID; // another process took it away
-    if (changes.m_Value)
+    }
+    if (changes.m_Value) {
         card.m_Contents[object->m_File] = *changes.m_Value;
+    }
     if (changes.m_IsPrivate) {
         object->m_IsPrivate = *changes.m_IsPrivate;
-        if (object->m_Kind == ObjectKind::DATA)
+        if (object->m_Kind == ObjectKind::DATA) {
             MarkInfobox(card, *object);
+        }
     }
     return CKR_OK;
 }
@@ -128,8 +143,9 @@ CK_RV ApplyChanges(Card& card, const ObjectRecord& wanted, const Changes& change
 void WriteObject(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const ObjectRecord& object,
                  const Changes& changes) {
     CheckWritable(object, changes);
-    if (runtime.ViewOf(session).m_Card->Record().m_AsksPinForData)
+    if (runtime.ViewOf(session).m_Card->Record().m_AsksPinForData) {
         orselsim::Authorise(call, runtime, session, object.m_Pin);
+    }
     const SessionView view = runtime.ViewOf(session);
     orselsim::ChangeCard(runtime.GetDeck(), view.m_Slot,
                          [&](Card& card) { return ApplyChanges(card, object, changes); });
@@ -146,12 +162,14 @@ CK_RV C_SetAttributeValue(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle, CK
     return call.Run([&](Runtime& runtime) {
         const SessionView view = runtime.ViewOf(session);
         const TokenObject* object = view.m_Card->Object(handle);
-        if (object == nullptr)
+        if (object == nullptr) {
             throw Refusal{CKR_OBJECT_HANDLE_INVALID};
+        }
         const Changes changes = ChangesOf(attributes, count, *object);
-        if (changes.m_Command)
+        if (changes.m_Command) {
             orselsim::RunPinCommand(call, runtime, session, object->m_Record.m_Pin, *changes.m_Command);
-        else
+        } else {
             WriteObject(call, runtime, session, object->m_Record, changes);
+        }
     });
 }

@@ -82,8 +82,9 @@ CK_FUNCTION_LIST g_FunctionList = {
 
 // Answers before C_Initialize too: this is how a caller gets hold of C_Initialize.
 CK_RV C_GetFunctionList(CK_FUNCTION_LIST** list) {
-    if (list == nullptr)
+    if (list == nullptr) {
         return CKR_ARGUMENTS_BAD;
+    }
     *list = &g_FunctionList;
     return CKR_OK;
 }

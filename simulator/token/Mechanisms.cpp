@@ -30,8 +30,9 @@ const Mechanism* FindMechanism(CK_MECHANISM_TYPE type) {
 
 CK_MECHANISM_INFO MechanismInfo(CK_MECHANISM_TYPE type) {
     const Mechanism* mechanism = FindMechanism(type);
-    if (mechanism == nullptr)
+    if (mechanism == nullptr) {
         throw Refusal{CKR_MECHANISM_INVALID};
+    }
     CK_MECHANISM_INFO info = {};
     info.flags = CKF_HW | CKF_SIGN | CKF_VERIFY;
     if (mechanism->m_KeyType == CKK_RSA) {

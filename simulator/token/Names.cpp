@@ -185,9 +185,11 @@ constexpr NamedNumber MECHANISMS[] = {
 
 template <std::size_t Size>
 std::string NameIn(const NamedNumber (&table)[Size], unsigned long number) {
-    for (const NamedNumber& entry : table)
-        if (entry.m_Number == number)
+    for (const NamedNumber& entry : table) {
+        if (entry.m_Number == number) {
             return entry.m_Name;
+        }
+    }
     char text[2 + 2 * sizeof number + 1];
     std::snprintf(text, sizeof text, "0x%lx", number);
     return text;
@@ -195,9 +197,11 @@ std::string NameIn(const NamedNumber (&table)[Size], unsigned long number) {
 
 template <std::size_t Size>
 std::optional<unsigned long> NumberIn(const NamedNumber (&table)[Size], std::string_view name) {
-    for (const NamedNumber& entry : table)
-        if (entry.m_Name == name)
+    for (const NamedNumber& entry : table) {
+        if (entry.m_Name == name) {
             return entry.m_Number;
+        }
+    }
     return NumberOf(name);
 }
 
@@ -225,13 +229,15 @@ std::optional<CK_ATTRIBUTE_TYPE> AttributeByName(std::string_view name) {
 
 std::optional<unsigned long> NumberOf(std::string_view text) {
     const bool isHex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-    if (isHex)
+    if (isHex) {
         text.remove_prefix(2);
+    }
     unsigned long number = 0;
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number, isHex ? 16 : 10);
-    if (error != std::errc() || stop != end)
+    if (error != std::errc() || stop != end) {
         return std::nullopt;
+    }
     return number;
 }
 

@@ -26,8 +26,9 @@ Bytes DerOf(int (*encode)(T*, unsigned char**), T* value) {
     const int size = encode(value, nullptr);
     Bytes der(static_cast<std::size_t>(size < 0 ? 0 : size));
     unsigned char* end = der.data();
-    if (size > 0)
+    if (size > 0) {
         encode(value, &end);
+    }
     return der;
 }
 
@@ -56,8 +57,9 @@ void AddPublicParts(AttributeMap& attributes, const PublicParts& parts, bool isP
     if (parts.m_IsRsa) {
         attributes[CKA_MODULUS] = parts.m_Modulus;
         attributes[CKA_PUBLIC_EXPONENT] = parts.m_Exponent;
-        if (isPublicKey)
+        if (isPublicKey) {
             attributes[CKA_MODULUS_BITS] = NumberValue(static_cast<CK_ULONG>(parts.m_Bits));
+        }
         return;
     }
     attributes[CKA_EC_PARAMS] = parts.m_EcParams;
@@ -66,15 +68,19 @@ void AddPublicParts(AttributeMap& attributes, const PublicParts& parts, bool isP
 
 void AddPublicKeyUse(AttributeMap& attributes) {
     attributes[CKA_VERIFY] = FlagValue(true);
-    for (const CK_ATTRIBUTE_TYPE use : {CKA_ENCRYPT, CKA_VERIFY_RECOVER, CKA_WRAP, CKA_TRUSTED})
+    for (const CK_ATTRIBUTE_TYPE use : {CKA_ENCRYPT, CKA_VERIFY_RECOVER, CKA_WRAP, CKA_TRUSTED}) {
         attributes[use] = FlagValue(false);
+    }
 }
 
 void AddPrivateKeyUse(AttributeMap& attributes, bool asksAtEachSignature) {
-    for (const CK_ATTRIBUTE_TYPE use : {CKA_SIGN, CKA_SENSITIVE, CKA_ALWAYS_SENSITIVE, CKA_NEVER_EXTRACTABLE})
+    for (const CK_ATTRIBUTE_TYPE use :
+         {CKA_SIGN, CKA_SENSITIVE, CKA_ALWAYS_SENSITIVE, CKA_NEVER_EXTRACTABLE}) {
         attributes[use] = FlagValue(true);
-    for (const CK_ATTRIBUTE_TYPE use : {CKA_DECRYPT, CKA_SIGN_RECOVER, CKA_UNWRAP, CKA_EXTRACTABLE})
+    }
+    for (const CK_ATTRIBUTE_TYPE use : {CKA_DECRYPT, CKA_SIGN_RECOVER, CKA_UNWRAP, CKA_EXTRACTABLE}) {
         attributes[use] = FlagValue(false);
+    }
     attributes[CKA_ALWAYS_AUTHENTICATE] = FlagValue(asksAtEachSignature);
 }
 
@@ -104,8 +110,9 @@ AttributeMap CertificateAttributes(const ObjectRecord& object, const Bytes& cont
     attributes[CKA_TRUSTED] = FlagValue(false);
     attributes[CKA_ID] = object.m_Id;
     attributes[CKA_VALUE] = content;
-    for (const CK_ATTRIBUTE_TYPE inside : {CKA_SUBJECT, CKA_ISSUER, CKA_SERIAL_NUMBER})
+    for (const CK_ATTRIBUTE_TYPE inside : {CKA_SUBJECT, CKA_ISSUER, CKA_SERIAL_NUMBER}) {
         attributes[inside] = {};
+    }
 
     const unsigned char* der = content.data();
     const X509Ptr certificate(d2i_X509(nullptr, &der, static_cast<long>(content.size())));
@@ -126,10 +133,11 @@ AttributeMap KeyAttributes(const ObjectRecord& object, EVP_PKEY* key) {
     attributes[CKA_DERIVE] = FlagValue(false);
     attributes[CKA_LOCAL] = FlagValue(true);
     AddPublicParts(attributes, PublicPartsOf(key), isPublicKey);
-    if (isPublicKey)
+    if (isPublicKey) {
         AddPublicKeyUse(attributes);
-    else
+    } else {
         AddPrivateKeyUse(attributes, object.m_Pin == SIGNATURE_PIN);
+    }
     return attributes;
 }
 

@@ -14,8 +14,9 @@ namespace orselsim {
 
 /// A pointer that the caller has to give.
 inline void Require(const void* pointer) {
-    if (pointer == nullptr)
+    if (pointer == nullptr) {
         throw Refusal{CKR_ARGUMENTS_BAD};
+    }
 }
 
 /// Puts text into a fixed field of the standard: blank-padded, no terminator, cut at the end.
@@ -33,10 +34,12 @@ void HandOut(const std::vector<T>& values, T* out, CK_ULONG* count) {
     Require(count);
     const CK_ULONG capacity = *count;
     *count = values.size();
-    if (out == nullptr)
+    if (out == nullptr) {
         return;
-    if (capacity < values.size())
+    }
+    if (capacity < values.size()) {
         throw Refusal{CKR_BUFFER_TOO_SMALL};
+    }
     std::copy(values.begin(), values.end(), out);
 }
 

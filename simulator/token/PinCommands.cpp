@@ -31,18 +31,21 @@ Secret AskNewPin(const Context& context) {
     const CardRecord card = context.Record();
     Secret newPin = AskUser(context.m_Call, context.m_Runtime, NewPinQuestion(card, context.m_PinName));
     const PinRecord& pin = *card.Pin(context.m_PinName);
-    if (newPin.Text().size() < pin.m_MinLength || newPin.Text().size() > pin.m_MaxLength)
+    if (newPin.Text().size() < pin.m_MinLength || newPin.Text().size() > pin.m_MaxLength) {
         throw Refusal{CKR_PIN_LEN_RANGE};
-    if (!pin.Accepts(newPin.Text()))
+    }
+    if (!pin.Accepts(newPin.Text())) {
         throw Refusal{CKR_PIN_INVALID};
+    }
     return newPin;
 }
 
 void InitialisePin(const Context& context) {
     const Secret newPin = AskNewPin(context);
     context.Change([&](PinRecord& pin) {
-        if (pin.IsInitialised())
+        if (pin.IsInitialised()) {
             return CKR_FUNCTION_REJECTED;
+        }
         pin.Set(newPin.Text());
         return CKR_OK;
     });
@@ -56,8 +59,9 @@ void ChangePin(const Context& context) {
     const Secret newPin = AskNewPin(context);
     context.Change([&](PinRecord& pin) {
         const CK_RV result = TrySecret(pin.m_Pin, oldPin);
-        if (result == CKR_OK)
+        if (result == CKR_OK) {
             pin.Set(newPin.Text());
+        }
         return result;
     });
 }
@@ -65,21 +69,26 @@ void ChangePin(const Context& context) {
 void UnblockPin(const Context& context) {
     const CardRecord card = context.Record();
     const PinRecord& before = *card.Pin(context.m_PinName);
-    if (!before.m_Puk)
+    if (!before.m_Puk) {
         throw Refusal{CKR_FUNCTION_NOT_SUPPORTED};
-    if (!before.IsInitialised() || !before.m_Puk->m_Secret)
+    }
+    if (!before.IsInitialised() || !before.m_Puk->m_Secret) {
         throw Refusal{CKR_USER_PIN_NOT_INITIALIZED};
-    if (before.m_Puk->IsBlocked())
+    }
+    if (before.m_Puk->IsBlocked()) {
         throw Refusal{CKR_PIN_LOCKED};
+    }
     const Secret puk =
         AskUser(context.m_Call, context.m_Runtime, SecretQuestion(card, context.m_PinName, SecretKind::PUK));
     const Secret newPin = AskNewPin(context);
     context.Change([&](PinRecord& pin) {
-        if (!pin.m_Puk)
+        if (!pin.m_Puk) {
             return CKR_FUNCTION_NOT_SUPPORTED;
+        }
         const CK_RV result = TrySecret(*pin.m_Puk, puk);
-        if (result == CKR_OK)
+        if (result == CKR_OK) {
             pin.Set(newPin.Text());
+        }
         return result;
     });
 }
@@ -91,17 +100,20 @@ void RunPinCommand(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, cons
     const Context context = {call, runtime, session, pinName};
     const CardRecord card = context.Record();
     const PinRecord* pin = card.Pin(pinName);
-    if (pin == nullptr)
+    if (pin == nullptr) {
         throw Refusal{CKR_ATTRIBUTE_TYPE_INVALID}; // nothing protects this object
-    if (command.m_WantsSoftwarePin && !card.m_AllowsSoftwarePin)
+    }
+    if (command.m_WantsSoftwarePin && !card.m_AllowsSoftwarePin) {
         throw Refusal{CKR_FUNCTION_FAILED};
+    }
     if (command.m_Type == UNBLOCK_PIN_COMMAND) {
         UnblockPin(context);
     } else if (!pin->IsInitialised()) {
         InitialisePin(context);
     } else {
-        if (command.m_Value)
+        if (command.m_Value) {
             throw Refusal{CKR_FUNCTION_REJECTED}; // a PIN is set for the first time once
+        }
         ChangePin(context);
     }
 }

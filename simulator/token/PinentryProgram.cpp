@@ -38,8 +38,9 @@ public:
     }
     ~SigpipeBlock() {
         const timespec noWait = {0, 0};
-        if (sigismember(&m_Before, SIGPIPE) == 0)
+        if (sigismember(&m_Before, SIGPIPE) == 0) {
             sigtimedwait(&m_Sigpipe, nullptr, &noWait); // takes one that came meanwhile
+        }
         pthread_sigmask(SIG_SETMASK, &m_Before, nullptr);
     }
     SigpipeBlock(const SigpipeBlock&) = delete; // restores once
@@ -61,27 +62,31 @@ std::string FindInSearchPath(const std::string& program) {
     std::istringstream directories(searchPath == nullptr ? "" : searchPath);
     for (std::string directory; std::getline(directories, directory, ':');) {
         std::string path = JoinPath(directory, program);
-        if (!directory.empty() && access(path.c_str(), X_OK) == 0)
+        if (!directory.empty() && access(path.c_str(), X_OK) == 0) {
             return path;
+        }
     }
     return "";
 }
 
 ContextPtr StartProgram() {
     const std::string path = FindInSearchPath("pinentry");
-    if (path.empty())
+    if (path.empty()) {
         Fail("there is no program pinentry");
+    }
     assuan_context_t raw = nullptr;
-    if (assuan_new(&raw) != 0)
+    if (assuan_new(&raw) != 0) {
         Fail("no memory");
+    }
     ContextPtr context(raw);
     assuan_set_flag(raw, ASSUAN_NO_FIXSIGNALS, 1);
     const char* arguments[] = {"pinentry", nullptr};
     assuan_fd_t noInherited[] = {ASSUAN_INVALID_FD};
     const gpg_error_t error =
         assuan_pipe_connect(raw, path.c_str(), arguments, noInherited, nullptr, nullptr, 0);
-    if (error != 0)
+    if (error != 0) {
         Fail(path + ": " + gpg_strerror(error));
+    }
     return context;
 }
 
@@ -89,10 +94,11 @@ ContextPtr StartProgram() {
 std::string Escaped(const std::string& text) {
     std::string result;
     for (const char c : text) {
-        if (c == '%' || static_cast<unsigned char>(c) < ' ')
+        if (c == '%' || static_cast<unsigned char>(c) < ' ') {
             result += "%" + ToHex({static_cast<unsigned char>(c)});
-        else
+        } else {
             result += c;
+        }
     }
     return result;
 }
@@ -103,8 +109,9 @@ gpg_error_t CollectData(void* pin, const void* data, std::size_t size) {
 }
 
 gpg_error_t NoteStatus(void* isRepeated, const char* line) {
-    if (std::strcmp(line, "PIN_REPEATED") == 0)
+    if (std::strcmp(line, "PIN_REPEATED") == 0) {
         *static_cast<bool*>(isRepeated) = true;
+    }
     return 0;
 }
 
@@ -114,20 +121,24 @@ void Tell(const ContextPtr& context, const std::string& command) {
 }
 
 void TellTerminal(const ContextPtr& context) {
-    if (const char* terminal = ttyname(STDIN_FILENO))
+    if (const char* terminal = ttyname(STDIN_FILENO)) {
         Tell(context, std::string("OPTION ttyname=") + terminal);
-    if (const char* type = std::getenv("TERM"))
+    }
+    if (const char* type = std::getenv("TERM")) {
         Tell(context, std::string("OPTION ttytype=") + type);
-    if (const char* locale = std::setlocale(LC_CTYPE, nullptr))
+    }
+    if (const char* locale = std::setlocale(LC_CTYPE, nullptr)) {
         Tell(context, std::string("OPTION lc-ctype=") + locale);
+    }
 }
 
 void TellQuestion(const ContextPtr& context, const PinQuestion& question) {
     Tell(context, "SETTITLE Orsel Kartenleser");
     Tell(context, "SETDESC " + Escaped(question.m_Description));
     Tell(context, "SETPROMPT " + Escaped(question.m_Prompt));
-    if (!question.m_IsNew)
+    if (!question.m_IsNew) {
         return;
+    }
     Tell(context, "SETREPEAT Wiederholung:");
     Tell(context, "SETREPEATERROR Die beiden Eingaben sind verschieden.");
 }
@@ -152,10 +163,12 @@ PinentryAnswer RunPinentry(const PinQuestion& question) {
     const gpg_error_t error = assuan_transact(context.get(), "GETPIN", CollectData, &pin, nullptr, nullptr,
                                               NoteStatus, &answer.m_IsRepeated);
     Secret secret(std::move(pin)); // wiped on every road
-    if (IsCancelled(error))
+    if (IsCancelled(error)) {
         return answer;
-    if (error != 0)
+    }
+    if (error != 0) {
         Fail(std::string("pinentry: ") + gpg_strerror(error));
+    }
     answer.m_Pin = std::move(secret);
     return answer;
 }

@@ -42,15 +42,17 @@ Runtime::Runtime(const Environment& environment)
       m_PinEntry(environment.m_PinScript),
       m_Deck(environment.m_Deck) {
     m_Deck.Rescan();
-    for (Slot* slot : m_Deck.Slots())
+    for (Slot* slot : m_Deck.Slots()) {
         slot->m_HasEvent = false; // what is in its reader from the start has not just come
+    }
 }
 
 Slot& Runtime::SlotWithToken(CK_SLOT_ID id) {
     Slot& slot = m_Deck.SlotOf(id);
     m_Deck.Refresh(slot);
-    if (!slot.m_Card)
+    if (!slot.m_Card) {
         throw Refusal{CKR_TOKEN_NOT_PRESENT};
+    }
     return slot;
 }
 
@@ -66,27 +68,31 @@ CK_SESSION_HANDLE Runtime::OpenSession(CK_SLOT_ID id, CK_FLAGS flags) {
 
 void Runtime::CloseSession(CK_SESSION_HANDLE handle) {
     const auto found = m_Sessions.find(handle);
-    if (found == m_Sessions.end())
+    if (found == m_Sessions.end()) {
         throw Refusal{CKR_SESSION_HANDLE_INVALID};
+    }
     const Session session = found->second;
     m_Sessions.erase(found);
     LogOutWithLastSession(session.m_SlotId);
     Slot& slot = m_Deck.SlotOf(session.m_SlotId);
     m_Deck.Refresh(slot);
-    if (!slot.m_Card || slot.m_Insertion != session.m_Insertion)
+    if (!slot.m_Card || slot.m_Insertion != session.m_Insertion) {
         throw Refusal{CKR_DEVICE_REMOVED};
+    }
 }
 
 void Runtime::CloseAllSessions(CK_SLOT_ID id) {
     m_Deck.SlotOf(id);
-    for (auto it = m_Sessions.begin(); it != m_Sessions.end();)
+    for (auto it = m_Sessions.begin(); it != m_Sessions.end();) {
         it = it->second.m_SlotId == id ? m_Sessions.erase(it) : std::next(it);
+    }
     LogOutWithLastSession(id);
 }
 
 void Runtime::LogOutWithLastSession(CK_SLOT_ID id) {
-    if (SessionCount(id, false) == 0)
+    if (SessionCount(id, false) == 0) {
         m_Deck.SlotOf(id).m_IsLoggedIn = false;
+    }
 }
 
 CK_ULONG Runtime::SessionCount(CK_SLOT_ID id, bool readWriteOnly) const {
@@ -98,12 +104,14 @@ CK_ULONG Runtime::SessionCount(CK_SLOT_ID id, bool readWriteOnly) const {
 
 SessionView Runtime::ViewOf(CK_SESSION_HANDLE handle) {
     Session* found = FindSession(handle);
-    if (found == nullptr)
+    if (found == nullptr) {
         throw Refusal{CKR_SESSION_HANDLE_INVALID};
+    }
     Slot& slot = m_Deck.SlotOf(found->m_SlotId);
     m_Deck.Refresh(slot);
-    if (!slot.m_Card || slot.m_Insertion != found->m_Insertion)
+    if (!slot.m_Card || slot.m_Insertion != found->m_Insertion) {
         throw Refusal{CKR_DEVICE_REMOVED};
+    }
     return {*found, slot, slot.m_Card};
 }
 
@@ -124,8 +132,9 @@ std::shared_ptr<Runtime> CurrentRuntime() {
 
 std::shared_ptr<Runtime> StartRuntime() {
     const std::lock_guard<std::mutex> lock(g_CurrentMutex);
-    if (g_Current)
+    if (g_Current) {
         throw Refusal{CKR_CRYPTOKI_ALREADY_INITIALIZED};
+    }
     g_Current = std::make_shared<Runtime>(Environment::Read());
     return g_Current;
 }
@@ -134,8 +143,9 @@ void StopRuntime() {
     std::shared_ptr<Runtime> stopped;
     {
         const std::lock_guard<std::mutex> lock(g_CurrentMutex);
-        if (!g_Current)
+        if (!g_Current) {
             throw Refusal{CKR_CRYPTOKI_NOT_INITIALIZED};
+        }
         stopped.swap(g_Current);
     }
     const std::lock_guard<std::mutex> lock(stopped->GetMutex());

@@ -23,8 +23,9 @@ std::size_t BytesOfBits(EVP_PKEY* key) {
 
 void Require(bool done, CK_RV code) {
     ERR_clear_error(); // the host program's error queue is not ours to fill
-    if (!done)
+    if (!done) {
         throw Refusal{code};
+    }
 }
 
 /// The DER that libcrypto makes of the two numbers, as the plain form that tokens use.
@@ -107,8 +108,9 @@ std::size_t SignatureSize(EVP_PKEY* key) {
 
 void CheckDataSize(EVP_PKEY* key, const Mechanism& mechanism, std::size_t size) {
     const bool isPadded = mechanism.m_Digest == nullptr && IsRsa(key);
-    if (isPadded && size + PKCS1_OVERHEAD > BytesOfBits(key))
+    if (isPadded && size + PKCS1_OVERHEAD > BytesOfBits(key)) {
         throw Refusal{CKR_DATA_LEN_RANGE};
+    }
 }
 
 Bytes SignData(EVP_PKEY* key, const Mechanism& mechanism, const Bytes& data) {
@@ -120,8 +122,9 @@ Bytes SignData(EVP_PKEY* key, const Mechanism& mechanism, const Bytes& data) {
 
 void VerifyData(EVP_PKEY* key, const Mechanism& mechanism, const Bytes& data, const Bytes& signature) {
     CheckDataSize(key, mechanism, data.size());
-    if (signature.size() != SignatureSize(key))
+    if (signature.size() != SignatureSize(key)) {
         throw Refusal{CKR_SIGNATURE_LEN_RANGE};
+    }
     const Bytes form = IsRsa(key) ? signature : DerFromPlain(signature);
     const bool isRight = mechanism.m_Digest == nullptr ? VerifiesPlain(key, data, form)
                                                        : VerifiesHashed(key, mechanism.m_Digest, data, form);

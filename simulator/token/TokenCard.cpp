@@ -15,11 +15,15 @@ constexpr CK_OBJECT_HANDLE FIRST_HANDLE = 0x1001;
 /// A key bears the subject of its certificate, as tools that pair them expect.
 void ShareSubjects(std::vector<TokenObject>& objects) {
     for (TokenObject& key : objects) {
-        if (!key.m_Key)
+        if (!key.m_Key) {
             continue;
-        for (const TokenObject& other : objects)
-            if (other.m_Record.m_Kind == ObjectKind::CERTIFICATE && other.m_Record.m_Id == key.m_Record.m_Id)
+        }
+        for (const TokenObject& other : objects) {
+            if (other.m_Record.m_Kind == ObjectKind::CERTIFICATE &&
+                other.m_Record.m_Id == key.m_Record.m_Id) {
                 key.m_Attributes[CKA_SUBJECT] = other.m_Attributes.at(CKA_SUBJECT);
+            }
+        }
     }
 }
 
@@ -33,8 +37,9 @@ bool TokenObject::Matches(const AttributeMap& wanted) const {
 }
 
 TokenCard::TokenCard(Card card) : m_Card(std::move(card)) {
-    for (const ObjectRecord& record : m_Card.m_Record.m_Objects)
+    for (const ObjectRecord& record : m_Card.m_Record.m_Objects) {
         m_Objects.push_back(MakeObject(record));
+    }
     ShareSubjects(m_Objects);
 }
 
@@ -56,8 +61,9 @@ TokenObject TokenCard::MakeObject(const ObjectRecord& record) const {
     case ObjectKind::PUBLIC_KEY:
     case ObjectKind::PRIVATE_KEY:
         object.m_Key = ReadKey(content);
-        if (!object.m_Key)
+        if (!object.m_Key) {
             throw DamagedCard(record.m_File + " holds no key");
+        }
         object.m_Attributes = KeyAttributes(record, object.m_Key.get());
         break;
     }
@@ -71,9 +77,11 @@ const TokenObject* TokenCard::Object(CK_OBJECT_HANDLE handle) const {
 
 std::vector<CK_OBJECT_HANDLE> TokenCard::Find(const AttributeMap& wanted) const {
     std::vector<CK_OBJECT_HANDLE> handles;
-    for (std::size_t i = 0; i < m_Objects.size(); ++i)
-        if (m_Objects[i].Matches(wanted))
+    for (std::size_t i = 0; i < m_Objects.size(); ++i) {
+        if (m_Objects[i].Matches(wanted)) {
             handles.push_back(FIRST_HANDLE + i);
+        }
+    }
     return handles;
 }
 

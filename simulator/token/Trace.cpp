@@ -14,21 +14,25 @@
 namespace orselsim {
 
 Trace::Trace(const std::string& path) : m_Descriptor(-1) {
-    if (path.empty())
+    if (path.empty()) {
         return;
+    }
     m_Descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    if (m_Descriptor < 0)
+    if (m_Descriptor < 0) {
         std::cerr << "OrselP11: no trace: " << path << ": " << std::strerror(errno) << '\n';
+    }
 }
 
 Trace::~Trace() {
-    if (m_Descriptor >= 0)
+    if (m_Descriptor >= 0) {
         close(m_Descriptor);
+    }
 }
 
 void Trace::Write(const std::string& line) const {
-    if (m_Descriptor < 0)
+    if (m_Descriptor < 0) {
         return;
+    }
     const std::string text = "tid=" + std::to_string(syscall(SYS_gettid)) + " " + line + "\n";
     while (::write(m_Descriptor, text.data(), text.size()) < 0 && errno == EINTR) {
     }
@@ -37,10 +41,11 @@ void Trace::Write(const std::string& line) const {
 std::string Trace::Encoded(const std::string& text) {
     std::string result;
     for (const char c : text) {
-        if (c > ' ' && c < '\x7F' && c != '%' && c != '"' && c != ',' && c != '=')
+        if (c > ' ' && c < '\x7F' && c != '%' && c != '"' && c != ',' && c != '=') {
             result += c;
-        else
+        } else {
             result += "%" + ToHex({static_cast<unsigned char>(c)});
+        }
     }
     return result;
 }

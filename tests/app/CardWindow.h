@@ -53,8 +53,9 @@ protected:
     /// Whether each session that was opened was closed again.
     bool EverySessionIsClosed() {
         size_t opened = 0;
-        for (const auto& record : m_Deck.GetTrace("C_OpenSession"))
+        for (const auto& record : m_Deck.GetTrace("C_OpenSession")) {
             opened += record.m_Result == "CKR_OK" ? 1 : 0;
+        }
         return opened == m_Deck.GetTrace("C_CloseSession").size();
     }
 

@@ -30,30 +30,36 @@ void Collect(const wxWindow& window, Texts& texts) {
     if (const auto* list = dynamic_cast<const wxListCtrl*>(&window)) {
         wxListItem column;
         column.SetMask(wxLIST_MASK_TEXT);
-        for (int i = 0; i < list->GetColumnCount() && list->GetColumn(i, column); ++i)
+        for (int i = 0; i < list->GetColumnCount() && list->GetColumn(i, column); ++i) {
             texts.insert(column.GetText());
+        }
     }
     if (const auto* rows = dynamic_cast<const wxItemContainerImmutable*>(&window)) {
-        for (const wxString& row : rows->GetStrings())
+        for (const wxString& row : rows->GetStrings()) {
             texts.insert(row);
+        }
     }
     if (const auto* pages = dynamic_cast<const wxNotebook*>(&window)) {
-        for (size_t i = 0; i < pages->GetPageCount(); ++i)
+        for (size_t i = 0; i < pages->GetPageCount(); ++i) {
             texts.insert(pages->GetPageText(i));
+        }
     }
-    if (const auto* field = dynamic_cast<const wxTextCtrl*>(&window))
+    if (const auto* field = dynamic_cast<const wxTextCtrl*>(&window)) {
         texts.insert(field->GetValue());
+    }
     for (const wxWindow* child : window.GetChildren()) {
-        if (!child->IsTopLevel())
+        if (!child->IsTopLevel()) {
             Collect(*child, texts);
+        }
     }
 }
 
 void Collect(const wxMenu& menu, Texts& texts) {
     for (const wxMenuItem* item : menu.GetMenuItems()) {
         texts.insert(item->GetItemLabelText());
-        if (item->GetSubMenu() != nullptr)
+        if (item->GetSubMenu() != nullptr) {
             Collect(*item->GetSubMenu(), texts);
+        }
     }
 }
 
@@ -62,10 +68,11 @@ std::string Unquoted(const std::string& line) {
     const size_t start = line.find('"') + 1;
     std::string text;
     for (size_t i = start; i < line.rfind('"'); ++i) {
-        if (line[i] == '\\')
+        if (line[i] == '\\') {
             text += line[++i] == 'n' ? '\n' : line[i];
-        else
+        } else {
             text += line[i];
+        }
     }
     return text;
 }
@@ -218,6 +225,7 @@ TEST_F(TheProgramInEnglish, KeepsTheInfoboxDialogGerman) {
         [](InfoboxBereich& dialog) { return ChildOf<wxListBox>(dialog)->GetCount() == 3; });
     Press(ID_PERS_SHOW);
     EXPECT_THAT(GermanIn(m_Texts), ElementsAre("Infoboxbereich", "Personenbindung", "Schließen"));
-    for (const char* text : {"Inhalt", "Binary", "unverschlüsselt speichern"})
+    for (const char* text : {"Inhalt", "Binary", "unverschlüsselt speichern"}) {
         EXPECT_THAT(m_Texts, Contains(Utf8(text)));
+    }
 }

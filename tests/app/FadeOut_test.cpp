@@ -17,8 +17,9 @@ wxImage TwoPixels() {
 FadeOut AtStep(int step, int steps, wxColour from, wxColour to) {
     FadeOut fade;
     fade.Init(from, to, TwoPixels(), steps);
-    for (int i = 0; i < step; ++i)
+    for (int i = 0; i < step; ++i) {
         fade.NextStep();
+    }
     return fade;
 }
 
@@ -30,8 +31,9 @@ TEST(FadeOut, StartsUnfinishedWith100Steps) {
     EXPECT_FLOAT_EQ(fade.GetModifier(), 0.0F);
     fade.NextStep();
     EXPECT_FLOAT_EQ(fade.GetModifier(), 0.01F);
-    for (int i = 1; i < 99; ++i)
+    for (int i = 1; i < 99; ++i) {
         fade.NextStep();
+    }
     EXPECT_FALSE(fade.Finished());
     fade.NextStep();
     EXPECT_TRUE(fade.Finished());

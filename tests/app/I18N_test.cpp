@@ -71,8 +71,9 @@ TEST_F(Language, MayBeSetAgainAndGivenUp) {
 }
 
 TEST_F(Language, GermanWordsStandWithoutACatalogue) {
-    for (const char* word : {"Prüfen", "Ausgestellt für", "kein Wort des Programms", ""})
+    for (const char* word : {"Prüfen", "Ausgestellt für", "kein Wort des Programms", ""}) {
         EXPECT_EQ(Translate(word), Utf8(word));
+    }
 }
 
 TEST_F(Language, UmlautsNeedALocaleWithUtf8) {

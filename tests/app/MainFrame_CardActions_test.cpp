@@ -90,8 +90,9 @@ TEST_F(TheSelectedCard, AllowsTheCommandsOfItsKind) {
                                 static_cast<wxWindow*>(m_Frame->button_enc_show),
                                 static_cast<wxWindow*>(m_Frame->button_enc_test),
                                 static_cast<wxWindow*>(m_Frame->button_pers_show),
-                                static_cast<wxWindow*>(m_Frame->button_reload)})
+                                static_cast<wxWindow*>(m_Frame->button_reload)}) {
             EXPECT_TRUE(other->IsEnabled()) << other->GetId();
+        }
         m_Deck.Remove(card);
     }
 }
@@ -160,8 +161,9 @@ TEST_F(TheSelectedCard, ThatHasGoneDoesNothingVisible) {
     Open();
     m_Deck.TakeOut(card);
     m_Deck.ClearTrace();
-    for (const int id : ALL_COMMANDS)
+    for (const int id : ALL_COMMANDS) {
         Press(id);
+    }
     EXPECT_EQ(Status(), "");
     EXPECT_THAT(m_Deck.GetTrace("C_OpenSession"), IsEmpty());
     EXPECT_EQ(m_Frame->list_cards->GetItemCount(), 1);
@@ -306,10 +308,11 @@ TEST_F(OpeningADialog, TellsOfAMissingIdentityLinkButNotOnAnECard) {
         SCOPED_TRACE(kind);
         const std::string card = m_Deck.Add(kind);
         m_Deck.RemoveObject(card, "INFOBOX");
-        if (m_Frame == nullptr)
+        if (m_Frame == nullptr) {
             CardWindowTest::Open();
-        else
+        } else {
             Reload();
+        }
         m_NoPersB.m_Count = 0;
         Open(ID_PERS_SHOW);
         EXPECT_THAT(m_Rows, IsEmpty());

@@ -64,8 +64,9 @@ Table WithCardFound(const std::string& done, const Table& more = {}) {
         {"C_OpenSession", ""},
         {"C_CloseSession", done},
     };
-    for (const auto& [key, outcome] : more)
+    for (const auto& [key, outcome] : more) {
         table[key] = outcome;
+    }
     return table;
 }
 
@@ -159,8 +160,9 @@ const WindowCommand COMMANDS[] = {
 
 std::string Rows(const wxArrayString& rows) {
     std::string text;
-    for (const wxString& row : rows)
+    for (const wxString& row : rows) {
         text += " " + std::string(row.utf8_str());
+    }
     return text;
 }
 
@@ -174,11 +176,13 @@ protected:
         m_Card = m_Deck.Add(GetParam().m_Card,
                             CardOptions().Serial("8004000011112222").Holder("Erika Probe").Label(LABEL));
         m_Pristine = m_Deck.Read(m_Card);
-        for (int run = 0; run < 2; ++run)
+        for (int run = 0; run < 2; ++run) {
             m_Deck.AnswerPins(GetParam().m_Answers);
+        }
         Open();
-        for (const wxWindow* control : m_Frame->Commands())
+        for (const wxWindow* control : m_Frame->Commands()) {
             m_Enabled.push_back(control->IsThisEnabled());
+        }
     }
 
     /// Runs the command by its button on the card as it was, over a library that is bound anew.
@@ -194,8 +198,9 @@ protected:
     /// Runs it again, by the context menu where that offers it.
     std::string RunAgain() {
         return Run([this] {
-            if (GetParam().m_MenuEntry == NONE)
+            if (GetParam().m_MenuEntry == NONE) {
                 return PressOrDoubleClick();
+            }
             wxCommandEvent click(wxEVT_MENU, GetParam().m_MenuEntry);
             m_Frame->evt_OnPopupClick(click);
         });
@@ -210,8 +215,9 @@ protected:
         return Outcome();
     }
     void PressOrDoubleClick() {
-        if (GetParam().m_Button != NONE)
+        if (GetParam().m_Button != NONE) {
             return Press(GetParam().m_Button);
+        }
         wxListEvent doubleClick(wxEVT_LIST_ITEM_ACTIVATED, ID_CARD_LIST);
         m_Frame->list_cards->GetEventHandler()->ProcessEvent(doubleClick);
     }
@@ -222,21 +228,26 @@ protected:
         std::string outcome(Status().utf8_str());
         for (const char* label : {"C.CH.SIG", "C.CH.EKEY"}) {
             Velmor::ByteArray file;
-            if (Velmor::LoadFromFile(CertificateFile(), file) && file == m_Deck.ObjectContent(m_Card, label))
+            if (Velmor::LoadFromFile(CertificateFile(), file) &&
+                file == m_Deck.ObjectContent(m_Card, label)) {
                 outcome += label;
+            }
         }
         outcome += m_Dialogs;
-        if (m_NoPersB.m_Count > 0)
+        if (m_NoPersB.m_Count > 0) {
             outcome += " Keine Personenbindung";
-        if (GetParam().m_Button == ID_RELOAD)
+        }
+        if (GetParam().m_Button == ID_RELOAD) {
             outcome += CardList();
+        }
         return outcome;
     }
     std::string CardList() {
         std::string list;
         for (long row = 0; row < m_Frame->list_cards->GetItemCount(); ++row) {
-            for (const wxString& text : m_Frame->Row(row))
+            for (const wxString& text : m_Frame->Row(row)) {
                 list += (list.empty() ? "" : " | ") + std::string(text.utf8_str());
+            }
         }
         return list;
     }
@@ -245,11 +256,13 @@ protected:
         EXPECT_TRUE(m_Frame->IsShown());
         EXPECT_TRUE(m_Frame->IsThisEnabled());
         std::vector<bool> enabled;
-        for (const wxWindow* control : m_Frame->Commands())
+        for (const wxWindow* control : m_Frame->Commands()) {
             enabled.push_back(control->IsThisEnabled());
+        }
         EXPECT_EQ(enabled, m_Enabled);
-        for (const wxWindow* window : wxTopLevelWindows)
+        for (const wxWindow* window : wxTopLevelWindows) {
             EXPECT_TRUE(window == m_Frame.get() || !window->IsShown()) << window->GetLabel();
+        }
         EXPECT_FALSE(wxIsBusy());
         EXPECT_THAT(orseltest::SessionsNobodyClosed(m_Deck.GetTrace()), IsEmpty());
     }
@@ -320,8 +333,9 @@ TEST_P(ACommandOfTheWindow, WaitsForACardThatTakesItsTimeForACall) {
     constexpr int MILLISECONDS = 100; // many times what a call takes otherwise
     std::set<std::string> delayed;
     for (const CardCall& call : FindCalls()) {
-        if (!delayed.insert(call.m_Function).second)
+        if (!delayed.insert(call.m_Function).second) {
             continue;
+        }
         SCOPED_TRACE(call.m_Function);
         EXPECT_EQ(RunAnew({call.m_Function + " call=" + std::to_string(call.m_NumberInTotal) +
                            " delay=" + std::to_string(MILLISECONDS)}),

@@ -57,8 +57,9 @@ std::vector<wxString> Entries(const wxMenu& menu, const wxString& prefix = "") {
             entries.push_back("-");
         } else if (item->GetSubMenu() != nullptr) {
             entries.push_back(item->GetItemLabelText());
-            for (const wxString& entry : Entries(*item->GetSubMenu(), "> "))
+            for (const wxString& entry : Entries(*item->GetSubMenu(), "> ")) {
                 entries.push_back(entry);
+            }
         } else {
             entries.push_back(prefix + item->GetItemLabelText() + wxString::Format(" %d", item->GetId()));
         }
@@ -69,17 +70,21 @@ std::vector<wxString> Entries(const wxMenu& menu, const wxString& prefix = "") {
 std::vector<wxString> ExpectedEntries(bool identityLink) {
     std::vector<wxString> entries = {Utf8("PIN ändern"), "> Geheimhaltungszertifikat 5454",
                                      "> Signaturzertifikat 5455"};
-    if (identityLink)
+    if (identityLink) {
         entries.push_back("> Personenbindung 5456");
+    }
     for (const char* entry :
-         {"PIN ensperren", "> Geheimhaltungszertifikat 5457", "> Signaturzertifikat 5458"})
+         {"PIN ensperren", "> Geheimhaltungszertifikat 5457", "> Signaturzertifikat 5458"}) {
         entries.push_back(entry);
-    if (identityLink)
+    }
+    if (identityLink) {
         entries.push_back("> Personenbindung 5459");
+    }
     for (const char* entry : {"-", "Zertifikat anzeigen", "> Geheimhaltungszertifikat 5460",
                               "> Signaturzertifikat 5461", "Infobox anzeigen 5462", "-", "Signatur testen",
-                              "> Geheimhaltungszertifikat 5463", "> Signaturzertifikat 5464"})
+                              "> Geheimhaltungszertifikat 5463", "> Signaturzertifikat 5464"}) {
         entries.push_back(entry);
+    }
     return entries;
 }
 
@@ -141,8 +146,9 @@ namespace {
 
 wxString Clipboard() {
     wxTextDataObject data;
-    if (!wxTheClipboard->Open())
+    if (!wxTheClipboard->Open()) {
         return "closed";
+    }
     const bool there = wxTheClipboard->GetData(data);
     wxTheClipboard->Close();
     return there ? data.GetText() : wxString("empty");

@@ -44,20 +44,23 @@ protected:
 
     std::vector<std::vector<wxString>> Rows() {
         std::vector<std::vector<wxString>> rows;
-        for (long row = 0; row < m_Frame->list_cards->GetItemCount(); ++row)
+        for (long row = 0; row < m_Frame->list_cards->GetItemCount(); ++row) {
             rows.push_back(m_Frame->Row(row));
+        }
         return rows;
     }
     std::vector<wxString> Column(size_t column) {
         std::vector<wxString> texts;
-        for (const auto& row : Rows())
+        for (const auto& row : Rows()) {
             texts.push_back(row[column]);
+        }
         return texts;
     }
     bool EverythingIsEnabled() {
         for (const wxWindow* control : m_Frame->Commands()) {
-            if (!control->IsThisEnabled())
+            if (!control->IsThisEnabled()) {
                 return false;
+            }
         }
         return m_Frame->IsThisEnabled();
     }
@@ -111,8 +114,9 @@ TEST_F(ARefresh, NamesEachOfTheEightKindsAndTheUnknownTokenByItsLabel) {
                             "Orsel Carta e-Card G3A", "Orsel Carta e-Card G2", "Orsel Carta ACOS 05",
                             "Orsel Carta ACOS 04", "Orsel Carta ACOS 03"));
     std::vector<wxUIntPtr> types;
-    for (long row = 0; row < 10; ++row)
+    for (long row = 0; row < 10; ++row) {
         types.push_back(m_Frame->list_cards->GetItemData(row));
+    }
     EXPECT_THAT(types, ElementsAre(8, 1, 7, 6, 5, 4, 3, 2, 1, 0));
 }
 
@@ -188,8 +192,9 @@ TEST_F(ARefresh, KeepsTheWindowDisabledBehindTheBusyDialogUntilItIsDone) {
     wxCommandEvent click(wxEVT_BUTTON, ID_RELOAD);
     m_Frame->button_reload->GetEventHandler()->ProcessEvent(click);
     ASSERT_NE(m_Frame->m_refreshThread, nullptr);
-    for (const wxWindow* control : m_Frame->Commands())
+    for (const wxWindow* control : m_Frame->Commands()) {
         EXPECT_FALSE(control->IsThisEnabled()) << control->GetId();
+    }
     EXPECT_FALSE(m_Frame->IsThisEnabled());
     EXPECT_TRUE(m_Frame->m_pleaseWait.IsShown());
     EXPECT_TRUE(wxIsBusy());
@@ -221,8 +226,9 @@ TEST_F(ARefresh, HasItsBusyDialogInTheMiddleOfTheWindowWhereverThatIs) {
 
 TEST_F(ARefresh, LeavesNoBusyDialogBehindHoweverShortItWas) {
     Open();
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 10; ++i) {
         Reload();
+    }
     RunFor(1500); // longer than a window manager may take to show it
     EXPECT_FALSE(m_Frame->m_pleaseWait.IsShown());
     EXPECT_TRUE(RunUntil([] { return !IsOnScreen("Bitte warten"); }));
@@ -349,8 +355,9 @@ TEST_F(ARefresh, OpensReadOnlySessionsAndLeavesNoneOpen) {
         EXPECT_EQ(record.Value("flags"), "4");
         opened.push_back(record.Value("session"));
     }
-    for (const auto& record : m_Deck.GetTrace("C_CloseSession"))
+    for (const auto& record : m_Deck.GetTrace("C_CloseSession")) {
         closed.push_back(record.Value("session"));
+    }
     EXPECT_EQ(opened.size(), 10U);
     EXPECT_EQ(opened, closed);
 }
@@ -373,8 +380,9 @@ TEST_F(ARefresh, BindsTheLibraryOnceAndUnbindsItWithTheWindow) {
 TEST_F(ARefresh, OfTenCardsMayBeRepeatedFiftyTimes) {
     m_Deck.AddDemoCards();
     Open();
-    for (int i = 0; i < 50; ++i)
+    for (int i = 0; i < 50; ++i) {
         Reload();
+    }
     EXPECT_EQ(m_Frame->list_cards->GetItemCount(), 10);
     EXPECT_THAT(m_Deck.GetTrace("C_CloseSession"), testing::SizeIs(510));
     EXPECT_FALSE(m_Frame->m_pleaseWait.IsShown());

@@ -27,8 +27,9 @@ protected:
 
     /// What the viewer was shown, once it has run; empty when it does not.
     std::string Shown(int milliseconds = 10000) {
-        if (!RunUntil([this] { return std::filesystem::exists(Seen()); }, milliseconds))
+        if (!RunUntil([this] { return std::filesystem::exists(Seen()); }, milliseconds)) {
             return "";
+        }
         std::filesystem::remove(Seen());
         return ContentOf(m_Deck.Folder() + "/shown.cer");
     }

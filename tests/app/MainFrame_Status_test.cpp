@@ -35,8 +35,9 @@ protected:
         m_Frame->evt_OnFadeOut(tick);
     }
     void TickTo(int step) {
-        while (static_cast<int>(m_Frame->m_Intervals.size()) < step)
+        while (static_cast<int>(m_Frame->m_Intervals.size()) < step) {
             Tick();
+        }
     }
     bool Shows() { return m_Frame->label_status->IsShown() && m_Frame->bitmap_status->IsShown(); }
     bool Hides() { return !m_Frame->label_status->IsShown() && !m_Frame->bitmap_status->IsShown(); }
@@ -47,10 +48,12 @@ protected:
         const wxImage b = wxBitmap(xpm).ConvertToImage();
         for (int y = 0; y < b.GetHeight(); ++y) {
             for (int x = 0; x < b.GetWidth(); ++x) {
-                if (b.IsTransparent(x, y))
+                if (b.IsTransparent(x, y)) {
                     continue;
-                if (a.GetRed(x, y) != b.GetRed(x, y) || a.GetBlue(x, y) != b.GetBlue(x, y))
+                }
+                if (a.GetRed(x, y) != b.GetRed(x, y) || a.GetBlue(x, y) != b.GetBlue(x, y)) {
                     return false;
+                }
             }
         }
         return a.GetSize() == b.GetSize();
@@ -120,8 +123,9 @@ TEST_F(TheStatusLine, ColoursTextAndIconByTheStep) {
         FadeOut expected;
         wxImage icon = wxBitmap(ButtonOk).ConvertToImage();
         expected.Init(from, to, icon, 50);
-        for (int i = 0; i < step; ++i)
+        for (int i = 0; i < step; ++i) {
             expected.NextStep();
+        }
         EXPECT_EQ(m_Frame->label_status->GetForegroundColour(), expected.GetColour()) << step;
         const wxImage shown = m_Frame->bitmap_status->GetBitmap().ConvertToImage();
         EXPECT_EQ(shown.GetAlpha(16, 16), expected.GetImage().GetAlpha(16, 16)) << step;
@@ -155,8 +159,9 @@ TEST_F(TheStatusLine, FadesByItselfWithin50Steps) {
     EXPECT_TRUE(RunUntil([this] { return Hides(); }, 30000));
     ASSERT_EQ(m_Frame->m_Intervals.size(), 50U);
     EXPECT_EQ(m_Frame->m_Intervals[1], 1500);
-    for (size_t step = 2; step < 50; ++step)
+    for (size_t step = 2; step < 50; ++step) {
         EXPECT_EQ(m_Frame->m_Intervals[step], 100);
+    }
 }
 
 // --- PIN commands ------------------------------------------------------------------------------------------

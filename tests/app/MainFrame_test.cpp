@@ -245,8 +245,9 @@ TEST_F(TheMainWindow, PlacesTheThreeBoxesInTheOrderSignatureEncryptionInfobox) {
     EXPECT_THAT(PlacementsIn(row),
                 testing::AllOf(testing::SizeIs(3), Each(Placement{nullptr, 1, wxEXPAND | wxALL, 12})));
     std::vector<wxWindow*> boxes;
-    for (const wxSizerItem* item : row.GetChildren())
+    for (const wxSizerItem* item : row.GetChildren()) {
         boxes.push_back(dynamic_cast<wxStaticBoxSizer&>(*item->GetSizer()).GetStaticBox());
+    }
     EXPECT_THAT(boxes, ElementsAre(m_Frame->sizer_sig_box, m_Frame->sizer_enc_box, m_Frame->sizer_pers_box));
 }
 
@@ -292,16 +293,18 @@ TEST_F(TheMainWindow, KeepsAStatusRowOf32PixelsWithNothingInIt) {
 
 TEST_F(TheMainWindow, DisablesEveryCommandAndItself) {
     m_Frame->MyEnable(false);
-    for (const wxWindow* control : m_Frame->Commands())
+    for (const wxWindow* control : m_Frame->Commands()) {
         EXPECT_FALSE(control->IsThisEnabled()) << control->GetId();
+    }
     EXPECT_FALSE(m_Frame->IsThisEnabled());
 }
 
 TEST_F(TheMainWindow, EnablesEverythingWhenTheListIsEmpty) {
     m_Frame->MyEnable(false);
     m_Frame->MyEnable(true);
-    for (const wxWindow* control : m_Frame->Commands())
+    for (const wxWindow* control : m_Frame->Commands()) {
         EXPECT_TRUE(control->IsThisEnabled()) << control->GetId();
+    }
     EXPECT_TRUE(m_Frame->IsThisEnabled());
 }
 
@@ -341,15 +344,17 @@ TEST_F(TheMainWindow, ComesUpWithAnEmptyListWhenThereIsNoTokenLibrary) {
     EXPECT_EQ(m_Frame->list_cards->GetItemCount(), 0);
     EXPECT_FALSE(m_Frame->m_pleaseWait.IsShown());
     EXPECT_FALSE(wxIsBusy());
-    for (const wxWindow* control : m_Frame->Commands())
+    for (const wxWindow* control : m_Frame->Commands()) {
         EXPECT_TRUE(control->IsEnabled()) << control->GetId();
+    }
 }
 
 TEST_F(TheMainWindow, EndsEveryCommandQuietlyWhenThereIsNoTokenLibrary) {
     Show();
     for (wxWindow* control : m_Frame->Commands()) {
-        if (control == m_Frame->list_cards)
+        if (control == m_Frame->list_cards) {
             continue;
+        }
         wxCommandEvent click(wxEVT_BUTTON, control->GetId());
         EXPECT_TRUE(control->GetEventHandler()->ProcessEvent(click)) << control->GetId();
         ASSERT_TRUE(RunUntil([this] { return Refreshed(); }));

@@ -95,10 +95,11 @@ inline std::string Text(bool result) {
 
 template <typename Output>
 std::string Text(bool result, const Output& output) {
-    if constexpr (std::is_arithmetic_v<Output> || std::is_enum_v<Output>)
+    if constexpr (std::is_arithmetic_v<Output> || std::is_enum_v<Output>) {
         return Text(result) + " " + std::to_string(output);
-    else
+    } else {
         return Text(result) + " " + output;
+    }
 }
 
 #endif

@@ -95,8 +95,9 @@ private:
     }
 
     void Prepare(Stage stage) {
-        if (stage >= Stage::BOUND)
+        if (stage >= Stage::BOUND) {
             m_Context.m_Card = std::make_unique<ProbedCard>();
+        }
         if (stage >= Stage::LISTED) {
             std::vector<Velmor::SlotStruct*> slots;
             m_Context.m_Card->GetSlots(slots);
@@ -108,8 +109,9 @@ private:
     }
 
     void LetGo() {
-        if (m_Context.m_Card)
+        if (m_Context.m_Card) {
             m_Context.m_Card->Destroy();
+        }
         m_Context.m_Card.reset();
     }
 
@@ -169,8 +171,9 @@ INSTANTIATE_TEST_SUITE_P(Of, FaultMatrix, testing::ValuesIn(MatrixOperations()),
 TEST(TheFaultMatrix, MeetsEveryEntryPointThatTheCardClassCalls) {
     std::set<std::string> met;
     for (const MatrixOperation& operation : MatrixOperations()) {
-        for (const CardCall& call : MatrixRunner(operation).FindCalls())
+        for (const CardCall& call : MatrixRunner(operation).FindCalls()) {
             met.insert(call.m_Function);
+        }
     }
     const char* const called[] = {
         "C_Initialize",

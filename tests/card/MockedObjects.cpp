@@ -36,8 +36,9 @@ void Answer(CK_ATTRIBUTE& asked, const ReadAttribute& planned) {
     EXPECT_EQ(asked.type, planned.m_Type);
     EXPECT_EQ(asked.ulValueLen, planned.m_Capacity);
     ASSERT_NE(asked.pValue, nullptr);
-    if (planned.m_Value.size() <= planned.m_Capacity)
+    if (planned.m_Value.size() <= planned.m_Capacity) {
         std::copy(planned.m_Value.begin(), planned.m_Value.end(), static_cast<unsigned char*>(asked.pValue));
+    }
     asked.ulValueLen = planned.m_Length;
 }
 
@@ -111,18 +112,21 @@ void MockedObjectsTest::PlanSearchClaiming(CK_ULONG claimed, const Wanted& wante
 void MockedObjectsTest::PlanFailedSearch(size_t failingCall, CK_RV rv) {
     EXPECT_CALL(m_Library, FindObjectsInit(TheSession(), _, _))
         .WillOnce(Return(failingCall == 0 ? rv : CKR_OK));
-    if (failingCall >= 1)
+    if (failingCall >= 1) {
         EXPECT_CALL(m_Library, FindObjects(TheSession(), _, _, _))
             .WillOnce(Return(failingCall == 1 ? rv : CKR_OK));
-    if (failingCall >= 2)
+    }
+    if (failingCall >= 2) {
         EXPECT_CALL(m_Library, FindObjectsFinal(TheSession())).WillOnce(Return(rv));
+    }
 }
 
 void MockedObjectsTest::PlanRead(CK_OBJECT_HANDLE handle, const std::vector<ReadAttribute>& attributes) {
     EXPECT_CALL(m_Library, GetAttributeValue(TheSession(), handle, _, attributes.size()))
         .WillOnce([attributes](auto, auto, CK_ATTRIBUTE* asked, auto) {
-            for (size_t i = 0; i < attributes.size(); ++i)
+            for (size_t i = 0; i < attributes.size(); ++i) {
                 Answer(asked[i], attributes[i]);
+            }
             return CKR_OK;
         });
 }

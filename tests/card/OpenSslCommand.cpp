@@ -20,8 +20,9 @@ Bytes Integer(const Bytes& number) {
     Bytes content(
         std::find_if(number.begin(), number.end() - 1, [](unsigned char byte) { return byte != 0; }),
         number.end());
-    if (content[0] >= 0x80)
+    if (content[0] >= 0x80) {
         content.insert(content.begin(), 0);
+    }
     Bytes der = {0x02, static_cast<unsigned char>(content.size())};
     der.insert(der.end(), content.begin(), content.end());
     return der;
@@ -42,8 +43,9 @@ Bytes TakeNumber(Bytes& der, size_t size) {
     const size_t length = der.at(1);
     const auto end = der.begin() + 2 + static_cast<std::ptrdiff_t>(length);
     Bytes number(der.begin() + 2, end);
-    if (number.size() > size)
+    if (number.size() > size) {
         number.erase(number.begin()); // the sign byte
+    }
     number.insert(number.begin(), size - number.size(), 0);
     der.erase(der.begin(), end);
     return number;
@@ -80,19 +82,22 @@ bool OpenSslCommand::Verifies(const Bytes& certificate, const std::string& diges
     Write("cert", certificate);
     Write("data", data);
     const std::string key = "'" + File("pub") + "'";
-    if (!Run("x509 -inform DER -in '" + File("cert") + "' -noout -pubkey -out " + key))
+    if (!Run("x509 -inform DER -in '" + File("cert") + "' -noout -pubkey -out " + key)) {
         return false;
+    }
     const bool isEc = IsEcKey("-pubin -in " + key);
     Write("sig", isEc ? DerOfPlain(signature) : signature);
-    if (!isEc && !digest.empty())
+    if (!isEc && !digest.empty()) {
         return Run("dgst -" + digest + " -verify " + key + " -signature '" + File("sig") + "' '" +
                    File("data") + "'");
+    }
     // An EC signature is over the bare hash. OpenSSL 1.1 takes the newer digests alone in one step.
     std::string signedFile = File("data");
     if (!digest.empty()) {
         signedFile = File("hash");
-        if (!Run("dgst -" + digest + " -binary -out '" + signedFile + "' '" + File("data") + "'"))
+        if (!Run("dgst -" + digest + " -binary -out '" + signedFile + "' '" + File("data") + "'")) {
             return false;
+        }
     }
     return Run("pkeyutl -verify -pubin -inkey " + key + " -sigfile '" + File("sig") + "' -in '" + signedFile +
                "'");
@@ -105,11 +110,13 @@ Bytes OpenSslCommand::Sign(const Bytes& key, const std::string& digest, const By
     const std::string out = " -out '" + File("sig") + "' ";
     const std::string command = digest.empty() ? "pkeyutl -sign -inkey " + keyFile + out + "-in"
                                                : "dgst -" + digest + " -sign " + keyFile + out;
-    if (!Run(command + " '" + File("data") + "'"))
+    if (!Run(command + " '" + File("data") + "'")) {
         return {};
+    }
     const Bytes signature = ContentOf(File("sig"));
-    if (!IsEcKey("-in " + keyFile))
+    if (!IsEcKey("-in " + keyFile)) {
         return signature;
+    }
     const Bytes text = ContentOf(File("out"));
     const bool isP192 = std::string(text.begin(), text.end()).find("prime192") != std::string::npos;
     return PlainOfDer(signature, isP192 ? 24 : 32);

@@ -29,8 +29,9 @@ std::vector<std::string> LogCapture::Lines() {
 std::vector<std::string> LogCapture::Errors() {
     std::vector<std::string> errors;
     for (const std::string& line : g_Lines) {
-        if (line[0] == 'E')
+        if (line[0] == 'E') {
             errors.push_back(line.substr(2));
+        }
     }
     return errors;
 }

@@ -24,14 +24,16 @@ inline const std::vector<std::string>& KnownKinds() {
 class TokenTest : public testing::Test {
 protected:
     void TearDown() override {
-        if (m_Card)
+        if (m_Card) {
             m_Card->Destroy();
+        }
     }
 
     /// Binds the library to the deck as it stands now.
     ProbedCard& Card() {
-        if (!m_Card)
+        if (!m_Card) {
             m_Card = std::make_unique<ProbedCard>();
+        }
         return *m_Card;
     }
 
@@ -59,10 +61,12 @@ protected:
     /// Number of sessions that were opened and not closed.
     size_t OpenSessions() const {
         size_t opened = 0;
-        for (const auto& record : m_Deck.GetTrace("C_OpenSession"))
+        for (const auto& record : m_Deck.GetTrace("C_OpenSession")) {
             opened += record.m_Result == "CKR_OK" ? 1 : 0;
-        for (const auto& record : m_Deck.GetTrace("C_CloseSession"))
+        }
+        for (const auto& record : m_Deck.GetTrace("C_CloseSession")) {
             opened -= record.m_Result == "CKR_OK" ? 1 : 0;
+        }
         return opened;
     }
 

@@ -15,8 +15,9 @@ protected:
     std::vector<std::string> Holders() {
         std::vector<std::string> names;
         for (auto certificate = m_Card.CertVectorBegin(); certificate != m_Card.CertVectorEnd();
-             ++certificate)
+             ++certificate) {
             names.push_back((*certificate)->GetSubjectCN());
+        }
         return names;
     }
     /// A card's only certificate.

@@ -28,8 +28,9 @@ const Bytes OK = {0x90, 0x00};
 /// Bytes 1, 2, 3, ... with a good status word behind them.
 Bytes Counting(size_t size) {
     Bytes bytes;
-    for (size_t i = 1; i <= size; ++i)
+    for (size_t i = 1; i <= size; ++i) {
         bytes.push_back(static_cast<unsigned char>(i));
+    }
     bytes.insert(bytes.end(), OK.begin(), OK.end());
     return bytes;
 }
@@ -231,8 +232,9 @@ TEST_F(CinCsn, AFailedCommandIsReportedByItsStep) {
     for (size_t failing = 0; failing < 3; ++failing) {
         m_Log.Clear();
         PlanAtr(m_ECard);
-        for (size_t i = 0; i < failing; ++i)
+        for (size_t i = 0; i < failing; ++i) {
             Plan(commands[i], OK);
+        }
         PlanFailure();
         std::string cin;
         EXPECT_FALSE(m_Card.GetCinCsn(cin));
@@ -285,8 +287,9 @@ TEST_F(ChipId, AFailedCommandOfACardOsCardIsReportedByItsStep) {
     const Bytes commands[] = {SELECT_ROOT, SELECT_EF_GDO};
     for (size_t failing = 0; failing < 3; ++failing) {
         m_Log.Clear();
-        for (size_t i = 0; i < failing; ++i)
+        for (size_t i = 0; i < failing; ++i) {
             Plan(commands[i], OK);
+        }
         PlanFailure();
         Bytes id;
         EXPECT_FALSE(m_Card.GetChipId(id));

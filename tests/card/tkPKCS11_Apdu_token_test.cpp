@@ -23,8 +23,9 @@ protected:
     /// Every command so far with its status word.
     std::vector<std::string> Commands() const {
         std::vector<std::string> commands;
-        for (const TraceRecord& record : m_Deck.GetTrace("C_CardTransmit"))
+        for (const TraceRecord& record : m_Deck.GetTrace("C_CardTransmit")) {
             commands.push_back(record.Value("apdu") + " " + record.Value("sw"));
+        }
         return commands;
     }
     std::string CinCsn() {
@@ -76,8 +77,9 @@ TEST_F(NumbersOfACard, CannotBeReadFromACardThatIsGone) {
 }
 
 TEST_F(NumbersOfACard, HaveACinOnEveryKind) {
-    for (size_t index = 0; index < KnownKinds().size(); ++index)
+    for (size_t index = 0; index < KnownKinds().size(); ++index) {
         m_Deck.Add(KnownKinds()[index], CardOptions().Serial("800400001111000" + std::to_string(index)));
+    }
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         SCOPED_TRACE(KnownKinds()[index]);
         Open(static_cast<int>(index));
@@ -114,8 +116,9 @@ TEST_F(NumbersOfACard, HaveTheNewCardsTypeAndAtrAfterACin) {
 }
 
 TEST_F(NumbersOfACard, HaveAChipIdOnAcosAndCardOsCards) {
-    for (const std::string& kind : KnownKinds())
+    for (const std::string& kind : KnownKinds()) {
         m_Deck.Add(kind, CardOptions().Serial("AABBCCDD00112233"));
+    }
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         const std::string kind = KnownKinds()[index];
         SCOPED_TRACE(kind);

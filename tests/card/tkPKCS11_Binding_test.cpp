@@ -53,16 +53,18 @@ protected:
     void TearDown() override {
         ProbedCard::m_bInitialized = false;
         TokenLibrary::Remove();
-        if (m_Library != nullptr)
+        if (m_Library != nullptr) {
             dlclose(m_Library);
+        }
     }
     /// Lets the library go and tells whether somebody else still holds it.
     bool IsHeldByOthers() {
         dlclose(m_Library);
         m_Library = nullptr;
         void* held = __real_dlopen(LIBRARY, RTLD_NOW | RTLD_NOLOAD);
-        if (held != nullptr)
+        if (held != nullptr) {
             dlclose(held);
+        }
         return held != nullptr;
     }
 
@@ -136,8 +138,9 @@ std::vector<TableRow> Table() {
 template <size_t Width>
 std::string FillWhole(CK_UTF8CHAR (&field)[Width], char first) {
     std::string text;
-    for (size_t i = 0; i < Width; ++i)
+    for (size_t i = 0; i < Width; ++i) {
         text += static_cast<char>(first + i % 10);
+    }
     std::copy(text.begin(), text.end(), field);
     return text;
 }
@@ -159,8 +162,9 @@ TEST_F(Binding, PutsEachEntryPointIntoItsOwnPlace) {
 TEST_F(Binding, AsksForTheEntryPointsInTheOrderOfTheTable) {
     ProbedCard card;
     std::vector<std::string> names;
-    for (const TableRow& row : Table())
+    for (const TableRow& row : Table()) {
         names.emplace_back(row.m_Name);
+    }
     EXPECT_THAT(g_NamesAsked, ElementsAreArray(names));
     card.Destroy();
 }
@@ -174,8 +178,9 @@ TEST_F(Binding, LeavesTheLibrarysOwnReferencesToTheirFirstUse) {
 TEST_F(Binding, KeepsTheTableWhenItEnds) {
     ProbedCard card;
     card.Destroy();
-    for (const TableRow& row : Table())
+    for (const TableRow& row : Table()) {
         EXPECT_NE(row.m_EntryPoint, nullptr) << row.m_Name;
+    }
 }
 
 // --- Beginning and end -------------------------------------------------------------------------------------

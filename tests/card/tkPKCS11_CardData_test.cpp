@@ -215,8 +215,9 @@ protected:
     }
     static Bytes Sequence(size_t size) {
         Bytes bytes(size, 0x55);
-        if (size > 0)
+        if (size > 0) {
             bytes[0] = 0x30;
+        }
         return bytes;
     }
     Bytes m_Data = Sequence(128);

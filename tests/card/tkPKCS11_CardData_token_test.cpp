@@ -28,8 +28,9 @@ protected:
         std::vector<std::string> calls;
         for (const auto& record : m_Deck.GetTrace()) {
             const std::string& name = record.m_Function;
-            if (name != "C_GetSlotList" && name != "C_GetTokenInfo" && name != "C_GetSlotInfo")
+            if (name != "C_GetSlotList" && name != "C_GetTokenInfo" && name != "C_GetSlotInfo") {
                 calls.push_back(name);
+            }
         }
         return calls;
     }
@@ -43,8 +44,9 @@ protected:
 
 TEST_F(DataOfACard, HoldsInsuranceDataOnECards) {
     std::vector<std::string> names;
-    for (const std::string& kind : KnownKinds())
+    for (const std::string& kind : KnownKinds()) {
         names.push_back(m_Deck.Add(kind, CardOptions().Holder("Käthe")));
+    }
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         const std::string kind = KnownKinds()[index];
         SCOPED_TRACE(kind);
@@ -78,9 +80,10 @@ TEST_F(DataOfACard, NeedsRoomForInsuranceData) {
 // --- Reading the identity link -----------------------------------------------------------------------------
 
 TEST_F(DataOfACard, HoldsAnIdentityLinkOfItsHolderWhereThereIsNoInfobox) {
-    for (const std::string& kind : KnownKinds())
+    for (const std::string& kind : KnownKinds()) {
         m_Deck.Add(kind,
                    CardOptions().Holder("Franziska Müßig").Serial("800400001111222" + kind.substr(7, 1)));
+    }
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         SCOPED_TRACE(KnownKinds()[index]);
         Open(static_cast<int>(index));

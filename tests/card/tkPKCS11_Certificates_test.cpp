@@ -154,8 +154,9 @@ TEST_F(CardCertificates, ThatAreNotThereAreAMessageAndNoError) {
 
 TEST_F(CardCertificates, AreLookedAtTenTimes) {
     PlanSearch(SIG_CERT, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
-    for (CK_OBJECT_HANDLE handle = 1; handle <= 10; ++handle)
+    for (CK_OBJECT_HANDLE handle = 1; handle <= 10; ++handle) {
         PlanFailedRead(handle, CKR_DEVICE_ERROR);
+    }
     EXPECT_FALSE(m_Card.LoadSigningCertificate(true));
 }
 

@@ -24,8 +24,9 @@ protected:
     /// Puts this many certificates of 5013 bytes before all other objects.
     void PutBefore(size_t count, const std::string& label) {
         const Bytes tooLarge(5013, 0x30);
-        for (size_t i = 0; i < count; ++i)
+        for (size_t i = 0; i < count; ++i) {
             m_Deck.AddCertificate(m_Name, label, tooLarge, {7});
+        }
         m_Deck.Change(m_Name, [count](orselsim::Card& card) {
             auto& objects = card.m_Record.m_Objects;
             std::rotate(objects.begin(), objects.end() - static_cast<std::ptrdiff_t>(count), objects.end());
@@ -37,8 +38,9 @@ protected:
 
 TEST_F(CertificatesOfACard, AreLoadedFromEveryKind) {
     std::vector<std::string> names;
-    for (const std::string& kind : KnownKinds())
+    for (const std::string& kind : KnownKinds()) {
         names.push_back(m_Deck.Add(kind, CardOptions().Holder("Besitzer " + kind)));
+    }
     for (size_t index = 0; index < names.size(); ++index) {
         SCOPED_TRACE(names[index]);
         Open(static_cast<int>(index));
@@ -56,8 +58,9 @@ TEST_F(CertificatesOfACard, AreLoadedFromEveryKind) {
 }
 
 TEST_F(CertificatesOfACard, HaveTheKeyThatTheTokenTells) {
-    for (const std::string& kind : KnownKinds())
+    for (const std::string& kind : KnownKinds()) {
         m_Deck.Add(kind);
+    }
     ASSERT_EQ(ListCards(), KnownKinds().size());
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         SCOPED_TRACE(KnownKinds()[index]);
@@ -104,8 +107,9 @@ TEST_F(CertificatesOfACard, WithALongerLabelAreFoundForWritingAlone) {
     PutIn("acos-a03");
     m_Deck.ReplaceObject(m_Name, "C.CH.SIG", {1, 2, 3});
     m_Deck.Change(m_Name, [](orselsim::Card& card) {
-        for (orselsim::ObjectRecord& object : card.m_Record.m_Objects)
+        for (orselsim::ObjectRecord& object : card.m_Record.m_Objects) {
             object.m_Label += object.m_Label == "C.CH.SIG" ? " (alt)" : "";
+        }
     });
     EXPECT_FALSE(Card().LoadSigningCertificate(true)); // this library matches whole labels
     EXPECT_NE(Card().getSigningCertificateHandle(true), 0U);
@@ -125,8 +129,9 @@ TEST_F(CertificatesOfACard, AreCollectedFromAllCardsThatOpen) {
     m_Deck.PlanFaults({"C_OpenSession slot=2 rv=CKR_DEVICE_ERROR"});
     EXPECT_TRUE(Card().LoadAllCerts());
     EXPECT_THAT(Card().m_CertVector, SizeIs(16)); // of nine personalised cards, two each, but for one card
-    for (const slCertificate* certificate : Card().m_CertVector)
+    for (const slCertificate* certificate : Card().m_CertVector) {
         EXPECT_NE(certificate->GetSubjectCN(), "");
+    }
     EXPECT_EQ(OpenSessions(), 0U);
 }
 

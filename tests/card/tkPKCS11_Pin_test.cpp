@@ -269,10 +269,12 @@ protected:
     void PlanQuery(const char* name, unsigned char firstByte, CK_RV rv) {
         EXPECT_CALL(m_Library, CardAttribute(9, StrEq(name), _, testing::Pointee(5U)))
             .WillOnce([=](auto, auto, unsigned char* out, auto) {
-                for (int i = 0; i < 5; ++i)
+                for (int i = 0; i < 5; ++i) {
                     EXPECT_EQ(out[i], 0);
-                if (rv == CKR_OK)
+                }
+                if (rv == CKR_OK) {
                     out[0] = firstByte;
+                }
                 return rv;
             });
     }

@@ -20,8 +20,9 @@ protected:
     /// The attributes of every write so far, as the trace shows them.
     std::vector<std::string> Writes() const {
         std::vector<std::string> writes;
-        for (const TraceRecord& record : m_Deck.GetTrace("C_SetAttributeValue"))
+        for (const TraceRecord& record : m_Deck.GetTrace("C_SetAttributeValue")) {
             writes.push_back(record.Value("attributes"));
+        }
         return writes;
     }
     void SetClientVersion(int major) { m_Card->m_ClientVersion[0] = major; }
@@ -47,13 +48,15 @@ TEST_F(PinsOfACard, AreChangedAtTheObjectsThatTheyProtect) {
         EXPECT_TRUE(m_Deck.HasPin(m_Name, pin, after)) << pin;
     }
     EXPECT_THAT(Writes(), ElementsAre("0x200:0", "0x200:0", "0x200:0"));
-    for (const char* const digits : {"123456", "654321", "4321", "98765"})
+    for (const char* const digits : {"123456", "654321", "4321", "98765"}) {
         EXPECT_THAT(m_Deck.TraceText(), Not(HasSubstr(digits)));
+    }
 }
 
 TEST_F(PinsOfACard, AreChangedOnEveryKind) {
-    for (const std::string& kind : KnownKinds())
+    for (const std::string& kind : KnownKinds()) {
         m_Deck.Add(kind);
+    }
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         SCOPED_TRACE(KnownKinds()[index]);
         Open(static_cast<int>(index));
@@ -200,8 +203,9 @@ TEST_F(PinsOfACard, OfAnUnknownCardAreNotInitialised) {
 // --- GetPINStatus ------------------------------------------------------------------------------------------
 
 TEST_F(PinsOfACard, TellTheirTriesOnECardsOfAKnownAtr) {
-    for (const std::string& kind : KnownKinds())
+    for (const std::string& kind : KnownKinds()) {
         m_Deck.Add(kind);
+    }
     for (size_t index = 0; index < KnownKinds().size(); ++index) {
         const std::string kind = KnownKinds()[index];
         SCOPED_TRACE(kind);

@@ -200,8 +200,9 @@ TEST_F(Objects, ACountAboveTheRoomMakesTheSearchAFailure) {
 /// True for the template "class, label" of one object.
 MATCHER_P2(AsksFor, objectClass, label, "") {
     CK_OBJECT_CLASS askedClass = 0;
-    if (arg[0].type != CKA_CLASS || arg[0].ulValueLen != sizeof(CK_ULONG) || arg[1].type != CKA_LABEL)
+    if (arg[0].type != CKA_CLASS || arg[0].ulValueLen != sizeof(CK_ULONG) || arg[1].type != CKA_LABEL) {
         return false;
+    }
     std::memcpy(&askedClass, arg[0].pValue, sizeof(askedClass));
     return askedClass == objectClass &&
            std::string(static_cast<const char*>(arg[1].pValue), arg[1].ulValueLen) == label;

@@ -288,8 +288,9 @@ TEST_F(SignStringWithHash, GivesAnRsaKeyTheDataWhereTheCardHashesElseTheHashWith
     for (const bool sigKey : {true, false}) {
         ExpectSigned(CKK_RSA, sigKey, HASH_SHA1, CKM_SHA1_RSA_PKCS, m_Text, KEY_RSA);
         for (const HashAlgorithm hash :
-             {HASH_SHA224, HASH_SHA256, HASH_SHA512, HASH_MD5, HASH_MD4, HASH_SHA384})
+             {HASH_SHA224, HASH_SHA256, HASH_SHA512, HASH_MD5, HASH_MD4, HASH_SHA384}) {
             ExpectSigned(CKK_RSA, sigKey, hash, CKM_RSA_PKCS, WithDigestInfo(hash), KEY_RSA);
+        }
     }
     ExpectSigned(CKK_RSA, true, HASH_RIPEMD160, CKM_RIPEMD160_RSA_PKCS, m_Text, KEY_RSA);
     ExpectSigned(CKK_RSA, false, HASH_RIPEMD160, CKM_RSA_PKCS, WithDigestInfo(HASH_RIPEMD160), KEY_RSA);
@@ -299,8 +300,9 @@ TEST_F(SignStringWithHash, GivesAnEcKeyTheDataWithSha1ElseTheBareHash) {
     for (const bool sigKey : {true, false}) {
         ExpectSigned(CKK_ECDSA, sigKey, HASH_SHA1, CKM_ECDSA_SHA1, m_Text, KEY_ECC);
         for (const HashAlgorithm hash :
-             {HASH_RIPEMD160, HASH_SHA224, HASH_SHA256, HASH_SHA512, HASH_MD5, HASH_MD4, HASH_SHA384})
+             {HASH_RIPEMD160, HASH_SHA224, HASH_SHA256, HASH_SHA512, HASH_MD5, HASH_MD4, HASH_SHA384}) {
             ExpectSigned(CKK_ECDSA, sigKey, hash, CKM_ECDSA, BareDigest(hash), KEY_ECC);
+        }
     }
 }
 

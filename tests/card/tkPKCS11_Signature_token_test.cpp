@@ -160,8 +160,9 @@ TEST_P(SignaturesOf, ThisKindDoNotTakeAnotherHash) {
         for (int hash = 0; hash <= 10; ++hash) {
             const bool isOffered = std::any_of(offered.begin(), offered.end(),
                                                [hash](const HashName& name) { return name.m_Hash == hash; });
-            if (isOffered)
+            if (isOffered) {
                 continue;
+            }
             Bytes signature;
             EXPECT_FALSE(Card().Sign(key.m_PrivateKey, m_Data, signature, static_cast<HashAlgorithm>(hash)));
             EXPECT_THAT(signature, IsEmpty());
@@ -190,10 +191,11 @@ TEST_P(SignaturesOf, ThisKindAreMadeWithTheHashThatTheCardNeeds) {
     const std::string kind = GetParam();
     for (const KeyNames& key : KEYS) {
         const HashAlgorithm hash = Card().GetHashAlgorithm(KindOf(key));
-        if (KindOf(key) == KEY_RSA)
+        if (KindOf(key) == KEY_RSA) {
             EXPECT_EQ(hash, kind == "cardos-53" ? HASH_SHA256 : HASH_RIPEMD160);
-        else
+        } else {
             EXPECT_EQ(hash, kind == "acos-a03" || kind == "ecard-g2" ? HASH_RIPEMD160 : HASH_SHA256);
+        }
         Bytes signature;
         ASSERT_TRUE(SignString(key, hash, signature));
         EXPECT_TRUE(m_Command.Verifies(Certificate(key), hash == HASH_SHA256 ? "sha256" : "ripemd160", m_Data,
@@ -227,8 +229,9 @@ protected:
 
 TEST_F(SignatureByCertificate, IsMadeOnWhicheverCardHoldsIt) {
     std::vector<std::string> cards;
-    for (const std::string& kind : KnownKinds())
+    for (const std::string& kind : KnownKinds()) {
         cards.push_back(m_Deck.Add(kind));
+    }
     for (const std::string& card : cards) {
         for (const KeyNames& key : KEYS) {
             slCertificate certificate; // one of its own: an assignment keeps what an object held
@@ -256,8 +259,9 @@ TEST_F(SignatureByCertificate, IsNotMadeForACertificateThatNoCardHolds) {
 TEST_F(SignatureByCertificate, IsNotMadeWhenTwoKeysShareTheId) {
     const std::string card = m_Deck.Add("acos-a03");
     m_Deck.Change(card, [](orselsim::Card& changed) {
-        for (orselsim::ObjectRecord& object : changed.m_Record.m_Objects)
+        for (orselsim::ObjectRecord& object : changed.m_Record.m_Objects) {
             object.m_Id = object.m_Kind == orselsim::ObjectKind::DATA ? Bytes{} : Bytes{1};
+        }
     });
     EXPECT_FALSE(Card().Sign(ThumbprintOf(card, "C.CH.SIG"), m_Data, m_Certificate, m_Signature));
     EXPECT_THAT(m_Deck.GetTrace("C_SignInit"), IsEmpty());

@@ -24,8 +24,9 @@ protected:
             .WillOnce(DoAll(SetArgPointee<2>(count), Return(CKR_OK)));
         EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, NotNull(), Pointee(count)))
             .WillOnce([count](CK_BBOOL, CK_SLOT_ID* ids, CK_ULONG*) {
-                for (CK_ULONG i = 0; i < count; ++i)
+                for (CK_ULONG i = 0; i < count; ++i) {
                     ids[i] = 100 + i;
+                }
                 return CKR_OK;
             });
         EXPECT_CALL(m_Library, GetTokenInfo(slot, _))

@@ -18,8 +18,9 @@ protected:
         std::vector<SlotStruct*> slots;
         EXPECT_TRUE(Card().GetSlots(slots, withEmptyCards));
         std::vector<std::string> serials;
-        for (const SlotStruct* slot : slots)
+        for (const SlotStruct* slot : slots) {
             serials.push_back(slot->m_Serial);
+        }
         return serials;
     }
 };
@@ -41,8 +42,9 @@ TEST_F(TheCardClass, BindsTheLibraryAndTellsAboutIt) {
                             "M m_Manufacturer: " + card.m_Manufacturer,
                             "M m_Description: " + card.m_Description, "M m_Version: " + card.m_Version));
     std::vector<std::string> calls;
-    for (const auto& record : m_Deck.GetTrace())
+    for (const auto& record : m_Deck.GetTrace()) {
         calls.push_back(record.m_Function);
+    }
     EXPECT_THAT(calls, ElementsAre("C_Initialize", "C_GetInfo"));
 }
 

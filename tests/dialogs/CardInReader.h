@@ -40,23 +40,26 @@ protected:
         Bind();
     }
     void Unbind() {
-        if (m_P11 != nullptr)
+        if (m_P11 != nullptr) {
             m_P11->destroy();
+        }
         m_P11.reset();
     }
 
     /// Names of the entry points that were called since the library was bound or the trace began anew.
     std::vector<std::string> Calls() const {
         std::vector<std::string> names;
-        for (const auto& record : m_Deck.GetTrace())
+        for (const auto& record : m_Deck.GetTrace()) {
             names.push_back(record.m_Function);
+        }
         return names;
     }
     /// The sessions that were opened and those that were closed, in order.
     std::vector<std::string> SessionsOf(const std::string& function) const {
         std::vector<std::string> sessions;
-        for (const auto& record : m_Deck.GetTrace(function))
+        for (const auto& record : m_Deck.GetTrace(function)) {
             sessions.push_back(record.Value("session"));
+        }
         return sessions;
     }
 

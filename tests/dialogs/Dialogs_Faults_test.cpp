@@ -73,8 +73,9 @@ protected:
     void ExpectAlive() {
         EXPECT_TRUE(m_Dialog->IsShown());
         for (const wxWindow* window :
-             std::vector<wxWindow*>{m_Dialog->list_box, m_Dialog->notebook, m_Dialog->button_close})
+             std::vector<wxWindow*>{m_Dialog->list_box, m_Dialog->notebook, m_Dialog->button_close}) {
             EXPECT_TRUE(window->IsEnabled());
+        }
     }
     /// Opens the infobox dialog and reads the card.
     void PrepareInfobox() {
@@ -113,8 +114,9 @@ protected:
         EXPECT_EQ(m_Test->Status(), Utf8(expected));
         EXPECT_EQ(m_Deck.GetTrace("C_CloseSession").size(), isOpen ? 0U : 1U);
         EXPECT_TRUE(m_Test->IsShown());
-        for (const wxWindow* button : {m_Test->button_sign, m_Test->button_verify, m_Test->button_close})
+        for (const wxWindow* button : {m_Test->button_sign, m_Test->button_verify, m_Test->button_close}) {
             EXPECT_TRUE(button->IsEnabled());
+        }
     }
 };
 
@@ -165,8 +167,9 @@ TEST_F(ACommandUnderFaults, LeavesTheListEmptyWhenTheContainerCannotBeLoaded) {
         ExpectAlive();
         EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
         std::string rows;
-        for (const std::string& row : m_Dialog->Rows())
+        for (const std::string& row : m_Dialog->Rows()) {
             rows += row + ",";
+        }
         EXPECT_EQ(rows, fault.LookUp({{"C_GetSlotList", FIXED},
                                       {"C_GetSlotList#2 length", listed}, // there is a card with this index
                                       {"C_GetTokenInfo", FIXED},
@@ -237,8 +240,9 @@ INSTANTIATE_TEST_SUITE_P(Entries, AToggleUnderFaults, testing::Bool(),
 
 TEST_P(AToggleUnderFaults, ChangesNothingOrLosesTheListThatItCannotReadAnew) {
     Insert("acos-a04");
-    if (GetParam())
+    if (GetParam()) {
         m_Deck.ReplaceObject(m_Card, "0x0a", Bytes(64));
+    }
     const size_t write = GetParam() ? 5 : 4; // which call writes; what comes behind it lists the entries anew
     wxString shown;
     Command toggle;
@@ -263,10 +267,12 @@ TEST_P(AToggleUnderFaults, ChangesNothingOrLosesTheListThatItCannotReadAnew) {
         }
     };
     toggle.m_PrepareAgain = [&] {
-        if (m_Dialog->Rows().empty())
+        if (m_Dialog->Rows().empty()) {
             m_Dialog->LoadInfobox();
-        if (m_Dialog->list_box->GetSelection() == wxNOT_FOUND)
+        }
+        if (m_Dialog->list_box->GetSelection() == wxNOT_FOUND) {
             m_Dialog->Select(2);
+        }
     };
     toggle.m_CheckDone = [&] {
         EXPECT_EQ(m_Dialog->Rows().size(), 3U);

@@ -266,8 +266,9 @@ TEST_F(AnInfoboxOnACard, DoesNothingForARowThatTheContainerDoesNotKnow) {
     m_Dialog->Select(0);
     m_Dialog->button_encrypt->Enable(false);
     m_Deck.ClearTrace();
-    for (const char* row : {"07 RFU2", "RFU1", "", "x", "00 NICHTS"})
+    for (const char* row : {"07 RFU2", "RFU1", "", "x", "00 NICHTS"}) {
         m_Dialog->listboxInfoboxKonzept(row);
+    }
     EXPECT_THAT(Calls(), IsEmpty());
     EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
     EXPECT_TRUE(m_Dialog->text_inhalt->GetValue().StartsWith("Vorname: "));

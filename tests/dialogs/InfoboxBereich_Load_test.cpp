@@ -43,10 +43,11 @@ INSTANTIATE_TEST_SUITE_P(Kinds, AnInfoboxOnEachKindOfCard, testing::ValuesIn(KIN
 TEST_P(AnInfoboxOnEachKindOfCard, ListsTheContainersEntriesOrThreeFixedRows) {
     OpenOn(GetParam().m_Kind);
     EXPECT_EQ(m_Dialog->m_bInfoboxKonzept, GetParam().m_HasContainer);
-    if (GetParam().m_HasContainer)
+    if (GetParam().m_HasContainer) {
         EXPECT_THAT(m_Dialog->Rows(), ElementsAre("01 PERSONENBINDUNG", "02 RFU1", "0a RFU2"));
-    else
+    } else {
         EXPECT_THAT(m_Dialog->Rows(), ElementsAre("Personenbindung", "RFU1", "RFU2"));
+    }
     EXPECT_EQ(m_Dialog->list_box->GetSelection(), wxNOT_FOUND);
     EXPECT_FALSE(m_Dialog->button_encrypt->IsThisEnabled());
     EXPECT_TRUE(m_Dialog->list_box->IsEnabled());
@@ -69,8 +70,9 @@ TEST_P(AnInfoboxOnEachKindOfCard, ShowsTheIdentityLinkOfTheCard) {
 
 TEST_F(AnInfoboxOnACard, HoldsThreeRowsWhateverACardWithoutAContainerHolds) {
     Insert("acos-a03");
-    for (const char* label : {"PERSONENBINDUNG", "RFU1", "RFU2"})
+    for (const char* label : {"PERSONENBINDUNG", "RFU1", "RFU2"}) {
         m_Deck.RemoveObject(m_Card, label);
+    }
     Open();
     m_Dialog->Load();
     EXPECT_THAT(m_Dialog->Rows(), ElementsAre("Personenbindung", "RFU1", "RFU2"));

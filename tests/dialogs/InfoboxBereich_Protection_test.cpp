@@ -33,8 +33,9 @@ protected:
     /// Everything on display, to tell whether it has changed.
     std::vector<wxString> Display() {
         std::vector<wxString> display = m_Dialog->Pages();
-        for (const std::string& row : m_Dialog->Rows())
+        for (const std::string& row : m_Dialog->Rows()) {
             display.push_back(row);
+        }
         display.push_back(m_Dialog->list_box->GetStringSelection());
         display.push_back(m_Dialog->m_LastSelection);
         display.push_back(m_Dialog->button_encrypt->GetLabel());
@@ -84,8 +85,9 @@ TEST_F(TheEncryptButton, WritesValueAndFlagInOneCallAndThenReadsTheContainerAnew
     EXPECT_EQ(m_Deck.GetTrace("C_FindObjectsInit").back().Value("attributes"),
               "CKA_CLASS:CKO_DATA,CKA_LABEL:INFOBOX");
     EXPECT_EQ(SessionsOf("C_OpenSession"), SessionsOf("C_CloseSession"));
-    for (const auto& record : m_Deck.GetTrace("C_OpenSession"))
+    for (const auto& record : m_Deck.GetTrace("C_OpenSession")) {
         EXPECT_EQ(record.Value("flags"), "4"); // read-only, although a writing one is asked for
+    }
 }
 
 TEST_F(TheEncryptButton, FlipsTheFlagOfTheContainerAndNotThatOfTheObject) {

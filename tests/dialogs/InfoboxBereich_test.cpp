@@ -142,8 +142,9 @@ TEST_F(TheInfoboxDialog, DisablesListAndPagesButNeitherTheBinaryPageNorTheEncryp
                                         m_Dialog.notebook,    m_Dialog.button_close};
     for (const bool enable : {false, true}) {
         m_Dialog.MyEnable(enable);
-        for (const wxWindow* window : set)
+        for (const wxWindow* window : set) {
             EXPECT_EQ(window->IsThisEnabled(), enable);
+        }
         EXPECT_TRUE(m_Dialog.panel_binary->IsThisEnabled());
         EXPECT_TRUE(m_Dialog.button_encrypt->IsThisEnabled());
         EXPECT_TRUE(m_Dialog.IsThisEnabled());
@@ -159,8 +160,9 @@ TEST_F(TheInfoboxDialog, StopsEnablingAtAControlThatIsMissing) {
     m_Dialog.MyEnable(false);
     EXPECT_FALSE(m_Dialog.panel_inhalt->IsThisEnabled());
     for (const wxWindow* window :
-         std::vector<wxWindow*>{binary, m_Dialog.panel_text, m_Dialog.notebook, m_Dialog.button_close})
+         std::vector<wxWindow*>{binary, m_Dialog.panel_text, m_Dialog.notebook, m_Dialog.button_close}) {
         EXPECT_TRUE(window->IsThisEnabled());
+    }
 }
 
 // --- Events ------------------------------------------------------------------------------------------------
@@ -249,8 +251,9 @@ TEST(TheInfoboxDialogWithoutAnIdentityLink, EndsOnlyWhenTheExternalProgramWasSta
         void evt_OnTimer(wxTimerEvent&) override {
             ShowNoPersB();
             m_WasOpenBehind = IsModal();
-            if (m_WasOpenBehind)
+            if (m_WasOpenBehind) {
                 EndModal(3);
+            }
         }
         bool m_WasOpenBehind = false;
     };

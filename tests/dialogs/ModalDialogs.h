@@ -23,8 +23,9 @@ inline bool Press(wxWindow& window, int id) {
 template <typename Control>
 Control* ChildOf(const wxWindow& window) {
     for (wxWindow* child : window.GetChildren()) {
-        if (auto* control = dynamic_cast<Control*>(child))
+        if (auto* control = dynamic_cast<Control*>(child)) {
             return control;
+        }
     }
     return nullptr;
 }
@@ -78,8 +79,9 @@ private:
     static Dialog* FindModal() {
         for (wxWindow* window : wxTopLevelWindows) {
             auto* dialog = dynamic_cast<Dialog*>(window);
-            if (dialog != nullptr && dialog->IsModal())
+            if (dialog != nullptr && dialog->IsModal()) {
                 return dialog;
+            }
         }
         return nullptr;
     }
@@ -105,8 +107,9 @@ public:
 
 protected:
     int Enter(wxDialog* dialog) override {
-        if (dialog->GetTitle() != m_Title)
+        if (dialog->GetTitle() != m_Title) {
             return wxID_NONE;
+        }
         ++m_Count;
         m_Inspect(*dialog);
         return m_Answer;

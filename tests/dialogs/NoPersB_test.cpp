@@ -64,9 +64,10 @@ TEST_F(TheDialogForACardWithoutIdentityLink, HasTwoButtonsBetweenTwoSpringsAndTh
     EXPECT_EQ(m_Dialog.button_write->GetLabel(), "Personenbindung aufbringen");
     EXPECT_EQ(m_Dialog.button_close->GetId(), 5466);
     EXPECT_EQ(m_Dialog.button_close->GetLabel(), Utf8("Schließen"));
-    for (const wxPanel* spring : {m_Dialog.panel_left, m_Dialog.panel_right})
+    for (const wxPanel* spring : {m_Dialog.panel_left, m_Dialog.panel_right}) {
         EXPECT_EQ(spring->GetWindowStyle() & (wxTAB_TRAVERSAL | wxBORDER_MASK),
                   wxTAB_TRAVERSAL | wxBORDER_NONE);
+    }
     EXPECT_THAT(ChildrenOf(m_Dialog),
                 ElementsAre(m_Dialog.panel_left, m_Dialog.button_write, m_Dialog.button_close,
                             m_Dialog.panel_right, &m_Dialog.Text(0), &m_Dialog.Text(1), &m_Dialog.Text(2)));

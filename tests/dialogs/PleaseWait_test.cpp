@@ -50,9 +50,10 @@ TEST_F(TheBusyDialog, SaysOneLineBetweenTwoFillers) {
 }
 
 TEST_F(TheBusyDialog, HasPanelsWithoutBorder) {
-    for (const wxPanel* panel : {m_Dialog.panel_left, m_Dialog.panel_right})
+    for (const wxPanel* panel : {m_Dialog.panel_left, m_Dialog.panel_right}) {
         EXPECT_EQ(panel->GetWindowStyle() & (wxTAB_TRAVERSAL | wxBORDER_MASK),
                   wxTAB_TRAVERSAL | wxBORDER_NONE);
+    }
 }
 
 TEST_F(TheBusyDialog, ShowsItsWholeTextAndGoesAgain) {

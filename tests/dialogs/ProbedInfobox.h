@@ -47,8 +47,9 @@ public:
 
     std::vector<std::string> Rows() {
         std::vector<std::string> rows;
-        for (const wxString& row : list_box->GetStrings())
+        for (const wxString& row : list_box->GetStrings()) {
             rows.emplace_back(row.utf8_str());
+        }
         return rows;
     }
     /// The texts of the pages "Inhalt", "Binary" and of the one that is not seen.

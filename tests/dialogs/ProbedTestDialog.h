@@ -47,14 +47,16 @@ public:
 
     /// The text on the status line; none while it is hidden.
     wxString Status() {
-        if (label_status->IsShown() != bitmap_status->IsShown())
+        if (label_status->IsShown() != bitmap_status->IsShown()) {
             return "(half a status)";
+        }
         return label_status->IsShown() ? label_status->GetLabel() : wxString();
     }
     std::vector<std::string> Hashes() {
         std::vector<std::string> rows;
-        for (const wxString& row : combo_hash->GetStrings())
+        for (const wxString& row : combo_hash->GetStrings()) {
             rows.emplace_back(row.utf8_str());
+        }
         return rows;
     }
 };
@@ -66,8 +68,9 @@ inline bool SamePicture(const wxBitmap& shown, const char* const* xpm) {
     for (int y = 0; y < b.GetHeight(); ++y) {
         for (int x = 0; x < b.GetWidth(); ++x) {
             const bool isSame = a.GetRed(x, y) == b.GetRed(x, y) && a.GetBlue(x, y) == b.GetBlue(x, y);
-            if (!b.IsTransparent(x, y) && !isSame)
+            if (!b.IsTransparent(x, y) && !isSame) {
                 return false;
+            }
         }
     }
     return a.GetSize() == b.GetSize();

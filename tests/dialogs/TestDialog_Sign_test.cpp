@@ -302,10 +302,11 @@ class EitherCommandOfTheSignatureTest : public TheSignatureTestOnACard,
                                         public testing::WithParamInterface<bool> {
 protected:
     void Run() {
-        if (GetParam())
+        if (GetParam()) {
             m_Dialog->Sign();
-        else
+        } else {
             m_Dialog->Verify();
+        }
     }
 };
 
@@ -363,8 +364,9 @@ TEST_P(EitherCommandOfTheSignatureTest, LeavesTheDialogOpenAndEnabled) {
     OpenOn("empty", ApplSignature);
     Run();
     EXPECT_TRUE(m_Dialog->IsShown());
-    for (const wxWindow* button : {m_Dialog->button_sign, m_Dialog->button_verify, m_Dialog->button_close})
+    for (const wxWindow* button : {m_Dialog->button_sign, m_Dialog->button_verify, m_Dialog->button_close}) {
         EXPECT_TRUE(button->IsEnabled());
+    }
 }
 
 // --- Verifying ---------------------------------------------------------------------------------------------

@@ -87,9 +87,10 @@ TEST_F(TheSignatureTest, HasItsControlsInAFixedOrder) {
                             m_Dialog.panel_height, algorithms.GetItem(size_t{0})->GetWindow(),
                             algorithms.GetItem(3)->GetWindow()));
     for (const wxPanel* panel :
-         {m_Dialog.panel_gap, m_Dialog.panel_left, m_Dialog.panel_right, m_Dialog.panel_height})
+         {m_Dialog.panel_gap, m_Dialog.panel_left, m_Dialog.panel_right, m_Dialog.panel_height}) {
         EXPECT_EQ(panel->GetWindowStyle() & (wxTAB_TRAVERSAL | wxBORDER_MASK),
                   wxTAB_TRAVERSAL | wxBORDER_NONE);
+    }
 }
 
 TEST_F(TheSignatureTest, KeepsItsControlsAtLeastAsLargeAsStated) {
@@ -118,8 +119,9 @@ TEST_F(TheSignatureTest, PlacesTextsAlgorithmsButtonsAndStatusBelowEachOther) {
                             Placement{nullptr, 0, wxEXPAND, 0},
                             Placement{nullptr, 0, wxALIGN_CENTER_HORIZONTAL | wxALL, 0},
                             Placement{nullptr, 0, wxEXPAND | wxALIGN_CENTER_HORIZONTAL, 3}));
-    for (const size_t row : {2U, 3U, 4U})
+    for (const size_t row : {2U, 3U, 4U}) {
         EXPECT_EQ(dynamic_cast<wxBoxSizer&>(*outer.GetItem(row)->GetSizer()).GetOrientation(), wxHORIZONTAL);
+    }
 }
 
 TEST_F(TheSignatureTest, NamesBothAlgorithmsInOneRow) {
@@ -171,8 +173,9 @@ TEST(TheEventsOfTheSignatureTest, ReachHandlersThatMayBeReplaced) {
         std::string m_Calls;
     };
     Counting dialog;
-    for (const int id : {5448, 5449, 5447})
+    for (const int id : {5448, 5449, 5447}) {
         EXPECT_TRUE(Press(dialog, id)) << id;
+    }
     wxTimer timer(&dialog, 5445);
     wxTimerEvent tick(timer);
     EXPECT_TRUE(dialog.GetEventHandler()->ProcessEvent(tick));
@@ -349,8 +352,9 @@ TEST_F(TheStatusOfTheSignatureTest, ColoursTextAndIconByTheStep) {
         FadeOut expected;
         expected.Init(TextColour(), m_Dialog.button_close->GetBackgroundColour(),
                       wxBitmap(ButtonOk).ConvertToImage(), 50);
-        for (int i = 0; i < step; ++i)
+        for (int i = 0; i < step; ++i) {
             expected.NextStep();
+        }
         EXPECT_EQ(m_Dialog.label_status->GetForegroundColour(), expected.GetColour()) << step;
         const wxImage shown = m_Dialog.bitmap_status->GetBitmap().ConvertToImage();
         EXPECT_EQ(shown.GetAlpha(16, 16), expected.GetImage().GetAlpha(16, 16)) << step;
@@ -383,8 +387,9 @@ TEST_F(TheStatusOfTheSignatureTest, FadesByItselfIn50Steps) {
     EXPECT_TRUE(RunUntil([this] { return m_Dialog.Status().empty(); }, 30000));
     ASSERT_EQ(m_Dialog.m_Intervals.size(), 50U);
     EXPECT_EQ(m_Dialog.m_Intervals[1], 1500);
-    for (size_t step = 2; step < 50; ++step)
+    for (size_t step = 2; step < 50; ++step) {
         EXPECT_EQ(m_Dialog.m_Intervals[step], 100);
+    }
     EXPECT_EQ(m_Dialog.m_Ids[1], 5445);
 }
 

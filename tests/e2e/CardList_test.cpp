@@ -79,8 +79,9 @@ TEST_F(TheProgram, AsksTheLibraryForWhatARefreshNeedsAndNothingElse) {
     }
     expected.push_back("C_Finalize");
     EXPECT_THAT(orseltest::CallsIn(m_Deck.GetTrace()), testing::ElementsAreArray(expected));
-    for (const auto& record : m_Deck.GetTrace())
+    for (const auto& record : m_Deck.GetTrace()) {
         EXPECT_EQ(record.m_Result, "CKR_OK") << record.m_Function;
+    }
 }
 
 TEST_F(TheProgram, ShowsTheBusyDialogWhileACardTakesItsTime) {

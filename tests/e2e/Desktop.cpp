@@ -40,8 +40,9 @@ std::vector<Pixel> VisiblePixels(const char* const* xpm) {
     for (int i = 1; i <= colours; ++i) {
         const std::string row = xpm[i];
         const std::string colour = row.substr(row.rfind(' ') + 1);
-        if (colour != "None")
+        if (colour != "None") {
             palette[row.substr(0, static_cast<size_t>(keyLength))] = ColourOf(colour);
+        }
     }
     std::vector<Pixel> pixels;
     for (int y = 0; y < height; ++y) {
@@ -49,8 +50,9 @@ std::vector<Pixel> VisiblePixels(const char* const* xpm) {
         for (int x = 0; x < width; ++x) {
             const auto colour =
                 palette.find(row.substr(static_cast<size_t>(x * keyLength), static_cast<size_t>(keyLength)));
-            if (colour != palette.end())
+            if (colour != palette.end()) {
                 pixels.push_back({x, y, colour->second});
+            }
         }
     }
     return pixels;
@@ -80,8 +82,9 @@ Screen Screen::Capture() {
     in >> magic >> screen.m_Width >> screen.m_Height >> maximum;
     const auto start = static_cast<size_t>(in.tellg()) + 1;
     const size_t size = static_cast<size_t>(screen.m_Width) * static_cast<size_t>(screen.m_Height) * 3;
-    if (magic != "P6" || ppm.size() < start + size)
+    if (magic != "P6" || ppm.size() < start + size) {
         throw std::runtime_error("no picture of the screen");
+    }
     screen.m_Bytes.assign(ppm.begin() + static_cast<std::ptrdiff_t>(start),
                           ppm.begin() + static_cast<std::ptrdiff_t>(start + size));
     return screen;
@@ -90,8 +93,9 @@ Screen Screen::Capture() {
 bool Screen::Shows(const Pixel& pixel, int x, int y) const {
     const int column = x + pixel.m_X;
     const int row = y + pixel.m_Y;
-    if (column >= m_Width || row >= m_Height)
+    if (column >= m_Width || row >= m_Height) {
         return false;
+    }
     const size_t offset =
         3 * (static_cast<size_t>(row) * static_cast<size_t>(m_Width) + static_cast<size_t>(column));
     return IsClose(&m_Bytes[offset], pixel.m_Colour.data());
@@ -102,12 +106,14 @@ bool Screen::Shows(const Pixel& pixel, int x, int y) const {
 bool Screen::Matches(const std::vector<Pixel>& picture, int x, int y) const {
     const size_t stride = picture.size() / 5 + 1;
     bool isLikely = false;
-    for (size_t i = stride / 2; i < picture.size() && !isLikely; i += stride)
+    for (size_t i = stride / 2; i < picture.size() && !isLikely; i += stride) {
         isLikely = Shows(picture[i], x, y);
+    }
     size_t misses = 0;
     for (size_t i = 0; i < picture.size() && isLikely; ++i) {
-        if (!Shows(picture[i], x, y) && ++misses * 20 > picture.size())
+        if (!Shows(picture[i], x, y) && ++misses * 20 > picture.size()) {
             isLikely = false;
+        }
     }
     return isLikely;
 }
@@ -117,16 +123,18 @@ std::vector<Point> Screen::Find(const char* const* xpm) const {
     std::vector<Point> places;
     for (int y = 0; y < m_Height; ++y) {
         for (int x = 0; x < m_Width; ++x) {
-            if (Matches(picture, x, y))
+            if (Matches(picture, x, y)) {
                 places.push_back({x, y});
+            }
         }
     }
     return places;
 }
 
 bool Screen::LooksLike(const Screen& other, Point upperLeft, Point lowerRight) const {
-    if (m_Bytes.size() != other.m_Bytes.size())
+    if (m_Bytes.size() != other.m_Bytes.size()) {
         return false;
+    }
     int differences = 0;
     for (int y = upperLeft.m_Y; y < lowerRight.m_Y; ++y) {
         for (int x = upperLeft.m_X; x < lowerRight.m_X; ++x) {
@@ -161,21 +169,24 @@ std::vector<std::string> Windows(const std::string& title) {
     std::istringstream ids(OutputOf("xdotool search --onlyvisible --name '" + title + "' 2>/dev/null"));
     std::vector<std::string> found;
     std::string id;
-    while (ids >> id)
+    while (ids >> id) {
         found.push_back(id);
+    }
     return found;
 }
 
 std::optional<Point> PlaceOf(const std::string& title) {
     const std::vector<std::string> ids = Windows(title);
-    if (ids.empty())
+    if (ids.empty()) {
         return std::nullopt;
+    }
     // The corner without the window manager's frame, which xdotool does not tell.
     std::istringstream words(OutputOf("xwininfo -id " + ids.front() +
                                       " 2>/dev/null | sed -n 's/.*Absolute upper-left [XY]: *//p'"));
     Point place = {};
-    if (!(words >> place.m_X >> place.m_Y))
+    if (!(words >> place.m_X >> place.m_Y)) {
         return std::nullopt;
+    }
     return place;
 }
 
@@ -206,23 +217,27 @@ bool CloseAll(const std::string& title) {
 
 std::string OutputOf(const std::string& command) {
     const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), &pclose);
-    if (pipe == nullptr)
+    if (pipe == nullptr) {
         throw std::runtime_error("cannot run: " + command);
+    }
     std::string output;
     std::array<char, 65536> block;
     size_t read = 0;
-    while ((read = std::fread(block.data(), 1, block.size(), pipe.get())) > 0)
+    while ((read = std::fread(block.data(), 1, block.size(), pipe.get())) > 0) {
         output.append(block.data(), read);
-    if (!output.empty() && output.back() == '\n')
+    }
+    if (!output.empty() && output.back() == '\n') {
         output.pop_back();
+    }
     return output;
 }
 
 bool WaitFor(const std::function<bool()>& condition, int seconds) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
+        if (std::chrono::steady_clock::now() > end) {
             return false;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
     }
     return true;
@@ -234,10 +249,12 @@ bool ActUntil(const std::string& window, const std::function<void()>& act,
         act();
         // By its first answer the program has read the press, by its second it has dealt with it.
         for (int answer = 0; answer < 2; ++answer) {
-            if (!WaitForAnswer(window))
+            if (!WaitForAnswer(window)) {
                 return false;
-            if (WaitFor(hasEffect, 3))
+            }
+            if (WaitFor(hasEffect, 3)) {
                 return true;
+            }
         }
     }
     return false;

@@ -23,8 +23,9 @@ void APerson::SetUp() {
 }
 
 void APerson::TearDown() {
-    if (m_Program == nullptr || HasFatalFailure())
+    if (m_Program == nullptr || HasFatalFailure()) {
         return;
+    }
     Close();
     EXPECT_EQ(m_Program->Output(), "");
     EXPECT_THAT(m_Deck.GetTrace("C_Finalize"), SizeIs(1));
@@ -106,8 +107,9 @@ bool APerson::ActUntil(const std::function<void()>& act, const std::function<boo
 
 bool APerson::ClickIn(const char* title, Point place) {
     const auto corner = desktop::PlaceOf(title);
-    if (corner)
+    if (corner) {
         desktop::Click({corner->m_X + place.m_X, corner->m_Y + place.m_Y});
+    }
     return corner.has_value();
 }
 
@@ -136,8 +138,9 @@ std::string APerson::TitleOf(const char* title) {
 // has lost the keys.
 std::string APerson::TextIn(const char* title, Point place) {
     const auto all = desktop::Windows(title);
-    if (all.empty())
+    if (all.empty()) {
         return "";
+    }
     desktop::EmptyClipboard();
     ClickIn(title, place);
     desktop::Press("ctrl+a ctrl+c");
@@ -180,8 +183,9 @@ bool APerson::WaitForCalls(const char* function, const char* result, size_t coun
 }
 
 std::string APerson::WhatTheViewerShows() {
-    if (!desktop::WaitFor([this] { return fs::exists(Shown()); }))
+    if (!desktop::WaitFor([this] { return fs::exists(Shown()); })) {
         return "";
+    }
     std::ifstream file(Shown(), std::ios::binary);
     const std::string content(std::istreambuf_iterator<char>(file), {});
     fs::remove(Shown());

@@ -43,11 +43,13 @@ void WriteConfiguration(const std::string& folder, const std::string& text) {
 
 Program::Program(const std::string& folder, const std::string& systemConfiguration)
     : m_OutputFile(folder + "/output.txt") {
-    if (!systemConfiguration.empty())
+    if (!systemConfiguration.empty()) {
         WriteConfiguration(folder, systemConfiguration);
+    }
     m_Pid = fork();
-    if (m_Pid < 0)
+    if (m_Pid < 0) {
         throw std::runtime_error("cannot start the program");
+    }
     if (m_Pid == 0) {
         const int file = open(m_OutputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         dup2(file, STDOUT_FILENO);
@@ -57,8 +59,9 @@ Program::Program(const std::string& folder, const std::string& systemConfigurati
 }
 
 Program::~Program() {
-    if (!Runs())
+    if (!Runs()) {
         return;
+    }
     Kill(SIGTERM);
     if (WaitForEnd(5) == -1) {
         Kill(SIGKILL);
@@ -67,14 +70,16 @@ Program::~Program() {
 }
 
 bool Program::Runs() {
-    if (m_Pid > 0 && waitpid(m_Pid, &m_Status, WNOHANG) == m_Pid)
+    if (m_Pid > 0 && waitpid(m_Pid, &m_Status, WNOHANG) == m_Pid) {
         m_Pid = -1;
+    }
     return m_Pid > 0;
 }
 
 int Program::WaitForEnd(int seconds) {
-    if (!desktop::WaitFor([this] { return !Runs(); }, seconds))
+    if (!desktop::WaitFor([this] { return !Runs(); }, seconds)) {
         return -1;
+    }
     return WIFEXITED(m_Status) ? WEXITSTATUS(m_Status) : 1000 + WTERMSIG(m_Status);
 }
 

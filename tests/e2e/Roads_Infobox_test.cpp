@@ -37,8 +37,9 @@ protected:
     }
     bool IsPrivate(const std::string& label) {
         for (const auto& object : m_Deck.Read(m_Card).m_Record.m_Objects) {
-            if (object.m_Label == label)
+            if (object.m_Label == label) {
                 return object.m_IsPrivate;
+            }
         }
         ADD_FAILURE() << "no object " << label;
         return false;

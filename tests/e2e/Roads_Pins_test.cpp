@@ -63,8 +63,9 @@ TEST_P(APersonWithAPin, ChangesIt) {
 
 TEST_P(APersonWithAPin, BlocksItAndUnblocksIt) {
     const std::string card = m_Deck.Add("acos-a03");
-    for (int tries = 0; tries < 3; ++tries)
+    for (int tries = 0; tries < 3; ++tries) {
         m_Deck.AnswerPins({"000000", GetParam().m_NewDigits, GetParam().m_NewDigits});
+    }
     m_Deck.AnswerPins({"12345678", GetParam().m_NewDigits, GetParam().m_NewDigits});
     Start(1);
     Run(CHANGE_PIN, "CKR_PIN_INCORRECT", ButtonCancel);

@@ -45,24 +45,28 @@ protected:
 
     std::vector<std::string> Keys() const {
         std::vector<std::string> keys;
-        for (std::size_t i = 0; i < GetParam().m_Colours; ++i)
+        for (std::size_t i = 0; i < GetParam().m_Colours; ++i) {
             keys.push_back(KeyOf(ColourRow(i)));
+        }
         return keys;
     }
 
     /// What stands behind the key: " c None" or " c #RRGGBB".
     std::vector<std::string> Colours() const {
         std::vector<std::string> colours;
-        for (std::size_t i = 0; i < GetParam().m_Colours; ++i)
+        for (std::size_t i = 0; i < GetParam().m_Colours; ++i) {
             colours.push_back(ColourRow(i).substr(GetParam().m_KeyLength));
+        }
         return colours;
     }
 
     std::set<std::string> UsedKeys() const {
         std::set<std::string> used;
-        for (std::size_t y = 0; y < GetParam().m_Height; ++y)
-            for (std::size_t x = 0; x < GetParam().m_Width; ++x)
+        for (std::size_t y = 0; y < GetParam().m_Height; ++y) {
+            for (std::size_t x = 0; x < GetParam().m_Width; ++x) {
                 used.insert(KeyOf(PixelRow(y), x));
+            }
+        }
         return used;
     }
 };
@@ -77,15 +81,17 @@ TEST_P(AnImage, StatesItsSizeColourCountAndKeyLengthInTheFirstRow) {
 
 TEST_P(AnImage, HasOneRowForTheHeaderForEachColourAndForEachLine) {
     EXPECT_EQ(GetParam().m_RowCount, 1 + GetParam().m_Colours + GetParam().m_Height);
-    for (std::size_t i = 0; i < GetParam().m_RowCount; ++i)
+    for (std::size_t i = 0; i < GetParam().m_RowCount; ++i) {
         ASSERT_NE(GetParam().m_Rows[i], nullptr) << "row " << i;
+    }
 }
 
 TEST_P(AnImage, IsTransparentInItsFirstColourEntryOrNowhere) {
     const std::vector<std::string> colours = Colours();
     EXPECT_EQ(colours.front() == " c None", GetParam().m_Transparent) << colours.front();
-    for (std::size_t i = GetParam().m_Transparent ? 1 : 0; i < colours.size(); ++i)
+    for (std::size_t i = GetParam().m_Transparent ? 1 : 0; i < colours.size(); ++i) {
         ASSERT_THAT(colours[i], MatchesRegex(" c #[0-9A-F]{6}")) << "colour " << i;
+    }
 }
 
 TEST_P(AnImage, DeclaresEachKeyAndEachColourOnce) {
@@ -96,8 +102,9 @@ TEST_P(AnImage, DeclaresEachKeyAndEachColourOnce) {
 }
 
 TEST_P(AnImage, HasLinesOfItsFullWidth) {
-    for (std::size_t y = 0; y < GetParam().m_Height; ++y)
+    for (std::size_t y = 0; y < GetParam().m_Height; ++y) {
         EXPECT_THAT(PixelRow(y), SizeIs(GetParam().m_Width * GetParam().m_KeyLength)) << "line " << y;
+    }
 }
 
 TEST_P(AnImage, UsesEveryDeclaredColourAndNoOther) {
@@ -145,8 +152,9 @@ Tint TintOf(const char* const* rows) {
         const std::string line = rows[1 + colours + y];
         for (std::size_t x = 0; x < width; ++x) {
             const auto found = values.find(line.substr(x * keyLength, keyLength));
-            if (found == values.end())
+            if (found == values.end()) {
                 continue;
+            }
             tint.m_Red += static_cast<long>(found->second >> 16 & 0xff);
             tint.m_Green += static_cast<long>(found->second >> 8 & 0xff);
             tint.m_Blue += static_cast<long>(found->second & 0xff);

@@ -30,8 +30,9 @@ Outcome RunCommand(const std::string& command) {
     const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(line.c_str(), "r"), [](FILE*) { return 0; });
     std::string out;
     std::array<char, 4096> block{};
-    for (std::size_t count; (count = fread(block.data(), 1, block.size(), pipe.get())) > 0;)
+    for (std::size_t count; (count = fread(block.data(), 1, block.size(), pipe.get())) > 0;) {
         out.append(block.data(), count);
+    }
     const int status = pclose(pipe.get());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
 }
@@ -71,10 +72,13 @@ TEST_F(ThirdPartyTools, ListTheSlots) {
 TEST_F(ThirdPartyTools, ListTheObjectsOfASlot) {
     const Outcome objects = Pkcs11Tool("-O --slot 2");
     EXPECT_EQ(0, objects.m_Code) << objects.m_Out;
-    for (const char* label : {"SK.CH.SIG", "PK.CH.SIG", "C.CH.SIG", "SK.CH.EKEY", "PK.CH.EKEY", "C.CH.EKEY"})
+    for (const char* label :
+         {"SK.CH.SIG", "PK.CH.SIG", "C.CH.SIG", "SK.CH.EKEY", "PK.CH.EKEY", "C.CH.EKEY"}) {
         EXPECT_THAT(objects.m_Out, HasSubstr(std::string("label:      ") + label + "\n"));
-    for (const char* label : {"INFOBOX", "0x01", "0x02", "0x0a"})
+    }
+    for (const char* label : {"INFOBOX", "0x01", "0x02", "0x0a"}) {
         EXPECT_THAT(objects.m_Out, HasSubstr(std::string("label:          '") + label + "'\n"));
+    }
     EXPECT_THAT(objects.m_Out,
                 AllOf(HasSubstr("Public Key Object; RSA 1536 bits"), HasSubstr("EC_POINT 256 bits")));
 }
@@ -82,9 +86,10 @@ TEST_F(ThirdPartyTools, ListTheObjectsOfASlot) {
 TEST_F(ThirdPartyTools, ListTheMechanisms) {
     const Outcome mechanisms = Pkcs11Tool("-M --slot 1");
     EXPECT_EQ(0, mechanisms.m_Code) << mechanisms.m_Out;
-    for (const char* name :
-         {"RSA-PKCS,", "SHA1-RSA-PKCS,", "RIPEMD160-RSA-PKCS,", "SHA256-RSA-PKCS,", "ECDSA,", "ECDSA-SHA1,"})
+    for (const char* name : {"RSA-PKCS,", "SHA1-RSA-PKCS,", "RIPEMD160-RSA-PKCS,", "SHA256-RSA-PKCS,",
+                             "ECDSA,", "ECDSA-SHA1,"}) {
         EXPECT_THAT(mechanisms.m_Out, HasSubstr(name));
+    }
 }
 
 TEST_F(ThirdPartyTools, ListTheTokens) {

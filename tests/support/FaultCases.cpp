@@ -32,10 +32,11 @@ std::vector<CardCall> CallsOfCommand(const std::vector<TraceRecord>& trace, size
     for (size_t i = 0; i < trace.size(); ++i) {
         const std::string& function = trace[i].m_Function;
         ++total[function];
-        if (i < before)
+        if (i < before) {
             ++earlier[function];
-        else
+        } else {
             calls.push_back({function, total[function] - earlier[function], total[function], i - before});
+        }
     }
     return calls;
 }
@@ -47,8 +48,9 @@ std::string CardFault::GetLine() const {
 }
 
 bool CardFault::IsMetIn(const std::vector<TraceRecord>& trace) const {
-    if (m_Effect == LENGTH_BEYOND_REASON)
+    if (m_Effect == LENGTH_BEYOND_REASON) {
         return true;
+    }
     return std::any_of(trace.begin(), trace.end(), [this](const TraceRecord& record) {
         return record.m_Function == m_Call.m_Function && record.m_Result == m_Effect;
     });
@@ -60,18 +62,21 @@ std::string CardFault::LookUp(const std::map<std::string, std::string>& table,
     for (const std::string& key :
          {numbered + " " + m_Effect, numbered, m_Call.m_Function + " " + m_Effect, m_Call.m_Function}) {
         const auto row = table.find(key);
-        if (row != table.end())
+        if (row != table.end()) {
             return row->second;
+        }
     }
     return otherwise;
 }
 
 std::vector<CardFault> FaultsOf(const CardCall& call) {
     std::vector<CardFault> faults;
-    for (const char* code : RETURN_CODES)
+    for (const char* code : RETURN_CODES) {
         faults.push_back({call, code});
-    if (ReportsLength(call.m_Function))
+    }
+    if (ReportsLength(call.m_Function)) {
         faults.push_back({call, LENGTH_BEYOND_REASON});
+    }
     return faults;
 }
 
@@ -79,10 +84,11 @@ std::vector<std::string> SessionsNobodyClosed(const std::vector<TraceRecord>& tr
     std::vector<std::string> open;
     for (const TraceRecord& record : trace) {
         const std::string session = record.Value("session");
-        if (record.m_Function == "C_OpenSession" && record.m_Result == "CKR_OK")
+        if (record.m_Function == "C_OpenSession" && record.m_Result == "CKR_OK") {
             open.push_back(session);
-        else if (record.m_Function == "C_CloseSession")
+        } else if (record.m_Function == "C_CloseSession") {
             open.erase(std::remove(open.begin(), open.end(), session), open.end());
+        }
     }
     return open;
 }

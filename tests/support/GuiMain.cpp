@@ -50,8 +50,9 @@ int main(int argc, char** argv) {
 bool RunUntil(const std::function<bool()>& condition, int milliseconds) {
     const wxStopWatch watch;
     while (!condition()) {
-        if (watch.Time() > milliseconds)
+        if (watch.Time() > milliseconds) {
             return false;
+        }
         wxTheApp->Yield(true);
         wxTheApp->ProcessIdle();
         wxTheApp->ProcessPendingEvents();
@@ -83,14 +84,16 @@ void PrintTo(const Placement& placement, std::ostream* out) {
 
 std::vector<wxWindow*> ChildrenOf(const wxWindow& window) {
     std::vector<wxWindow*> children;
-    for (wxWindow* child : window.GetChildren())
+    for (wxWindow* child : window.GetChildren()) {
         children.push_back(child);
+    }
     return children;
 }
 
 std::vector<Placement> PlacementsIn(const wxSizer& sizer) {
     std::vector<Placement> placements;
-    for (const wxSizerItem* item : sizer.GetChildren())
+    for (const wxSizerItem* item : sizer.GetChildren()) {
         placements.push_back({item->GetWindow(), item->GetProportion(), item->GetFlag(), item->GetBorder()});
+    }
     return placements;
 }

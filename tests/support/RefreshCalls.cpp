@@ -17,8 +17,9 @@ std::vector<std::string> CallsOfOneRefresh(const std::vector<std::string>& slots
         calls.push_back("C_FindObjectsInit " + slot);
         calls.push_back("C_FindObjects " + slot);
         calls.push_back("C_FindObjectsFinal " + slot);
-        if (std::count(slotsWithoutCertificate.begin(), slotsWithoutCertificate.end(), slot) == 0)
+        if (std::count(slotsWithoutCertificate.begin(), slotsWithoutCertificate.end(), slot) == 0) {
             calls.push_back("C_GetAttributeValue " + slot);
+        }
         calls.push_back("C_GetSlotList");
         calls.push_back("C_GetSlotList");
         calls.push_back("C_GetTokenInfo " + slot);
@@ -29,8 +30,9 @@ std::vector<std::string> CallsOfOneRefresh(const std::vector<std::string>& slots
 
 std::vector<std::string> CallsIn(const std::vector<TraceRecord>& trace) {
     std::vector<std::string> calls;
-    for (const TraceRecord& record : trace)
+    for (const TraceRecord& record : trace) {
         calls.push_back(record.m_Function + (record.Value("slot").empty() ? "" : " " + record.Value("slot")));
+    }
     return calls;
 }
 

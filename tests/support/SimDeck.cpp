@@ -21,8 +21,9 @@ constexpr const char* ANSWERS_FILE = "answers";
 
 void WriteLines(const std::string& path, const std::vector<std::string>& lines) {
     std::ofstream file(path, std::ios::trunc);
-    for (const std::string& line : lines)
+    for (const std::string& line : lines) {
         file << line << '\n';
+    }
 }
 
 TraceRecord ParseLine(const std::string& line) {
@@ -36,22 +37,25 @@ TraceRecord ParseLine(const std::string& line) {
         }
         const std::string key = word.substr(0, equals);
         const std::string value = word.substr(equals + 1);
-        if (key == "tid")
+        if (key == "tid") {
             record.m_Thread = std::stol(value);
-        else if (key == "rv")
+        } else if (key == "rv") {
             record.m_Result = value;
-        else if (key == "us")
+        } else if (key == "us") {
             record.m_Microseconds = std::stol(value);
-        else
+        } else {
             record.m_Values[key] = value;
+        }
     }
     return record;
 }
 
 const orselsim::ObjectRecord& ObjectNamed(const orselsim::Card& card, const std::string& label) {
-    for (const orselsim::ObjectRecord& object : card.m_Record.m_Objects)
-        if (object.m_Label == label)
+    for (const orselsim::ObjectRecord& object : card.m_Record.m_Objects) {
+        if (object.m_Label == label) {
             return object;
+        }
+    }
     throw std::runtime_error("no object " + label);
 }
 
@@ -133,8 +137,9 @@ std::string SimDeck::Add(const std::string& kind, const CardOptions& options) {
 }
 
 void SimDeck::AddDemoCards() {
-    for (const orselsim::CardWish& wish : orselsim::DemoCards())
+    for (const orselsim::CardWish& wish : orselsim::DemoCards()) {
         orselsim::InsertCard(GetPath(), wish);
+    }
 }
 
 void SimDeck::TakeOut(const std::string& card) {
@@ -222,8 +227,9 @@ bool SimDeck::HasPin(const std::string& card, const std::string& pin, const std:
 // A new file each time: one rewritten in the same moment could look like the old one to the library.
 void SimDeck::PlanFaults(const std::vector<std::string>& faults) {
     std::string text;
-    for (const std::string& fault : faults)
+    for (const std::string& fault : faults) {
         text += fault + '\n';
+    }
     orselsim::ReplaceFile(File(FAULTS_FILE), orselsim::BytesOf(text));
     m_Variables.emplace_back("ORSELSIM_FAULTS", File(FAULTS_FILE));
 }
@@ -236,8 +242,9 @@ void SimDeck::AnswerPins(const std::vector<std::string>& answers) {
 std::vector<TraceRecord> SimDeck::GetTrace() const {
     std::vector<TraceRecord> records;
     std::istringstream lines(TraceText());
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
         records.push_back(ParseLine(line));
+    }
     return records;
 }
 

@@ -28,9 +28,11 @@ using testing::StartsWith;
 namespace {
 
 const ObjectRecord* ObjectOf(const Card& card, const std::string& label) {
-    for (const ObjectRecord& object : card.m_Record.m_Objects)
-        if (object.m_Label == label)
+    for (const ObjectRecord& object : card.m_Record.m_Objects) {
+        if (object.m_Label == label) {
             return &object;
+        }
+    }
     return nullptr;
 }
 
@@ -40,15 +42,18 @@ const Bytes& ContentOf(const Card& card, const std::string& label) {
 
 std::vector<std::string> DataLabels(const Card& card) {
     std::vector<std::string> labels;
-    for (const ObjectRecord& object : card.m_Record.m_Objects)
-        if (object.m_Kind == ObjectKind::DATA)
+    for (const ObjectRecord& object : card.m_Record.m_Objects) {
+        if (object.m_Kind == ObjectKind::DATA) {
             labels.push_back(object.m_Label);
+        }
+    }
     return labels;
 }
 
 std::string KeyText(const Card& card, const std::string& label) {
-    if (ObjectOf(card, label) == nullptr)
+    if (ObjectOf(card, label) == nullptr) {
         return "none";
+    }
     const KeyPtr key = orselsim::ReadKey(ContentOf(card, label));
     const PublicParts parts = PublicPartsOf(key.get());
     return (parts.m_IsRsa ? "RSA " : "EC ") + std::to_string(parts.m_Bits);
@@ -152,8 +157,9 @@ TEST_F(NewCards, HaveAnAtrWithARightCheckByte) {
     for (const CardKind& kind : orselsim::CardKinds()) {
         const Bytes atr = orselsim::FromHex(kind.m_Atr).value();
         unsigned char sum = 0;
-        for (std::size_t i = 1; i < atr.size(); ++i)
+        for (std::size_t i = 1; i < atr.size(); ++i) {
             sum = static_cast<unsigned char>(sum ^ atr[i]);
+        }
         const bool hasCheckByte = kind.m_Name != std::string("unknown"); // T=0 has none
         if (hasCheckByte) {
             EXPECT_EQ(0, sum) << kind.m_Name;
@@ -171,8 +177,9 @@ TEST_F(NewCards, OfTheEmptyKindHoldNothing) {
 TEST_F(NewCards, OfTheUnknownKindMatchNoRule) {
     const Card card = Make("unknown");
     EXPECT_EQ("Firmenausweis", card.m_Record.m_Label);
-    for (const char* known : {"ACOS EMV-A0", "ATOS 5.3", "Starcos SPK", "CardOS 5.3"})
+    for (const char* known : {"ACOS EMV-A0", "ATOS 5.3", "Starcos SPK", "CardOS 5.3"}) {
         EXPECT_THAT(card.m_Record.m_Model, testing::Not(StartsWith(known)));
+    }
     EXPECT_EQ("RSA 2048", KeyText(card, "SK.CH.EKEY"));
 }
 
@@ -282,15 +289,18 @@ TEST_F(NewCards, HoldAnIdentityLinkOfTheHolder) {
 
 TEST_F(NewCards, CutALongNameInTheIdentityLinkBetweenCharacters) {
     std::string family;
-    for (int i = 0; i < 30; ++i)
+    for (int i = 0; i < 30; ++i) {
         family += "ß";
+    }
     const Bytes link = ContentOf(Make("ecard-g2", "X" + family + " " + family), "PERSONENBINDUNG");
     std::string cutGiven = "X";
     std::string cutFamily;
-    for (int i = 0; i < 19; ++i)
+    for (int i = 0; i < 19; ++i) {
         cutGiven += "ß";
-    for (int i = 0; i < 20; ++i)
+    }
+    for (int i = 0; i < 20; ++i) {
         cutFamily += "ß";
+    }
     EXPECT_THAT(orselsim::TextOf(link),
                 HasSubstr("\x0C\x27" + cutGiven + "\x0C\x28" + cutFamily + "\x0C\x0A"));
 }

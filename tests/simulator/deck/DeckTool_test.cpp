@@ -121,10 +121,12 @@ TEST_F(TheDeckTool, HelpsWithEveryCommandKindAndPin) {
     const Outcome help = RunTool({"--help"});
     EXPECT_EQ(0, help.m_Code);
     for (const char* word : {"create DIR", "list DIR", "show DIR CARD", "insert DIR KIND", "remove DIR CARD",
-                             "123456", "1234", "12345678"})
+                             "123456", "1234", "12345678"}) {
         EXPECT_THAT(help.m_Out, HasSubstr(word));
-    for (const orselsim::CardKind& kind : orselsim::CardKinds())
+    }
+    for (const orselsim::CardKind& kind : orselsim::CardKinds()) {
         EXPECT_THAT(help.m_Out, HasSubstr(kind.m_Name));
+    }
     EXPECT_EQ(help.m_Out, RunTool({"-h"}).m_Out);
 }
 

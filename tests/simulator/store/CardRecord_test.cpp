@@ -100,8 +100,9 @@ TEST(ACardRecord, ThatIsDamagedSaysWhere) {
         {Record(R"("files":[{"path":"DF","file":"x"}])"), "'path' is not a row of file ids"},
         {Record(R"("properties":{"EHIC":5})"), "'EHIC' is not a text"},
     };
-    for (const Case& c : cases)
+    for (const Case& c : cases) {
         EXPECT_THAT(ComplaintAbout(c.m_Json), HasSubstr(c.m_Complaint)) << c.m_Json;
+    }
 }
 
 TEST(ACardRecord, WithTextThatIsNotUtf8IsNotPrinted) {

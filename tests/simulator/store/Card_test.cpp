@@ -28,8 +28,9 @@ protected:
 
 TEST_F(ACardOnDisk, IsReadWithEveryFileThatItNames) {
     for (const char* file :
-         {"signature-key.pem", "encryption-cert.der", "data-RFU2.bin", "ehic.bin", "file-DF71-D001.bin"})
+         {"signature-key.pem", "encryption-cert.der", "data-RFU2.bin", "ehic.bin", "file-DF71-D001.bin"}) {
         EXPECT_FALSE(m_Card.Content(file).empty()) << file;
+    }
 }
 
 TEST_F(ACardOnDisk, IsLeftAloneWhenNothingChanged) {

@@ -18,6 +18,7 @@ TEST(HexText, IsReadInEitherCase) {
 }
 
 TEST(HexText, IsRefusedWithAnythingElseInIt) {
-    for (const char* text : {"0", "0G", "G0", "0x01", " 01", "01 ", "0:"})
+    for (const char* text : {"0", "0G", "G0", "0x01", " 01", "01 ", "0:"}) {
         EXPECT_EQ(std::nullopt, FromHex(text)) << text;
+    }
 }

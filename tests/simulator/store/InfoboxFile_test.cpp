@@ -64,6 +64,7 @@ TEST(TheInfoboxFile, KeepsTheOtherBitsOfAnEntry) {
 
 TEST(TheInfoboxFile, ThatIsDamagedStaysAsItIs) {
     for (const char* file :
-         {"", "56", "56494B", "56494B01", "58494B0102000000", "56494B010100FFFF", "56494B01020000"})
+         {"", "56", "56494B", "56494B01", "58494B0102000000", "56494B010100FFFF", "56494B01020000"}) {
         EXPECT_EQ(file, Marked(file, "0x02", true));
+    }
 }

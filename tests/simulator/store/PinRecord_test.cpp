@@ -10,8 +10,9 @@ using orselsim::PinRecord;
 TEST(AHashedSecret, MatchesItselfAlone) {
     const HashedSecret secret = HashedSecret::Of("123456");
     EXPECT_TRUE(secret.Matches("123456"));
-    for (const char* other : {"", "12345", "1234567", "123457"})
+    for (const char* other : {"", "12345", "1234567", "123457"}) {
         EXPECT_FALSE(secret.Matches(other)) << other;
+    }
 }
 
 TEST(AHashedSecret, HasASaltOfItsOwn) {
@@ -34,8 +35,9 @@ TEST(ACountedSecret, LosesATryWithEachMistakeAndGetsThemBack) {
 TEST(ACountedSecret, MatchesNothingOnceItIsBlocked) {
     CountedSecret secret;
     secret.m_Secret = HashedSecret::Of("1234");
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         EXPECT_FALSE(secret.Check("0000"));
+    }
     EXPECT_TRUE(secret.IsBlocked());
     EXPECT_FALSE(secret.Check("1234"));
     EXPECT_EQ(0U, secret.m_TriesLeft);
@@ -51,10 +53,12 @@ TEST(APin, TakesDigitsOfItsLengthOnly) {
     PinRecord pin;
     pin.m_MinLength = 4;
     pin.m_MaxLength = 6;
-    for (const char* good : {"1234", "12345", "000000"})
+    for (const char* good : {"1234", "12345", "000000"}) {
         EXPECT_TRUE(pin.Accepts(good)) << good;
-    for (const char* bad : {"", "123", "1234567", "12a4", "12 4", "１２３４"})
+    }
+    for (const char* bad : {"", "123", "1234567", "12a4", "12 4", "１２３４"}) {
         EXPECT_FALSE(pin.Accepts(bad)) << bad;
+    }
 }
 
 TEST(APin, IsInitialisedOnceItIsSet) {

@@ -62,8 +62,9 @@ Rv CardTest::Sign(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key, const Bytes
 Rv CardTest::Verify(CK_MECHANISM_TYPE mechanism, CK_OBJECT_HANDLE key, const Bytes& input,
                     const Bytes& signature) const {
     const Rv started = VerifyInit(mechanism, key);
-    if (!(started == CKR_OK))
+    if (!(started == CKR_OK)) {
         return started;
+    }
     return (*m_Library)
         ->C_Verify(m_Session, Writable(input), input.size(), Writable(signature), signature.size());
 }
@@ -85,8 +86,9 @@ Rv CardTest::Command(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type, bool value
     CK_BBOOL flag = value ? CK_TRUE : CK_FALSE;
     CK_BBOOL yes = CK_TRUE;
     std::vector<CK_ATTRIBUTE> attributes = {{type, &flag, sizeof flag}};
-    if (softwarePin)
+    if (softwarePin) {
         attributes.push_back({orselsim::FORCE_SOFTWARE_PIN, &yes, sizeof yes});
+    }
     return Write(object, attributes);
 }
 

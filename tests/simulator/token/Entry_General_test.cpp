@@ -104,8 +104,9 @@ TEST(TokenLibraryEntryPoints, FunctionListIsCompleteAndEqualsTheExports) {
     const TokenLibrary library(false);
     const char* const some[] = {"C_Initialize", "C_SetPIN", "C_WrapKey", "C_DigestFinal",
                                 "C_WaitForSlotEvent"};
-    for (const char* name : some)
+    for (const char* name : some) {
         EXPECT_NE(nullptr, library.Symbol(name)) << name;
+    }
     EXPECT_NE(nullptr, library.Symbol("C_CardAttribute"));
     EXPECT_NE(nullptr, library.Symbol("C_CardTransmit"));
 

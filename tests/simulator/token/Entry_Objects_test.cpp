@@ -31,8 +31,9 @@ protected:
 
     std::vector<std::string> Labels(CK_OBJECT_CLASS objectClass) const {
         std::vector<std::string> result;
-        for (const CK_OBJECT_HANDLE object : m_Library.Find(m_Session, objectClass))
+        for (const CK_OBJECT_HANDLE object : m_Library.Find(m_Session, objectClass)) {
             result.push_back(TextOf(m_Library.Attribute(m_Session, object, CKA_LABEL)));
+        }
         return result;
     }
 
@@ -160,8 +161,9 @@ TEST_F(Objects, NeverGiveAwayAPrivateKey) {
 TEST_F(Objects, RefuseWrongHandlesAndTemplates) {
     std::vector<CK_ATTRIBUTE> asked = {{CKA_LABEL, nullptr, 0}};
     for (const CK_OBJECT_HANDLE handle :
-         {CK_OBJECT_HANDLE(0), CK_OBJECT_HANDLE(1), CK_OBJECT_HANDLE(0x1000), ~CK_OBJECT_HANDLE(0)})
+         {CK_OBJECT_HANDLE(0), CK_OBJECT_HANDLE(1), CK_OBJECT_HANDLE(0x1000), ~CK_OBJECT_HANDLE(0)}) {
         EXPECT_EQ(Rv(CKR_OBJECT_HANDLE_INVALID), Read(handle, asked)) << handle;
+    }
     const CK_OBJECT_HANDLE object = m_Library.FindOne(m_Session, CKO_DATA, "RFU1");
     EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), m_Library->C_GetAttributeValue(m_Session, object, nullptr, 1));
     CK_ULONG size = 0;

@@ -119,8 +119,9 @@ TEST_F(Sessions, OfACardThatWasTakenOutSaySoInEveryCall) {
          }},
         {"C_CloseSession", [&] { return m_Library->C_CloseSession(session); }},
     };
-    for (const auto& [name, call] : calls)
+    for (const auto& [name, call] : calls) {
         EXPECT_EQ(Rv(CKR_DEVICE_REMOVED), call()) << name;
+    }
     EXPECT_EQ(Rv(CKR_SESSION_HANDLE_INVALID), m_Library->C_CloseSession(session)) << "closed all the same";
 }
 

@@ -23,8 +23,9 @@ std::string SerialOf(const TokenLibrary& library, CK_SLOT_ID slot) {
 
 std::vector<std::string> Serials(const TokenLibrary& library) {
     std::vector<std::string> result;
-    for (const CK_SLOT_ID slot : library.Slots())
+    for (const CK_SLOT_ID slot : library.Slots()) {
         result.push_back(SerialOf(library, slot));
+    }
     return result;
 }
 
@@ -86,8 +87,9 @@ TEST(SlotList, AsksForTheSizeAndRefusesTooSmallABuffer) {
 
 TEST(SlotList, HoldsMoreThanAHundredTokens) {
     SimDeck deck;
-    for (int i = 0; i < 129; ++i)
+    for (int i = 0; i < 129; ++i) {
         deck.Add("empty", CardOptions().Directory("card-" + std::to_string(1000 + i)));
+    }
     EXPECT_THAT(TokenLibrary().Slots(), SizeIs(129));
 }
 

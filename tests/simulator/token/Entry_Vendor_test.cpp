@@ -84,8 +84,9 @@ TEST_F(ACard, AnswersPropertiesByTheSizeProtocol) {
 TEST_F(ACard, KnowsNoPropertyBeyondItsOwn) {
     PutIn("empty");
     for (const char* name :
-         {"atr", "", "SicSig/PIN-Status", "GewSig/PIN-Status", "SV-Personendaten/EHIC", "Nothing"})
+         {"atr", "", "SicSig/PIN-Status", "GewSig/PIN-Status", "SV-Personendaten/EHIC", "Nothing"}) {
         EXPECT_EQ(Rv(CKR_FUNCTION_NOT_SUPPORTED), AttributeResult(name)) << name;
+    }
 }
 
 TEST_F(ACard, WithoutAnAtrFailsToTellIt) {
@@ -177,8 +178,9 @@ TEST_F(ACard, AnswersOtherCommandsWithAStatusWord) {
     m_Deck.Change(m_Card, [](orselsim::Card& changed) {
         changed.m_Contents["file-DF71-D001.bin"] = orselsim::FromHex("80040001122334454F5253454C").value();
     });
-    for (const Case& c : cases)
+    for (const Case& c : cases) {
         EXPECT_EQ(c.m_Expected, Transmit(c.m_Apdu)) << c.m_Apdu;
+    }
 }
 
 TEST_F(ACard, ForgetsItsSelectionWhenItIsReset) {

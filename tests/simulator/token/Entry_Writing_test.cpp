@@ -145,8 +145,9 @@ TEST_F(Writing, IsRefusedWhereNothingCanBeWritten) {
         {"value without bytes", object, {CKA_VALUE, nullptr, 5}, CKR_ARGUMENTS_BAD},
         {"no object", 5, {CKA_PRIVATE, &yes, 1}, CKR_OBJECT_HANDLE_INVALID},
     };
-    for (const Case& c : cases)
+    for (const Case& c : cases) {
         EXPECT_EQ(Rv(c.m_Expected), Write(c.m_Object, {c.m_Attribute})) << c.m_Name;
+    }
     EXPECT_EQ(Rv(CKR_DEVICE_MEMORY), WriteValue(object, std::string(orselsim::LARGEST_FILE + 1, 'x')));
     EXPECT_EQ(Rv(CKR_OK), WriteValue(object, std::string(orselsim::LARGEST_FILE, 'x')));
 }

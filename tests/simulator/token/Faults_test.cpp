@@ -49,8 +49,9 @@ protected:
     /// One argument of all calls of a function, in the order in which the calls ended.
     std::vector<std::string> ValuesOf(const std::string& function, const std::string& argument) const {
         std::vector<std::string> values;
-        for (const auto& record : m_Deck.GetTrace(function))
+        for (const auto& record : m_Deck.GetTrace(function)) {
             values.push_back(record.Value(argument));
+        }
         return values;
     }
 

@@ -28,6 +28,7 @@ TEST(ConstantNames, AreReadBackLikeNumbers) {
     EXPECT_EQ(160U, ReturnByName("160"));
     EXPECT_EQ(2U, AttributeByName("CKA_PRIVATE"));
     for (const char* text :
-         {"", "0x", "CKR_NOTHING", "ckr_ok", "1 ", " 1", "-1", "0x1G", "99999999999999999999"})
+         {"", "0x", "CKR_NOTHING", "ckr_ok", "1 ", " 1", "-1", "0x1G", "99999999999999999999"}) {
         EXPECT_EQ(std::nullopt, ReturnByName(text)) << text;
+    }
 }

@@ -100,8 +100,9 @@ TEST_F(PinCommands, UnblockFailsWithAWrongPukUntilThatIsBlockedToo) {
     m_Deck.Change(m_Card, [](orselsim::Card& changed) {
         changed.m_Record.m_Pins.at("encryption").m_Puk->m_TriesLeft = 2;
     });
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         m_Deck.AnswerPins({"00000000", "4321", "4321"});
+    }
     EXPECT_EQ(Rv(CKR_PIN_INCORRECT), Unblock("SK.CH.EKEY"));
     EXPECT_EQ(Rv(CKR_PIN_LOCKED), Unblock("SK.CH.EKEY"));
     EXPECT_EQ(Rv(CKR_PIN_LOCKED), Unblock("SK.CH.EKEY"));
@@ -182,8 +183,9 @@ TEST_F(PinCommands, AreRefusedInAnyOtherForm) {
          {{CHANGE_PIN_COMMAND, &yes, 1}, {FORCE_SOFTWARE_PIN, nullptr, 0}},
          CKR_ATTRIBUTE_VALUE_INVALID},
     };
-    for (const Case& c : cases)
+    for (const Case& c : cases) {
         EXPECT_EQ(Rv(c.m_Expected), Write(key, c.m_Attributes)) << c.m_Name;
+    }
     EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), (*m_Library)->C_SetAttributeValue(m_Session, key, nullptr, 1));
     EXPECT_EQ(Rv(CKR_ATTRIBUTE_TYPE_INVALID), Command(Certificate("C.CH.SIG"), CHANGE_PIN_COMMAND))
         << "no PIN protects it";
@@ -203,11 +205,14 @@ TEST_F(PinCommands, LeaveNoPinInTheTraceOrInTheDeck) {
     EXPECT_EQ(Rv(CKR_OK), Change("SK.CH.SIG"));
     EXPECT_EQ(Rv(CKR_OK), Unblock("SK.CH.SIG"));
     std::string everything = m_Deck.TraceText();
-    for (const auto& file : std::filesystem::recursive_directory_iterator(m_Deck.GetPath()))
-        if (file.is_regular_file())
+    for (const auto& file : std::filesystem::recursive_directory_iterator(m_Deck.GetPath())) {
+        if (file.is_regular_file()) {
             everything += orselsim::TextOf(orselsim::ReadFile(file.path().string()));
+        }
+    }
     EXPECT_THAT(everything, HasSubstr("attributes=0x200:0"));
     EXPECT_THAT(everything, HasSubstr("attributes=0x201:0"));
-    for (const char* secret : {"31415926", "27182818"})
+    for (const char* secret : {"31415926", "27182818"}) {
         EXPECT_THAT(everything, Not(HasSubstr(secret)));
+    }
 }

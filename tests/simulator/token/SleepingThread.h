@@ -20,8 +20,9 @@ constexpr unsigned SLOW_MS = 3000;
 
 /// Waits for what another thread or process brings about.
 inline void WaitUntil(const std::function<bool()>& condition) {
-    while (!condition())
+    while (!condition()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 /// Work in a thread of its own that comes to wait for something, such as the end of a delay or a lock. The

@@ -26,17 +26,20 @@ namespace {
 
 std::vector<std::string> SlotsOf(const std::vector<orseltest::TraceRecord>& records) {
     std::vector<std::string> slots;
-    for (const auto& record : records)
+    for (const auto& record : records) {
         slots.push_back(record.Value("slot"));
+    }
     return slots;
 }
 
 void InThreads(int count, const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         threads.emplace_back(work, i);
-    for (std::thread& thread : threads)
+    }
+    for (std::thread& thread : threads) {
         thread.join();
+    }
 }
 
 /// Puts a program in place of pinentry that notes in the folder that it is asked, and answers once it finds a
@@ -100,12 +103,14 @@ TEST(ManyThreads, WriteWholeLinesOfTheTrace) {
     deck.Add("empty");
     const TokenLibrary library;
     InThreads(4, [&](int) {
-        for (int i = 0; i < 50; ++i)
+        for (int i = 0; i < 50; ++i) {
             library.TokenInfo(1);
+        }
     });
     EXPECT_EQ(200U, deck.GetTrace("C_GetTokenInfo").size());
-    for (const orseltest::TraceRecord& record : deck.GetTrace())
+    for (const orseltest::TraceRecord& record : deck.GetTrace()) {
         EXPECT_EQ("CKR_OK", record.m_Result);
+    }
 }
 
 TEST(ManyThreads, OfWhichOneSpendsADelayDoNotWaitForIt) {
@@ -138,8 +143,9 @@ TEST(ManyThreads, SeeCardsComeAndGo) {
             CK_SESSION_HANDLE session = 0;
             const CK_RV opened = library->C_OpenSession(1, CKF_SERIAL_SESSION, nullptr, nullptr, &session);
             EXPECT_TRUE(opened == CKR_OK || opened == CKR_TOKEN_NOT_PRESENT) << Rv(opened);
-            if (opened == CKR_OK)
+            if (opened == CKR_OK) {
                 library->C_CloseSession(session);
+            }
         }
     });
     EXPECT_EQ("", testing::internal::GetCapturedStderr()) << "a card that is taken out is not a damaged one";
@@ -214,8 +220,9 @@ TEST(ManyThreads, ThatTryAWrongPinAreAllCounted) {
     InThreads(4, [&](int) {
         const CK_SESSION_HANDLE session = library.Open(1);
         CK_BYTE pin[] = {'0', '0', '0', '0'};
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             EXPECT_EQ(Rv(CKR_PIN_INCORRECT), library->C_Login(session, CKU_USER, pin, sizeof pin));
+        }
     });
     EXPECT_EQ(8U, deck.TriesLeft(card, "encryption"));
 }

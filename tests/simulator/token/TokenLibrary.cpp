@@ -35,8 +35,9 @@ void TokenLibrary::Closer::operator()(void* library) const {
 }
 
 TokenLibrary::TokenLibrary(bool initialise) : m_Library(dlopen(LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL)) {
-    if (!m_Library)
+    if (!m_Library) {
         throw std::runtime_error(dlerror());
+    }
     const auto getFunctionList = EntryPoint<CK_C_GetFunctionList>(*this, "C_GetFunctionList");
     EXPECT_EQ(Rv(CKR_OK), getFunctionList(&m_Functions));
     if (initialise) {
@@ -110,8 +111,9 @@ CK_ULONG TokenLibrary::NumberAttribute(CK_SESSION_HANDLE session, CK_OBJECT_HAND
     const Bytes value = Attribute(session, object, type);
     CK_ULONG number = 0;
     EXPECT_EQ(sizeof number, value.size());
-    if (value.size() == sizeof number)
+    if (value.size() == sizeof number) {
         std::memcpy(&number, value.data(), sizeof number);
+    }
     return number;
 }
 

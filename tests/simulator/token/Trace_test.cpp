@@ -33,8 +33,9 @@ namespace {
 
 std::vector<std::string> Functions(const std::vector<TraceRecord>& records) {
     std::vector<std::string> names;
-    for (const TraceRecord& record : records)
+    for (const TraceRecord& record : records) {
         names.push_back(record.m_Function);
+    }
     return names;
 }
 
@@ -51,8 +52,9 @@ std::string Arguments(const SimDeck& deck, const std::string& function) {
     std::string found;
     for (std::string line; std::getline(lines, line);) {
         const std::size_t start = line.find(" " + function + " ");
-        if (start != std::string::npos)
+        if (start != std::string::npos) {
             found = line.substr(start + 1, line.find(" rv=") - start - 1);
+        }
     }
     return found;
 }
@@ -96,8 +98,9 @@ TEST(TheTrace, KeepsItsForm) {
         library.OpenFirst();
     }
     std::istringstream lines(deck.TraceText());
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
         EXPECT_THAT(line, MatchesRegex("tid=[0-9]+ C_[A-Za-z]+( [a-z]+=[^ ]*)* rv=CKR_[A-Z_]+ us=[0-9]+"));
+    }
 }
 
 TEST(TheTrace, ShowsTheArgumentsThatMatter) {
