@@ -20,7 +20,7 @@ struct Alphabet {
 };
 
 template <const Base64IndexTable& IndexTable>
-constexpr Alphabet ALPHABET_OF = {IndexTable, BASE64_REVERSE_OF<IndexTable>.data()};
+constexpr Alphabet ALPHABET_OF = {IndexTable, BASE64_REVERSE_OF<IndexTable>.m_Table};
 
 /// One row of the settings that a type stands for.
 struct TypeDefaults {

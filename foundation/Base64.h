@@ -74,7 +74,7 @@ private:
     std::int32_t m_LineLength = 0;
     eBase64Type m_Type = BASE64_STANDARD;
     const char* m_IndexTable = IndexTable_BASE64_DEFAULT;
-    const std::uint16_t* m_ReverseTable = ReverseIndexTable_BASE64_DEFAULT.data();
+    const std::uint16_t* m_ReverseTable = ReverseIndexTable_BASE64_DEFAULT;
 };
 
 /// Standard base64 with padding. Line ends of "\r\n" after 64 characters for `lineMode` 1, after 76 for 2,

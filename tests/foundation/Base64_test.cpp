@@ -21,19 +21,19 @@ struct AlphabetRow {
 };
 
 const AlphabetRow ALPHABETS[] = {
-    {"DEFAULT", IndexTable_BASE64_DEFAULT, ReverseIndexTable_BASE64_DEFAULT.data(), "+/=", true},
-    {"URL", IndexTable_BASE64_URL, ReverseIndexTable_BASE64_URL.data(), "-_=", true},
-    {"YUI", IndexTable_BASE64_YUI, ReverseIndexTable_BASE64_YUI.data(), "._-", true},
-    {"FREENET", IndexTable_BASE64_FREENET, ReverseIndexTable_BASE64_FREENET.data(), "~-=", true},
-    {"XML_NAME_TOKEN", IndexTable_BASE64_XML_NAME_TOKEN, ReverseIndexTable_BASE64_XML_NAME_TOKEN.data(),
-     ".- ", false},
-    {"XML_IDENTIFIER", IndexTable_BASE64_XML_IDENTIFIER, ReverseIndexTable_BASE64_XML_IDENTIFIER.data(),
+    {"DEFAULT", IndexTable_BASE64_DEFAULT, ReverseIndexTable_BASE64_DEFAULT, "+/=", true},
+    {"URL", IndexTable_BASE64_URL, ReverseIndexTable_BASE64_URL, "-_=", true},
+    {"YUI", IndexTable_BASE64_YUI, ReverseIndexTable_BASE64_YUI, "._-", true},
+    {"FREENET", IndexTable_BASE64_FREENET, ReverseIndexTable_BASE64_FREENET, "~-=", true},
+    {"XML_NAME_TOKEN", IndexTable_BASE64_XML_NAME_TOKEN, ReverseIndexTable_BASE64_XML_NAME_TOKEN, ".- ",
+     false},
+    {"XML_IDENTIFIER", IndexTable_BASE64_XML_IDENTIFIER, ReverseIndexTable_BASE64_XML_IDENTIFIER,
      "_: ", false},
     {"PROGRAM_IDENTIFIER_V1", IndexTable_BASE64_PROGRAM_IDENTIFIER_V1,
-     ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V1.data(), "_- ", false},
+     ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V1, "_- ", false},
     {"PROGRAM_IDENTIFIER_V2", IndexTable_BASE64_PROGRAM_IDENTIFIER_V2,
-     ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V2.data(), "._ ", false},
-    {"REGEX", IndexTable_BASE64_REGEX, ReverseIndexTable_BASE64_REGEX.data(), "!- ", false},
+     ReverseIndexTable_BASE64_PROGRAM_IDENTIFIER_V2, "._ ", false},
+    {"REGEX", IndexTable_BASE64_REGEX, ReverseIndexTable_BASE64_REGEX, "!- ", false},
 };
 
 const TypeRow TYPES[] = {
