@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 // From the main window to the certificate viewer that belongs to it, by pointer and by keyboard.
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <thread>
 
+#include "tests/e2e/Answer.h"
 #include "tests/e2e/Person.h"
 
 namespace fs = std::filesystem;
@@ -69,6 +73,27 @@ TEST_F(APersonWithTheViewer, OpensOneViewerBesideTheOther) {
     ASSERT_TRUE(desktop::WaitFor([] { return desktop::Windows(VIEWER).size() == 2; }));
     CloseWindow(VIEWER);
     EXPECT_EQ(Children(), "");
+}
+
+// What the presses of every other test rest on: a program that stands still has not lost the press.
+TEST_F(APersonWithTheViewer, OpensOneViewerOfAProgramThatStoodStillForAWhile) {
+    m_Deck.Add("acos-a04");
+    Start(1);
+    m_Program->Kill(SIGSTOP);
+    std::thread wakes([this] {
+        std::this_thread::sleep_for(std::chrono::seconds(8)); // longer than a press waits for its effect, twice
+        m_Program->Kill(SIGCONT);
+    });
+    const size_t before = Calls("C_OpenSession");
+    Press(SIGNATURE, SHOW);
+    wakes.join();
+    ASSERT_TRUE(WaitForWindow(VIEWER));
+    for (int answer = 0; answer < 2; ++answer) { // the second stands behind all that was pressed
+        ASSERT_TRUE(desktop::WaitForAnswer(desktop::Windows(MAIN_WINDOW).front()));
+    }
+    EXPECT_EQ(Calls("C_OpenSession"), before + 1);
+    EXPECT_EQ(desktop::Windows(VIEWER).size(), 1U);
+    CloseWindow(VIEWER);
 }
 
 TEST_F(APersonWithTheViewer, OpensItByTheKeyboardFromTheList) {
