@@ -21,7 +21,7 @@ constexpr int ASCII_CASE_BIT = 32;
 using Handler = void (MainFrame::*)(wxCommandEvent&);
 
 struct PopupCommand {
-    int id;
+    int m_Id;
     Handler m_Handler;
 };
 
@@ -82,7 +82,7 @@ void MainFrame::evt_ItemRightClick(wxListEvent& /*event*/) {
 void MainFrame::evt_OnPopupClick(wxCommandEvent& event) {
     const int id = event.GetId();
     const auto command = std::find_if(std::begin(POPUP_COMMANDS), std::end(POPUP_COMMANDS),
-                                      [id](const PopupCommand& candidate) { return candidate.id == id; });
+                                      [id](const PopupCommand& candidate) { return candidate.m_Id == id; });
     if (command == std::end(POPUP_COMMANDS)) {
         return;
     }

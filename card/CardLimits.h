@@ -26,14 +26,14 @@ constexpr unsigned long MAX_PLAUSIBLE_SIGNATURE = 0x10000;
 /// Room for one attribute's value, zeroed, and the length that the library reported for it.
 template <size_t Capacity>
 struct AttributeBuffer {
-    unsigned char bytes[Capacity] = {};
-    CK_ULONG length = 0;
+    unsigned char m_Bytes[Capacity] = {};
+    CK_ULONG m_Length = 0;
 
     /// False for a length that no honest library reports.
-    bool Fits() const { return length <= Capacity; }
+    bool Fits() const { return m_Length <= Capacity; }
     // These need a length that fits.
-    std::string text() const { return std::string(bytes, bytes + length); }
-    std::vector<unsigned char> data() const { return {bytes, bytes + length}; }
+    std::string text() const { return std::string(m_Bytes, m_Bytes + m_Length); }
+    std::vector<unsigned char> data() const { return {m_Bytes, m_Bytes + m_Length}; }
     /// Whether the text up to its first zero byte has `wanted` in it.
     bool Contains(const std::string& wanted) const {
         return std::strstr(text().c_str(), wanted.c_str()) != nullptr;
@@ -42,7 +42,7 @@ struct AttributeBuffer {
     /// ends the comparison: what stands behind it does not count.
     bool BeginsWith(const std::string& wanted) const {
         const size_t compared = std::min(wanted.size(), std::strlen(wanted.c_str()) + 1);
-        return compared <= Capacity && std::memcmp(bytes, wanted.c_str(), compared) == 0;
+        return compared <= Capacity && std::memcmp(m_Bytes, wanted.c_str(), compared) == 0;
     }
 };
 

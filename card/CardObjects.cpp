@@ -34,7 +34,7 @@ static bool Succeeded(CK_RV answer, const char* failure) {
 bool SearchObjects(CK_SESSION_HANDLE session, CK_ATTRIBUTE* wanted, CK_ULONG wantedCount,
                    unsigned long* handles, unsigned long maxHandles, unsigned long* found,
                    const SearchTexts& texts) {
-    return Succeeded(CallP11(tkPKCS11::Proc_C_FindObjectsInit, session, wanted, wantedCount), texts.init) &&
+    return Succeeded(CallP11(tkPKCS11::Proc_C_FindObjectsInit, session, wanted, wantedCount), texts.m_Init) &&
            Succeeded(CallP11(tkPKCS11::Proc_C_FindObjects, session, handles, maxHandles, found),
                      texts.m_Objects) &&
            Succeeded(CallP11(tkPKCS11::Proc_C_FindObjectsFinal, session), texts.m_Finish) &&
@@ -45,7 +45,7 @@ CK_RV ReadAttributes(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object,
                      std::initializer_list<WantedAttribute> wanted) {
     std::vector<CK_ATTRIBUTE> attributes;
     for (const WantedAttribute& attribute : wanted) {
-        attributes.push_back({attribute.type, attribute.bytes, attribute.capacity});
+        attributes.push_back({attribute.m_Type, attribute.m_Bytes, attribute.m_Capacity});
     }
     CK_RV answer =
         CallP11(tkPKCS11::Proc_C_GetAttributeValue, session, object, attributes.data(), attributes.size());
@@ -54,10 +54,10 @@ CK_RV ReadAttributes(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object,
     }
     auto read = attributes.begin();
     for (const WantedAttribute& attribute : wanted) {
-        if (attribute.length != nullptr) {
-            *attribute.length = read->ulValueLen;
+        if (attribute.m_Length != nullptr) {
+            *attribute.m_Length = read->ulValueLen;
         }
-        answer = CheckedLength(answer, read->ulValueLen, attribute.capacity);
+        answer = CheckedLength(answer, read->ulValueLen, attribute.m_Capacity);
         ++read;
     }
     return answer;

@@ -41,18 +41,18 @@ private:
 
 /// Handles that a search has found, in the library's order.
 struct FoundObjects {
-    unsigned long handles[MAX_OBJECTS] = {};
-    unsigned long count = 0;
+    unsigned long m_Handles[MAX_OBJECTS] = {};
+    unsigned long m_Count = 0;
 
-    const unsigned long* begin() const { return handles; }
-    const unsigned long* end() const { return handles + count; }
-    bool empty() const { return count == 0; }
-    unsigned long First() const { return handles[0]; }
+    const unsigned long* begin() const { return m_Handles; }
+    const unsigned long* end() const { return m_Handles + m_Count; }
+    bool empty() const { return m_Count == 0; }
+    unsigned long First() const { return m_Handles[0]; }
 };
 
 /// What a search reports when one of its calls fails, each with the code. Null: that failure is silent.
 struct SearchTexts {
-    const char* init;
+    const char* m_Init;
     const char* m_Objects;
     const char* m_Finish;
     const char* m_TooMany; ///< the library claims more handles than it was offered room for
@@ -74,15 +74,15 @@ bool SearchObjects(CK_SESSION_HANDLE session, CK_ATTRIBUTE* wanted, CK_ULONG wan
 
 /// One attribute that is to be read, and where to.
 struct WantedAttribute {
-    CK_ATTRIBUTE_TYPE type;
-    void* bytes;
-    CK_ULONG capacity;
-    CK_ULONG* length; ///< set by a call that succeeds; may be null
+    CK_ATTRIBUTE_TYPE m_Type;
+    void* m_Bytes;
+    CK_ULONG m_Capacity;
+    CK_ULONG* m_Length; ///< set by a call that succeeds; may be null
 };
 
 template <size_t Capacity>
 WantedAttribute Wanted(CK_ATTRIBUTE_TYPE type, AttributeBuffer<Capacity>& buffer) {
-    return {type, buffer.bytes, Capacity, &buffer.length};
+    return {type, buffer.m_Bytes, Capacity, &buffer.m_Length};
 }
 
 template <typename Number>

@@ -23,12 +23,12 @@ constexpr CK_ULONG MAX_PLAUSIBLE_TOKENS = 0x10000;
 /// One rule of the classification by model and label. An empty label prefix takes any label.
 struct TokenRule {
     const char* m_Model;
-    const char* label;
+    const char* m_Label;
     SignKey m_EncKeyType;
     unsigned int m_EncKeyBits;
     SignKey m_SigKeyType;
     unsigned int m_SigKeyBits;
-    TokenType tokenType;
+    TokenType m_TokenType;
     bool m_HasInfobox;
 };
 
@@ -48,14 +48,14 @@ constexpr TokenRule TOKEN_RULES[] = {
 
 void ClassifyToken(TokenInfoStruct2& info) {
     for (const TokenRule& rule : TOKEN_RULES) {
-        if (!StartsWith(info.m_Model, rule.m_Model) || !StartsWith(info.m_Label, rule.label)) {
+        if (!StartsWith(info.m_Model, rule.m_Model) || !StartsWith(info.m_Label, rule.m_Label)) {
             continue;
         }
         info.m_EncKeyType = rule.m_EncKeyType;
         info.m_EncKeyBits = rule.m_EncKeyBits;
         info.m_SigKeyType = rule.m_SigKeyType;
         info.m_SigKeyBits = rule.m_SigKeyBits;
-        info.m_TokenType = rule.tokenType;
+        info.m_TokenType = rule.m_TokenType;
         info.m_HasInfobox = rule.m_HasInfobox;
         return;
     }
@@ -248,7 +248,7 @@ bool tkPKCS11::FindObjects(CK_ATTRIBUTE* tmpl, unsigned long count, unsigned lon
 }
 
 bool tkPKCS11::Search(ObjectTemplate& wanted, FoundObjects& found) {
-    return FindObjects(wanted.Attributes(), wanted.Count(), found.handles, MAX_OBJECTS, &found.count);
+    return FindObjects(wanted.Attributes(), wanted.Count(), found.m_Handles, MAX_OBJECTS, &found.m_Count);
 }
 
 /// All objects of one class, MAX_OBJECTS at most.

@@ -24,7 +24,7 @@ void Store(void* address) {
 }
 
 struct EntryPointRow {
-    const char* name;
+    const char* m_Name;
     void (*m_Store)(void* address);
 };
 
@@ -179,7 +179,7 @@ bool tkPKCS11::LoadLibraryFile() {
 /// Stores every other entry point as the loader finds it, null included.
 void tkPKCS11::ResolveEntryPoints() {
     for (const EntryPointRow& row : ENTRY_POINTS) {
-        row.m_Store(tk_dlsym(m_hLibrary, row.name));
+        row.m_Store(tk_dlsym(m_hLibrary, row.m_Name));
     }
 }
 

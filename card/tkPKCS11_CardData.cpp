@@ -40,7 +40,7 @@ ObjectTemplate IdentityLink() {
 /// Searches with texts of its own; a search that does not even begin is silent.
 bool FindIdentityLink(CK_SESSION_HANDLE session, unsigned long& handle) {
     SearchTexts texts = DIRECT_SEARCH_TEXTS;
-    texts.init = nullptr;
+    texts.m_Init = nullptr;
     ObjectTemplate wanted = IdentityLink();
     unsigned long count = 0;
     if (!SearchObjects(session, wanted.Attributes(), wanted.Count(), &handle, 1, &count, texts)) {

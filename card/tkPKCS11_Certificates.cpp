@@ -22,20 +22,20 @@ namespace {
 
 /// One certificate object of the card.
 struct CertificateObject {
-    ObjectText label;
-    ObjectValue value;
-    ObjectText id; ///< read for those alone who look for the key
+    ObjectText m_Label;
+    ObjectValue m_Value;
+    ObjectText m_Id; ///< read for those alone who look for the key
 };
 
 CK_RV ReadLabelAndValue(CK_SESSION_HANDLE session, unsigned long handle, CertificateObject& object) {
     return ReadAttributes(session, handle,
-                          {Wanted(CKA_LABEL, object.label), Wanted(CKA_VALUE, object.value)});
+                          {Wanted(CKA_LABEL, object.m_Label), Wanted(CKA_VALUE, object.m_Value)});
 }
 
 CK_RV ReadLabelValueAndId(CK_SESSION_HANDLE session, unsigned long handle, CertificateObject& object) {
     return ReadAttributes(
         session, handle,
-        {Wanted(CKA_LABEL, object.label), Wanted(CKA_VALUE, object.value), Wanted(CKA_ID, object.id)});
+        {Wanted(CKA_LABEL, object.m_Label), Wanted(CKA_VALUE, object.m_Value), Wanted(CKA_ID, object.m_Id)});
 }
 
 enum class Walk {
@@ -51,7 +51,7 @@ Walk WalkCertificates(CK_SESSION_HANDLE session, const FoundObjects& found, Read
     for (const unsigned long handle : found) {
         CertificateObject object;
         const CK_RV rv = read(session, handle, object);
-        if (!object.value.Fits()) {
+        if (!object.m_Value.Fits()) {
             return Walk::TOO_LONG;
         }
         if (rv != CKR_OK) {
@@ -82,12 +82,12 @@ bool tkPKCS11::LoadSigningCertificate(bool sigCert) {
         if (ReadLabelAndValue(m_hSession, handle, object) != CKR_OK) {
             continue;
         }
-        LogMessage("Label:", object.label.text());
-        if (!object.label.Contains(wantedLabel)) {
+        LogMessage("Label:", object.m_Label.text());
+        if (!object.m_Label.Contains(wantedLabel)) {
             continue;
         }
         LogMessage("PKCS11 Key Found");
-        m_SigningCert = object.value.data();
+        m_SigningCert = object.m_Value.data();
         return TakeCertificateApart();
     }
     LogMessage("Key not found !!!");
@@ -193,7 +193,7 @@ bool tkPKCS11::loadAllCertsInSession() {
     const Walk walk =
         WalkCertificates(m_hSession, found, ReadLabelAndValue, [this](const CertificateObject& object) {
             auto certificate = std::make_unique<slCertificate>();
-            certificate->LoadFromBuffer(object.value.data());
+            certificate->LoadFromBuffer(object.m_Value.data());
             m_CertVector.push_back(certificate.get()); // also when it could not be parsed
             static_cast<void>(certificate.release());
             return false;
@@ -216,12 +216,12 @@ bool tkPKCS11::findCertAndKey(const std::wstring& thumbprint, slCertificate& cer
     const Walk walk =
         WalkCertificates(m_hSession, found, ReadLabelValueAndId, [&](const CertificateObject& object) {
             slCertificate candidate;
-            candidate.LoadFromBuffer(object.value.data());
+            candidate.LoadFromBuffer(object.m_Value.data());
             if (candidate.GetThumbprint() != thumbprint) {
                 return false;
             }
             cert = candidate;
-            id = object.id.text();
+            id = object.m_Id.text();
             return true;
         });
     if (walk == Walk::TOO_LONG) {

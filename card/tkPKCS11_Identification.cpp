@@ -22,8 +22,8 @@ constexpr size_t ATR_CAPACITY = 1024;
 constexpr size_t RESET_CAPACITY = 256; // what a reset is offered: less than a read
 
 struct AtrRule {
-    const char* prefix;
-    CardType cardType;
+    const char* m_Prefix;
+    CardType m_CardType;
 };
 
 /// Known ATRs, tested in this order. The first one covers three chip generations.
@@ -106,12 +106,12 @@ bool tkPKCS11::LoadCardType() {
     }
     const std::string atr = ReadATR(false);
     const auto rule = std::find_if(std::begin(ATR_RULES), std::end(ATR_RULES),
-                                   [&atr](const AtrRule& r) { return AtrCmp(atr, r.prefix); });
+                                   [&atr](const AtrRule& r) { return AtrCmp(atr, r.m_Prefix); });
     if (rule == std::end(ATR_RULES)) {
         LogError("Unknown atr=" + atr);
         return false;
     }
-    m_CardType = rule->cardType;
+    m_CardType = rule->m_CardType;
     if (m_CardType == CARD_ACOS_A03) {
         m_CardType = AcosGeneration();
     }

@@ -21,8 +21,8 @@ constexpr CK_ATTRIBUTE_TYPE CK_ATTR_UNBLOCK_PIN = 0x201;
 constexpr CK_ATTRIBUTE_TYPE CK_ATTR_FORCE_SOFTWARE_PIN = CKA_VENDOR_DEFINED + 2;
 
 struct ProtectedObject {
-    const char* label;
-    CK_OBJECT_CLASS objectClass;
+    const char* m_Label;
+    CK_OBJECT_CLASS m_ObjectClass;
     const char* m_PinStatus; ///< name of the card property
 };
 
@@ -112,7 +112,7 @@ PKCS11Return tkPKCS11::InitPIN(ApplType appl) {
 
 bool tkPKCS11::FindProtectedObject(ApplType appl, unsigned long* handle) {
     const ProtectedObject* object = ObjectOf(appl);
-    return object != nullptr && FindObject(object->label, object->objectClass, handle);
+    return object != nullptr && FindObject(object->m_Label, object->m_ObjectClass, handle);
 }
 
 PKCS11Return tkPKCS11::GenericPINCommand(ApplType appl, unsigned long attribute) {

@@ -24,9 +24,9 @@ constexpr size_t SIGN_BUFFER_SIZE = 2048;
 constexpr const char* UNKNOWN_ALGORITHM = "PKCS11 Unbekannter Signaturalgorihtmus"; // spelt so in the log
 
 struct MechanismRule {
-    CK_KEY_TYPE keyType;
-    HashAlgorithm hash;
-    CK_MECHANISM_TYPE mechanism;
+    CK_KEY_TYPE m_KeyType;
+    HashAlgorithm m_Hash;
+    CK_MECHANISM_TYPE m_Mechanism;
 };
 
 constexpr MechanismRule MECHANISM_RULES[] = {
@@ -38,17 +38,17 @@ constexpr MechanismRule MECHANISM_RULES[] = {
 
 /// What the signing form with a hash hands to the card: the data itself, or a hash with or without its
 /// DigestInfo.
-enum class SignInput { DATA, HASH_WITH_DIGEST_INFO, Hash };
+enum class SignInput { DATA, HASH_WITH_DIGEST_INFO, HASH };
 
 struct SignPlan {
-    CK_MECHANISM_TYPE mechanism;
+    CK_MECHANISM_TYPE m_Mechanism;
     SignInput m_Input;
 };
 
 SignPlan PlanOf(SignKey key, HashAlgorithm hash, bool sigKey) {
     if (key == KEY_ECC) {
         return hash == HASH_SHA1 ? SignPlan{CKM_ECDSA_SHA1, SignInput::DATA}
-                                 : SignPlan{CKM_ECDSA, SignInput::Hash};
+                                 : SignPlan{CKM_ECDSA, SignInput::HASH};
     }
     if (hash == HASH_SHA1) {
         return {CKM_SHA1_RSA_PKCS, SignInput::DATA};
@@ -80,15 +80,15 @@ bool InputsAreGood(bool sessionIsOpen, const unsigned char* in, unsigned long in
 
 /// A private key on the card.
 struct PrivateKey {
-    unsigned long handle = 0;
-    CK_KEY_TYPE keyType = 0;
+    unsigned long m_Handle = 0;
+    CK_KEY_TYPE m_KeyType = 0;
 };
 
 /// Searches all private keys with texts of its own.
 bool FindPrivateKeysDirectly(CK_SESSION_HANDLE session, FoundObjects& found) {
     ObjectTemplate wanted(CKO_PRIVATE_KEY);
-    return SearchObjects(session, wanted.Attributes(), wanted.Count(), found.handles, MAX_OBJECTS,
-                         &found.count, DIRECT_SEARCH_TEXTS);
+    return SearchObjects(session, wanted.Attributes(), wanted.Count(), found.m_Handles, MAX_OBJECTS,
+                         &found.m_Count, DIRECT_SEARCH_TEXTS);
 }
 
 /// Walks the handles for a key whose label begins with this one. A failed read moves on to the next; with
@@ -166,25 +166,25 @@ bool SignInTwoCalls(CK_SESSION_HANDLE session, const std::vector<unsigned char>&
 
 /// What goes to the card in the signing form with a hash.
 struct SignBuffer {
-    std::array<unsigned char, SIGN_BUFFER_SIZE> bytes;
-    unsigned long length = 0;
+    std::array<unsigned char, SIGN_BUFFER_SIZE> m_Bytes;
+    unsigned long m_Length = 0;
 };
 
 /// False for more than fits.
 bool Fill(SignBuffer& buffer, const unsigned char* data, unsigned long length) {
-    if (length > buffer.bytes.size()) {
+    if (length > buffer.m_Bytes.size()) {
         return false;
     }
-    std::copy(data, data + length, buffer.bytes.begin());
-    buffer.length = length;
+    std::copy(data, data + length, buffer.m_Bytes.begin());
+    buffer.m_Length = length;
     return true;
 }
 
 unsigned long MechanismOf(unsigned long keyType, HashAlgorithm hash) {
     const auto rule =
         std::find_if(std::begin(MECHANISM_RULES), std::end(MECHANISM_RULES),
-                     [&](const MechanismRule& r) { return r.keyType == keyType && r.hash == hash; });
-    return rule != std::end(MECHANISM_RULES) ? rule->mechanism : NO_MECHANISM;
+                     [&](const MechanismRule& r) { return r.m_KeyType == keyType && r.m_Hash == hash; });
+    return rule != std::end(MECHANISM_RULES) ? rule->m_Mechanism : NO_MECHANISM;
 }
 
 /// False, with a message, when there is none.
@@ -235,8 +235,8 @@ bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char*
     CK_MECHANISM mechanism = {};
     return SearchClass(CKO_PRIVATE_KEY, found, "PKCS11 FindObjects ERROR") &&
            FindKeyAloud(m_hSession, found, sigKey, key) &&
-           ChooseMechanism(key.keyType, HASH_SHA1, mechanism) &&
-           SignOnCard(m_hSession, key.handle, mechanism, in, inLen, out, outLen);
+           ChooseMechanism(key.m_KeyType, HASH_SHA1, mechanism) &&
+           SignOnCard(m_hSession, key.m_Handle, mechanism, in, inLen, out, outLen);
 }
 
 bool tkPKCS11::signString(char* in, unsigned long inLen, unsigned char* out, unsigned long& outLen,
@@ -262,7 +262,7 @@ bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char*
     if (!FindPrivateKeysDirectly(m_hSession, found) || !FindKeyAloud(m_hSession, found, sigKey, privateKey)) {
         return false;
     }
-    if (!KindOf(privateKey.keyType, key)) {
+    if (!KindOf(privateKey.m_KeyType, key)) {
         LogError(UNKNOWN_ALGORITHM);
         return false;
     }
@@ -284,8 +284,8 @@ bool tkPKCS11::signString(unsigned char* in, unsigned long inLen, unsigned char*
             return false;
         }
     }
-    return SignOnCard(m_hSession, privateKey.handle, {plan.mechanism, nullptr, 0}, buffer.bytes.data(),
-                      buffer.length, out, outLen);
+    return SignOnCard(m_hSession, privateKey.m_Handle, {plan.m_Mechanism, nullptr, 0}, buffer.m_Bytes.data(),
+                      buffer.m_Length, out, outLen);
 }
 
 // --- Sign, Verify ------------------------------------------------------------------------------------------
@@ -302,10 +302,10 @@ bool tkPKCS11::Sign(const std::string& label, const std::vector<unsigned char>& 
     CK_MECHANISM mechanism = {};
     if (m_hSession == 0 || !SearchClass(CKO_PRIVATE_KEY, found, "PKCS11 FindObjects") ||
         !FindKeyByLabel(m_hSession, found, label, key, true) ||
-        !ChooseMechanism(key.keyType, hash, mechanism)) {
+        !ChooseMechanism(key.m_KeyType, hash, mechanism)) {
         return false;
     }
-    const CK_RV rv = CallP11(Proc_C_SignInit, m_hSession, &mechanism, key.handle);
+    const CK_RV rv = CallP11(Proc_C_SignInit, m_hSession, &mechanism, key.m_Handle);
     if (rv != CKR_OK) {
         LogError("PKCS11 Proc_C_SignInit", rv);
         return false;
@@ -389,7 +389,7 @@ bool tkPKCS11::findPrivateKeyFromID(const std::string& id, std::string& label) {
         LogError("PKCS11 FindObjects");
         return false;
     }
-    if (found.count != 1) {
+    if (found.m_Count != 1) {
         return false;
     }
     ObjectText keyLabel;
@@ -418,7 +418,7 @@ bool tkPKCS11::GetSignKeyType(SignKey& key, bool sigKey) {
         return true; // no such key is no failure
     }
     LogMessage("PKCS11 Key Found");
-    return KindOf(privateKey.keyType, key);
+    return KindOf(privateKey.m_KeyType, key);
 }
 
 /// Older chips know no SHA-256.

@@ -182,10 +182,10 @@ std::string Cards::Holder() {
     FindObjects(wanted, 2, handles, Velmor::MAX_OBJECTS, &found);
     for (unsigned long i = 0; i < std::min(found, Velmor::MAX_OBJECTS); ++i) {
         Velmor::ObjectValue value;
-        CK_ATTRIBUTE asked = {CKA_VALUE, value.bytes, sizeof(value.bytes)};
+        CK_ATTRIBUTE asked = {CKA_VALUE, value.m_Bytes, sizeof(value.m_Bytes)};
         const CK_RV code = Velmor::CallP11(Proc_C_GetAttributeValue, m_hSession, handles[i], &asked, 1);
-        if (code == CKR_OK && asked.ulValueLen <= sizeof(value.bytes)) {
-            return SubjectCommonName(value.bytes, asked.ulValueLen);
+        if (code == CKR_OK && asked.ulValueLen <= sizeof(value.m_Bytes)) {
+            return SubjectCommonName(value.m_Bytes, asked.ulValueLen);
         }
     }
     return "";

@@ -55,13 +55,13 @@ Outcome MissingIdentityLink(Cards& cards) {
 
 Outcome ReadData(Cards& cards, const DataObject& object, Bytes& content) {
     Velmor::ObjectValue value;
-    CK_ATTRIBUTE asked = {CKA_VALUE, value.bytes, sizeof(value.bytes)};
+    CK_ATTRIBUTE asked = {CKA_VALUE, value.m_Bytes, sizeof(value.m_Bytes)};
     const CK_RV code = CallP11(Cards::Proc_C_GetAttributeValue, cards.m_hSession, object.m_Handle, &asked, 1);
-    value.length = asked.ulValueLen;
+    value.m_Length = asked.ulValueLen;
     if (code != CKR_OK || !value.Fits()) {
         return FailureOfPin(cards, Velmor::ApplEncryption);
     }
-    content.assign(value.bytes, value.bytes + value.length);
+    content.assign(value.m_Bytes, value.m_Bytes + value.m_Length);
     return {};
 }
 

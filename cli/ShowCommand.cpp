@@ -138,10 +138,10 @@ Outcome CardReport::LabelsOf(CK_OBJECT_CLASS objectClass, std::vector<std::strin
     }
     for (const CK_OBJECT_HANDLE handle : handles) {
         Velmor::ObjectText label;
-        CK_ATTRIBUTE asked = {CKA_LABEL, label.bytes, sizeof(label.bytes)};
+        CK_ATTRIBUTE asked = {CKA_LABEL, label.m_Bytes, sizeof(label.m_Bytes)};
         const CK_RV code =
             Velmor::CallP11(Cards::Proc_C_GetAttributeValue, m_Cards.m_hSession, handle, &asked, 1);
-        label.length = asked.ulValueLen;
+        label.m_Length = asked.ulValueLen;
         if (code != CKR_OK || !label.Fits()) {
             return FailureOf();
         }

@@ -99,7 +99,7 @@ bool InfoboxBereich::ReadDataObject(const std::string& label, ByteArray& out) {
         return false;
     }
     out.clear();
-    out.Add(value.bytes, value.length);
+    out.Add(value.m_Bytes, value.m_Length);
     return true;
 }
 

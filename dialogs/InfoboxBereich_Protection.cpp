@@ -64,6 +64,6 @@ bool InfoboxBereich::ReadFirstBytes(CK_OBJECT_HANDLE object, ByteArray& value) {
         return false;
     }
     value.clear();
-    value.Add(read.bytes, KEPT);
+    value.Add(read.m_Bytes, KEPT);
     return true;
 }

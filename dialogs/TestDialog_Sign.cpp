@@ -65,7 +65,7 @@ void TestDialog::FillHashList(int keyBits) {
 
 bool TestDialog::GetHashAlgorithm(Velmor::HashAlgorithm& out) {
     struct NamedHash {
-        const char* name;
+        const char* m_Name;
         Velmor::HashAlgorithm m_Algorithm;
     };
     static constexpr NamedHash HASHES[] = {
@@ -80,7 +80,7 @@ bool TestDialog::GetHashAlgorithm(Velmor::HashAlgorithm& out) {
         return false;
     }
     for (const NamedHash& hash : HASHES) {
-        if (name == hash.name) {
+        if (name == hash.m_Name) {
             out = hash.m_Algorithm;
             return true;
         }

@@ -20,12 +20,12 @@ bool IsReadable(const std::string& path) {
 
 /// Splits as GetExtension() does and keeps both halves.
 struct SplitName {
-    std::string base;
-    std::string ext;
+    std::string m_Base;
+    std::string m_Ext;
 
-    explicit SplitName(const std::string& path) { LibLogging::GetExtension(path, base, ext); }
+    explicit SplitName(const std::string& path) { LibLogging::GetExtension(path, m_Base, m_Ext); }
     std::string Numbered(unsigned int number) const {
-        return base + "_" + std::to_string(number) + "." + ext;
+        return m_Base + "_" + std::to_string(number) + "." + m_Ext;
     }
 };
 
@@ -48,7 +48,7 @@ void LibLogging::GetExtension(const std::string& path, std::string& base, std::s
 }
 
 std::string LibLogging::AppendLogExtension(const std::string& path) {
-    return SplitName(path).ext.empty() ? path + "." + EXTENSION : path;
+    return SplitName(path).m_Ext.empty() ? path + "." + EXTENSION : path;
 }
 
 std::string LibLogging::NumberedName(const std::string& name) {
@@ -67,7 +67,7 @@ std::string LibLogging::NameWithTimeStamp(const std::string& name) {
     char stamp[32];
     std::strftime(stamp, sizeof(stamp), "%Y-%m-%d_%H-%M-%S", &utc);
     const SplitName split(name);
-    return split.base + "_" + stamp + "." + split.ext;
+    return split.m_Base + "_" + stamp + "." + split.m_Ext;
 }
 
 void LibLogging::BackupFile(const std::string& from, const std::string& to, bool removeSource) {

@@ -15,9 +15,9 @@ const std::string MINI_DRIVER_PATH = "OrselMiniDriver";
 const std::string KUNDENPFORTE_PATH = "Kundenpforte";
 
 struct KeyRow {
-    ConfigKey id;
-    const std::string& path;
-    const char* key;
+    ConfigKey m_Id;
+    const std::string& m_Path;
+    const char* m_Key;
 };
 
 const KeyRow KEYS[] = {
@@ -64,9 +64,9 @@ void GenerateConfig() {
     Config& config = *Config::GetHandle(0);
     config.Init(CONFIGURATION_NAME);
     for (const KeyRow& row : KEYS) {
-        config.AddConfig(row.id, CONFIG_TYPE_SYSTEM, row.key, row.path, SYS_TYPE_0);
-        if (row.id != KEY_KUNDENPFORTE_INSTALL_DIR) {
-            config.AddConfig(row.id + 1, CONFIG_TYPE_SYSTEM, row.key, row.path, SYS_TYPE_1);
+        config.AddConfig(row.m_Id, CONFIG_TYPE_SYSTEM, row.m_Key, row.m_Path, SYS_TYPE_0);
+        if (row.m_Id != KEY_KUNDENPFORTE_INSTALL_DIR) {
+            config.AddConfig(row.m_Id + 1, CONFIG_TYPE_SYSTEM, row.m_Key, row.m_Path, SYS_TYPE_1);
         }
     }
 }

@@ -22,7 +22,6 @@
 #include "viewer/CommandLine.h"
 #include "viewer/VisibleText.h"
 
-using viewer::Action;
 using viewer::CommandLine;
 
 namespace {

@@ -92,29 +92,26 @@ public:
 
     const Json& List(const char* key) const {
         static const Json nothing = Json::array();
-        if (!Has(key)) {
-            return nothing;
-        }
-        const Json& value = Member(key);
-        if (!value.is_array()) {
-            WrongType(key, "a list");
-        }
-        return value;
+        return OfTheKindOf(nothing, key, "a list");
     }
 
     const Json& Object(const char* key) const {
         static const Json nothing = Json::object();
+        return OfTheKindOf(nothing, key, "an object");
+    }
+
+private:
+    const Json& OfTheKindOf(const Json& nothing, const char* key, const char* wanted) const {
         if (!Has(key)) {
             return nothing;
         }
         const Json& value = Member(key);
-        if (!value.is_object()) {
-            WrongType(key, "an object");
+        if (value.type() != nothing.type()) {
+            WrongType(key, wanted);
         }
         return value;
     }
 
-private:
     [[noreturn]] static void WrongType(const char* key, const char* wanted) {
         throw DamagedCard(std::string("'") + key + "' is not " + wanted);
     }

@@ -14,7 +14,6 @@
 using testing::Each;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::Property;
 
 class TheMainWindow : public testing::Test {
 protected:

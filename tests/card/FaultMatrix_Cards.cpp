@@ -187,6 +187,9 @@ void AddPins(MatrixTable& table) {
         .Runs([](Context& context) {
             return std::to_string(context.m_Card->GenericPINCommand(ApplEncryption, 0x200, false, false));
         });
+}
+
+void AddPinStates(MatrixTable& table) {
     table.Add("InitPIN")
         .Asking({"654321", "654321"})
         .After([](Context& context) { context.m_Deck.UnsetPin(context.m_CardName, "signature"); })
@@ -300,6 +303,7 @@ void AddCardOperations(MatrixTable& table) {
     AddSessions(table);
     AddIdentification(table);
     AddPins(table);
+    AddPinStates(table);
     AddCommands(table);
     AddNumbers(table);
     AddSearchesForACard(table);

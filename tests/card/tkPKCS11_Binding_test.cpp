@@ -83,55 +83,46 @@ struct TableRow {
     void* m_EntryPoint;
 };
 
-std::vector<TableRow> Table() {
 #define ROW(name)                                                                                            \
     { #name, AddressOf(tkPKCS11::Proc_##name) }
+
+std::vector<TableRow> SessionRows() {
     return {
-        ROW(C_Initialize),
-        ROW(C_GetSlotList),
-        ROW(C_WaitForSlotEvent),
-        ROW(C_GetTokenInfo),
-        ROW(C_GetSlotInfo),
-        ROW(C_OpenSession),
-        ROW(C_CloseSession),
-        ROW(C_DigestInit),
-        ROW(C_DigestUpdate),
-        ROW(C_DigestFinal),
-        ROW(C_Login),
-        ROW(C_Logout),
-        ROW(C_FindObjectsInit),
-        ROW(C_FindObjects),
-        ROW(C_FindObjectsFinal),
-        ROW(C_SignInit),
-        ROW(C_Sign),
-        ROW(C_VerifyInit),
-        ROW(C_Verify),
-        ROW(C_GenerateKey),
-        ROW(C_EncryptInit),
-        ROW(C_EncryptUpdate),
-        ROW(C_Encrypt),
-        ROW(C_EncryptFinal),
-        ROW(C_WrapKey),
-        ROW(C_UnwrapKey),
-        ROW(C_DecryptInit),
-        ROW(C_DecryptUpdate),
-        ROW(C_Decrypt),
-        ROW(C_DecryptFinal),
-        ROW(C_GetAttributeValue),
-        ROW(C_DestroyObject),
-        ROW(C_CreateObject),
-        ROW(C_SetPIN),
-        ROW(C_SetAttributeValue),
-        ROW(C_GetInfo),
-        ROW(C_Finalize),
-        ROW(C_SeedRandom),
-        ROW(C_GenerateRandom),
-        ROW(C_GetMechanismList),
-        ROW(C_GetMechanismInfo),
-        ROW(C_CardTransmit),
-        ROW(C_CardAttribute),
+        ROW(C_Initialize),      ROW(C_GetSlotList), ROW(C_WaitForSlotEvent),
+        ROW(C_GetTokenInfo),    ROW(C_GetSlotInfo), ROW(C_OpenSession),
+        ROW(C_CloseSession),    ROW(C_DigestInit),  ROW(C_DigestUpdate),
+        ROW(C_DigestFinal),     ROW(C_Login),       ROW(C_Logout),
+        ROW(C_FindObjectsInit), ROW(C_FindObjects), ROW(C_FindObjectsFinal),
     };
+}
+
+std::vector<TableRow> KeyAndObjectRows() {
+    return {
+        ROW(C_SignInit),         ROW(C_Sign),
+        ROW(C_VerifyInit),       ROW(C_Verify),
+        ROW(C_GenerateKey),      ROW(C_EncryptInit),
+        ROW(C_EncryptUpdate),    ROW(C_Encrypt),
+        ROW(C_EncryptFinal),     ROW(C_WrapKey),
+        ROW(C_UnwrapKey),        ROW(C_DecryptInit),
+        ROW(C_DecryptUpdate),    ROW(C_Decrypt),
+        ROW(C_DecryptFinal),     ROW(C_GetAttributeValue),
+        ROW(C_DestroyObject),    ROW(C_CreateObject),
+        ROW(C_SetPIN),           ROW(C_SetAttributeValue),
+        ROW(C_GetInfo),          ROW(C_Finalize),
+        ROW(C_SeedRandom),       ROW(C_GenerateRandom),
+        ROW(C_GetMechanismList), ROW(C_GetMechanismInfo),
+        ROW(C_CardTransmit),     ROW(C_CardAttribute),
+    };
+}
+
 #undef ROW
+
+std::vector<TableRow> Table() {
+    std::vector<TableRow> rows = SessionRows();
+    for (const TableRow& row : KeyAndObjectRows()) {
+        rows.push_back(row);
+    }
+    return rows;
 }
 
 /// Fills a field of the library's information to its last byte, without a terminator.

@@ -231,7 +231,23 @@ TEST_P(ASelectionUnderFaults, LeavesThePagesBlank) {
 namespace {
 
 /// The switch of an entry with bytes, and that of a blank one, which is read once more before it is written.
-class AToggleUnderFaults : public ACommandUnderFaults, public testing::WithParamInterface<bool> {};
+class AToggleUnderFaults : public ACommandUnderFaults, public testing::WithParamInterface<bool> {
+protected:
+    /// A failure up to the write leaves all as it is shown; one behind it loses the list.
+    void ExpectShownOrLost(const CardFault& fault, size_t write, const wxString& shown) {
+        ExpectAlive();
+        EXPECT_EQ(m_NoPersB.m_Count, 0);
+        EXPECT_EQ(m_Deck.GetTrace("C_CloseSession").size(), m_Deck.GetTrace("C_OpenSession").size());
+        if (fault.m_Call.m_Position <= write) {
+            EXPECT_EQ(m_Dialog->text_binary->GetValue(), shown);
+            EXPECT_EQ(m_Dialog->list_box->GetSelection(), 2);
+            EXPECT_TRUE(m_Dialog->button_encrypt->IsThisEnabled());
+        } else if (fault.m_Call.m_Function != "C_CloseSession") {
+            EXPECT_THAT(m_Dialog->Rows(), IsEmpty());
+            EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
+        }
+    }
+};
 
 INSTANTIATE_TEST_SUITE_P(Entries, AToggleUnderFaults, testing::Bool(),
                          [](const auto& row) { return row.param ? "Blank" : "WithBytes"; });
@@ -253,19 +269,7 @@ TEST_P(AToggleUnderFaults, ChangesNothingOrLosesTheListThatItCannotReadAnew) {
         shown = m_Dialog->text_binary->GetValue();
     };
     toggle.m_Run = [&] { m_Dialog->Encrypt(); };
-    toggle.m_CheckFailed = [&](const CardFault& fault) {
-        ExpectAlive();
-        EXPECT_EQ(m_NoPersB.m_Count, 0);
-        EXPECT_EQ(m_Deck.GetTrace("C_CloseSession").size(), m_Deck.GetTrace("C_OpenSession").size());
-        if (fault.m_Call.m_Position <= write) {
-            EXPECT_EQ(m_Dialog->text_binary->GetValue(), shown);
-            EXPECT_EQ(m_Dialog->list_box->GetSelection(), 2);
-            EXPECT_TRUE(m_Dialog->button_encrypt->IsThisEnabled());
-        } else if (fault.m_Call.m_Function != "C_CloseSession") {
-            EXPECT_THAT(m_Dialog->Rows(), IsEmpty());
-            EXPECT_THAT(m_Dialog->Pages(), Each(wxString()));
-        }
-    };
+    toggle.m_CheckFailed = [&](const CardFault& fault) { ExpectShownOrLost(fault, write, shown); };
     toggle.m_PrepareAgain = [&] {
         if (m_Dialog->Rows().empty()) {
             m_Dialog->LoadInfobox();

@@ -108,35 +108,34 @@ protected:
     orseltest::SimDeck m_Deck;
 };
 
+/// What a new card of each kind holds, in the order of the kinds.
+struct Content {
+    const char* m_Kind;
+    const char* m_Model;
+    const char* m_Label;
+    const char* m_EncryptionKey;
+    const char* m_SignatureKey;
+    bool m_HasInfobox;
+    const char* m_Atr; ///< beginning
+};
+constexpr Content CONTENTS[] = {
+    {"acos-a03", "ACOS EMV-A03", "Orsel Carta ACOS", "RSA 1536", "EC 192", false, "3BBF11008131FE45455041"},
+    {"acos-a04", "ACOS EMV-A04", "Orsel Carta ACOS", "RSA 1536", "EC 256", true, "3BBF11008131FE45455041"},
+    {"acos-a05", "ACOS EMV-A05", "Orsel Carta ACOS", "RSA 1536", "EC 256", true, "3BBF11008131FE45455041"},
+    {"ecard-g2", "Starcos SPK 3.1", "Orsel Carta e-Card", "EC 192", "EC 192", false,
+     "3BBD18008131FE45805102"},
+    {"ecard-g3a", "Starcos SPK 3.4", "Orsel Carta e-Card", "RSA 1536", "EC 256", false,
+     "3BDD96FF81B1FE451F038031B0520203"},
+    {"ecard-g3b", "Starcos SPK 3.4+", "Orsel Carta e-Card", "RSA 1536", "EC 256", true,
+     "3BDF18008131FE588031B05202046405C903AC73B7B1D422"},
+    {"ecard-g4", "ATOS 5.3", "Orsel Carta e-Card", "RSA 2048", "EC 256", true, "3BDF96008131FE45"},
+    {"cardos-53", "CardOS 5.3", "Orsel Carta CardOS", "RSA 2048", "EC 256", true,
+     "3BDF18008131FE588031905241016405C903AC73B7B1D444"},
+};
+
 TEST_F(NewCards, AreWhatTheirKindSays) {
-    struct Case {
-        const char* m_Kind;
-        const char* m_Model;
-        const char* m_Label;
-        const char* m_EncryptionKey;
-        const char* m_SignatureKey;
-        bool m_HasInfobox;
-        const char* m_Atr; ///< beginning
-    };
-    const Case cases[] = {
-        {"acos-a03", "ACOS EMV-A03", "Orsel Carta ACOS", "RSA 1536", "EC 192", false,
-         "3BBF11008131FE45455041"},
-        {"acos-a04", "ACOS EMV-A04", "Orsel Carta ACOS", "RSA 1536", "EC 256", true,
-         "3BBF11008131FE45455041"},
-        {"acos-a05", "ACOS EMV-A05", "Orsel Carta ACOS", "RSA 1536", "EC 256", true,
-         "3BBF11008131FE45455041"},
-        {"ecard-g2", "Starcos SPK 3.1", "Orsel Carta e-Card", "EC 192", "EC 192", false,
-         "3BBD18008131FE45805102"},
-        {"ecard-g3a", "Starcos SPK 3.4", "Orsel Carta e-Card", "RSA 1536", "EC 256", false,
-         "3BDD96FF81B1FE451F038031B0520203"},
-        {"ecard-g3b", "Starcos SPK 3.4+", "Orsel Carta e-Card", "RSA 1536", "EC 256", true,
-         "3BDF18008131FE588031B05202046405C903AC73B7B1D422"},
-        {"ecard-g4", "ATOS 5.3", "Orsel Carta e-Card", "RSA 2048", "EC 256", true, "3BDF96008131FE45"},
-        {"cardos-53", "CardOS 5.3", "Orsel Carta CardOS", "RSA 2048", "EC 256", true,
-         "3BDF18008131FE588031905241016405C903AC73B7B1D444"},
-    };
     std::size_t index = 0;
-    for (const Case& c : cases) {
+    for (const Content& c : CONTENTS) {
         SCOPED_TRACE(c.m_Kind);
         EXPECT_STREQ(c.m_Kind, orselsim::CardKinds().at(index++).m_Name) << "kinds in their order";
         const Card card = Make(c.m_Kind);
