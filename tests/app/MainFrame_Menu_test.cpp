@@ -183,7 +183,7 @@ TEST_F(TheKeyboard, CopiesTheCardNumberAloneWithControlAndC) {
     m_Deck.Add("acos-a04", CardOptions().Serial("1111222233334444"));
     Open();
     const ControlKey control;
-    for (const int code : {'C', 'c'}) {
+    for (const int code : {int{'C'}, int{'c'}}) {
         wxTheClipboard->Clear();
         EXPECT_TRUE(KeyOn(*m_Frame, code));
         EXPECT_EQ(Clipboard(), "1111222233334444");
