@@ -15,7 +15,6 @@
 
 using orselcli::Bytes;
 using orselcli::Interruption;
-using orselcli::Outcome;
 using orselcli::ReadInput;
 using orselcli::Reason;
 using orselcli::WriteOutput;
