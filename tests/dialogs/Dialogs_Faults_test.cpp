@@ -157,7 +157,7 @@ TEST_F(ASignatureTestUnderFaults, FailsToVerifyWithAMessage) {
 // --- Infobox -----------------------------------------------------------------------------------------------
 
 TEST_F(ACommandUnderFaults, LeavesTheListEmptyWhenTheContainerCannotBeLoaded) {
-    const std::string FIXED = "Personenbindung,RFU1,RFU2,";
+    const std::string fixed = "Personenbindung,RFU1,RFU2,";
     const std::string listed = "01 PERSONENBINDUNG,02 RFU1,0a RFU2,";
     Insert("acos-a04");
     Command load;
@@ -170,9 +170,9 @@ TEST_F(ACommandUnderFaults, LeavesTheListEmptyWhenTheContainerCannotBeLoaded) {
         for (const std::string& row : m_Dialog->Rows()) {
             rows += row + ",";
         }
-        EXPECT_EQ(rows, fault.LookUp({{"C_GetSlotList", FIXED},
+        EXPECT_EQ(rows, fault.LookUp({{"C_GetSlotList", fixed},
                                       {"C_GetSlotList#2 length", listed}, // there is a card with this index
-                                      {"C_GetTokenInfo", FIXED},
+                                      {"C_GetTokenInfo", fixed},
                                       {"C_CloseSession", listed}},
                                      ""));
         EXPECT_EQ(m_NoPersB.m_Count, m_Dialog->Rows().empty() ? 1 : 0);

@@ -286,7 +286,7 @@ TEST_F(ADataObject, ReplacesWhatWasInTheOutput) {
 TEST_F(ADataObject, CountsAsEmptyWhenItsFirst128BytesAreZero) {
     struct Row {
         Bytes m_Content;
-        size_t size;
+        size_t m_Size;
     };
     const Row rows[] = {
         {{}, 0},
@@ -302,8 +302,8 @@ TEST_F(ADataObject, CountsAsEmptyWhenItsFirst128BytesAreZero) {
         Write(row.m_Content);
         m_Out = ByteArray(std::string("alt"));
         EXPECT_TRUE(Read());
-        EXPECT_EQ(m_Out.size(), row.size);
-        EXPECT_EQ(m_Dialog->m_CachedContent.size(), row.size);
+        EXPECT_EQ(m_Out.size(), row.m_Size);
+        EXPECT_EQ(m_Dialog->m_CachedContent.size(), row.m_Size);
     }
 }
 

@@ -119,7 +119,7 @@ TEST_F(TheInfoboxDialog, PlacesTheListBesideTheContentAndTheClosingButtonBelow) 
 
 TEST_F(TheInfoboxDialog, GivesTheListAQuarterOfTheWidth) {
     const int list = m_Dialog.list_box->GetSize().GetWidth() + 6;
-    EXPECT_NEAR(list, m_Dialog.GetClientSize().GetWidth() / 4, 1);
+    EXPECT_NEAR(4 * list, m_Dialog.GetClientSize().GetWidth(), 7);
 }
 
 TEST_F(TheInfoboxDialog, StandsInTheMiddleOfItsParent) {
@@ -130,8 +130,8 @@ TEST_F(TheInfoboxDialog, StandsInTheMiddleOfItsParent) {
     const ProbedInfobox child(&parent, Velmor::TOKEN_ACOS_04);
     const wxRect outside = parent.GetScreenRect();
     const wxRect inside = child.GetRect();
-    EXPECT_NEAR(inside.x + inside.width / 2, outside.x + outside.width / 2, 2);
-    EXPECT_NEAR(inside.y + inside.height / 2, outside.y + outside.height / 2, 2);
+    EXPECT_NEAR(2 * inside.x + inside.width, 2 * outside.x + outside.width, 5);
+    EXPECT_NEAR(2 * inside.y + inside.height, 2 * outside.y + outside.height, 5);
 }
 
 // --- Enabling ----------------------------------------------------------------------------------------------

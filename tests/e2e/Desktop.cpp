@@ -34,22 +34,21 @@ std::vector<Pixel> VisiblePixels(const char* const* xpm) {
     int width = 0;
     int height = 0;
     int colours = 0;
-    int keyLength = 0;
+    size_t keyLength = 0;
     std::istringstream(xpm[0]) >> width >> height >> colours >> keyLength;
     std::map<std::string, std::array<unsigned char, 3>> palette;
     for (int i = 1; i <= colours; ++i) {
         const std::string row = xpm[i];
         const std::string colour = row.substr(row.rfind(' ') + 1);
         if (colour != "None") {
-            palette[row.substr(0, static_cast<size_t>(keyLength))] = ColourOf(colour);
+            palette[row.substr(0, keyLength)] = ColourOf(colour);
         }
     }
     std::vector<Pixel> pixels;
     for (int y = 0; y < height; ++y) {
         const std::string row = xpm[1 + colours + y];
         for (int x = 0; x < width; ++x) {
-            const auto colour =
-                palette.find(row.substr(static_cast<size_t>(x * keyLength), static_cast<size_t>(keyLength)));
+            const auto colour = palette.find(row.substr(static_cast<size_t>(x) * keyLength, keyLength));
             if (colour != palette.end()) {
                 pixels.push_back({x, y, colour->second});
             }

@@ -349,14 +349,14 @@ TEST_F(HashTest, ThePrefixStandsBeforeWhatTheOutputHeldToo) {
 TEST_F(HashTest, AnAlgorithmWithoutAPrefixGivesTheDigestAlone) {
     const struct {
         HashAlgorithm m_Algorithm;
-        std::size_t size;
+        std::size_t m_Size;
     } table[] = {{Velmor::HASH_SHA224, 28}, {Velmor::HASH_MD5, 16}, {Velmor::HASH_MD4, 16}};
     for (const auto& row : table) {
         Bytes plain;
         Bytes out;
         EXPECT_TRUE(Hash(BytesOf("abc"), plain, row.m_Algorithm, false));
         EXPECT_TRUE(Hash(BytesOf("abc"), out, row.m_Algorithm, true));
-        EXPECT_EQ(row.size, out.size());
+        EXPECT_EQ(row.m_Size, out.size());
         EXPECT_EQ(plain, out);
     }
 }

@@ -173,7 +173,7 @@ TEST(PersonenbindungHostile, ARecordThatIsCutOffAnywhereIsRefusedOrReadAsFarAsIt
     const Bytes whole = WholeRecord();
     int refused = 0;
     for (std::size_t size = 4; size < whole.size(); ++size) {
-        Bytes cut(whole.begin(), whole.begin() + size); // in storage of exactly this size
+        Bytes cut(whole.data(), whole.data() + size); // in storage of exactly this size
         OpenRecord record;
         EXPECT_FALSE(record.Parse(cut));
         cut[2] = static_cast<unsigned char>(size >> 8); // a length that passes

@@ -159,7 +159,7 @@ TEST(ReadBitString, CopiesWhatStandsBehindTheCountOfUnusedBits) {
         int m_Capacity;
         bool m_Result;
         Bytes m_Copied;
-        int size;
+        int m_Size;
         int m_Pos;
     } table[] = {
         {{0x03, 0x00, 0xaa, 0xbb}, 256, true, {0xaa, 0xbb}, 2, 4},
@@ -188,7 +188,7 @@ TEST(ReadBitString, CopiesWhatStandsBehindTheCountOfUnusedBits) {
         Bytes expected = row.m_Copied;
         expected.resize(4, 0xee);
         EXPECT_EQ(expected, out) << testing::PrintToString(row.m_Given);
-        EXPECT_EQ(row.size, size) << testing::PrintToString(row.m_Given);
+        EXPECT_EQ(row.m_Size, size) << testing::PrintToString(row.m_Given);
         EXPECT_EQ(row.m_Pos, pos) << testing::PrintToString(row.m_Given);
     }
 }

@@ -206,7 +206,7 @@ TEST(ParseRsaKey, DoesNotUseTheLengthOfTheSequence) {
 TEST(ParseRsaKey, OneThatIsCutOffAnywhereIsReadAsFarAsItGoes) {
     const Bytes whole = RsaKey(Bytes(200, 0xab), {0x01, 0x00, 0x01});
     for (std::size_t size = 0; size < whole.size(); ++size) {
-        const PublicKeyData key = ParseRsaKey(Bytes(whole.begin(), whole.begin() + size), 0);
+        const PublicKeyData key = ParseRsaKey(Bytes(whole.data(), whole.data() + size), 0);
         const bool hasModulus = size >= whole.size() - 5;
         EXPECT_EQ(hasModulus ? 200 : 0, key.m_ModulusLength) << size;
         EXPECT_EQ(0, key.m_ExponentLength) << size;
@@ -215,7 +215,7 @@ TEST(ParseRsaKey, OneThatIsCutOffAnywhereIsReadAsFarAsItGoes) {
 
 TEST(ParseEccKey, TellsTheCurveByTheSizeOfTheWholeData) {
     const struct {
-        int size;
+        int m_Size;
         int m_Coordinate;
         const char* m_Curve;
     } table[] = {
@@ -223,10 +223,10 @@ TEST(ParseEccKey, TellsTheCurveByTheSizeOfTheWholeData) {
         {64, 31, P256}, {66, 32, P256}, {3, 1, P256},    {2, 0, P256},   {1, 0, P256},
     };
     for (const auto& row : table) {
-        const PublicKeyData key = ParseEccKey(Bytes(row.size, 0x04), 0);
+        const PublicKeyData key = ParseEccKey(Bytes(row.m_Size, 0x04), 0);
         EXPECT_EQ(Velmor::KEY_ECC, key.m_KeyType);
-        EXPECT_EQ(row.m_Coordinate, key.m_CoordinateLength) << row.size;
-        EXPECT_EQ(row.m_Curve, key.m_CurveOid) << row.size;
+        EXPECT_EQ(row.m_Coordinate, key.m_CoordinateLength) << row.m_Size;
+        EXPECT_EQ(row.m_Curve, key.m_CurveOid) << row.m_Size;
         ExpectNoRsaFields(key);
     }
 }

@@ -23,6 +23,7 @@ slCertificate WithRaw(const std::string& oid, const Bytes& content) {
 /// "kind:text" of each.
 std::vector<std::string> TextsOf(const std::vector<CertificateName>& names) {
     std::vector<std::string> texts;
+    texts.reserve(names.size());
     for (const CertificateName& name : names) {
         texts.push_back(std::to_string(static_cast<int>(name.m_Kind)) + ":" + name.m_Text);
     }

@@ -36,6 +36,8 @@ std::time_t Local(int year, int month, int day, int hour = 0, int minute = 0, in
 }
 
 const std::time_t NOON = 1451649600; // 2016-01-01 12:00:00 UTC
+constexpr std::time_t MINUTE = 60;
+constexpr std::time_t HOUR = 60 * MINUTE;
 
 struct TextAndSeconds {
     std::string m_Text;
@@ -112,12 +114,12 @@ TEST(Asn1Time, TheCharacterBeforeTheSignOfAUtcTimeDecides) {
     const ScopedVariable utc("TZ", "UTC0");
     const TextAndSeconds table[] = {
         // The plus is found, the minus before it says subtract; hours from "+0", minutes from "10".
-        {"1601011200-+0100", NOON - 10 * 60},
-        {"1601011200-+5300", NOON - 5 * 3600 - 30 * 60},
-        {"160101120000-+5300", NOON - 5 * 3600 - 30 * 60},
-        {"1601011200-+53", NOON - 5 * 3600}, // four characters: no minutes
-        {"1601011200-+5", NOON - 5 * 3600},
-        {"1601011200-+530", NOON - 5 * 3600 - 30 * 60},
+        {"1601011200-+0100", NOON - 10 * MINUTE},
+        {"1601011200-+5300", NOON - 5 * HOUR - 30 * MINUTE},
+        {"160101120000-+5300", NOON - 5 * HOUR - 30 * MINUTE},
+        {"1601011200-+53", NOON - 5 * HOUR}, // four characters: no minutes
+        {"1601011200-+5", NOON - 5 * HOUR},
+        {"1601011200-+530", NOON - 5 * HOUR - 30 * MINUTE},
         // A plus anywhere is found before a minus.
         {"160101120000-0100+", NOON},
     };

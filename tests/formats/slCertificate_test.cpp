@@ -142,7 +142,7 @@ TEST(SlCertificateCopies, SelfAssignmentDoesNothing) {
 
 TEST(SlCertificateCopies, EqualCertificatesInDifferentObjectsDiffer) {
     const slCertificate one = CertificateBuilder().Wrapped();
-    const slCertificate same(one);
+    const slCertificate same(one); // NOLINT(performance-unnecessary-copy-initialization): what is tested
     EXPECT_EQ(one.ToBin(), same.ToBin());
     EXPECT_FALSE(one == same);
     EXPECT_TRUE(one == one);

@@ -16,7 +16,7 @@ struct AlphabetRow {
     const char* m_Name;
     const char* m_IndexTable;
     const std::uint16_t* m_ReverseTable;
-    const char* end;
+    const char* m_End;
     bool m_Pads;
 };
 
@@ -94,13 +94,13 @@ std::string OlderDecoded(const std::string& text) {
 
 TEST(Base64Tables, HoldTheAlphabetAndThePaddingCharacter) {
     for (const AlphabetRow& row : ALPHABETS) {
-        EXPECT_EQ(COMMON_CHARACTERS + row.end, std::string(row.m_IndexTable, 65)) << row.m_Name;
+        EXPECT_EQ(COMMON_CHARACTERS + row.m_End, std::string(row.m_IndexTable, 65)) << row.m_Name;
     }
 }
 
 TEST(Base64Tables, ReverseEachCharacter) {
     for (const AlphabetRow& row : ALPHABETS) {
-        const std::string alphabet = COMMON_CHARACTERS + row.end;
+        const std::string alphabet = COMMON_CHARACTERS + row.m_End;
         for (int c = 0; c < 128; ++c) {
             const std::size_t position = alphabet.find(static_cast<char>(c));
             const bool member = position < 64 || (position == 64 && row.m_Pads);

@@ -245,7 +245,7 @@ TEST(ByteArray, ReverseTurnsTheOrderInPlace) {
 TEST(ByteArray, PadsLengthenButNeverShorten) {
     struct Row {
         Bytes m_Bytes;
-        unsigned int size;
+        unsigned int m_Size;
         Bytes m_Right;
         Bytes m_Left;
     };
@@ -256,10 +256,10 @@ TEST(ByteArray, PadsLengthenButNeverShorten) {
              Row{{1, 2}, 2, {1, 2}, {1, 2}},
          }) {
         ByteArray right = Array(row.m_Bytes);
-        right.PadRight(row.size, 9);
+        right.PadRight(row.m_Size, 9);
         EXPECT_EQ(row.m_Right, right);
         ByteArray left = Array(row.m_Bytes);
-        left.Padleft(row.size, 9);
+        left.Padleft(row.m_Size, 9);
         EXPECT_EQ(row.m_Left, left);
     }
     ByteArray number = Array({1});

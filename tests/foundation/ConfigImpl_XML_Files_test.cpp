@@ -93,10 +93,11 @@ TEST_F(AStore, ReadsALargeFile) {
 
 TEST_F(AStore, CountsAHugeFileAsEmpty) {
     WriteUserFile("<orselclient><a><b>x</b></a></orselclient>");
-    std::filesystem::resize_file(UserFile(), 64 * 1024 * 1024 + 1); // sparse
+    constexpr std::uintmax_t LARGEST = std::uintmax_t{64} << 20;
+    std::filesystem::resize_file(UserFile(), LARGEST + 1); // sparse
     Opened();
     EXPECT_EQ("(nothing)", TextAt(m_Store, Row("a", "b")));
-    std::filesystem::resize_file(UserFile(), 64 * 1024 * 1024);
+    std::filesystem::resize_file(UserFile(), LARGEST);
     EXPECT_TRUE(m_Store.read(CONFIG_TYPE_USER)) << "the largest file; the zero bytes end its text";
     EXPECT_EQ("x", TextAt(m_Store, Row("a", "b")));
 }

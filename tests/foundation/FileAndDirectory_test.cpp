@@ -89,12 +89,14 @@ TEST(CombinePaths, KeepsBothNamesOfARandomJoinWithOneSlashBetween) {
     for (int round = 0; round < 1000; ++round) {
         const std::string a = name();
         const std::string b = name();
+        const std::string folder = a + "/";
+        const std::string joined = folder + b;
         for (const char* behind : {"", "/"}) {
             for (const char* before : {"", "/"}) {
                 const std::string path = CombinePaths(a + behind, before + b);
-                ASSERT_EQ(a + "/" + b, path);
+                ASSERT_EQ(joined, path);
                 ASSERT_EQ(b, GetFilenameFromPath(path));
-                ASSERT_EQ(a + "/", RemoveLastPartFromPath(path));
+                ASSERT_EQ(folder, RemoveLastPartFromPath(path));
             }
         }
     }

@@ -112,14 +112,14 @@ TEST_F(ThirdPartyTools, ListEverythingOnAToken) {
 /// The two tools at work with a PIN: the library asks for it, since its readers have keypads.
 class ThirdPartyToolsWithAPin : public ThirdPartyTools {
 protected:
-    ThirdPartyToolsWithAPin() : data(m_Deck.Folder() + "/data"), m_Signature(m_Deck.Folder() + "/signature") {
-        std::ofstream(data) << "12345678901234567890"; // as long as a SHA-1 hash
+    ThirdPartyToolsWithAPin() : m_Data(m_Deck.Folder() + "/data"), m_Signature(m_Deck.Folder() + "/signature") {
+        std::ofstream(m_Data) << "12345678901234567890"; // as long as a SHA-1 hash
     }
 
     /// Signs with one tool and lets OpenSSL's part of it verify.
     void SignAndVerify(int slot, const std::string& id, const std::string& mechanism) {
         const std::string where =
-            "--slot " + std::to_string(slot) + " --id " + id + " -m " + mechanism + " -i " + data;
+            "--slot " + std::to_string(slot) + " --id " + id + " -m " + mechanism + " -i " + m_Data;
         const Outcome made = Pkcs11Tool("--login --sign " + where + " -o " + m_Signature);
         EXPECT_EQ(0, made.m_Code) << made.m_Out;
         const Outcome verified = Pkcs11Tool("--verify " + where + " --signature-file " + m_Signature);
@@ -130,7 +130,7 @@ protected:
                     HasSubstr("Invalid signature"));
     }
 
-    const std::string data;
+    const std::string m_Data;
     const std::string m_Signature;
 };
 
@@ -148,7 +148,7 @@ TEST_F(ThirdPartyToolsWithAPin, SignAndVerifyWithEc) {
 
 TEST_F(ThirdPartyToolsWithAPin, FailToSignWithAWrongPin) {
     m_Deck.AnswerPins({"4321"});
-    const Outcome refused = Pkcs11Tool("--slot 1 --login --sign --id 02 -m ECDSA -i " + data);
+    const Outcome refused = Pkcs11Tool("--slot 1 --login --sign --id 02 -m ECDSA -i " + m_Data);
     EXPECT_NE(0, refused.m_Code);
     EXPECT_THAT(refused.m_Out, HasSubstr("CKR_PIN_INCORRECT"));
     EXPECT_EQ(2U, m_Deck.TriesLeft("01-ecard-g2", "encryption"));

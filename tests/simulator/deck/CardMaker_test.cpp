@@ -8,7 +8,6 @@
 #include "tests/support/SimDeck.h"
 
 using orselsim::Bytes;
-using orselsim::BytesOf;
 using orselsim::Card;
 using orselsim::CardKind;
 using orselsim::FindCardKind;

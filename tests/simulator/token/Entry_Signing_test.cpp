@@ -22,7 +22,7 @@ TEST_F(CardSignature, IsMadeByEachKeyAndConfirmedByTheCard) {
         const char* m_Application;
         CK_MECHANISM_TYPE m_Mechanism;
         const char* m_Pin;
-        std::size_t size;
+        std::size_t m_Size;
     };
     const Case cases[] = {
         {"SIG", CKM_ECDSA, "123456", 64},
@@ -39,7 +39,7 @@ TEST_F(CardSignature, IsMadeByEachKeyAndConfirmedByTheCard) {
         m_Deck.AnswerPins({c.m_Pin});
         const CK_OBJECT_HANDLE secret = GetPrivateKey(std::string("SK.CH.") + c.m_Application);
         EXPECT_EQ(Rv(CKR_OK), Sign(c.m_Mechanism, secret, m_Input, m_Signature));
-        EXPECT_THAT(m_Signature, SizeIs(c.size));
+        EXPECT_THAT(m_Signature, SizeIs(c.m_Size));
         const CK_OBJECT_HANDLE open = PublicKey(std::string("PK.CH.") + c.m_Application);
         EXPECT_EQ(Rv(CKR_OK), Verify(c.m_Mechanism, open, m_Input, m_Signature));
         EXPECT_EQ(Rv(CKR_SIGNATURE_INVALID), Verify(c.m_Mechanism, open, Bytes(20, 8), m_Signature));
