@@ -26,6 +26,7 @@ using testing::StartsWith;
 namespace {
 
 constexpr std::time_t WHEN_VALID = 1751371200; // 2025-07-01 12:00:00 UTC
+constexpr std::time_t DAY = 86400;
 
 class ProbedFrame : public CertificateFrame {
 public:
@@ -118,7 +119,7 @@ TEST_F(ACertificateWindow, TellsAboveWhatAPersonWantsToKnow) {
 }
 
 TEST_F(ACertificateWindow, SaysThatAnExpiredOneIsNoMore) {
-    Open(CertificateBuilder(), WHEN_VALID + 184 * 24 * 60 * 60 + 12 * 24 * 60 * 60);
+    Open(CertificateBuilder(), WHEN_VALID + (184 + 12) * DAY);
     EXPECT_EQ("Abgelaufen seit 12 Tagen", m_Frame->label_state->GetLabelText());
     EXPECT_FALSE(m_Frame->label_note->IsShown());
 }
@@ -253,8 +254,8 @@ TEST_F(ACertificateWindow, StaysUsableWithTenThousandAlternativeNames) {
 }
 
 TEST_F(ACertificateWindow, ShowsNoMoreOfATenMegabyteExtensionThanAPersonCanRead) {
-    constexpr std::size_t size = 10UL * 1024 * 1024;
-    Open(CertificateBuilder().RawExtension("1.2.3.4", std::vector<unsigned char>(size, 0xab)));
+    constexpr std::size_t SIZE = 10UL * 1024 * 1024;
+    Open(CertificateBuilder().RawExtension("1.2.3.4", std::vector<unsigned char>(SIZE, 0xab)));
     for (int row = 0; row < m_Frame->list_rows->GetItemCount(); ++row) {
         m_Frame->list_rows->Select(row);
         EXPECT_LT(m_Frame->text_value->GetValue().length(), 20000U);
@@ -262,7 +263,7 @@ TEST_F(ACertificateWindow, ShowsNoMoreOfATenMegabyteExtensionThanAPersonCanRead)
     m_Frame->m_Notebook->SetSelection(1);
     EXPECT_LT(m_Frame->text_all->GetValue().length(), 1000000U);
     PressButton(ID_VIEWER_COPY_ALL); // has no limit
-    EXPECT_GT(Clipboard().size(), 3 * size);
+    EXPECT_GT(Clipboard().size(), 3 * SIZE);
 }
 
 TEST_F(ACertificateWindow, CutsNothingThatItSays) {

@@ -10,7 +10,6 @@
 #include "viewer/VisibleText.h"
 
 using testing::Contains;
-using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -80,19 +79,19 @@ TEST(CertificateRows, ShowEveryKindOfNameAndEveryPartOfAnAuthorityKey) {
 }
 
 TEST(CertificateRows, OfATenMegabyteExtensionAreCutWhereTheyAreLookedAt) {
-    constexpr std::size_t size = 10UL * 1024 * 1024;
+    constexpr std::size_t SIZE = 10UL * 1024 * 1024;
     const auto rows =
-        viewer::RowsOf(CertificateBuilder().RawExtension("1.2.3.4", Bytes(size, 0xab)).Wrapped());
+        viewer::RowsOf(CertificateBuilder().RawExtension("1.2.3.4", Bytes(SIZE, 0xab)).Wrapped());
     const auto row =
         std::find_if(rows.begin(), rows.end(), [](const Row& r) { return r.Label() == "1.2.3.4"; });
     ASSERT_NE(rows.end(), row);
     EXPECT_LE(row->Value(200).size(), 210u);
     EXPECT_THAT(row->Value(200), EndsWith("AB…"));
-    EXPECT_EQ(3 * size - 1, row->Value().size());
+    EXPECT_EQ(3 * SIZE - 1, row->Value().size());
     const std::string text = viewer::LongText(rows, 10000);
     EXPECT_LE(text.size(), 14000u);
     EXPECT_THAT(text, EndsWith("Hier gekürzt: es folgt noch mehr.\n"));
-    EXPECT_GT(viewer::LongText(rows).size(), 3 * size);
+    EXPECT_GT(viewer::LongText(rows).size(), 3 * SIZE);
 }
 
 TEST(CertificateRows, HoldTenThousandAlternativeNames) {

@@ -11,7 +11,7 @@ using viewer::Validity;
 
 namespace {
 
-constexpr std::time_t DAY = 24 * 60 * 60;
+constexpr std::time_t DAY = 86400;
 constexpr std::time_t FROM = 1451649600;  // 2016-01-01 12:00:00 UTC
 constexpr std::time_t UNTIL = 1767268800; // 2026-01-01 12:00:00 UTC
 
@@ -38,7 +38,7 @@ TEST(State, OfAnExpiredOneTellsSinceWhen) {
     ExpectState(UNTIL + DAY, Validity::EXPIRED, "Abgelaufen seit einem Tag");
     ExpectState(UNTIL + 12 * DAY, Validity::EXPIRED, "Abgelaufen seit 12 Tagen");
     ExpectState(UNTIL + 730 * DAY, Validity::EXPIRED, "Abgelaufen seit 730 Tagen");
-    ExpectState(UNTIL + 9 * 365 * DAY, Validity::EXPIRED, "Abgelaufen seit über 9 Jahren");
+    ExpectState(UNTIL + 9 * (365 * DAY), Validity::EXPIRED, "Abgelaufen seit über 9 Jahren");
 }
 
 TEST(State, OfAFutureOneTellsFromWhenOnInLocalTime) {
