@@ -81,7 +81,8 @@ TEST_F(APersonWithTheViewer, OpensOneViewerOfAProgramThatStoodStillForAWhile) {
     Start(1);
     m_Program->Kill(SIGSTOP);
     std::thread wakes([this] {
-        std::this_thread::sleep_for(std::chrono::seconds(8)); // longer than a press waits for its effect, twice
+        std::this_thread::sleep_for(
+            std::chrono::seconds(8)); // longer than a press waits for its effect, twice
         m_Program->Kill(SIGCONT);
     });
     const size_t before = Calls("C_OpenSession");

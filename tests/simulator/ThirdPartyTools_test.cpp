@@ -112,7 +112,8 @@ TEST_F(ThirdPartyTools, ListEverythingOnAToken) {
 /// The two tools at work with a PIN: the library asks for it, since its readers have keypads.
 class ThirdPartyToolsWithAPin : public ThirdPartyTools {
 protected:
-    ThirdPartyToolsWithAPin() : m_Data(m_Deck.Folder() + "/data"), m_Signature(m_Deck.Folder() + "/signature") {
+    ThirdPartyToolsWithAPin()
+        : m_Data(m_Deck.Folder() + "/data"), m_Signature(m_Deck.Folder() + "/signature") {
         std::ofstream(m_Data) << "12345678901234567890"; // as long as a SHA-1 hash
     }
 
