@@ -4,6 +4,7 @@
 #include "card/CardLimits.h"
 #include "card/tkPKCS11.h"
 #include "cli/Interruption.h"
+#include "cli/StrayOutput.h"
 
 namespace orselcli {
 
@@ -94,12 +95,17 @@ struct Stand<EntryPoint, Ends> {
         }
         const Room room = RoomOf(arguments...);
         const TemplateRoom attributes(arguments...);
-        const CK_RV code = m_Original(arguments...);
+        const CK_RV code = CallOriginal(arguments...);
         const bool beyondReason = code == CKR_OK && (room.IsOverrun() || attributes.IsOverrun());
         if ((code != CKR_OK || beyondReason) && !Ends) {
             g_Seen = {code, m_Name, beyondReason};
         }
         return code;
+    }
+
+    static CK_RV CallOriginal(Parameters... arguments) {
+        const StrayOutput stray;
+        return m_Original(arguments...);
     }
 
     static void Take(const char* name) {

@@ -13,6 +13,7 @@
 #include "card/tkPKCS11Logging.h"
 #include "cli/CallWitness.h"
 #include "cli/Interruption.h"
+#include "cli/StrayOutput.h"
 #include "cli/SubjectName.h"
 #include "cli/Words.h"
 
@@ -66,6 +67,7 @@ struct LibraryCloser {
 } // namespace
 
 std::unique_ptr<Cards> Cards::Bind(Outcome& outcome) {
+    const StrayOutput stray;
     // Tried before the card class does, which writes the loader's own words to standard error.
     const std::unique_ptr<void, LibraryCloser> library(Velmor::tk_dlopen(TOKEN_LIBRARY));
     if (library == nullptr) {
@@ -87,6 +89,7 @@ std::unique_ptr<Cards> Cards::Bind(Outcome& outcome) {
 }
 
 Cards::~Cards() {
+    const StrayOutput stray;
     Destroy();
 }
 

@@ -28,9 +28,10 @@ void WriteConfiguration(const std::string& folder, const std::string& text) {
     std::ofstream(VelmorIn(folder) + "/orselclient/config") << text;
 }
 
-[[noreturn]] void BecomeProgram(const std::string& folder, bool withConfiguration) {
+[[noreturn]] void BecomeProgram(const std::string& folder, bool withConfiguration,
+                                const std::string& libraries) {
     setenv("HOME", folder.c_str(), 1);
-    setenv("LD_LIBRARY_PATH", ORSEL_SIMULATOR_DIR, 1);
+    setenv("LD_LIBRARY_PATH", libraries.c_str(), 1);
     const std::string obstacle = withConfiguration ? privateetc::EnterWith(VelmorIn(folder), folder) : "";
     if (obstacle.empty()) {
         execl(ORSEL_PROGRAM, "orselcards", nullptr);
@@ -41,7 +42,8 @@ void WriteConfiguration(const std::string& folder, const std::string& text) {
 
 } // namespace
 
-Program::Program(const std::string& folder, const std::string& systemConfiguration)
+Program::Program(const std::string& folder, const std::string& systemConfiguration,
+                 const std::string& libraries)
     : m_OutputFile(folder + "/output.txt") {
     if (!systemConfiguration.empty()) {
         WriteConfiguration(folder, systemConfiguration);
@@ -54,7 +56,7 @@ Program::Program(const std::string& folder, const std::string& systemConfigurati
         const int file = open(m_OutputFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
         dup2(file, STDOUT_FILENO);
         dup2(file, STDERR_FILENO);
-        BecomeProgram(folder, !systemConfiguration.empty());
+        BecomeProgram(folder, !systemConfiguration.empty(), libraries);
     }
 }
 

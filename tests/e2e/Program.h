@@ -13,7 +13,8 @@ class Program {
 public:
     /// With a text for the system's configuration file the program sees an "/etc" of its own that has it. A
     /// machine that allows none is found out before, by privateetc::Obstacle().
-    explicit Program(const std::string& folder, const std::string& systemConfiguration = "");
+    explicit Program(const std::string& folder, const std::string& systemConfiguration = "",
+                     const std::string& libraries = ORSEL_SIMULATOR_DIR);
     ~Program();
     Program(const Program&) = delete; // one process, one owner
     Program& operator=(const Program&) = delete;
