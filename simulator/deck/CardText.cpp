@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "simulator/store/Card.h"
-#include "simulator/store/OpenSslHandles.h"
+#include "tokenlib/OpenSslHandles.h"
 
 namespace orselsim {
 

@@ -4,8 +4,9 @@
 
 #include <string>
 
-#include "simulator/store/Hex.h"
-#include "simulator/store/OpenSslHandles.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/Hex.h"
+#include "tokenlib/OpenSslHandles.h"
 
 namespace orselsim {
 

@@ -4,7 +4,8 @@
 
 #include <string>
 
-#include "simulator/store/Hex.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/Hex.h"
 
 namespace orselsim {
 

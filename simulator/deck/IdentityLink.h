@@ -5,7 +5,8 @@
 #include <string>
 
 #include "simulator/deck/DemoAuthority.h"
-#include "simulator/store/Hex.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/Hex.h"
 
 namespace orselsim {
 

@@ -9,8 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "simulator/store/Hex.h"
 #include "simulator/store/PinRecord.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/Hex.h"
 
 namespace orselsim {
 

@@ -5,7 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "simulator/store/Hex.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/Hex.h"
 
 namespace orselsim {
 

@@ -2,7 +2,7 @@
 #include "simulator/token/Authorisation.h"
 
 #include "simulator/store/Files.h"
-#include "simulator/token/Refusal.h"
+#include "tokenlib/Refusal.h"
 
 namespace orselsim {
 
@@ -41,15 +41,6 @@ PinQuestion NewPinQuestion(const CardRecord& card, const std::string& pinName) {
     return {CardLine(card) + "Neue " + DisplayName(pinName) + " eingeben, " +
                 std::to_string(pin.m_MinLength) + " bis " + std::to_string(pin.m_MaxLength) + " Ziffern",
             "Neue PIN:", true};
-}
-
-Secret AskUser(Call& call, Runtime& runtime, const PinQuestion& question) {
-    std::optional<Secret> answer;
-    call.WithoutLock([&] { answer = runtime.GetPinEntry().Ask(question); });
-    if (!answer) {
-        throw Refusal{CKR_FUNCTION_CANCELED};
-    }
-    return std::move(*answer);
 }
 
 const PinRecord& UsablePin(const CardRecord& card, const std::string& pinName) {
@@ -100,8 +91,7 @@ void Authorise(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, const st
         return;
     }
     UsablePin(view.m_Card->Record(), pinName);
-    const Secret pin =
-        AskUser(call, runtime, SecretQuestion(view.m_Card->Record(), pinName, SecretKind::PIN));
+    const Secret pin = call.Ask(SecretQuestion(view.m_Card->Record(), pinName, SecretKind::PIN));
     CheckPin(runtime, session, pinName, pin);
 }
 

@@ -5,9 +5,10 @@
 #include <functional>
 #include <string>
 
-#include "simulator/token/Call.h"
+#include "simulator/store/Shared.h"
 #include "simulator/token/Runtime.h"
-#include "simulator/token/Secret.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Secret.h"
 
 namespace orselsim {
 
@@ -19,10 +20,6 @@ PinQuestion SecretQuestion(const CardRecord& card, const std::string& pinName, S
 
 /// The question for a PIN that is to be set.
 PinQuestion NewPinQuestion(const CardRecord& card, const std::string& pinName);
-
-/// Asks without holding the lock; throws Refusal with CKR_FUNCTION_CANCELED when the user cancels.
-/// What the caller knew of sessions and cards has to be asked for again afterwards.
-Secret AskUser(Call& call, Runtime& runtime, const PinQuestion& question);
 
 /// The PIN, ready to be tried. Throws Refusal when the card does not have it, when it has not been
 /// set, and when it is blocked.

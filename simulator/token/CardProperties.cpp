@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "simulator/token/CardProperties.h"
 
-#include "simulator/token/Refusal.h"
+#include "tokenlib/Refusal.h"
 
 namespace orselsim {
 

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <iostream>
 
-#include "simulator/token/Refusal.h"
+#include "tokenlib/Refusal.h"
 
 namespace orselsim {
 

@@ -1,36 +1,17 @@
 // SPDX-License-Identifier: MIT
 // Entry points of the library as a whole: start, end, what it is.
-#include "simulator/token/Call.h"
-#include "simulator/token/Output.h"
 #include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/InitArguments.h"
+#include "tokenlib/Output.h"
 
 using orselsim::Call;
 using orselsim::Refusal;
 using orselsim::Runtime;
 
-namespace {
-
-void CheckLocking(const CK_C_INITIALIZE_ARGS& args) {
-    if (args.pReserved != nullptr) {
-        throw Refusal{CKR_ARGUMENTS_BAD};
-    }
-    const int given = (args.CreateMutex != nullptr ? 1 : 0) + (args.DestroyMutex != nullptr ? 1 : 0) +
-                      (args.LockMutex != nullptr ? 1 : 0) + (args.UnlockMutex != nullptr ? 1 : 0);
-    if (given != 0 && given != 4) {
-        throw Refusal{CKR_ARGUMENTS_BAD};
-    }
-    if (given == 4 && (args.flags & CKF_OS_LOCKING_OK) == 0) {
-        throw Refusal{CKR_CANT_LOCK}; // this library locks with the system's own means only
-    }
-}
-
-} // namespace
-
 CK_RV C_Initialize(void* initArgs) {
     return Call("C_Initialize").RunFirst([&] {
-        if (initArgs != nullptr) {
-            CheckLocking(*static_cast<const CK_C_INITIALIZE_ARGS*>(initArgs));
-        }
+        tokenlib::CheckInitArguments(initArgs);
         return orselsim::StartRuntime();
     });
 }
@@ -40,7 +21,7 @@ CK_RV C_Finalize(void* reserved) {
         if (reserved != nullptr) {
             throw Refusal{CKR_ARGUMENTS_BAD};
         }
-        orselsim::StopRuntime();
+        tokenlib::StopRuntime();
     });
 }
 

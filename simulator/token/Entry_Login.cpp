@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Entry points that log the user in and out.
 #include "simulator/token/Authorisation.h"
-#include "simulator/token/Call.h"
-#include "simulator/token/Output.h"
+#include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Output.h"
 
 using orselsim::Call;
 using orselsim::Refusal;
@@ -55,11 +56,10 @@ CK_RV C_Login(CK_SESSION_HANDLE session, CK_USER_TYPE user, CK_BYTE* pin, CK_ULO
         const SessionView view = runtime.ViewOf(session);
         const std::string name = PinOfLogin(view, user);
         orselsim::UsablePin(view.m_Card->Record(), name);
-        const Secret secret = isGiven
-                                  ? Secret(std::string(pin, pin + pinLen))
-                                  : orselsim::AskUser(call, runtime,
-                                                      orselsim::SecretQuestion(view.m_Card->Record(), name,
-                                                                               orselsim::SecretKind::PIN));
+        const Secret secret =
+            isGiven
+                ? Secret(std::string(pin, pin + pinLen))
+                : call.Ask(orselsim::SecretQuestion(view.m_Card->Record(), name, orselsim::SecretKind::PIN));
         orselsim::CheckPin(runtime, session, name, secret);
         NoteLogin(runtime.ViewOf(session), user);
     });

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Entry points that these cards have no use for. They are traced and meet faults like any other.
-#include "simulator/token/Call.h"
-#include "simulator/token/Refusal.h"
+#include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Refusal.h"
 
 using orselsim::Call;
 using orselsim::Refusal;

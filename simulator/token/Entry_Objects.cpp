@@ -4,8 +4,9 @@
 #include <array>
 
 #include "simulator/token/Authorisation.h"
-#include "simulator/token/Call.h"
-#include "simulator/token/Output.h"
+#include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Output.h"
 
 using orselsim::AttributeMap;
 using orselsim::Bytes;

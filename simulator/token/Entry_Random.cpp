@@ -2,8 +2,9 @@
 // Entry points of the random number generator.
 #include <openssl/rand.h>
 
-#include "simulator/token/Call.h"
-#include "simulator/token/Output.h"
+#include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Output.h"
 
 using orselsim::Call;
 using orselsim::Refusal;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Entry points of sessions.
-#include "simulator/token/Call.h"
-#include "simulator/token/Output.h"
+#include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Output.h"
 
 using orselsim::Call;
 using orselsim::Refusal;

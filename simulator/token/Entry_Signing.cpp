@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Entry points that sign and verify.
 #include "simulator/token/Authorisation.h"
-#include "simulator/token/Call.h"
-#include "simulator/token/Names.h"
-#include "simulator/token/Output.h"
+#include "simulator/token/Runtime.h"
 #include "simulator/token/Signing.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Names.h"
+#include "tokenlib/Output.h"
 
 using orselsim::Bytes;
 using orselsim::Call;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Entry points of slots and tokens: which readers there are, and what lies in them.
-#include "simulator/token/Call.h"
 #include "simulator/token/Mechanisms.h"
-#include "simulator/token/Names.h"
-#include "simulator/token/Output.h"
+#include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Names.h"
+#include "tokenlib/Output.h"
 
 using orselsim::Call;
 using orselsim::CardRecord;

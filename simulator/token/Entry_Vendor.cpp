@@ -3,32 +3,15 @@
 // command APDUs.
 #include <cstring>
 
-#include "simulator/token/Call.h"
 #include "simulator/token/CardProperties.h"
-#include "simulator/token/Output.h"
+#include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Output.h"
 
 using orselsim::Bytes;
 using orselsim::Call;
 using orselsim::Runtime;
 using orselsim::SessionView;
-
-namespace {
-
-/// A command as the trace may show it: the header, and the data only of commands that carry no
-/// secret. A command that verifies a PIN has the PIN in its data.
-std::string ShownCommand(const unsigned char* apdu, unsigned long size) {
-    if (apdu == nullptr) {
-        return "";
-    }
-    const Bytes bytes(apdu, apdu + size);
-    const bool isHarmless = bytes.size() <= 5 || bytes[1] == 0xA4;
-    if (isHarmless) {
-        return orselsim::ToHex(bytes);
-    }
-    return orselsim::ToHex(Bytes(bytes.begin(), bytes.begin() + 4)) + "[" + std::to_string(size - 4) + "]";
-}
-
-} // namespace
 
 CK_RV C_CardAttribute(CK_SESSION_HANDLE session, const char* name, unsigned char* out,
                       unsigned long* outLen) {
@@ -50,7 +33,7 @@ CK_RV C_CardAttribute(CK_SESSION_HANDLE session, const char* name, unsigned char
 CK_RV C_CardTransmit(CK_SESSION_HANDLE session, const unsigned char* apdu, unsigned long apduLen,
                      unsigned char* response, unsigned long* responseLen) {
     Call call("C_CardTransmit");
-    call.Session(session).Text("apdu", ShownCommand(apdu, apduLen)).Slow();
+    call.Session(session).Command(apdu, apduLen).Slow();
     return call.Run([&](Runtime& runtime) {
         const SessionView view = runtime.ViewOf(session);
         orselsim::Require(apdu);

@@ -8,9 +8,10 @@
 #include "simulator/store/Files.h"
 #include "simulator/store/InfoboxFile.h"
 #include "simulator/token/Authorisation.h"
-#include "simulator/token/Call.h"
-#include "simulator/token/Output.h"
 #include "simulator/token/PinCommands.h"
+#include "simulator/token/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/Output.h"
 
 using orselsim::Bytes;
 using orselsim::Call;

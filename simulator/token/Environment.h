@@ -4,15 +4,15 @@
 
 #include <string>
 
+#include "tokenlib/Environment.h"
+
 namespace orselsim {
 
 /// What the process's environment says, read once when the library is initialised. A variable that
 /// is not set is an empty text.
 struct Environment {
-    std::string m_Deck;      ///< ORSELSIM_DECK, directory
-    std::string m_Trace;     ///< ORSELSIM_TRACE, file
-    std::string m_Faults;    ///< ORSELSIM_FAULTS, file
-    std::string m_PinScript; ///< ORSELSIM_PIN_SCRIPT, file
+    std::string m_Deck;             ///< ORSELSIM_DECK, directory
+    tokenlib::Environment m_Shared; ///< ORSELSIM_TRACE, ORSELSIM_FAULTS, ORSELSIM_PIN_SCRIPT
 
     static Environment Read();
 };

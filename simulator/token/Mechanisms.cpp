@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "simulator/token/Refusal.h"
+#include "tokenlib/Refusal.h"
 
 namespace orselsim {
 

@@ -4,7 +4,8 @@
 
 #include <vector>
 
-#include "simulator/token/Pkcs11.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/Pkcs11.h"
 
 namespace orselsim {
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "simulator/token/ObjectAttributes.h"
 
-#include <cstring>
-
 #include <openssl/err.h>
 
 #include "simulator/store/KeyMaterial.h"
+#include "tokenlib/PublicParts.h"
 
 namespace orselsim {
 
@@ -19,51 +18,6 @@ AttributeMap CommonAttributes(const ObjectRecord& object, CK_OBJECT_CLASS object
         {CKA_LABEL, BytesOf(object.m_Label)},
         {CKA_MODIFIABLE, FlagValue(true)},
     };
-}
-
-template <class T>
-Bytes DerOf(int (*encode)(T*, unsigned char**), T* value) {
-    const int size = encode(value, nullptr);
-    Bytes der(static_cast<std::size_t>(size < 0 ? 0 : size));
-    unsigned char* end = der.data();
-    if (size > 0) {
-        encode(value, &end);
-    }
-    return der;
-}
-
-// The encoders take a const pointer or not, by the version of libcrypto.
-Bytes DerOfName(const X509_NAME* name) {
-    return DerOf<X509_NAME>([](X509_NAME* n, unsigned char** out) { return i2d_X509_NAME(n, out); },
-                            const_cast<X509_NAME*>(name));
-}
-
-Bytes DerOfInteger(const ASN1_INTEGER* integer) {
-    return DerOf<ASN1_INTEGER>([](ASN1_INTEGER* i, unsigned char** out) { return i2d_ASN1_INTEGER(i, out); },
-                               const_cast<ASN1_INTEGER*>(integer));
-}
-
-Bytes OctetString(const Bytes& content) {
-    const std::unique_ptr<ASN1_OCTET_STRING, FreeWith<ASN1_OCTET_STRING_free>> string(
-        ASN1_OCTET_STRING_new());
-    ASN1_OCTET_STRING_set(string.get(), content.data(), static_cast<int>(content.size()));
-    return DerOf<ASN1_OCTET_STRING>(
-        [](ASN1_OCTET_STRING* s, unsigned char** out) { return i2d_ASN1_OCTET_STRING(s, out); },
-        string.get());
-}
-
-void AddPublicParts(AttributeMap& attributes, const PublicParts& parts, bool isPublicKey) {
-    attributes[CKA_KEY_TYPE] = NumberValue(parts.m_IsRsa ? CKK_RSA : CKK_EC);
-    if (parts.m_IsRsa) {
-        attributes[CKA_MODULUS] = parts.m_Modulus;
-        attributes[CKA_PUBLIC_EXPONENT] = parts.m_Exponent;
-        if (isPublicKey) {
-            attributes[CKA_MODULUS_BITS] = NumberValue(static_cast<CK_ULONG>(parts.m_Bits));
-        }
-        return;
-    }
-    attributes[CKA_EC_PARAMS] = parts.m_EcParams;
-    attributes[CKA_EC_POINT] = OctetString(parts.m_EcPoint);
 }
 
 void AddPublicKeyUse(AttributeMap& attributes) {
@@ -86,16 +40,6 @@ void AddPrivateKeyUse(AttributeMap& attributes, bool asksAtEachSignature) {
 
 } // namespace
 
-Bytes NumberValue(CK_ULONG number) {
-    Bytes value(sizeof number);
-    std::memcpy(value.data(), &number, sizeof number);
-    return value;
-}
-
-Bytes FlagValue(bool flag) {
-    return {static_cast<unsigned char>(flag ? CK_TRUE : CK_FALSE)};
-}
-
 AttributeMap DataAttributes(const ObjectRecord& object, const Bytes& content) {
     AttributeMap attributes = CommonAttributes(object, CKO_DATA);
     attributes[CKA_APPLICATION] = {};
@@ -117,9 +61,9 @@ AttributeMap CertificateAttributes(const ObjectRecord& object, const Bytes& cont
     const unsigned char* der = content.data();
     const X509Ptr certificate(d2i_X509(nullptr, &der, static_cast<long>(content.size())));
     if (certificate) {
-        attributes[CKA_SUBJECT] = DerOfName(X509_get_subject_name(certificate.get()));
-        attributes[CKA_ISSUER] = DerOfName(X509_get_issuer_name(certificate.get()));
-        attributes[CKA_SERIAL_NUMBER] = DerOfInteger(X509_get0_serialNumber(certificate.get()));
+        attributes[CKA_SUBJECT] = DerOf(X509_get_subject_name(certificate.get()));
+        attributes[CKA_ISSUER] = DerOf(X509_get_issuer_name(certificate.get()));
+        attributes[CKA_SERIAL_NUMBER] = DerOf(X509_get0_serialNumber(certificate.get()));
     }
     ERR_clear_error(); // the host program's error queue is not ours to fill
     return attributes;

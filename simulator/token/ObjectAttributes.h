@@ -2,20 +2,11 @@
 #ifndef ORSEL_SIMULATOR_TOKEN_OBJECTATTRIBUTES_H
 #define ORSEL_SIMULATOR_TOKEN_OBJECTATTRIBUTES_H
 
-#include <map>
-
 #include "simulator/store/Card.h"
-#include "simulator/store/OpenSslHandles.h"
-#include "simulator/token/Pkcs11.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/AttributeValues.h"
 
 namespace orselsim {
-
-/// The values of an object's attributes in the standard's binary forms: numbers as CK_ULONG,
-/// flags as one byte, names and serial numbers as DER.
-using AttributeMap = std::map<CK_ATTRIBUTE_TYPE, Bytes>;
-
-Bytes NumberValue(CK_ULONG number);
-Bytes FlagValue(bool flag);
 
 /// Attributes of a data object with this content.
 AttributeMap DataAttributes(const ObjectRecord& object, const Bytes& content);

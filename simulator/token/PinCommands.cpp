@@ -2,7 +2,7 @@
 #include "simulator/token/PinCommands.h"
 
 #include "simulator/token/Authorisation.h"
-#include "simulator/token/Refusal.h"
+#include "tokenlib/Refusal.h"
 
 namespace orselsim {
 
@@ -29,7 +29,7 @@ struct Context {
 /// A new PIN that the card will take.
 Secret AskNewPin(const Context& context) {
     const CardRecord card = context.Record();
-    Secret newPin = AskUser(context.m_Call, context.m_Runtime, NewPinQuestion(card, context.m_PinName));
+    Secret newPin = context.m_Call.Ask(NewPinQuestion(card, context.m_PinName));
     const PinRecord& pin = *card.Pin(context.m_PinName);
     if (newPin.Text().size() < pin.m_MinLength || newPin.Text().size() > pin.m_MaxLength) {
         throw Refusal{CKR_PIN_LEN_RANGE};
@@ -54,8 +54,7 @@ void InitialisePin(const Context& context) {
 void ChangePin(const Context& context) {
     const CardRecord card = context.Record();
     UsablePin(card, context.m_PinName);
-    const Secret oldPin =
-        AskUser(context.m_Call, context.m_Runtime, SecretQuestion(card, context.m_PinName, SecretKind::PIN));
+    const Secret oldPin = context.m_Call.Ask(SecretQuestion(card, context.m_PinName, SecretKind::PIN));
     const Secret newPin = AskNewPin(context);
     context.Change([&](PinRecord& pin) {
         const CK_RV result = TrySecret(pin.m_Pin, oldPin);
@@ -78,8 +77,7 @@ void UnblockPin(const Context& context) {
     if (before.m_Puk->IsBlocked()) {
         throw Refusal{CKR_PIN_LOCKED};
     }
-    const Secret puk =
-        AskUser(context.m_Call, context.m_Runtime, SecretQuestion(card, context.m_PinName, SecretKind::PUK));
+    const Secret puk = context.m_Call.Ask(SecretQuestion(card, context.m_PinName, SecretKind::PUK));
     const Secret newPin = AskNewPin(context);
     context.Change([&](PinRecord& pin) {
         if (!pin.m_Puk) {

@@ -2,7 +2,8 @@
 #ifndef ORSEL_SIMULATOR_TOKEN_PINCOMMANDS_H
 #define ORSEL_SIMULATOR_TOKEN_PINCOMMANDS_H
 
-#include "simulator/token/Call.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/Call.h"
 
 namespace orselsim {
 

@@ -4,43 +4,19 @@
 #include <algorithm>
 #include <atomic>
 
-#include "simulator/token/Refusal.h"
+#include "tokenlib/Refusal.h"
 
 namespace orselsim {
 
 namespace {
 
-std::mutex g_CurrentMutex;
-std::shared_ptr<Runtime> g_Current;
-
 // Handles are never used twice in a process, so that a stale one is always noticed.
 std::atomic<CK_SESSION_HANDLE> g_LastSessionHandle{0};
-
-/// The planned faults go on counting over C_Finalize and C_Initialize while their file stays the
-/// same: "the first C_Initialize fails" is then a plan that a second try gets past.
-std::shared_ptr<Faults> FaultsOf(const std::string& path) {
-    static std::mutex mutex;
-    static std::string lastPath;
-    static std::optional<FileStamp> lastStamp;
-    static std::shared_ptr<Faults> last;
-
-    const std::lock_guard<std::mutex> lock(mutex);
-    const auto stamp = StampOf(path);
-    if (!last || path != lastPath || stamp != lastStamp) {
-        last = std::make_shared<Faults>(path);
-        lastPath = path;
-        lastStamp = stamp;
-    }
-    return last;
-}
 
 } // namespace
 
 Runtime::Runtime(const Environment& environment)
-    : m_Trace(environment.m_Trace),
-      m_Faults(FaultsOf(environment.m_Faults)),
-      m_PinEntry(environment.m_PinScript),
-      m_Deck(environment.m_Deck) {
+    : tokenlib::Runtime(environment.m_Shared), m_Deck(environment.m_Deck) {
     m_Deck.Rescan();
     for (Slot* slot : m_Deck.Slots()) {
         slot->m_HasEvent = false; // what is in its reader from the start has not just come
@@ -120,36 +96,18 @@ Session* Runtime::FindSession(CK_SESSION_HANDLE handle) {
     return found == m_Sessions.end() ? nullptr : &found->second;
 }
 
-Slot* Runtime::SlotOfSession(CK_SESSION_HANDLE handle) {
-    const Session* found = FindSession(handle);
-    return found == nullptr ? nullptr : &m_Deck.SlotOf(found->m_SlotId);
+std::optional<CK_SLOT_ID> Runtime::SlotIdOf(CK_SESSION_HANDLE session) {
+    const Session* found = FindSession(session);
+    return found == nullptr ? std::nullopt : std::make_optional(found->m_SlotId);
 }
 
-std::shared_ptr<Runtime> CurrentRuntime() {
-    const std::lock_guard<std::mutex> lock(g_CurrentMutex);
-    return g_Current;
+unsigned long Runtime::DelayOf(CK_SLOT_ID slot) {
+    const Slot* found = m_Deck.Find(slot);
+    return found != nullptr && found->m_Card ? found->m_Card->Record().m_DelayMs : 0;
 }
 
-std::shared_ptr<Runtime> StartRuntime() {
-    const std::lock_guard<std::mutex> lock(g_CurrentMutex);
-    if (g_Current) {
-        throw Refusal{CKR_CRYPTOKI_ALREADY_INITIALIZED};
-    }
-    g_Current = std::make_shared<Runtime>(Environment::Read());
-    return g_Current;
-}
-
-void StopRuntime() {
-    std::shared_ptr<Runtime> stopped;
-    {
-        const std::lock_guard<std::mutex> lock(g_CurrentMutex);
-        if (!g_Current) {
-            throw Refusal{CKR_CRYPTOKI_NOT_INITIALIZED};
-        }
-        stopped.swap(g_Current);
-    }
-    const std::lock_guard<std::mutex> lock(stopped->GetMutex());
-    stopped->Close();
+std::shared_ptr<tokenlib::Runtime> StartRuntime() {
+    return tokenlib::StartRuntime([] { return std::make_shared<Runtime>(Environment::Read()); });
 }
 
 } // namespace orselsim

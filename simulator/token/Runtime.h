@@ -4,16 +4,14 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <vector>
 
+#include "simulator/store/Shared.h"
 #include "simulator/token/Deck.h"
 #include "simulator/token/Environment.h"
-#include "simulator/token/Faults.h"
 #include "simulator/token/Mechanisms.h"
-#include "simulator/token/PinEntry.h"
-#include "simulator/token/Trace.h"
+#include "tokenlib/Runtime.h"
 
 namespace orselsim {
 
@@ -48,21 +46,15 @@ struct SessionView {
     std::shared_ptr<const TokenCard> m_Card;
 };
 
-/// Everything between C_Initialize and C_Finalize. A call that sleeps while another thread
-/// finalises keeps its runtime alive, and finds it closed when it wakes up.
-class Runtime {
+/// Everything between C_Initialize and C_Finalize.
+class Runtime : public tokenlib::Runtime {
 public:
     explicit Runtime(const Environment& environment);
 
-    std::mutex& GetMutex() { return m_Mutex; }
-    const Trace& GetTrace() const { return m_Trace; }
-    Faults& GetFaults() { return *m_Faults; }
-    PinEntry& GetPinEntry() { return m_PinEntry; } ///< not to be asked with the mutex held
-
     // The mutex is held for all of the following.
 
-    bool IsClosed() const { return m_IsClosed; }
-    void Close() { m_IsClosed = true; }
+    std::optional<CK_SLOT_ID> SlotIdOf(CK_SESSION_HANDLE session) override;
+    unsigned long DelayOf(CK_SLOT_ID slot) override; ///< the delay of the card in it
 
     Deck& GetDeck() { return m_Deck; }
 
@@ -83,29 +75,15 @@ public:
     /// A session that is open, whatever became of its card; null for an unknown handle.
     Session* FindSession(CK_SESSION_HANDLE handle);
 
-    /// Slot of a session that need not be alive any more; null for an unknown handle.
-    Slot* SlotOfSession(CK_SESSION_HANDLE handle);
-
 private:
     void LogOutWithLastSession(CK_SLOT_ID id);
 
-    std::mutex m_Mutex;
-    Trace m_Trace;
-    std::shared_ptr<Faults> m_Faults;
-    PinEntry m_PinEntry;
-    bool m_IsClosed = false;
     Deck m_Deck;
     std::map<CK_SESSION_HANDLE, Session> m_Sessions;
 };
 
-/// Null before C_Initialize and after C_Finalize.
-std::shared_ptr<Runtime> CurrentRuntime();
-
 /// Makes the runtime from the process's environment. Throws Refusal when there is one already.
-std::shared_ptr<Runtime> StartRuntime();
-
-/// Lets the runtime go; throws Refusal when there is none.
-void StopRuntime();
+std::shared_ptr<tokenlib::Runtime> StartRuntime();
 
 } // namespace orselsim
 

@@ -4,8 +4,8 @@
 #include <openssl/err.h>
 #include <openssl/rsa.h>
 
-#include "simulator/store/OpenSslHandles.h"
-#include "simulator/token/Refusal.h"
+#include "tokenlib/OpenSslHandles.h"
+#include "tokenlib/Refusal.h"
 
 namespace orselsim {
 

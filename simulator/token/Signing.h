@@ -4,8 +4,9 @@
 
 #include <openssl/evp.h>
 
-#include "simulator/store/Hex.h"
+#include "simulator/store/Shared.h"
 #include "simulator/token/Mechanisms.h"
+#include "tokenlib/Hex.h"
 
 namespace orselsim {
 

@@ -7,8 +7,9 @@
 #include <vector>
 
 #include "simulator/store/Card.h"
-#include "simulator/store/OpenSslHandles.h"
+#include "simulator/store/Shared.h"
 #include "simulator/token/ObjectAttributes.h"
+#include "tokenlib/OpenSslHandles.h"
 
 namespace orselsim {
 

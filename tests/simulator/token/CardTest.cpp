@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/simulator/token/CardTest.h"
 
-#include "simulator/token/Pkcs11.h"
+#include "tokenlib/Pkcs11.h"
 
 namespace orseltest {
 

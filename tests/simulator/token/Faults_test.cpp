@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "simulator/token/Faults.h"
+#include "tokenlib/Faults.h"
 
 #include <chrono>
 

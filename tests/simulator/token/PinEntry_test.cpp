@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "simulator/token/PinEntry.h"
+#include "tokenlib/PinEntry.h"
 
 #include <csignal>
 #include <filesystem>
@@ -8,9 +8,9 @@
 
 #include <gmock/gmock.h>
 
-#include "simulator/token/Pkcs11.h"
 #include "tests/simulator/token/CardTest.h"
 #include "tests/support/ScopedVariable.h"
+#include "tokenlib/Pkcs11.h"
 
 using orseltest::Bytes;
 using orseltest::CardOptions;

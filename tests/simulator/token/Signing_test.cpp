@@ -5,8 +5,8 @@
 #include <openssl/rsa.h>
 
 #include "simulator/store/KeyMaterial.h"
-#include "simulator/token/Refusal.h"
 #include "tests/simulator/token/TokenLibrary.h"
+#include "tokenlib/Refusal.h"
 
 using orselsim::Bytes;
 using orselsim::BytesOf;

@@ -7,7 +7,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#include "simulator/token/Names.h"
+#include "tokenlib/Names.h"
 
 namespace orseltest {
 

@@ -10,7 +10,8 @@
 
 #include <p11-kit/pkcs11.h>
 
-#include "simulator/store/Hex.h"
+#include "simulator/store/Shared.h"
+#include "tokenlib/Hex.h"
 
 namespace orseltest {
 

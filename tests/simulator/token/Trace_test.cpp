@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "simulator/token/Trace.h"
+#include "tokenlib/Trace.h"
 
 #include <chrono>
 #include <filesystem>
