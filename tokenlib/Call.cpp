@@ -222,6 +222,14 @@ void Call::Bend(CK_ULONG& length) const {
     }
 }
 
+void Call::Bend(CK_ATTRIBUTE* attributes, CK_ULONG count) const {
+    for (CK_ULONG i = 0; i < count; ++i) {
+        if (!m_Fault.m_Only || *m_Fault.m_Only == attributes[i].type) {
+            Bend(attributes[i].ulValueLen);
+        }
+    }
+}
+
 void Call::WriteTrace(CK_RV result) {
     if (!m_Runtime->GetTrace().IsOn()) {
         return;

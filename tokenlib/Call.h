@@ -57,12 +57,12 @@ public:
     /// Gives `length` the value that a fault plans for it, if one does.
     void Bend(CK_ULONG& length) const;
 
+    /// The same for the attributes of a template: for all of them, or for the one that the fault names.
+    void Bend(CK_ATTRIBUTE* attributes, CK_ULONG count) const;
+
     /// Asks the user for a PIN without holding the lock; throws Refusal with CKR_FUNCTION_CANCELED
     /// when the user cancels.
     Secret Ask(const PinQuestion& question);
-
-    /// The planned fault itself, for calls with several lengths.
-    const FaultEffect& GetFault() const { return m_Fault; }
 
 private:
     using AnyBody = std::function<void(Runtime&)>;

@@ -3,6 +3,8 @@
 
 #include <stdexcept>
 
+#include <openssl/err.h>
+
 namespace tokenlib {
 
 namespace {
@@ -74,6 +76,14 @@ PublicParts PublicPartsOf(EVP_PKEY* key) {
     default:
         throw std::runtime_error("a key that is neither RSA nor EC");
     }
+}
+
+std::size_t EcSignatureSize(const Bytes& ecParams) {
+    const unsigned char* start = ecParams.data();
+    const std::unique_ptr<EC_GROUP, FreeWith<EC_GROUP_free>> curve(
+        d2i_ECPKParameters(nullptr, &start, static_cast<long>(ecParams.size())));
+    ERR_clear_error(); // the host program's error queue is not ours to fill
+    return curve ? 2 * ((static_cast<std::size_t>(EC_GROUP_order_bits(curve.get())) + 7) / 8) : 0;
 }
 
 } // namespace tokenlib

@@ -20,6 +20,10 @@ struct PublicParts {
 /// Throws std::runtime_error for a key that is neither RSA nor EC on a named curve.
 PublicParts PublicPartsOf(EVP_PKEY* key);
 
+/// Bytes of a signature, both numbers one behind the other, with a key on the curve of this object
+/// identifier in DER; 0 for a curve that libcrypto does not know.
+std::size_t EcSignatureSize(const Bytes& ecParams);
+
 } // namespace tokenlib
 
 #endif

@@ -83,16 +83,6 @@ CK_RV ReadAttribute(const TokenObject& object, CK_ATTRIBUTE& asked) {
     return CKR_OK;
 }
 
-/// A planned fault may report any length, for all attributes or for one.
-void BendLengths(const Call& call, CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    const auto& only = call.GetFault().m_Only;
-    for (CK_ULONG i = 0; i < count; ++i) {
-        if (!only || *only == attributes[i].type) {
-            call.Bend(attributes[i].ulValueLen);
-        }
-    }
-}
-
 /// Some cards give private data to somebody with the PIN only.
 void AuthoriseReading(Call& call, Runtime& runtime, CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle) {
     const SessionView view = runtime.ViewOf(session);
@@ -169,7 +159,7 @@ CK_RV C_GetAttributeValue(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE handle, CK
         if (first != CKR_OK) {
             throw Refusal{first};
         }
-        BendLengths(call, attributes, count);
+        call.Bend(attributes, count);
     });
 }
 

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// Entry points of the library as a whole: start, end, what it is.
+#include "bridge/Runtime.h"
+#include "tokenlib/Call.h"
+#include "tokenlib/InitArguments.h"
+#include "tokenlib/Output.h"
+
+using orselbridge::Runtime;
+using tokenlib::Call;
+using tokenlib::Refusal;
+
+CK_RV C_Initialize(void* initArgs) {
+    return Call("C_Initialize").RunFirst([&] {
+        tokenlib::CheckInitArguments(initArgs);
+        return orselbridge::StartRuntime();
+    });
+}
+
+CK_RV C_Finalize(void* reserved) {
+    return Call("C_Finalize").RunLast([&] {
+        if (reserved != nullptr) {
+            throw Refusal{CKR_ARGUMENTS_BAD};
+        }
+        tokenlib::StopRuntime();
+    });
+}
+
+CK_RV C_GetInfo(CK_INFO* info) {
+    return Call("C_GetInfo").Run([&](Runtime&) {
+        tokenlib::Require(info);
+        *info = {};
+        info->cryptokiVersion = {2, 40};
+        tokenlib::FillField(info->manufacturerID, "Orsel");
+        tokenlib::FillField(info->libraryDescription, "Bridge to another token library");
+        info->libraryVersion = {1, 0};
+    });
+}
