@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "bridge/CardProperties.h"
 
+#include "bridge/CardReader.h"
+#include "bridge/Serials.h"
+
 namespace orselbridge {
 
 namespace {
@@ -23,11 +26,27 @@ unsigned char TriesOf(CK_FLAGS flags) {
     return (flags & CKF_USER_PIN_COUNT_LOW) != 0 ? COMMON_TRIES - 1 : COMMON_TRIES;
 }
 
+CardReader ReaderOf(const Runtime& runtime, CK_SLOT_ID slot) {
+    return CardReader(FieldText(runtime.SlotInfo(slot).slotDescription));
+}
+
 } // namespace
+
+Bytes TransmitToCard(Runtime& runtime, CK_SLOT_ID slot, const Bytes& apdu) {
+    return ReaderOf(runtime, slot).Transmit(apdu);
+}
 
 Bytes CardProperty(Runtime& runtime, CK_SLOT_ID slot, const std::string& name) {
     if (name == "SicSig/PIN-Status" || name == "GewSig/PIN-Status") {
         return {TriesOf(runtime.ModulesTokenInfo(slot).flags)};
+    }
+    if (name == "ATR") {
+        return ReaderOf(runtime, slot).Atr();
+    }
+    if (name == "Reset") {
+        CardReader reader = ReaderOf(runtime, slot);
+        reader.Reset();
+        return reader.Atr();
     }
     throw Refusal{CKR_FUNCTION_NOT_SUPPORTED};
 }

@@ -4,9 +4,17 @@
 #include "bridge/CardProperties.h"
 #include "bridge/Forwarding.h"
 
+using orselbridge::Bytes;
 using orselbridge::Runtime;
 using tokenlib::Call;
-using tokenlib::Refusal;
+
+namespace {
+
+// ISO 7816-4: a command has four bytes at least, and at most three for each of two lengths and 65535 of data.
+constexpr unsigned long SHORTEST_COMMAND = 4;
+constexpr unsigned long LONGEST_COMMAND = 4 + 3 + 65535 + 3;
+
+} // namespace
 
 CK_RV C_CardAttribute(CK_SESSION_HANDLE session, const char* name, unsigned char* out,
                       unsigned long* outLen) {
@@ -22,10 +30,18 @@ CK_RV C_CardAttribute(CK_SESSION_HANDLE session, const char* name, unsigned char
 }
 
 CK_RV C_CardTransmit(CK_SESSION_HANDLE session, const unsigned char* apdu, unsigned long apduLen,
-                     unsigned char* /*response*/, unsigned long* /*responseLen*/) {
+                     unsigned char* response, unsigned long* responseLen) {
     Call call("C_CardTransmit");
     return call.Session(session).Command(apdu, apduLen).Run([&](Runtime& runtime) {
-        runtime.SessionOf(session);
-        throw Refusal{CKR_FUNCTION_NOT_SUPPORTED};
+        const CK_SLOT_ID slot = runtime.SessionOf(session).m_Slot;
+        tokenlib::Require(apdu);
+        tokenlib::Require(responseLen);
+        if (apduLen < SHORTEST_COMMAND || apduLen > LONGEST_COMMAND) {
+            throw tokenlib::Refusal{CKR_ARGUMENTS_BAD};
+        }
+        const Bytes answer = orselbridge::TransmitToCard(runtime, slot, Bytes(apdu, apdu + apduLen));
+        tokenlib::HandOut(answer, response, responseLen);
+        call.Bend(*responseLen);
+        call.Text("sw", tokenlib::ToHex(Bytes(answer.end() - 2, answer.end())));
     });
 }

@@ -8,6 +8,9 @@
 
 #include "tokenlib/Names.h"
 
+// A program that uses the bridge's parts without being the library has no entry points of its own.
+#pragma weak C_GetFunctionList
+
 namespace orselbridge {
 
 namespace {

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+// Programs that know nothing of the bridge but the standard, on the bare module and through the bridge; and
+// the project's own, on the bridge.
+#include <regex>
+
+#include <gmock/gmock.h>
+
+#include "tests/bridge/SoftHsm.h"
+#include "tests/support/CommandOutput.h"
+
+using orseltest::KeyOptions;
+using orseltest::SoftHsm;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+std::string OutputOfTool(const std::string& command) {
+    return OutputOf("env " ORSELSIM_TOOL_ENVIRONMENT " " + command +
+                    " 2>&1 >/dev/null </dev/null | sort; env " ORSELSIM_TOOL_ENVIRONMENT " " + command +
+                    " 2>/dev/null </dev/null; echo \"=> $?\"");
+}
+
+/// Labels are the roles' and numbers of the moment differ; all the rest is to be the same.
+std::string WithoutOwnWords(const std::string& output) {
+    const std::pair<const char*, const char*> changes[] = {
+        {"C\\.CH\\.SIG|SK\\.CH\\.SIG|PK\\.CH\\.SIG", "sign"},
+        {"C\\.CH\\.EKEY|SK\\.CH\\.EKEY|PK\\.CH\\.EKEY", "auth"},
+        {"--provider=[^ ]*", ""},
+    };
+    std::string result = output;
+    for (const auto& [from, to] : changes) {
+        result = std::regex_replace(result, std::regex(from), to);
+    }
+    return result;
+}
+
+} // namespace
+
+class ToolsThroughTheBridge : public testing::Test {
+protected:
+    ToolsThroughTheBridge() { m_Hsm.AddUsualToken(); }
+
+    static std::string Pkcs11Tool(const std::string& module, const std::string& arguments) {
+        return OutputOfTool("pkcs11-tool --module " + module + " " + arguments);
+    }
+    static void ExpectSame(const std::string& arguments) {
+        const std::string bare = Pkcs11Tool(SoftHsm::ModuleFile(), arguments);
+        EXPECT_THAT(bare, HasSubstr("=> "));
+        EXPECT_EQ(bare, WithoutOwnWords(Pkcs11Tool(ORSELSIM_LIBRARY, arguments)));
+    }
+
+    SoftHsm m_Hsm;
+};
+
+TEST_F(ToolsThroughTheBridge, TestTheTokenWithTheSameResults) {
+    ExpectSame("--token-label 'Maria Muster' --login --pin 1234 --test");
+}
+
+TEST_F(ToolsThroughTheBridge, ReadTheSameCertificates) {
+    for (const char* id : {"01", "02"}) {
+        ExpectSame(std::string("--token-label 'Maria Muster' --read-object --type cert --id ") + id);
+    }
+}
+
+TEST_F(ToolsThroughTheBridge, ListTheSameMechanisms) {
+    ExpectSame("--token-label 'Maria Muster' --list-mechanisms");
+}
+
+TEST_F(ToolsThroughTheBridge, ListTheSameCertificatesOfAUri) {
+    const std::string arguments = " --list-all-certs 'pkcs11:token=Maria%20Muster'";
+    const std::string bare = OutputOfTool("p11tool --provider=" + SoftHsm::ModuleFile() + arguments);
+    EXPECT_THAT(bare, HasSubstr("X.509 Certificate"));
+    EXPECT_EQ(bare, WithoutOwnWords(OutputOfTool("p11tool --provider=" ORSELSIM_LIBRARY + arguments)));
+}
+
+TEST_F(ToolsThroughTheBridge, TestASignatureOfEachKey) {
+    for (const char* id : {"01", "02"}) {
+        const std::string uri = std::string("pkcs11:token=Maria%20Muster;id=%") + id + ";type=private";
+        EXPECT_THAT(OutputOfTool("p11tool --provider=" ORSELSIM_LIBRARY
+                                 " --login --set-pin=1234 --test-sign '" +
+                                 uri + "'"),
+                    HasSubstr("=> 0\n"));
+    }
+}
+
+class OurProgramsOnTheBridge : public ToolsThroughTheBridge {
+protected:
+    /// On the bridge, which the loader finds by its bare name.
+    static std::string Cli(const std::string& arguments) {
+        return OutputOf("LC_ALL=C.UTF-8 " ORSEL_BRIDGE_PROGRAM " -- " + arguments +
+                        " 2>&1 </dev/null; echo \"=> $?\"");
+    }
+};
+
+TEST_F(OurProgramsOnTheBridge, ListACardWithItsHolder) {
+    EXPECT_THAT(Cli("list"), HasSubstr("Maria Muster  Maria Muster  Maria Muster"));
+}
+
+TEST_F(OurProgramsOnTheBridge, SignAndVerifyAFile) {
+    const std::string data = m_Hsm.Folder() + "/data";
+    const std::string signature = m_Hsm.Folder() + "/signature";
+    EXPECT_EQ("", OutputOf("echo hello >" + data));
+    for (const char* key : {"signature", "encryption"}) {
+        m_Hsm.Answer("1234\n");
+        const std::string card = std::string("@1 ") + key + " " + data + " --hash sha256";
+        EXPECT_EQ("=> 0\n", Cli("sign " + card + " --out " + signature));
+        EXPECT_THAT(Cli("verify " + card + " --signature " + signature), HasSubstr("=> 0\n"));
+        EXPECT_EQ("", OutputOf("echo more >>" + data));
+        EXPECT_THAT(Cli("verify " + card + " --signature " + signature), Not(HasSubstr("=> 0\n")));
+    }
+}
+
+TEST_F(OurProgramsOnTheBridge, ChangeAPin) {
+    m_Hsm.Answer("1234\n56789\n56789\n");
+    EXPECT_THAT(Cli("pin @1 change signature"), HasSubstr("=> 0\n"));
+    m_Hsm.Answer("1234\n");
+    EXPECT_THAT(Cli("pin @1 change signature"), HasSubstr("=> 1\n"));
+}
+
+TEST_F(OurProgramsOnTheBridge, TellWhichKeyPlaysWhichRole) {
+    const std::string list = OutputOf("LC_ALL=C.UTF-8 " ORSEL_BRIDGE_PROGRAM " --list 2>&1");
+    EXPECT_THAT(list,
+                HasSubstr("    signature   \"sign\" (id 02): its certificate is for non-repudiation\n"));
+    EXPECT_THAT(list, HasSubstr("    encryption  \"auth\" (id 01): the first key that may sign beside"));
+    EXPECT_THAT(OutputOf("LC_ALL=de_DE.UTF-8 " ORSEL_BRIDGE_PROGRAM " --list 2>&1"),
+                HasSubstr("Nichtabstreitbarkeit"));
+}
+
+TEST_F(OurProgramsOnTheBridge, RefuseWhatMakesNoSense) {
+    EXPECT_THAT(OutputOf(ORSEL_BRIDGE_PROGRAM " --lost 2>&1; echo \"=> $?\""), HasSubstr("=> 2\n"));
+    EXPECT_THAT(OutputOf(ORSEL_BRIDGE_PROGRAM " --module /no/such.so --list 2>&1; echo \"=> $?\""),
+                HasSubstr("OrselP11: no module: /no/such.so"));
+}
+
+TEST_F(OurProgramsOnTheBridge, FindTheTokensOfP11KitsProxy) {
+    const std::string config = m_Hsm.Folder() + "/home/.config/pkcs11/modules";
+    EXPECT_EQ("", OutputOf("mkdir -p " + config + " && echo 'module: " + SoftHsm::ModuleFile() + "' >" +
+                           config + "/softhsm.module"));
+    const ScopedVariable home("HOME", m_Hsm.Folder() + "/home");
+    const ScopedVariable noModule("ORSELBRIDGE_MODULE", nullptr);
+    const ScopedVariable ownConfig("XDG_CONFIG_HOME", m_Hsm.Folder() + "/home/.config");
+    EXPECT_THAT(Cli("list"), HasSubstr("Maria Muster  Maria Muster  Maria Muster"));
+    EXPECT_THAT(Cli("list"), Not(HasSubstr("Trust")));
+    const std::string list = OutputOf("LC_ALL=C.UTF-8 " ORSEL_BRIDGE_PROGRAM " --list 2>&1");
+    EXPECT_THAT(list, HasSubstr("Library: p11-kit-proxy.so\n"));
+}
