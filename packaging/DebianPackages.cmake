@@ -1,4 +1,4 @@
-# The three Debian packages, made by `cpack -G DEB`; scripts/make-packages does everything from the build on.
+# The Debian packages, made by `cpack -G DEB`; scripts/make-packages does everything from the build on.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "The orselcards authors <orselcards@orselcards.example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # would become the first line of the packages' own
@@ -8,7 +8,8 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTOR
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 set(CPACK_COMPONENTS_ALL
-    orselcards orselcards-debian certviewer certviewer-debian cli cli-debian simulator simulator-debian)
+    orselcards orselcards-debian certviewer certviewer-debian cli cli-debian simulator simulator-debian
+    bridge bridge-debian)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -19,7 +20,7 @@ endif()
 
 set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_NAME orselcards)
 set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_SECTION utils)
-# No package has a token library yet; whoever packs one may provide this name.
+# The bridge provides this name, and so may whoever packs another token library.
 set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_SUGGESTS "orsel-token-library | orselcards-simulator")
 set(CPACK_DEBIAN_ORSELCARDS_PACKAGE_RECOMMENDS orselcards-certviewer)
 set(CPACK_DEBIAN_ORSELCARDS_DESCRIPTION "card manager for citizen smart cards
@@ -68,8 +69,23 @@ command orselcards-demo starts the card manager on a deck of its own.
 The library stands in a directory that the loader does not look through, so it
 never gets in the way of a real one.")
 
+set(CPACK_DEBIAN_BRIDGE_PACKAGE_NAME orselcards-bridge)
+set(CPACK_DEBIAN_BRIDGE_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_BRIDGE_PACKAGE_PROVIDES orsel-token-library)
+set(CPACK_DEBIAN_BRIDGE_PACKAGE_RECOMMENDS
+    "orselcards | orselcards-cli, pinentry-gtk2 | pinentry, p11-kit-modules | opensc-pkcs11, libpcsclite1")
+set(CPACK_DEBIAN_BRIDGE_DESCRIPTION "real cards for orselcards through any PKCS#11 library
+A PKCS#11 token library that leads to another one: that of OpenSC, of a TPM,
+SoftHSM, or whatever p11-kit knows. Its tokens get what the card manager asks
+for: keys and certificates under the labels of their roles, keys that show
+before a login, and a question for the PIN with each signature. The command
+orselcards-bridge starts the card manager or the command line on it.
+.
+The library stands in a directory that the loader does not look through, so it
+never gets in the way of another one.")
+
 include(CPack)
-foreach(package orselcards certviewer cli simulator)
+foreach(package orselcards certviewer cli simulator bridge)
     cpack_add_component_group(${package})
     cpack_add_component(${package} GROUP ${package})
     cpack_add_component(${package}-debian GROUP ${package})
