@@ -7,8 +7,6 @@ using orselbridge::GivenPin;
 using orselbridge::PinKind;
 using orselbridge::Runtime;
 using tokenlib::Call;
-using tokenlib::Refusal;
-using tokenlib::Secret;
 
 CK_RV C_OpenSession(CK_SLOT_ID id, CK_FLAGS flags, void* /*application*/, CK_NOTIFY /*notify*/,
                     CK_SESSION_HANDLE* session) {

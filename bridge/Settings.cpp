@@ -143,12 +143,13 @@ Settings Settings::Parse(const std::string& json) {
         throw std::runtime_error("it is no JSON");
     }
     const Reader reader(parsed, "the file");
-    reader.Allow({"module", "showFixedSlots", "roles", "tokens"});
+    reader.Allow({"module", "showFixedSlots", "model", "roles", "tokens"});
     Settings settings;
     if (const auto module = reader.Text("module")) {
         settings.m_Modules = {*module};
     }
     settings.m_ShowsFixedSlots = reader.Flag("showFixedSlots", true);
+    settings.m_Model = reader.Text("model").value_or("");
     settings.m_Roles = ReadRoles(reader.Member("roles"));
     if (const auto tokens = parsed.find("tokens"); tokens != parsed.end()) {
         if (!tokens->is_array()) {
@@ -170,6 +171,9 @@ Settings Settings::Read() {
     const std::string module = tokenlib::Variable("ORSELBRIDGE_MODULE");
     if (!module.empty()) {
         settings.m_Modules = {module};
+    }
+    if (settings.m_Model.empty()) {
+        settings.m_Model = tokenlib::Variable("ORSELBRIDGE_MODEL");
     }
     if (settings.m_Modules.empty()) {
         settings.m_Modules = {"p11-kit-proxy.so", "opensc-pkcs11.so"};

@@ -39,14 +39,16 @@ struct Settings {
     /// Files of libraries to bridge to; the first that can be loaded is taken.
     std::vector<std::string> m_Modules;
     bool m_ShowsFixedSlots = true; ///< as removable ones, since the card list skips the others
+    /// Model that tokens of no known kind are shown as; empty: their own.
+    std::string m_Model;
     RoleNames m_Roles;
     std::vector<TokenRoles> m_Tokens;
 
     /// The roles set for a token: of the first entry of `m_Tokens` that fits, else those for all.
     const RoleNames& RolesFor(const std::string& label, const std::string& serial) const;
 
-    /// Reads ORSELBRIDGE_MODULE and the first of $XDG_CONFIG_HOME/orselcards/bridge.json and
-    /// /etc/orselcards/bridge.json that is there. A file that makes no sense is reported on standard
+    /// Reads ORSELBRIDGE_MODULE, ORSELBRIDGE_MODEL and the first of $XDG_CONFIG_HOME/orselcards/bridge.json
+    /// and /etc/orselcards/bridge.json that is there. A file that makes no sense is reported on standard
     /// error and passed over whole.
     static Settings Read();
 

@@ -40,6 +40,13 @@ TEST_F(TheSettings, NameAModuleThatTheEnvironmentMayReplace) {
     EXPECT_THAT(Settings::Read().m_Modules, ElementsAre("/lib/b.so"));
 }
 
+TEST_F(TheSettings, NameAModelBeforeTheEnvironmentDoes) {
+    const ScopedVariable model("ORSELBRIDGE_MODEL", "CardOS 5.3");
+    EXPECT_EQ("CardOS 5.3", Settings::Read().m_Model);
+    Write(R"({"model": "ACOS EMV-A05"})");
+    EXPECT_EQ("ACOS EMV-A05", Settings::Read().m_Model);
+}
+
 TEST_F(TheSettings, NameRolesForAllTokensAndForSome) {
     const Settings settings = Settings::Parse(R"({
         "roles": {"signature": {"label": "x"}},

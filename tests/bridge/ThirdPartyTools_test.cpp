@@ -8,7 +8,6 @@
 #include "tests/bridge/SoftHsm.h"
 #include "tests/support/CommandOutput.h"
 
-using orseltest::KeyOptions;
 using orseltest::SoftHsm;
 using testing::HasSubstr;
 using testing::Not;
@@ -101,13 +100,14 @@ TEST_F(OurProgramsOnTheBridge, SignAndVerifyAFile) {
     const std::string data = m_Hsm.Folder() + "/data";
     const std::string signature = m_Hsm.Folder() + "/signature";
     EXPECT_EQ("", OutputOf("echo hello >" + data));
-    for (const char* key : {"signature", "encryption"}) {
+    for (const std::string key : {"signature", "encryption"}) {
         m_Hsm.Answer("1234\n");
-        const std::string card = std::string("@1 ") + key + " " + data + " --hash sha256";
+        const std::string card = "@1 " + key + " " + data + " --hash sha256";
+        const std::string verify = "verify " + card + " --signature " + signature;
         EXPECT_EQ("=> 0\n", Cli("sign " + card + " --out " + signature));
-        EXPECT_THAT(Cli("verify " + card + " --signature " + signature), HasSubstr("=> 0\n"));
+        EXPECT_THAT(Cli(verify), HasSubstr("=> 0\n"));
         EXPECT_EQ("", OutputOf("echo more >>" + data));
-        EXPECT_THAT(Cli("verify " + card + " --signature " + signature), Not(HasSubstr("=> 0\n")));
+        EXPECT_THAT(Cli(verify), Not(HasSubstr("=> 0\n")));
     }
 }
 

@@ -5,7 +5,6 @@
 
 using orseltest::Bytes;
 using orseltest::Field;
-using orseltest::KeyOptions;
 using orseltest::Rv;
 using testing::IsEmpty;
 using testing::Not;
@@ -219,6 +218,16 @@ TEST_F(ATokenBehindTheBridge, LiesInASlotThatCanBeEmptied) {
     Start();
     EXPECT_EQ(Rv(CKR_OK), (*m_Bridge)->C_GetSlotInfo(SlotOf("Maria Muster"), &info));
     EXPECT_EQ(0U, info.flags & CKF_REMOVABLE_DEVICE) << "as the module has it";
+}
+
+TEST_F(ATokenBehindTheBridge, IsOfTheModelThatTheSettingsName) {
+    m_Hsm.AddUsualToken();
+    Start();
+    EXPECT_THAT(Field(m_Bridge->TokenInfo(SlotOf("Maria Muster")).model), StartsWith("SoftHSM v2"));
+    m_Bridge.reset();
+    m_Hsm.Set(R"({"model": "CardOS 5.3"})");
+    Start();
+    EXPECT_EQ("CardOS 5.3      ", Field(m_Bridge->TokenInfo(SlotOf("Maria Muster")).model));
 }
 
 TEST_F(ATokenBehindTheBridge, WithoutASerialGetsOneThatStays) {
