@@ -98,6 +98,16 @@ TEST_F(ASimulatedCardBehindTheBridge, ThatIsTakenOutEndsItsSessions) {
     EXPECT_NE(0U, m_Bridge->Open(1)) << "and may come back";
 }
 
+TEST_F(ASimulatedCardBehindTheBridge, MeetsThePlannedFaultsOfTheBridgeToo) {
+    m_Deck.Add("ecard-g2");
+    const ScopedVariable faults("ORSELBRIDGE_FAULTS",
+                                m_Folder.File("faults", "C_GetTokenInfo call=1 rv=CKR_DEVICE_ERROR\n"));
+    Start();
+    CK_TOKEN_INFO token = {};
+    EXPECT_EQ(Rv(CKR_DEVICE_ERROR), (*m_Bridge)->C_GetTokenInfo(1, &token));
+    EXPECT_EQ(Rv(CKR_OK), (*m_Bridge)->C_GetTokenInfo(1, &token));
+}
+
 /// Each entry point of the module failing in each way, at its first call and at every call.
 class EveryFaultOfTheModule : public ASimulatedCardBehindTheBridge,
                               public testing::WithParamInterface<const char*> {};
