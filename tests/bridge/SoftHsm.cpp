@@ -94,7 +94,8 @@ void SoftHsm::AddKey(const std::string& token, const KeyOptions& options) {
             " --outfile=/dev/null " + Quoted("pkcs11:token=" + InUri(token)));
     } else {
         Run("pkcs11-tool --module " + ModuleFile() + " --token-label " + Quoted(token) + " --login --pin " +
-            PIN + " --keypairgen --key-type " + options.m_Type + " --id " + options.m_Id + " --label " +
+            PIN + " --keypairgen --key-type " + options.m_Type +
+            (options.m_AsksAtEachUse ? " --always-auth" : "") + " --id " + options.m_Id + " --label " +
             Quoted(options.m_Label));
     }
     if (!options.m_Holder.empty()) {

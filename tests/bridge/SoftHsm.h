@@ -17,6 +17,7 @@ struct KeyOptions {
     std::string m_Holder = "Maria Muster"; ///< of the certificate; empty: there is none
     bool m_IsForNonRepudiation = false;
     bool m_IsMadeByP11tool = false;
+    bool m_AsksAtEachUse = false; ///< made by pkcs11-tool, and without a certificate
 };
 
 /// Tokens of SoftHSM 2 in a folder of the test's own, made by programs that others wrote. The

@@ -113,6 +113,20 @@ TEST_F(ATokenBehindTheBridge, HasACodeForEachWayToFailWithAPin) {
     EXPECT_EQ(Bytes({2}), status);
 }
 
+TEST_F(ATokenBehindTheBridge, IsAskedForItsPinOnceWithAKeyThatWantsItAtEachUse) {
+    orseltest::KeyOptions options;
+    options.m_Holder = "";
+    options.m_AsksAtEachUse = true;
+    m_Hsm.AddToken("Strict");
+    m_Hsm.AddKey("Strict", options);
+    Start("Strict");
+    m_Hsm.Answer("1234\ncancel\n");
+    Bytes signature;
+    EXPECT_EQ(Rv(CKR_OK), Sign("SK.CH.SIG", CKM_RSA_PKCS, signature));
+    EXPECT_EQ(Rv(CKR_OK), Verify("PK.CH.SIG", CKM_RSA_PKCS, signature));
+    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), Sign("SK.CH.SIG", CKM_RSA_PKCS, signature)) << "and once each time";
+}
+
 TEST_F(ATokenBehindTheBridge, SignsInPartsToo) {
     m_Hsm.AddUsualToken();
     Start();
