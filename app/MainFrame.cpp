@@ -5,6 +5,7 @@
 #include <wx/bmpbuttn.h>
 #include <wx/button.h>
 #include <wx/icon.h>
+#include <wx/image.h>
 #include <wx/imaglist.h>
 #include <wx/listctrl.h>
 #include <wx/panel.h>
@@ -22,8 +23,8 @@
 #include "card/tkPKCS11.h"
 #include "foundation/Config.h"
 #include "foundation/ProgramConfig.h"
+#include "images/Banner.h"
 #include "images/Images.h"
-#include "images/OpaqueXpm.h"
 
 const std::string EMPTY_CARD = Velmor::EMPTY_SERIAL;
 
@@ -117,12 +118,19 @@ static wxButton* NewButton(wxWindow* parent, int id, const char* label) {
     return new wxButton(parent, id, Translate(label), wxDefaultPosition, wxDefaultSize, 0);
 }
 
+/// VelmorBanner. An image asks for memory that it may write to; this one lends its pixels to the bitmap
+/// alone, which copies them.
+static wxBitmap BannerBitmap() {
+    const wxImage image(BANNER_WIDTH, BANNER_HEIGHT, const_cast<unsigned char*>(BANNER_PIXELS), true);
+    return wxBitmap(image);
+}
+
 void MainFrame::CreateControls() {
     panel_main = NewPanel(this);
     sizer_enc_box = new wxStaticBox(panel_main, wxID_ANY, Translate("Geheimhaltungszertifikat"));
     sizer_pers_box = new wxStaticBox(panel_main, wxID_ANY, Translate("Infoboxbereich"));
     sizer_sig_box = new wxStaticBox(panel_main, wxID_ANY, Translate("Signaturzertifikat"));
-    bitmap_banner = new wxStaticBitmap(panel_main, wxID_ANY, wxBitmap(ReadOpaqueXpm(VelmorBanner)));
+    bitmap_banner = new wxStaticBitmap(panel_main, wxID_ANY, BannerBitmap());
     list_cards = new wxListCtrl(panel_main, ID_CARD_LIST, wxDefaultPosition, wxDefaultSize,
                                 wxLC_REPORT | wxLC_SINGLE_SEL | wxSUNKEN_BORDER);
     button_reload = new wxBitmapButton(panel_main, ID_RELOAD, wxBitmap(ButtonReload), wxDefaultPosition,
