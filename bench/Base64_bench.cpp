@@ -67,6 +67,7 @@ void CompareAt(std::size_t size, const std::string& label) {
 } // namespace
 
 int main() {
+    PrintComparisonHead();
     CompareAt(1024, "1 KiB");
     CompareAt(64 * 1024, "64 KiB");
     CompareAt(1024 * 1024, "1 MiB");

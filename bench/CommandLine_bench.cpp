@@ -18,6 +18,7 @@ extern char** environ;
 namespace {
 
 constexpr int RUNS = 41;
+constexpr int DEMO_CARDS = 10;
 const std::string MODULE = std::string(SIMULATOR_DIRECTORY) + "/libOrselP11.so";
 
 /// Runs a program to its end with its output thrown away; ends the comparison when it fails.
@@ -57,10 +58,21 @@ int main() {
     std::ofstream(file) << "a text to be signed";
     const std::string ours = ORSELCARDS_CLI;
 
+    PrintComparisonHead();
     Compare("list, pkcs11-tool", RUNS, Running({ours, "list"}),
             Running({"pkcs11-tool", "--module", MODULE, "--list-slots"}));
     Compare("list, p11tool", RUNS, Running({ours, "list"}),
             Running({"p11tool", "--provider", MODULE, "--list-tokens"}));
+    const auto everySlot = [] { // the tool lists the objects of one slot at a time
+        Run({"pkcs11-tool", "--module", MODULE, "--list-slots"});
+        for (int slot = 0; slot < DEMO_CARDS; ++slot) {
+            Run({"pkcs11-tool", "--module", MODULE, "--slot-index", std::to_string(slot), "--list-objects"});
+        }
+    };
+    Compare("all that the list shows, pkcs11-tool --list-objects of each slot", RUNS, Running({ours, "list"}),
+            everySlot);
+    Compare("all that the list shows, p11tool --list-all", RUNS, Running({ours, "list"}),
+            Running({"p11tool", "--provider", MODULE, "--list-all", "pkcs11:"}));
     Compare("certificate", RUNS, Running({ours, "certificate", "@1", "encryption", "--der"}),
             Running({"pkcs11-tool", "--module", MODULE, "--slot-index", "0", "--read-object", "--type",
                      "cert", "--label", "C.CH.EKEY"}));

@@ -40,6 +40,7 @@ int main() {
     std::filesystem::create_directories(directory);
     Velmor::LibLogging& ours = OurLogger((directory / "ours.log").string());
     const auto theirs = TheirLogger((directory / "theirs.log").string());
+    PrintComparisonHead();
     Compare(
         "100,000 flushed lines", Runs,
         [&ours] {

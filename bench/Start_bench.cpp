@@ -39,14 +39,15 @@ Starts Measure(Desktop& desktop) {
 }
 
 void Print(const Starts& starts) {
-    std::printf("start to shown window: ours %.1f ms, same window %.1f ms, empty frame %.1f ms\n",
-                starts.m_Ours, starts.m_SameWindow, starts.m_EmptyFrame);
-    std::printf("ours beside the same window: ratio %.2f (limit %.2f)\n", starts.m_Ours / starts.m_SameWindow,
-                LIMIT_BESIDE_SAME_WINDOW);
-    std::printf("ours beside the empty frame: ratio %.2f (limit %.2f)\n", starts.m_Ours / starts.m_EmptyFrame,
-                LIMIT_BESIDE_EMPTY_FRAME);
-    std::printf("same window beside the empty frame: ratio %.2f\n",
-                starts.m_SameWindow / starts.m_EmptyFrame);
+    PrintHead({"Start to shown window", "First", "Second", "Ratio", "Limit"});
+    const auto print = [](const char* what, double first, double second, const std::string& limit) {
+        PrintRow({what, Duration(1000 * first), Duration(1000 * second), Number(first / second, 2), limit});
+    };
+    print("ours beside the same window", starts.m_Ours, starts.m_SameWindow,
+          Number(LIMIT_BESIDE_SAME_WINDOW, 2));
+    print("ours beside the empty frame", starts.m_Ours, starts.m_EmptyFrame,
+          Number(LIMIT_BESIDE_EMPTY_FRAME, 2));
+    print("same window beside the empty frame", starts.m_SameWindow, starts.m_EmptyFrame, "");
 }
 
 } // namespace

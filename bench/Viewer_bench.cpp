@@ -43,8 +43,8 @@ void Measure(Desktop& desktop, const char* what, const std::string& ordinary, co
     }
     const double few = Median(ordinaryTimes);
     const double many = Median(largeTimes);
-    std::printf("%-24s ordinary %.1f ms, this %.1f ms, ratio %.2f (limit %.1f)\n", what, few, many,
-                many / few, LIMIT);
+    PrintRow(
+        {what, Number(few, 1) + " ms", Number(many, 1) + " ms", Number(many / few, 2), Number(LIMIT, 1)});
 }
 
 } // namespace
@@ -56,6 +56,7 @@ int main() {
     int result = 0;
     try {
         Desktop desktop;
+        PrintHead({"What", "Ordinary certificate", "This one", "Ratio", "Limit"});
         const std::string ordinary = Write(folder / "ordinary.der", CertificateBuilder());
         const std::vector<unsigned char> tenMegabytes(10UL * 1024 * 1024, 0xab);
         Measure(desktop, "extension of 10 MB", ordinary,

@@ -43,6 +43,15 @@ public:
         }
     }
 
+    /// The toolkit's first program on a display leaves there what it has found out about the display's
+    /// visuals, for which it loads the whole of the graphics driver. Without that note the next program is
+    /// the first.
+    void ForgetVisuals() {
+        XDeleteProperty(m_display, DefaultRootWindow(m_display),
+                        XInternAtom(m_display, "GDK_VISUALS", False));
+        XSync(m_display, False);
+    }
+
 private:
     void WaitForAChange() {
         pollfd connection = {ConnectionNumber(m_display), POLLIN, 0};

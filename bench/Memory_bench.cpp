@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+// Memory of the card manager that has read the ten demo cards, beside the least program of the toolkit and
+// one that shows the same: the peak of what is resident, and what of the end's is whose. Needs a display with
+// a window manager.
+#include <cstdlib>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "bench/Comparison.h"
+#include "bench/WindowClock.h"
+#include "tests/support/SimDeck.h"
+
+namespace {
+
+constexpr int RUNS = 5;
+constexpr double LIMIT = 1.12;
+constexpr auto STILL = std::chrono::seconds(2);
+constexpr std::size_t SHOWN_MAPPINGS = 8;
+
+/// In kilobytes.
+struct Usage {
+    double m_Peak = 0;
+    double m_Anonymous = 0;                 ///< of no file: heap, stacks, relocated pages
+    std::map<std::string, double> m_ByFile; ///< resident, by the file's name; "" is of no file
+};
+
+std::string FileText(pid_t process, const char* name) {
+    std::ifstream file("/proc/" + std::to_string(process) + "/" + name);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+double StatusValue(const std::string& status, const std::string& key) {
+    const std::size_t found = status.find(key + ":");
+    return found != std::string::npos ? std::stod(status.substr(found + key.size() + 1)) : 0;
+}
+
+/// Ticks of processor time of all threads.
+std::string ProcessorTime(pid_t process) {
+    std::istringstream stat(FileText(process, "stat"));
+    std::string word;
+    std::string times;
+    for (int field = 1; stat >> word; ++field) {
+        times += field == 14 || field == 15 ? word + " " : ""; // utime and stime
+    }
+    return times;
+}
+
+/// Waits until the process has had nothing to do for a while.
+void WaitUntilStill(pid_t process) {
+    auto since = std::chrono::steady_clock::now();
+    std::string before;
+    while (std::chrono::steady_clock::now() - since < STILL) {
+        const std::string now = ProcessorTime(process) + FileText(process, "schedstat");
+        if (now != before) {
+            since = std::chrono::steady_clock::now();
+            before = now;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+}
+
+std::map<std::string, double> ResidentByFile(pid_t process) {
+    std::istringstream lines(FileText(process, "smaps"));
+    std::map<std::string, double> resident;
+    std::string file;
+    for (std::string line; std::getline(lines, line);) {
+        const std::string first = line.substr(0, line.find(' '));
+        if (first.back() != ':') { // "7f12-7f34 r-xp offset device inode   /path"
+            const std::size_t path = line.find('/');
+            file = path != std::string::npos ? line.substr(line.rfind('/') + 1) : "";
+        } else if (first == "Rss:") {
+            resident[file] += std::stod(line.substr(first.size()));
+        }
+    }
+    return resident;
+}
+
+Usage UsageOf(Desktop& desktop, const char* program) {
+    const Process process(program, "");
+    desktop.WaitForWindowOf(process.Id());
+    WaitUntilStill(process.Id());
+    const std::string status = FileText(process.Id(), "status");
+    return {StatusValue(status, "VmHWM"), StatusValue(status, "RssAnon"), ResidentByFile(process.Id())};
+}
+
+/// The run with the median peak.
+class Candidate {
+public:
+    Candidate(const char* name, const char* program) : m_Name(name), m_Program(program) {}
+    void Run(Desktop& desktop) { m_Runs.push_back(UsageOf(desktop, m_Program)); }
+    Usage MedianRun() const {
+        std::vector<Usage> runs = m_Runs;
+        std::sort(runs.begin(), runs.end(),
+                  [](const Usage& a, const Usage& b) { return a.m_Peak < b.m_Peak; });
+        return runs[runs.size() / 2];
+    }
+    const std::string& Name() const { return m_Name; }
+
+private:
+    std::string m_Name;
+    const char* m_Program;
+    std::vector<Usage> m_Runs;
+};
+
+std::string Kilobytes(double value) {
+    return Number(value, 0) + " kB";
+}
+
+/// Where the difference between two programs lies, the largest first.
+void PrintDifference(const char* what, const Usage& ours, const char* beside, const Usage& floor) {
+    std::vector<std::pair<double, std::string>> differences;
+    std::map<std::string, double> both = floor.m_ByFile;
+    both.insert(ours.m_ByFile.begin(), ours.m_ByFile.end());
+    for (const auto& [file, ignored] : both) {
+        const auto in = [&file = file](const Usage& usage) {
+            const auto found = usage.m_ByFile.find(file);
+            return found != usage.m_ByFile.end() ? found->second : 0.0;
+        };
+        differences.emplace_back(in(ours)-in(floor), file.empty() ? "of no file" : file);
+    }
+    std::sort(differences.rbegin(), differences.rend());
+    differences.resize(std::min(differences.size(), SHOWN_MAPPINGS));
+    PrintHead({std::string(what) + " above " + beside, "Resident at the end"});
+    for (const auto& [difference, file] : differences) {
+        PrintRow({file, Kilobytes(difference)});
+    }
+    std::printf("\n");
+}
+
+void Measure(Desktop& desktop, bool isFirst) {
+    Candidate empty("empty frame", MINIMAL_FRAME);
+    Candidate same("same window", SAME_WINDOW);
+    Candidate ours("ours, ten cards read", ORSELCARDS);
+    for (int run = 0; run < RUNS; ++run) {
+        for (Candidate* candidate : {&empty, &same, &ours}) {
+            if (isFirst) {
+                desktop.ForgetVisuals();
+            }
+            candidate->Run(desktop);
+        }
+    }
+    PrintHead({isFirst ? "First program of the toolkit on the display" : "Program on a display in use",
+               "Peak", "Of no file", "Beside the empty frame", "Limit"});
+    const double floor = empty.MedianRun().m_Peak;
+    for (const Candidate* candidate : {&empty, &same, &ours}) {
+        const Usage usage = candidate->MedianRun();
+        PrintRow({candidate->Name(), Kilobytes(usage.m_Peak), Kilobytes(usage.m_Anonymous),
+                  Number(usage.m_Peak / floor, 2), candidate == &ours ? Number(LIMIT, 2) : ""});
+    }
+    std::printf("\n");
+    if (!isFirst) {
+        PrintDifference("The same window", same.MedianRun(), "the empty frame", empty.MedianRun());
+        PrintDifference("Ours", ours.MedianRun(), "the same window", same.MedianRun());
+    }
+}
+
+} // namespace
+
+int main() {
+    orseltest::SimDeck deck;
+    deck.AddDemoCards();
+    unsetenv("ORSELSIM_TRACE");
+    setenv("HOME", deck.Folder().c_str(), 1); // an instance that the user has open is not in the way
+    setenv("LD_LIBRARY_PATH", SIMULATOR_DIRECTORY, 1);
+    try {
+        Desktop desktop;
+        Measure(desktop, true);
+        Measure(desktop, false);
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "Memory_bench: %s\n", error.what());
+        return 1;
+    }
+}
