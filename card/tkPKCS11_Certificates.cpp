@@ -109,6 +109,7 @@ bool tkPKCS11::TakeCertificateApart() {
     std::vector<unsigned char> publicKey;
     certificate.GetPublicKeyValue(publicKey);
     m_PublicKey = ParseKey(publicKey, 0);
+    certificate.LeaveToNextLoad(m_SigningCert); // callers mostly want the object as well
     return true;
 }
 

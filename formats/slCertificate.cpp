@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include <openssl/pem.h>
 
@@ -37,7 +38,24 @@ X509* ReadPem(const std::string& text) {
     return stream ? PEM_read_bio_X509(stream.get(), nullptr, RefusePassword, nullptr) : nullptr;
 }
 
+/// A certificate that nobody holds any more, with the bytes that it was read from.
+struct LeftCertificate {
+    std::vector<unsigned char> m_Der;
+    X509Handle m_Certificate;
+};
+thread_local LeftCertificate g_Left;
+
+/// Null when none was left that was read from these bytes.
+X509* TakeLeft(const unsigned char* data, std::size_t size) {
+    const bool isSame = g_Left.m_Certificate && data != nullptr &&
+                        std::equal(data, data + size, g_Left.m_Der.begin(), g_Left.m_Der.end());
+    return isSame ? g_Left.m_Certificate.release() : nullptr;
+}
+
 X509* ReadDer(const unsigned char* data, std::size_t size) {
+    if (X509* left = TakeLeft(data, size)) {
+        return left;
+    }
     const BioHandle stream = StreamOf(data, size);
     return stream ? d2i_X509_bio(stream.get(), nullptr) : nullptr;
 }
@@ -119,6 +137,11 @@ bool slCertificate::LoadFromX509(X509* source) {
     const X509Handle replaced(m_X509);
     m_X509 = duplicate;
     return m_X509 != nullptr;
+}
+
+void slCertificate::LeaveToNextLoad(std::vector<unsigned char> der) {
+    g_Left.m_Der = std::move(der);
+    g_Left.m_Certificate.reset(std::exchange(m_X509, nullptr));
 }
 
 bool slCertificate::SaveCert(std::string path) {

@@ -48,6 +48,10 @@ public:
     bool LoadFromFile(std::string path);
     /// Takes a duplicate and frees the certificate held until now.
     bool LoadFromX509(X509* source);
+    /// Leaves the certificate, which was read from this DER and is as it was then, to whichever object of
+    /// this thread loads the same bytes next, and is empty itself. Reading the key out of a certificate is
+    /// the dearest step of a card's reading.
+    void LeaveToNextLoad(std::vector<unsigned char> der);
     /// Writes PEM over whatever the file holds.
     bool SaveCert(std::string path);
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <thread>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -58,6 +59,54 @@ struct DebugListener {
 
 static_assert(!std::is_polymorphic_v<slCertificate>);
 static_assert(sizeof(slCertificate) == sizeof(X509*));
+
+// --- Left to the next load --------------------------------------------------------------------------------
+
+TEST(ACertificateLeftToTheNextLoad, GoesToTheFirstThatLoadsTheSameBytes) {
+    const Bytes der = CertificateBuilder().Der();
+    slCertificate first;
+    ASSERT_TRUE(first.LoadFromBuffer(der));
+    const X509* read = first.GetX509();
+    first.LeaveToNextLoad(der);
+    EXPECT_EQ(nullptr, first.GetX509());
+
+    slCertificate second;
+    slCertificate third;
+    ASSERT_TRUE(second.LoadFromBuffer(der.data(), static_cast<unsigned int>(der.size())));
+    ASSERT_TRUE(third.LoadFromBuffer(der));
+    EXPECT_EQ(read, second.GetX509());
+    EXPECT_FALSE(second == third);
+    EXPECT_EQ(der, second.ToBin());
+    EXPECT_EQ(der, third.ToBin());
+}
+
+TEST(ACertificateLeftToTheNextLoad, IsNotTakenForOtherBytes) {
+    const Bytes der = CertificateBuilder().Der();
+    slCertificate first;
+    ASSERT_TRUE(first.LoadFromBuffer(der));
+    first.LeaveToNextLoad(der);
+    const Bytes shorter(der.begin(), der.end() - 1);
+
+    slCertificate other;
+    EXPECT_FALSE(other.LoadFromBuffer(shorter));
+    EXPECT_FALSE(other.LoadFromBuffer(Bytes()));
+    EXPECT_FALSE(other.LoadFromBuffer(nullptr, static_cast<unsigned int>(der.size())));
+    const Bytes different = CertificateBuilder().Serial("1B").Der();
+    ASSERT_TRUE(other.LoadFromBuffer(different));
+    EXPECT_EQ(different, other.ToBin());
+}
+
+TEST(ACertificateLeftToTheNextLoad, StaysInItsThread) {
+    const Bytes der = CertificateBuilder().Der();
+    slCertificate first;
+    ASSERT_TRUE(first.LoadFromBuffer(der));
+    const X509* read = first.GetX509();
+    first.LeaveToNextLoad(der);
+    slCertificate elsewhere;
+    std::thread([&] { elsewhere.LoadFromBuffer(der); }).join();
+    EXPECT_NE(read, elsewhere.GetX509());
+    EXPECT_EQ(der, elsewhere.ToBin());
+}
 
 // --- Copies -----------------------------------------------------------------------------------------------
 
