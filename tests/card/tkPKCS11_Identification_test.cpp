@@ -6,7 +6,6 @@
 using testing::_;
 using testing::DoAll;
 using testing::ElementsAre;
-using testing::InSequence;
 using testing::IsEmpty;
 using testing::Return;
 using testing::SetArgPointee;

@@ -5,12 +5,10 @@
 #include "tests/card/TokenTest.h"
 
 using orseltest::TraceRecord;
-using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-using testing::SizeIs;
 using namespace Velmor;
 
 namespace {

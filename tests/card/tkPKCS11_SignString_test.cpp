@@ -6,7 +6,6 @@
 #include "tests/card/MockedSigning.h"
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 using namespace Velmor;
 

@@ -12,7 +12,6 @@ using orselsim::PublicParts;
 using orselsim::PublicPartsOf;
 using orselsim::ReadKey;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 TEST(ANewKey, HasTheFormThatWasAskedFor) {

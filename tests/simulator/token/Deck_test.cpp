@@ -13,7 +13,6 @@
 #include "tests/support/SimDeck.h"
 
 using orselsim::BytesOf;
-using orseltest::Bytes;
 using orseltest::CardOptions;
 using orseltest::SimDeck;
 using orseltest::TokenLibrary;

@@ -7,7 +7,6 @@
 #include "tests/support/SimDeck.h"
 
 using orselsim::BytesOf;
-using orselsim::FromHex;
 using orselsim::TextOf;
 using orseltest::AttributeOver;
 using orseltest::Bytes;

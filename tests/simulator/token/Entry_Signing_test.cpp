@@ -3,7 +3,6 @@
 
 #include "tests/simulator/token/CardTest.h"
 
-using orselsim::BytesOf;
 using orseltest::Bytes;
 using orseltest::Rv;
 using testing::IsEmpty;

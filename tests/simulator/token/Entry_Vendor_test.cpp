@@ -10,8 +10,6 @@ using orseltest::CardOptions;
 using orseltest::Rv;
 using orseltest::SimDeck;
 using orseltest::TokenLibrary;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 

@@ -12,11 +12,9 @@
 #include "tests/support/ScopedVariable.h"
 #include "tokenlib/Pkcs11.h"
 
-using orseltest::Bytes;
 using orseltest::CardOptions;
 using orseltest::Rv;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 

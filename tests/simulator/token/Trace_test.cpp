@@ -18,11 +18,9 @@
 using orselsim::Trace;
 using orseltest::Bytes;
 using orseltest::CardOptions;
-using orseltest::Rv;
 using orseltest::SimDeck;
 using orseltest::TokenLibrary;
 using orseltest::TraceRecord;
-using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::MatchesRegex;
