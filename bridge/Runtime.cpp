@@ -19,13 +19,6 @@ constexpr CK_ULONG MOST_SLOTS = 4096;
 /// The system's trusted certificates, which p11-kit shows as tokens.
 constexpr const char* TRUST_STORE_MODEL = "p11-kit-trust";
 
-/// Whether the card manager knows this model by itself.
-bool IsOfTheFamily(const std::string& model) {
-    const char* beginnings[] = {"ACOS EMV-A0", "ATOS 5.3", "Starcos SPK 3.", "CardOS 5.3"};
-    return std::any_of(std::begin(beginnings), std::end(beginnings),
-                       [&](const char* beginning) { return model.rfind(beginning, 0) == 0; });
-}
-
 /// p11-kit's proxy loads every library that it is told of, and the bridge may be one of them.
 thread_local bool g_IsStarting = false;
 
@@ -103,7 +96,7 @@ CK_TOKEN_INFO Runtime::TokenInfo(CK_SLOT_ID slot) {
     if (m_Serials.count(slot) != 0) {
         tokenlib::FillField(info.serialNumber, m_Serials[slot].m_Serial);
     }
-    if (!m_Settings.m_Model.empty() && !IsOfTheFamily(FieldText(info.model))) {
+    if (!m_Settings.m_Model.empty() && !IsOfTheFamily(info)) {
         tokenlib::FillField(info.model, m_Settings.m_Model);
     }
     return info;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "bridge/Serials.h"
 
+#include <algorithm>
 #include <set>
 
 #include <openssl/evp.h>
@@ -17,7 +18,21 @@ constexpr std::size_t SERIAL_BYTES = 8; ///< twice as many digits fill the field
 /// What cards that nobody has personalised yet have in common.
 constexpr const char* NOBODYS_SERIAL = "0000000000000000";
 
+/// Some libraries write zeros for want of a serial.
+bool HasSerial(const CK_TOKEN_INFO& info) {
+    const std::string serial = FieldText(info.serialNumber);
+    const bool mayBeNobodys = IsOfTheFamily(info) || (info.flags & CKF_USER_PIN_INITIALIZED) == 0;
+    return !serial.empty() && (serial != NOBODYS_SERIAL || mayBeNobodys);
+}
+
 } // namespace
+
+bool IsOfTheFamily(const CK_TOKEN_INFO& info) {
+    const char* beginnings[] = {"ACOS EMV-A0", "ATOS 5.3", "Starcos SPK 3.", "CardOS 5.3"};
+    const std::string model = FieldText(info.model);
+    return std::any_of(std::begin(beginnings), std::end(beginnings),
+                       [&](const char* beginning) { return model.rfind(beginning, 0) == 0; });
+}
 
 std::string MadeSerial(const CK_TOKEN_INFO& info, const std::string& slotDescription) {
     // A zero byte stands in none of them, so that no two rows of words run into each other.
@@ -40,7 +55,7 @@ std::vector<std::pair<CK_SLOT_ID, std::string>> SerialsOf(const std::vector<List
     std::set<std::string> taken;
     for (const ListedToken& token : tokens) {
         std::string serial = FieldText(token.m_Info.serialNumber);
-        if (serial.empty() || taken.count(serial) != 0) {
+        if (!HasSerial(token.m_Info) || taken.count(serial) != 0) {
             serial = MadeSerial(token.m_Info, "");
         }
         if (taken.count(serial) != 0) {

@@ -18,6 +18,9 @@ std::string FieldText(const unsigned char (&field)[Size]) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
+/// Whether the card manager knows this model by itself.
+bool IsOfTheFamily(const CK_TOKEN_INFO& info);
+
 /// A serial made from what the token says about itself: sixteen hexadecimal digits that are the same
 /// for the same words each time.
 std::string MadeSerial(const CK_TOKEN_INFO& info, const std::string& slotDescription);
@@ -30,7 +33,8 @@ struct ListedToken {
 };
 
 /// The serials by which the card manager tells these tokens apart: each token's own where it has one
-/// that no token before it has, else a made one.
+/// that no token before it has, else a made one. Zeros alone, which the card manager takes for a card that
+/// nobody has personalised, stay with the family's cards and with tokens that have no PIN yet.
 std::vector<std::pair<CK_SLOT_ID, std::string>> SerialsOf(const std::vector<ListedToken>& tokens);
 
 } // namespace orselbridge

@@ -54,6 +54,22 @@ TEST(TheSerialsOfTokens, OfCardsThatNobodyHasPersonalisedStayZero) {
     EXPECT_EQ(zeros, serials[1].second);
 }
 
+TEST(TheSerialsOfTokens, OfTheFamilysCardsMayBeZeroAlthoughTheyHavePins) {
+    const std::string zeros(16, '0');
+    ListedToken token = Token(1, "", zeros);
+    token.m_Info.flags = CKF_USER_PIN_INITIALIZED;
+    tokenlib::FillField(token.m_Info.model, "CardOS 5.3");
+    EXPECT_EQ(zeros, SerialsOf({token})[0].second);
+}
+
+TEST(TheSerialsOfTokens, AreMadeWhereALibraryWritesZerosForWantOfOne) {
+    const std::string zeros(16, '0');
+    ListedToken token = Token(1, "Maria Muster", zeros);
+    token.m_Info.flags = CKF_USER_PIN_INITIALIZED;
+    EXPECT_NE(zeros, SerialsOf({token})[0].second);
+    EXPECT_EQ(16U, SerialsOf({token})[0].second.size());
+}
+
 TEST(AFieldOfText, EndsAtItsZeroByteOrItsBlanks) {
     const unsigned char blanks[8] = {'a', ' ', 'b', ' ', ' ', ' ', ' ', ' '};
     const unsigned char zero[4] = {'a', 0, 'b', 'c'};
