@@ -3,6 +3,7 @@
 // result is stands in a table, which calls there are is found out by a run without faults.
 #include "card/tkPKCS11.h"
 
+#include <algorithm>
 #include <iostream>
 #include <map>
 #include <set>
@@ -45,6 +46,10 @@ std::string ExpectedResult(const MatrixOperation& operation, const CardFault& fa
     return Replaced(fault.LookUp(operation.m_Otherwise, operation.m_Bad), "{rv}", NumberOf(fault.m_Effect));
 }
 
+bool IsClosing(const CardCall& call) {
+    return call.m_Function == "C_CloseSession";
+}
+
 /// Runs one operation again and again over the same card.
 class MatrixRunner {
 public:
@@ -71,17 +76,30 @@ public:
     void ExpectStatedResult(const CardFault& fault) {
         SCOPED_TRACE(fault.GetLine());
         m_Context.m_Deck.PlanFaults({fault.GetLine()});
-        const std::string result = Run();
-        const std::string expected = ExpectedResult(m_Operation, fault);
-        EXPECT_EQ(result, expected);
-        EXPECT_EQ(SessionsLeftOpen(), expected == m_Operation.m_Good ? m_Operation.m_SessionsWhenGood
-                                                                     : m_Operation.m_SessionsWhenBad);
+        ExpectResult(Run(), ExpectedResult(m_Operation, fault));
         if (NumberOf(fault.m_Effect) != CKR_OK) { // else the trace does not show whether the fault was met
             EXPECT_EQ(ResultOf(fault.m_Call), fault.m_Effect);
         }
     }
 
+    /// The same when the session cannot be closed either: what failed first decides.
+    void ExpectStatedResult(const CardFault& fault, const CardFault& ofClosing) {
+        SCOPED_TRACE(fault.GetLine() + ", " + ofClosing.GetLine());
+        m_Context.m_Deck.PlanFaults({fault.GetLine(), "C_CloseSession rv=" + ofClosing.m_Effect});
+        const std::string alone = ExpectedResult(m_Operation, fault);
+        const std::string result = Run();
+        const bool isClosed = !m_Context.m_Deck.GetTrace("C_CloseSession").empty();
+        ExpectResult(result, alone == m_Operation.m_Good && isClosed ? ExpectedResult(m_Operation, ofClosing)
+                                                                     : alone);
+    }
+
 private:
+    void ExpectResult(const std::string& result, const std::string& expected) const {
+        EXPECT_EQ(result, expected);
+        EXPECT_EQ(SessionsLeftOpen(), expected == m_Operation.m_Good ? m_Operation.m_SessionsWhenGood
+                                                                     : m_Operation.m_SessionsWhenBad);
+    }
+
     /// One run from the beginning, up to the library's being let go.
     std::string Run() {
         m_Context.m_Deck.Change(m_Context.m_CardName, [this](orselsim::Card& card) { card = m_Pristine; });
@@ -152,15 +170,22 @@ TEST_P(FaultMatrix, GivesTheStatedResult) {
     MatrixRunner runner(operation);
     const std::vector<CardCall> calls = runner.FindCalls();
     ASSERT_THAT(calls, Not(IsEmpty()));
+    const auto closing = std::find_if(calls.begin(), calls.end(), IsClosing);
     size_t cases = 0;
+    size_t pairs = 0;
     for (const CardCall& call : calls) {
         for (const CardFault& fault : orseltest::FaultsOf(call)) {
             runner.ExpectStatedResult(fault);
             ++cases;
+            if (closing != calls.end() && !IsClosing(call)) {
+                runner.ExpectStatedResult(fault, {*closing, "CKR_DEVICE_REMOVED"});
+                ++pairs;
+            }
         }
     }
-    std::cout << operation.m_Name << ": " << calls.size() << " calls, " << cases << " cases\n";
-    g_Cases += cases;
+    std::cout << operation.m_Name << ": " << calls.size() << " calls, " << cases << " cases, " << pairs
+              << " with a close that fails too\n";
+    g_Cases += cases + pairs;
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, FaultMatrix, testing::ValuesIn(MatrixOperations()),
