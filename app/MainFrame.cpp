@@ -78,6 +78,8 @@ MainFrame::MainFrame(wxWindow* parent)
     SetIcon(wxIcon(IconXpm));
     SetTitle(FullTitle(version));
     CreateColumns();
+    BindKeys();
+    NameControls();
 
     m_p11 = new Velmor::tkPKCS11;
     SetStatus("", false);

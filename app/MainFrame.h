@@ -10,6 +10,8 @@
 #include <wx/timer.h>
 
 #include <memory>
+#include <string>
+#include <vector>
 
 class RefreshCardThread;
 class StatusLine;
@@ -23,6 +25,7 @@ class wxPanel;
 class wxStaticBitmap;
 class wxStaticBox;
 class wxStaticText;
+struct ListEntryData;
 
 namespace Velmor {
 class tkPKCS11;
@@ -146,7 +149,17 @@ private:
     void UnblockPin(Velmor::ApplType appl);
     void TestSignature(const char* title, Velmor::ApplType appl);
     std::unique_ptr<RefreshCardThread> JoinedWorker();
+    void ShowRows(const std::vector<std::shared_ptr<ListEntryData>>& rows);
     StatusLine TheStatusLine();
+    void ShowCardMenu(const wxPoint& place);
+    void BindKeys();
+    void GiveFocusBack();
+    void NameControls();
+    wxString CardInWords(long row) const;
+    void TellCards();
+    void evt_CharHook(wxKeyEvent& event);
+    void evt_ContextMenu(wxContextMenuEvent& event);
+    void evt_TellCards(wxListEvent& event);
 
     int m_EventsInWork = 0; ///< one inside the other
     bool m_IsToGo = false;

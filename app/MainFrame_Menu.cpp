@@ -70,13 +70,18 @@ void MainFrame::FillCardMenu(wxMenu& menu, Velmor::TokenType type) {
 }
 
 void MainFrame::evt_ItemRightClick(wxListEvent& /*event*/) {
+    ShowCardMenu(wxDefaultPosition);
+}
+
+/// At the pointer with the default position.
+void MainFrame::ShowCardMenu(const wxPoint& place) {
     std::string number;
     Velmor::TokenType type = Velmor::TOKEN_ACOS_03;
     GetSelectedItem(number, type);
     wxMenu menu;
     FillCardMenu(menu, type);
     menu.Bind(wxEVT_MENU, &MainFrame::evt_OnPopupClick, this);
-    PopupMenu(&menu, wxDefaultPosition);
+    PopupMenu(&menu, place);
 }
 
 void MainFrame::evt_OnPopupClick(wxCommandEvent& event) {

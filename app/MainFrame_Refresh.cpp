@@ -8,6 +8,7 @@
 
 #include <utility>
 
+#include "app/GrowToFit.h"
 #include "app/OrselCardsLogger.h"
 #include "app/RefreshCardThread.h"
 #include "foundation/Logging.h"
@@ -45,10 +46,18 @@ void MainFrame::evt_ThreadFinished(wxCommandEvent& /*event*/) {
     if (worker == nullptr) {
         return;
     }
-    const auto rows = worker->GetList();
+    ShowRows(worker->GetList());
     worker.reset();
+    MyEnable(true);
+    m_pleaseWait.Show(false);
+    wxEndBusyCursor();
+    wxYield();
+    GiveFocusBack();
+    TellCards();
+}
 
-    // Each row goes in where the one before went: the card that came last stands on top and is selected.
+/// Each row goes in where the one before went: the card that came last stands on top and is selected.
+void MainFrame::ShowRows(const std::vector<std::shared_ptr<ListEntryData>>& rows) {
     long index = 0;
     for (const auto& row : rows) {
         index = list_cards->InsertItem(index, row->cardNumber, m_chipImage);
@@ -56,14 +65,12 @@ void MainFrame::evt_ThreadFinished(wxCommandEvent& /*event*/) {
         list_cards->SetItem(index, 2, row->cardType, -1);
         list_cards->SetItemPtrData(index, static_cast<wxUIntPtr>(row->tokenType));
     }
+    GrowColumns(*list_cards);
+    Widen(*this, MissingForColumns(*list_cards));
     const long top = list_cards->GetNextItem(-1, wxLIST_NEXT_ALL, wxLIST_STATE_DONTCARE);
     if (top != -1) {
         list_cards->SetItemState(top, wxLIST_STATE_SELECTED, wxLIST_STATE_SELECTED);
     }
-    MyEnable(true);
-    m_pleaseWait.Show(false);
-    wxEndBusyCursor();
-    wxYield();
 }
 
 /// Waits for the worker and hands it over; null when none runs.

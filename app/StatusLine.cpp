@@ -5,6 +5,7 @@
 #include <wx/stattext.h>
 #include <wx/timer.h>
 
+#include "app/Accessible.h"
 #include "images/Images.h"
 
 static constexpr int FADE_STEPS = 50;
@@ -14,6 +15,14 @@ static constexpr int FADE_STEP_MS = 100;
 StatusLine::StatusLine(wxStaticText& text, wxStaticBitmap& icon, const wxWindow& colours, FadeOut& fade,
                        wxTimer& timer)
     : m_Text(text), m_Icon(icon), m_Colours(colours), m_Fade(fade), m_Timer(timer) {}
+
+/// The fade of the text starts at black, which nobody can read where the theme writes in a light colour.
+bool StatusLine::IsOnDark() const {
+    constexpr int MIDDLE = 128;
+    const wxColour text = m_Colours.GetForegroundColour();
+    return (text.Red() * 299 + text.Green() * 587 + text.Blue() * 114) / 1000 >=
+           MIDDLE; // as bright as eyes take it
+}
 
 void StatusLine::Hide() {
     m_Text.Show(false);
@@ -25,10 +34,14 @@ wxBitmap StatusLine::Show(const wxString& text, bool isError) {
     m_Text.Show(true);
     m_Icon.Show(true);
     m_Text.SetLabel(text);
+    if (IsOnDark()) {
+        m_Text.SetForegroundColour(m_Colours.GetForegroundColour()); // of the theme as it is now
+    }
     m_Icon.ClearBackground();
     m_Icon.SetBitmap(icon);
     m_Icon.Refresh();
     m_Icon.Update();
+    Announce(m_Text, text);
     return icon;
 }
 
@@ -51,9 +64,11 @@ void StatusLine::NextStep() {
         m_Text.SetForegroundColour(m_Colours.GetForegroundColour());
         return;
     }
-    m_Text.SetForegroundColour(m_Fade.GetColour());
-    m_Text.Refresh();
-    m_Text.Update();
+    if (!IsOnDark()) {
+        m_Text.SetForegroundColour(m_Fade.GetColour());
+        m_Text.Refresh();
+        m_Text.Update();
+    }
     m_Icon.SetBitmap(wxBitmap(m_Fade.GetImage()));
     if (m_Timer.GetInterval() != FADE_STEP_MS) {
         m_Timer.Start(FADE_STEP_MS, wxTIMER_CONTINUOUS);

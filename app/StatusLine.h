@@ -32,10 +32,13 @@ public:
     /// unchanged. Without a valid icon the message stays.
     void BeginFade(const wxBitmap& icon, const std::function<void()>& firstStep);
 
-    /// One step on; the last one hides the line and gives the text its own colour back.
+    /// One step on; the last one hides the line and gives the text its own colour back. On a dark theme the
+    /// icon fades alone, and the text keeps the theme's colour.
     void NextStep();
 
 private:
+    bool IsOnDark() const;
+
     wxStaticText& m_Text;
     wxStaticBitmap& m_Icon;
     const wxWindow& m_Colours;

@@ -11,7 +11,11 @@
 #include <wx/sizer.h>
 #include <wx/textctrl.h>
 
+#include <algorithm>
+
+#include "app/Accessible.h"
 #include "app/ControlIds.h"
+#include "app/GrowToFit.h"
 #include "app/I18N.h"
 #include "images/Images.h"
 
@@ -31,8 +35,11 @@ InfoboxBereich::InfoboxBereich(wxWindow* parent, Velmor::TokenType type)
     CreateControls();
     set_properties();
     do_layout();
+    SetEscapeId(ID_INFOBOX_CLOSE);
+    list_box->MoveBeforeInTabOrder(notebook); // the list is read first
     SetIcon(wxIcon(IconXpm));
     notebook->RemovePage(2); // "Text": filled like the others, but shown to nobody
+    NameControls();
 }
 
 static wxPanel* NewPage(wxWindow* parent) {
@@ -94,8 +101,31 @@ void InfoboxBereich::do_layout() {
     outer->Add(columns, 1, wxEXPAND, 0);
     outer->Add(button_close, 0, wxALIGN_CENTER_HORIZONTAL | wxALL, 12);
     SetSizer(outer);
-    Layout();
+    GrowToFit(*this);
     Centre(wxBOTH);
+}
+
+void InfoboxBereich::NameControls() {
+    SetAccessibleName(*list_box, L"Einträge");
+    SetAccessibleName(*notebook, L"Ansichten");
+    NamePages(*notebook);
+    SetAccessibleName(*text_inhalt, L"Inhalt");
+    SetAccessibleName(*text_binary, L"Binary");
+}
+
+/// A list that is too narrow for its rows takes nothing from the pages: the window grows along.
+void InfoboxBereich::MakeRoomForRows() {
+    constexpr int MARGIN = 12; // around the text of a row, the frame included
+    int needed = 0;
+    for (const wxString& row : list_box->GetStrings()) {
+        needed = std::max(needed, list_box->GetTextExtent(row).x + MARGIN);
+    }
+    const int missing = needed - list_box->GetSize().x;
+    if (missing > 0) {
+        list_box->SetMinSize(wxSize(needed, -1));
+        Widen(*this, missing);
+        Layout();
+    }
 }
 
 void InfoboxBereich::SetP11(Velmor::tkPKCS11* p11, int slot) {

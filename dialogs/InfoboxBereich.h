@@ -100,6 +100,8 @@ private:
     void CreateControls();
     void set_properties();
     void do_layout();
+    void NameControls();
+    void MakeRoomForRows();
     bool FindDataObject(const std::string& label, bool readWrite, CK_OBJECT_HANDLE& object);
     bool ReadDataObject(const std::string& label, Velmor::ByteArray& out);
     bool ToggleProtection(unsigned char tag);

@@ -42,6 +42,7 @@ void InfoboxBereich::evt_OnTimer(wxTimerEvent& /*event*/) {
         list_box->Insert(LibInfobox::RFU1_LABEL, 1);
         list_box->Insert(LibInfobox::RFU2_LABEL, 2);
     }
+    MakeRoomForRows();
     MyEnable(true);
     if (list_box->GetCount() == 0) {
         ShowNoPersB();

@@ -8,7 +8,9 @@
 #include <wx/stattext.h>
 #include <wx/utils.h>
 
+#include "app/Accessible.h"
 #include "app/ControlIds.h"
+#include "app/GrowToFit.h"
 #include "app/I18N.h"
 #include "foundation/Config.h"
 #include "foundation/FileAndDirectory.h"
@@ -37,6 +39,9 @@ NoPersB::NoPersB(wxWindow* parent, int id, const wxString& title, const wxPoint&
     panel_right = NewSpring(this);
     set_properties();
     do_layout();
+    SetEscapeId(ID_NOPERSB_CLOSE);
+    MarkAsDecoration(*panel_left);
+    MarkAsDecoration(*panel_right);
     button_write->Enable(false);
     button_write->Show(false);
 }
@@ -50,6 +55,7 @@ void NoPersB::do_layout() {
         this, wxID_ANY, Translate("Sie haben noch keine \nZMR Stammzahl (Personenbindung)\nauf Ihrer Karte."),
         wxDefaultPosition, wxDefaultSize, wxALIGN_CENTRE);
     headline->SetFont(wxFont(10, wxFONTFAMILY_DEFAULT, wxFONTSTYLE_NORMAL, wxFONTWEIGHT_BOLD, false));
+    AskForRoomOfText(*headline);
     auto* purpose =
         new wxStaticText(this, wxID_ANY,
                          Translate("Die Personenbindung stellt eine Verbindung zwischen Ihrem \n"

@@ -6,6 +6,8 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
+#include "app/Accessible.h"
+#include "app/GrowToFit.h"
 #include "app/I18N.h"
 
 static const wxSize DIALOG_SIZE(220, 100);
@@ -20,6 +22,9 @@ PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wx
         new wxPanel(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, wxTAB_TRAVERSAL | wxBORDER_NONE);
     set_properties();
     do_layout();
+    MarkAsNotice(*this);
+    MarkAsDecoration(*panel_left);
+    MarkAsDecoration(*panel_right);
     Bind(wxEVT_SHOW, &PleaseWait::evt_Show, this);
     Bind(wxEVT_MOVE, &PleaseWait::evt_Placed, this);
     Bind(wxEVT_SIZE, &PleaseWait::evt_Placed, this);
@@ -30,7 +35,11 @@ bool PleaseWait::Show(bool show) {
     m_Wanted = show;
     m_Place = GetPosition();
     m_Corrections = MOST_CORRECTIONS;
-    return wxDialog::Show(show);
+    const bool isChanged = wxDialog::Show(show);
+    if (show && isChanged) {
+        Announce(*this, Translate("Bitte warten..."));
+    }
+    return isChanged;
 }
 
 void PleaseWait::evt_Show(wxShowEvent& event) {
@@ -42,11 +51,11 @@ void PleaseWait::evt_Show(wxShowEvent& event) {
 
 void PleaseWait::evt_Placed(wxEvent& event) {
     event.Skip();
-    if (!IsShown() || m_Corrections == 0 || GetRect() == wxRect(m_Place, DIALOG_SIZE)) {
+    if (!IsShown() || m_Corrections == 0 || GetRect() == wxRect(m_Place, m_Size)) {
         return;
     }
     --m_Corrections;
-    SetSize(wxRect(m_Place, DIALOG_SIZE));
+    SetSize(wxRect(m_Place, m_Size));
 }
 
 void PleaseWait::set_properties() {
@@ -57,12 +66,14 @@ void PleaseWait::set_properties() {
 void PleaseWait::do_layout() {
     auto* label = new wxStaticText(this, wxID_ANY, Translate("Bitte warten..."));
     label->SetFont(wxFont(14, wxFONTFAMILY_DEFAULT, wxFONTSTYLE_NORMAL, wxFONTWEIGHT_NORMAL, false));
+    AskForRoomOfText(*label);
 
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(panel_left, 1, wxEXPAND, 0);
     row->Add(label, 0, wxALIGN_CENTER, 12);
     row->Add(panel_right, 1, wxEXPAND, 0);
     SetSizer(row);
-    Layout();
+    GrowToFit(*this);
+    m_Size = GetSize();
     Centre(wxBOTH);
 }

@@ -25,6 +25,7 @@ private:
     void evt_Placed(wxEvent& event);
 
     bool m_Wanted = false;
+    wxSize m_Size;
     wxPoint m_Place;       ///< where it stood when it was last shown or hidden
     int m_Corrections = 0; ///< left for this showing
 

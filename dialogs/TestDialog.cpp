@@ -14,7 +14,9 @@
 #include <wx/textctrl.h>
 #include <wx/utils.h>
 
+#include "app/Accessible.h"
 #include "app/ControlIds.h"
+#include "app/GrowToFit.h"
 #include "app/I18N.h"
 #include "app/StatusLine.h"
 #include "images/Images.h"
@@ -34,6 +36,8 @@ TestDialog::TestDialog(wxWindow* parent, int id, const wxString& title, const wx
     CreateControls();
     set_properties();
     do_layout();
+    NameControls();
+    SetEscapeId(ID_TEST_CLOSE);
     SetIcon(wxIcon(IconXpm));
     SetStatus(wxEmptyString, false);
 }
@@ -94,7 +98,7 @@ static wxStaticText* NewCaption(wxWindow* parent, const char* word) {
 void TestDialog::do_layout() {
     auto* algorithms = new wxBoxSizer(wxHORIZONTAL);
     algorithms->Add(NewCaption(this, "Hashalgorithmus"), 0, wxALIGN_CENTER_VERTICAL | wxALL, 6);
-    algorithms->Add(combo_hash, 0, wxRIGHT | wxTOP | wxBOTTOM, 6);
+    algorithms->Add(NewGrowingItem(combo_hash, wxSizerFlags().Border(wxRIGHT | wxTOP | wxBOTTOM, 6)));
     algorithms->Add(panel_gap, 0, 0, 0);
     algorithms->Add(NewCaption(this, "Signaturalgorithmus"), 0, wxALIGN_CENTER_VERTICAL | wxALL, 6);
     algorithms->Add(label_algorithm, 0, wxALIGN_CENTER_VERTICAL | wxRIGHT | wxTOP | wxBOTTOM, 6);
@@ -118,7 +122,18 @@ void TestDialog::do_layout() {
     outer->Add(buttons, 0, wxALIGN_CENTER_HORIZONTAL | wxALL, 0);
     outer->Add(status, 0, wxEXPAND | wxALIGN_CENTER_HORIZONTAL, 3);
     SetSizer(outer);
-    Layout();
+    GrowToFit(*this);
+}
+
+void TestDialog::NameControls() {
+    SetAccessibleName(*text_document, Translate("Zu signierender Text"));
+    SetAccessibleName(*text_signature, Translate("Signatur in Base64"));
+    SetAccessibleName(*combo_hash, Translate("Hashalgorithmus"));
+    MarkAsNotice(*label_status);
+    for (wxWindow* decoration :
+         std::initializer_list<wxWindow*>{panel_gap, panel_left, bitmap_status, panel_right, panel_height}) {
+        MarkAsDecoration(*decoration);
+    }
 }
 
 void TestDialog::evt_closedlg(wxCommandEvent& /*event*/) {

@@ -73,6 +73,7 @@ private:
     void CreateControls();
     void set_properties();
     void do_layout();
+    void NameControls();
     StatusLine TheStatusLine();
     void FillHashList(int keyBits);
     bool HashDocument(std::vector<unsigned char>& hash);

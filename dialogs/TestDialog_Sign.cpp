@@ -7,6 +7,7 @@
 #include <wx/textctrl.h>
 
 #include "app/ControlIds.h"
+#include "app/GrowToFit.h"
 #include "app/I18N.h"
 #include "app/wxHelper.h"
 #include "card/CardLabels.h"
@@ -45,6 +46,7 @@ void TestDialog::SetP11(Velmor::tkPKCS11* p11, int slot, Velmor::ApplType appl) 
     }
     FillHashList(static_cast<int>(isSignature ? info.m_SigKeyBits : info.m_EncKeyBits));
     m_fadeTimer.SetOwner(this, ID_FADE_TIMER);
+    GrowToFit(*this); // for the longest hash
 }
 
 /// The hashes that a key of this size may sign; the last one, the strongest, is selected. The limits are the

@@ -13,6 +13,8 @@
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
 
+#include "app/Accessible.h"
+#include "app/GrowToFit.h"
 #include "app/I18N.h"
 #include "viewer/CertificateRows.h"
 #include "viewer/Icons.h"
@@ -85,6 +87,7 @@ CertificateFrame::CertificateFrame(wxWindow* parent, const Velmor::slCertificate
     CreateControls();
     SetProperties();
     DoLayout();
+    NameControls();
     // By hand, since the list takes the event that its own child sends for the keyboard.
     list_rows->Bind(wxEVT_CONTEXT_MENU, &CertificateFrame::evt_ContextMenu, this);
     list_rows->Select(1); // the first row below the first heading
@@ -128,9 +131,23 @@ void CertificateFrame::SetProperties() {
     for (wxStaticText* label : {label_issuer, label_period, label_note}) {
         SetLabelFont(label, font);
     }
+    // Names may have any length; these are ours.
+    for (wxStaticText* label : {label_state, label_period, label_note}) {
+        AskForRoomOfText(*label);
+    }
     label_note->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
     label_note->Show(m_State.m_Validity == viewer::Validity::VALID);
     text_value->SetMinSize(wxSize(-1, VALUE_LINES * text_value->GetCharHeight() + MARGIN));
+}
+
+void CertificateFrame::NameControls() {
+    MarkAsDecoration(*bitmap_state); // the sentence beside it says the same
+    SetAccessibleName(*m_Notebook, Translate("Ansichten"));
+    NamePages(*m_Notebook);
+    SetAccessibleName(FocusedPartOf(*list_rows),
+                      wxString::Format(Translate("Felder: %ld"), static_cast<long>(m_Rows.size())));
+    SetAccessibleName(*text_value, Translate("Wert"));
+    SetAccessibleName(*text_all, Translate("Text und PEM"));
 }
 
 wxSizer* CertificateFrame::LayoutOfHead() {
@@ -174,6 +191,7 @@ void CertificateFrame::DoLayout() {
     auto* frame = new wxBoxSizer(wxVERTICAL);
     frame->Add(panel_main, 1, wxEXPAND, 0);
     SetSizer(frame);
-    Layout();
+    GrowToFit(*this);
+    Widen(*this, MissingForColumns(*list_rows));
     Centre(wxBOTH);
 }

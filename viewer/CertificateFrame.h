@@ -70,8 +70,10 @@ private:
     void CreateControls();
     void SetProperties();
     void DoLayout();
+    void NameControls();
     wxSizer* LayoutOfHead();
     void ShowValue();
+    void TellRow(const viewer::Row* row);
     /// Everything as text, with the PEM form behind it, not much above the limit.
     std::string WholeText(std::size_t limit) const;
     void Copy(const std::string& utf8);

@@ -12,6 +12,7 @@
 #include <wx/panel.h>
 #include <wx/textctrl.h>
 
+#include "app/Accessible.h"
 #include "app/I18N.h"
 #include "viewer/CertificateFile.h"
 #include "viewer/LongText.h"
@@ -26,6 +27,7 @@ namespace {
 
 // Bytes that the text fields show; copying and saving have no limit.
 constexpr std::size_t LONGEST_VALUE_SHOWN = 16UL * 1024;
+constexpr std::size_t LONGEST_VALUE_SAID = 200;
 constexpr std::size_t LONGEST_TEXT_SHOWN = 256UL * 1024;
 constexpr std::size_t NO_LIMIT = std::string::npos;
 
@@ -40,6 +42,19 @@ void CertificateFrame::evt_ItemSelected(wxListEvent& /*event*/) {
 void CertificateFrame::ShowValue() {
     const viewer::Row* row = list_rows->Selected();
     text_value->ChangeValue(row != nullptr ? FromUtf8(row->Value(LONGEST_VALUE_SHOWN)) : wxString());
+    TellRow(row);
+}
+
+/// The list has no rows on the accessibility bus.
+void CertificateFrame::TellRow(const viewer::Row* row) {
+    if (row == nullptr) {
+        return;
+    }
+    wxWindow& list = FocusedPartOf(*list_rows);
+    const std::string value = row->Value(LONGEST_VALUE_SAID);
+    const wxString words = value.empty() ? row->Label() : row->Label() + ": " + FromUtf8(value);
+    SetAccessibleDescription(list, words);
+    Announce(list, words);
 }
 
 void CertificateFrame::evt_PageChanged(wxBookCtrlEvent& event) {

@@ -65,9 +65,21 @@ void RowList::evt_Size(wxSizeEvent& event) {
     SetColumnWidth(1, std::max(LEAST_VALUE_WIDTH, GetClientSize().x - GetColumnWidth(0) - BORDER));
 }
 
+int RowList::WidthOfLabel(const Row& row) const {
+    if (!row.IsHeading()) {
+        return GetTextExtent(INDENTATION + row.Label()).x;
+    }
+    const wxFont font = m_HeadingLook.GetFont();
+    int width = 0;
+    int height = 0;
+    GetTextExtent(row.Label(), &width, &height, nullptr, nullptr, &font);
+    return width;
+}
+
 /// Measured on no more labels than a window shows in a while: the rest are alike or cut.
 int RowList::WidthOfLabels() const {
-    constexpr int WIDEST = 320;
+    constexpr int WIDEST = 320; // and more only for a large font
+    constexpr int LETTERS = 40;
     int width = 0;
     int count = 0;
     const wxString* last = nullptr;
@@ -79,7 +91,7 @@ int RowList::WidthOfLabels() const {
             break;
         }
         last = &row.Label();
-        width = std::max(width, GetTextExtent(row.IsHeading() ? row.Label() : INDENTATION + row.Label()).x);
+        width = std::max(width, WidthOfLabel(row));
     }
-    return std::min(width, WIDEST) + GAP;
+    return std::min(width, std::max(WIDEST, LETTERS * GetCharWidth())) + GAP;
 }

@@ -26,6 +26,7 @@ protected:
 private:
     void evt_Size(wxSizeEvent& event);
     int WidthOfLabels() const;
+    int WidthOfLabel(const viewer::Row& row) const;
 
     const std::vector<viewer::Row>& m_Rows;
     mutable wxListItemAttr m_HeadingLook; ///< the list asks for it as something that it might change

@@ -49,7 +49,7 @@ TEST_F(TheInfoboxDialog, HasAListAndTwoButtons) {
     EXPECT_EQ(m_Dialog.button_encrypt->GetLabel(), Utf8("unverschlüsselt speichern"));
     EXPECT_EQ(m_Dialog.button_close->GetId(), 5450);
     EXPECT_EQ(m_Dialog.button_close->GetLabel(), Utf8("Schließen"));
-    EXPECT_THAT(ChildrenOf(m_Dialog), ElementsAre(m_Dialog.notebook, m_Dialog.list_box,
+    EXPECT_THAT(ChildrenOf(m_Dialog), ElementsAre(m_Dialog.list_box, m_Dialog.notebook,
                                                   m_Dialog.button_encrypt, m_Dialog.button_close));
 }
 

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "app/Accessible.h"
+
+#include <gtk/gtk.h>
+#include <wx/listctrl.h>
+#include <wx/notebook.h>
+
+namespace {
+
+/// The widget inside that takes the focus, such as a text view between its scrollbars; null without one.
+GtkWidget* FocusableIn(GtkWidget* widget) {
+    const bool canFocus = gtk_widget_get_can_focus(widget) && !GTK_IS_SCROLLED_WINDOW(widget);
+    if (canFocus || !GTK_IS_CONTAINER(widget)) {
+        return canFocus ? widget : nullptr;
+    }
+    GtkWidget* found = nullptr;
+    gtk_container_forall(
+        GTK_CONTAINER(widget),
+        [](GtkWidget* child, gpointer data) {
+            auto& first = *static_cast<GtkWidget**>(data);
+            first = first != nullptr ? first : FocusableIn(child);
+        },
+        &found);
+    return found;
+}
+
+/// Belongs to the widget.
+AtkObject* ObjectOf(const wxWindow& window) {
+    GtkWidget* const widget = window.GetHandle();
+    GtkWidget* const focusable = FocusableIn(widget);
+    return gtk_widget_get_accessible(focusable != nullptr ? focusable : widget);
+}
+
+} // namespace
+
+/// Scrollbars around a control are no stop of their own.
+void SetAccessibleName(wxWindow& window, const wxString& name) {
+    if (GTK_IS_SCROLLED_WINDOW(window.GetHandle())) {
+        gtk_widget_set_can_focus(window.GetHandle(), FALSE);
+    }
+    atk_object_set_name(ObjectOf(window), name.utf8_str());
+}
+
+void SetAccessibleDescription(wxWindow& window, const wxString& text) {
+    atk_object_set_description(ObjectOf(window), text.utf8_str());
+}
+
+void NamePages(wxNotebook& notebook) {
+    AtkObject* const object = gtk_widget_get_accessible(notebook.GetHandle());
+    for (size_t i = 0; i < notebook.GetPageCount(); ++i) {
+        if (AtkObject* const page = atk_object_ref_accessible_child(object, static_cast<int>(i))) {
+            atk_object_set_name(page, notebook.GetPageText(i).utf8_str());
+            g_object_unref(page);
+        }
+    }
+}
+
+void MarkAsDecoration(wxWindow& window) {
+    if (GtkWidget* const focusable = FocusableIn(window.GetHandle())) {
+        gtk_widget_set_can_focus(focusable, FALSE);
+    }
+    atk_object_set_role(gtk_widget_get_accessible(window.GetHandle()), ATK_ROLE_FILLER);
+}
+
+void MarkAsNotice(wxWindow& window) {
+    atk_object_set_role(gtk_widget_get_accessible(window.GetHandle()),
+                        window.IsTopLevel() ? ATK_ROLE_ALERT : ATK_ROLE_NOTIFICATION);
+}
+
+/// Readers of before ATK 2.46, which has a signal for it, take a notice that comes into sight.
+void Announce(wxWindow& window, const wxString& text) {
+    AtkObject* const object = ObjectOf(window);
+    if (g_signal_lookup("announcement", ATK_TYPE_OBJECT) != 0) {
+        g_signal_emit_by_name(object, "announcement", static_cast<const char*>(text.utf8_str()));
+    }
+    if (atk_object_get_role(object) == ATK_ROLE_NOTIFICATION) {
+        atk_object_notify_state_change(object, ATK_STATE_SHOWING, TRUE);
+    }
+}
+
+/// The generic list makes it before the part with the headers.
+wxWindow& FocusedPartOf(wxListCtrl& list) {
+    return list.GetChildren().empty() ? list : *list.GetChildren().front();
+}

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#ifndef ORSEL_APP_ACCESSIBLE_H
+#define ORSEL_APP_ACCESSIBLE_H
+
+class wxListCtrl;
+class wxNotebook;
+class wxString;
+class wxWindow;
+
+// What people hear who cannot see the screen. On GTK the toolkit has no way to say it, so these reach through
+// to the native widget and its object on the accessibility bus (ATK): here and nowhere else. Without a bus
+// they cost next to nothing.
+
+/// The name of a control; controls with a label of their own have that without this.
+void SetAccessibleName(wxWindow& window, const wxString& name);
+
+/// More than the name, for what changes: a reader that stands on the control is told of the change.
+void SetAccessibleDescription(wxWindow& window, const wxString& text);
+
+/// Names the pages of a notebook by their labels, also for the moment in which a page is taken away.
+void NamePages(wxNotebook& notebook);
+
+/// A picture or a gap that says nothing: readers pass it over, and so does the focus.
+void MarkAsDecoration(wxWindow& window);
+
+/// A line of text, or a dialog, that comes by itself and is to be read out then.
+void MarkAsNotice(wxWindow& window);
+
+/// Has a text read out now, wherever the reader stands.
+void Announce(wxWindow& window, const wxString& text);
+
+/// The part of a list in report mode that has the focus.
+wxWindow& FocusedPartOf(wxListCtrl& list);
+
+#endif
