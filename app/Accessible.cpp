@@ -3,7 +3,6 @@
 
 #include <gtk/gtk.h>
 #include <wx/listctrl.h>
-#include <wx/notebook.h>
 
 namespace {
 
@@ -43,16 +42,6 @@ void SetAccessibleName(wxWindow& window, const wxString& name) {
 
 void SetAccessibleDescription(wxWindow& window, const wxString& text) {
     atk_object_set_description(ObjectOf(window), text.utf8_str());
-}
-
-void NamePages(wxNotebook& notebook) {
-    AtkObject* const object = gtk_widget_get_accessible(notebook.GetHandle());
-    for (size_t i = 0; i < notebook.GetPageCount(); ++i) {
-        if (AtkObject* const page = atk_object_ref_accessible_child(object, static_cast<int>(i))) {
-            atk_object_set_name(page, notebook.GetPageText(i).utf8_str());
-            g_object_unref(page);
-        }
-    }
 }
 
 void MarkAsDecoration(wxWindow& window) {

@@ -3,7 +3,6 @@
 #define ORSEL_APP_ACCESSIBLE_H
 
 class wxListCtrl;
-class wxNotebook;
 class wxString;
 class wxWindow;
 
@@ -16,9 +15,6 @@ void SetAccessibleName(wxWindow& window, const wxString& name);
 
 /// More than the name, for what changes: a reader that stands on the control is told of the change.
 void SetAccessibleDescription(wxWindow& window, const wxString& text);
-
-/// Names the pages of a notebook by their labels, also for the moment in which a page is taken away.
-void NamePages(wxNotebook& notebook);
 
 /// A picture or a gap that says nothing: readers pass it over, and so does the focus.
 void MarkAsDecoration(wxWindow& window);

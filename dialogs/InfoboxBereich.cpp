@@ -108,7 +108,6 @@ void InfoboxBereich::do_layout() {
 void InfoboxBereich::NameControls() {
     SetAccessibleName(*list_box, L"Einträge");
     SetAccessibleName(*notebook, L"Ansichten");
-    NamePages(*notebook);
     SetAccessibleName(*text_inhalt, L"Inhalt");
     SetAccessibleName(*text_binary, L"Binary");
 }

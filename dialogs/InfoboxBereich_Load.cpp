@@ -44,6 +44,7 @@ void InfoboxBereich::evt_OnTimer(wxTimerEvent& /*event*/) {
     }
     MakeRoomForRows();
     MyEnable(true);
+    list_box->SetFocus(); // disabling took it from whatever had it
     if (list_box->GetCount() == 0) {
         ShowNoPersB();
     }

@@ -143,7 +143,6 @@ void CertificateFrame::SetProperties() {
 void CertificateFrame::NameControls() {
     MarkAsDecoration(*bitmap_state); // the sentence beside it says the same
     SetAccessibleName(*m_Notebook, Translate("Ansichten"));
-    NamePages(*m_Notebook);
     SetAccessibleName(FocusedPartOf(*list_rows),
                       wxString::Format(Translate("Felder: %ld"), static_cast<long>(m_Rows.size())));
     SetAccessibleName(*text_value, Translate("Wert"));
