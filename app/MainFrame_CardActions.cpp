@@ -12,6 +12,7 @@
 
 #include "app/I18N.h"
 #include "app/OrselCardsLogger.h"
+#include "app/StatusLine.h"
 #include "app/wxHelper.h"
 #include "card/CardLimits.h"
 #include "card/SessionGuard.h"
@@ -218,6 +219,6 @@ void MainFrame::evt_pers_show(wxCommandEvent& /*event*/) {
     InfoboxBereich dialog(this, type);
     dialog.SetP11(m_p11, slotIndex);
     dialog.Centre(wxBOTH | wxCENTRE_ON_SCREEN);
-    wxSafeYield(nullptr, false);
+    YieldAndKeepFocus();
     dialog.ShowModal();
 }

@@ -24,7 +24,7 @@ void MainFrame::SetStatus(wxString text, bool error) {
     const wxBitmap icon = line.Show(text, error);
     RenewLayoutOf(*this);
     SendSizeEvent();
-    wxSafeYield(nullptr, false);
+    YieldAndKeepFocus();
     line.BeginFade(icon, [this] {
         wxTimerEvent event(m_fadeTimer);
         evt_OnFadeOut(event);

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "app/StatusLine.h"
 
+#include <wx/app.h>
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
 #include <wx/timer.h>
+#include <wx/utils.h>
+#include <wx/weakref.h>
+#include <wx/window.h>
 
 #include "app/Accessible.h"
 #include "images/Images.h"
@@ -72,6 +76,14 @@ void StatusLine::NextStep() {
     m_Icon.SetBitmap(wxBitmap(m_Fade.GetImage()));
     if (m_Timer.GetInterval() != FADE_STEP_MS) {
         m_Timer.Start(FADE_STEP_MS, wxTIMER_CONTINUOUS);
+    }
+}
+
+void YieldAndKeepFocus() {
+    const wxWeakRef<wxWindow> focus(wxWindow::FindFocus());
+    wxSafeYield(nullptr, false);
+    if (focus && wxWindow::FindFocus() != focus) {
+        focus->SetFocus();
     }
 }
 

@@ -46,6 +46,9 @@ private:
     wxTimer& m_Timer;
 };
 
+/// wxSafeYield, which disables every window for its time, and then gives the keyboard back to where it was.
+void YieldAndKeepFocus();
+
 /// Makes a window lay itself out again with its size unchanged. The pixel more and less, in this order, is
 /// what moves the toolkit to do it.
 void RenewLayoutOf(wxWindow& window);

@@ -44,7 +44,7 @@ void InfoboxBereich::evt_OnTimer(wxTimerEvent& /*event*/) {
     }
     MakeRoomForRows();
     MyEnable(true);
-    list_box->SetFocus(); // disabling took it from whatever had it
+    button_close->SetFocus(); // disabling took it from whatever had it; in the list it would select a row
     if (list_box->GetCount() == 0) {
         ShowNoPersB();
     }

@@ -156,7 +156,7 @@ void TestDialog::SetStatus(wxString text, bool isError) {
     }
     bitmap_status->Refresh();
     RenewLayoutOf(*this);
-    wxSafeYield(nullptr, false);
+    YieldAndKeepFocus();
     line.BeginFade(icon, [this] {
         wxTimerEvent event(m_fadeTimer);
         event.SetId(wxID_ANY);

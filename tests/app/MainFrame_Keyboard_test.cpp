@@ -112,6 +112,15 @@ TEST_F(TheKeysOfTheWindow, RereadsTheCardsAndReturnsToTheList) {
     EXPECT_TRUE(RunUntil([this] { return ListHasFocus(); }));
 }
 
+TEST_F(TheKeysOfTheWindow, StillWorkAfterAResultWasTold) {
+    OpenOn("acos-a04");
+    m_Frame->SetStatus("Fertig", false);
+    EXPECT_TRUE(RunUntil([this] { return ListHasFocus(); }));
+    Keyboard("F9");
+    EXPECT_TRUE(RunUntil([this] { return !m_Frame->m_Heard.empty(); }));
+    EXPECT_THAT(m_Frame->m_Heard, ElementsAre("sig test"));
+}
+
 TEST_F(TheKeysOfTheWindow, OpensTheMenuAtTheSelectedRow) {
     OpenOn("acos-a03");
     for (const char* key : {"shift+F10", "Menu"}) {

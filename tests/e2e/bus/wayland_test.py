@@ -1,0 +1,108 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+"""The built programs under a Wayland compositor without a screen: every window comes up and can be photographed, bears
+the name of its desktop entry, and the toolkit has nothing to complain of.
+  wayland_test.py PROGRAM DECK_TOOL FOLDER_OF_TOKEN_LIBRARY VIEWER"""
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+from Reader import Atspi, Program, all_in, is_in, wait_for
+
+PROGRAM, DECK_TOOL, SIMULATOR, VIEWER = sys.argv[1:5]
+CARD = ("acos-a04", "0512380917624502", "Käthe Grünbichler")
+DEBUG_LINE = re.compile(r"^\[ *\d+\.\d+\] ")  # of the protocol, which is written down beside everything else
+
+
+class Compositor:
+    """sway, drawing into memory. It has a seat, without which the toolkit does not get by."""
+
+    def __init__(self):
+        self.folder = tempfile.TemporaryDirectory()
+        os.chmod(self.folder.name, 0o700)
+        settings = os.path.join(self.folder.name, "settings")
+        pathlib.Path(settings).write_text("output * resolution 1280x1024\nxwayland disable\nfor_window [app_id=.*] floating enable\n")
+        self.environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder.name, HOME=self.folder.name, WLR_BACKENDS="headless",
+                                WLR_RENDERER="pixman", WLR_LIBINPUT_NO_DEVICES="1")
+        self.environment.pop("WAYLAND_DISPLAY", None)
+        self.log = open(os.path.join(self.folder.name, "sway.log"), "w")
+        self.process = subprocess.Popen(["sway", "--config", settings], env=self.environment, stdout=self.log, stderr=self.log)
+        self.environment["WAYLAND_DISPLAY"] = wait_for(
+            lambda: [name for name in os.listdir(self.folder.name) if re.match(r"wayland-\d+$", name)], "the compositor")[0]
+
+    def picture(self):
+        """Everything on the screen."""
+        def taken():
+            return subprocess.run(["grim", "-"], env=self.environment, check=False, capture_output=True).stdout
+        return wait_for(taken, "a picture")
+
+    def close(self):
+        self.process.terminate()
+        self.process.wait()
+        self.log.close()
+        self.folder.cleanup()
+
+
+class OnWayland(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        self.compositor = Compositor()
+        self.empty = self.compositor.picture()
+        wayland = {name: self.compositor.environment[name] for name in ("XDG_RUNTIME_DIR", "WAYLAND_DISPLAY")}
+        self.program = Program(PROGRAM, DECK_TOOL, SIMULATOR, VIEWER, [CARD],
+                               dict(wayland, GDK_BACKEND="wayland", WAYLAND_DEBUG="1", DISPLAY=""))
+
+    def tearDown(self):
+        self.compositor.close()
+
+    def photograph(self, name):
+        """The picture differs from the last one as soon as the window is drawn."""
+        before = self.empty
+        self.empty = wait_for(lambda: next((picture for picture in [self.compositor.picture()] if picture != before), None),
+                              f"a picture of {name}")
+        if "ORSEL_PICTURES" in os.environ:
+            pathlib.Path(os.environ["ORSEL_PICTURES"], f"wayland-{name}.png").write_bytes(self.empty)
+
+    def shown_window(self):
+        window = self.program.main_window()
+        cards = wait_for(lambda: next((thing for thing in all_in(window) if thing.get_name() == "Karten: 1"), None), "cards")
+        wait_for(lambda: is_in(cards, Atspi.StateType.SENSITIVE), "the list to be enabled")
+        self.photograph("main")
+        return window
+
+    def test_the_main_window_and_the_viewer_come_up(self):
+        window = self.shown_window()
+        self.program.act(window, "Zertifikat anzeigen, Signaturzertifikat")
+        desktop = Atspi.get_desktop(0)
+        wait_for(lambda: any(desktop.get_child_at_index(i).get_child_at_index(0).get_name().endswith("– Zertifikat")
+                             for i in range(desktop.get_child_count())), "the viewer")
+        self.photograph("viewer")
+        self.expect_nothing_amiss({"orselcards", "orselcards-certviewer"})
+
+    def test_the_signature_test_comes_up(self):
+        self.open_and_photograph("Signatur testen, Signaturzertifikat", "test")
+
+    def test_the_infobox_comes_up(self):
+        self.open_and_photograph("Infobox anzeigen", "infobox")
+
+    def open_and_photograph(self, button, name):
+        self.program.act(self.shown_window(), button)
+        self.photograph(name)
+        self.expect_nothing_amiss({"orselcards"})
+
+    def expect_nothing_amiss(self, names):
+        written = self.program.close()
+        self.assertEqual(set(re.findall(r'set_app_id\("([^"]*)"\)', written)), names)
+        self.assertEqual("\n".join(line for line in written.splitlines() if not DEBUG_LINE.match(line)), "")
+
+
+if __name__ == "__main__":
+    if shutil.which("sway") is None:
+        sys.exit("sway is missing: scripts/install-dependencies test")
+    unittest.main(argv=[sys.argv[0], "-v", *sys.argv[5:]])
