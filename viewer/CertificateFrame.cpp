@@ -7,7 +7,6 @@
 #include <wx/listctrl.h>
 #include <wx/notebook.h>
 #include <wx/panel.h>
-#include <wx/settings.h>
 #include <wx/sizer.h>
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
@@ -135,7 +134,6 @@ void CertificateFrame::SetProperties() {
     for (wxStaticText* label : {label_state, label_period, label_note}) {
         AskForRoomOfText(*label);
     }
-    label_note->SetForegroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
     label_note->Show(m_State.m_Validity == viewer::Validity::VALID);
     text_value->SetMinSize(wxSize(-1, VALUE_LINES * text_value->GetCharHeight() + MARGIN));
 }

@@ -7,6 +7,9 @@
 #include "dialogs/NoPersB.h"
 #include "dialogs/TestDialog.h"
 #include "tests/app/CardWindow.h"
+#include "tests/dialogs/ProbedInfobox.h"
+#include "tests/dialogs/ProbedTestDialog.h"
+#include "tests/support/Themes.h"
 #include "tests/support/Widgets.h"
 
 using testing::ElementsAre;
@@ -17,6 +20,49 @@ namespace {
 /// Real presses, as a keyboard sends them.
 void Keyboard(const std::string& keys) {
     EXPECT_EQ(std::system(("xdotool key --clearmodifiers " + keys).c_str()), 0);
+}
+
+/// Waits until a window has the keyboard, which the window manager gives it in its own time.
+void AwaitKeyboard(wxWindow& window) {
+    bool isHeard = false;
+    const auto hear = [&isHeard](wxKeyEvent& key) {
+        isHeard = isHeard || key.GetKeyCode() == WXK_F12; // of no meaning in any window
+        key.Skip();
+    };
+    window.Bind(wxEVT_CHAR_HOOK, hear);
+    EXPECT_TRUE(RunUntil([&isHeard] {
+        Keyboard("F12");
+        return isHeard;
+    }));
+    window.Unbind(wxEVT_CHAR_HOOK, hear);
+}
+
+bool HasFocus(const wxWindow& control) {
+    const wxWindow* focus = wxWindow::FindFocus();
+    return focus != nullptr && (focus == &control || focus->GetParent() == &control);
+}
+
+struct Stop {
+    const char* m_Key;
+    wxWindow* m_Control;
+};
+
+/// Presses one key after the other. Each leads to its control, and one sees that it does.
+void ExpectWay(wxWindow& window, const std::vector<Stop>& way) {
+    AwaitKeyboard(window);
+    themes::SettledPictureOf(window);
+    std::vector<wxImage> pictures;
+    for (const Stop& stop : way) {
+        pictures.push_back(widgets::PictureOf(*stop.m_Control));
+    }
+    for (size_t i = 0; i < way.size(); ++i) {
+        Keyboard(way[i].m_Key);
+        EXPECT_TRUE(RunUntil([&] { return HasFocus(*way[i].m_Control); })) << "stop " << i;
+        EXPECT_TRUE(RunUntil([&] {
+            return !themes::AreAlike(pictures[i], widgets::PictureOf(*way[i].m_Control));
+        })) << "stop "
+            << i;
+    }
 }
 
 /// Writes down which command was called instead of doing it.
@@ -50,14 +96,11 @@ protected:
     void OpenOn(const std::string& kind) {
         m_Deck.Add(kind);
         Open();
+        AwaitKeyboard(*m_Frame);
         ASSERT_TRUE(RunUntil([this] { return ListHasFocus(); }));
         m_Frame->m_IsListening = true;
     }
-    bool ListHasFocus() {
-        const wxWindow* focus = wxWindow::FindFocus();
-        return focus != nullptr &&
-               (focus == m_Frame->list_cards || focus->GetParent() == m_Frame->list_cards);
-    }
+    bool ListHasFocus() { return HasFocus(*m_Frame->list_cards); }
     /// What a press makes the window do.
     std::vector<std::string> Hear(int code, int modifiers) {
         m_Frame->m_Heard.clear();
@@ -105,6 +148,7 @@ TEST_F(TheKeysOfTheWindow, DoesNotDoWhatTheButtonsOfACardDoNot) {
 TEST_F(TheKeysOfTheWindow, RereadsTheCardsAndReturnsToTheList) {
     m_Deck.Add("acos-a04");
     Open();
+    AwaitKeyboard(*m_Frame);
     ASSERT_TRUE(RunUntil([this] { return ListHasFocus(); }));
     m_Deck.Add("acos-a05");
     Keyboard("F5");
@@ -147,6 +191,51 @@ TEST_F(TheKeysOfTheWindow, OpensTheMenuAtTheSelectedRow) {
     }
 }
 
+// --- The way of the focus ----------------------------------------------------------------------------------
+
+TEST_F(TheKeysOfTheWindow, LeadThroughItInTheOrderOfReading) {
+    OpenOn("acos-a03");
+    std::vector<Stop> way;
+    for (wxWindow* control : std::initializer_list<wxWindow*>{
+             m_Frame->button_reload, m_Frame->button_sig_change_pin, m_Frame->button_sig_puk,
+             m_Frame->button_sig_show_cert, m_Frame->button_sig_test, m_Frame->button_enc_change_pin,
+             m_Frame->button_enc_puk, m_Frame->button_enc_show, m_Frame->button_enc_test,
+             m_Frame->button_pers_change, m_Frame->button_pers_puk, m_Frame->button_pers_show}) {
+        way.push_back({"Tab", control});
+    }
+    ExpectWay(*m_Frame, way);
+    ExpectWay(*m_Frame, {{"Tab", m_Frame->list_cards}});
+}
+
+TEST_F(TheKeysOfTheWindow, LeadThroughTheSignatureTest) {
+    OpenOn("acos-a03");
+    ProbedTestDialog dialog(m_Frame.get());
+    dialog.SetP11(m_Frame->m_p11, 0, Velmor::ApplSignature);
+    dialog.Show(true);
+    ASSERT_TRUE(RunUntil([&dialog] { return HasFocus(*dialog.button_sign); }));
+    ExpectWay(dialog, {{"Tab", dialog.button_verify},
+                       {"Tab", dialog.button_close},
+                       {"Tab", dialog.text_document},
+                       {"ctrl+Tab", dialog.text_signature},
+                       {"ctrl+Tab", dialog.combo_hash}});
+    ExpectWay(dialog, {{"Tab", dialog.button_sign}});
+}
+
+TEST_F(TheKeysOfTheWindow, LeadThroughTheInfobox) {
+    OpenOn("acos-a04");
+    ProbedInfobox dialog(m_Frame.get(), Velmor::TOKEN_ACOS_04);
+    dialog.SetP11(m_Frame->m_p11, 0);
+    dialog.Show(true);
+    dialog.Load();
+    dialog.Select(0); // the button works on an entry
+    ASSERT_TRUE(RunUntil([&dialog] { return HasFocus(*dialog.button_close); }));
+    ExpectWay(dialog, {{"Tab", dialog.list_box},
+                       {"Tab", dialog.notebook},
+                       {"Tab", dialog.text_inhalt},
+                       {"ctrl+Tab", dialog.button_encrypt}});
+    ExpectWay(dialog, {{"Tab", dialog.button_close}});
+}
+
 // --- Dialogs -----------------------------------------------------------------------------------------------
 
 namespace {
@@ -171,9 +260,16 @@ int ResultOfEscape(wxDialog& dialog) {
 
 } // namespace
 
-TEST(Escape, ClosesEveryDialogAsItsButtonDoes) {
+using Escape = CardWindowTest<>;
+
+TEST_F(Escape, ClosesEveryDialogAsItsButtonDoes) {
+    m_Deck.Add("acos-a04");
+    Open();
     TestDialog test(nullptr, wxID_ANY, "");
     EXPECT_EQ(ResultOfEscape(test), 0);
     NoPersB noPersB(nullptr, wxID_ANY, "");
     EXPECT_EQ(ResultOfEscape(noPersB), 0);
+    InfoboxBereich infobox(nullptr, Velmor::TOKEN_ACOS_04);
+    infobox.SetP11(m_Frame->m_p11, 0);
+    EXPECT_EQ(ResultOfEscape(infobox), 0);
 }

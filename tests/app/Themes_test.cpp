@@ -1,112 +1,59 @@
 // SPDX-License-Identifier: MIT
-// The status line can be read on every theme: measured on the picture of it.
-#include <algorithm>
-#include <cmath>
-#include <cstdlib>
-#include <map>
-
+// Every window can be read on every theme: measured on the pictures of them.
+#include "dialogs/NoPersB.h"
+#include "images/Images.h"
 #include "tests/app/CardWindow.h"
 #include "tests/dialogs/ProbedInfobox.h"
 #include "tests/dialogs/ProbedTestDialog.h"
+#include "tests/support/Themes.h"
 #include "tests/support/Widgets.h"
 
 namespace {
 
-struct Theme {
-    const char* m_Name;
-    const char* m_Theme;
-    bool m_IsDark; ///< the dark variant of a theme
-    bool m_HasDarkGround;
-};
-
-void PrintTo(const Theme& theme, std::ostream* out) {
-    *out << theme.m_Name;
-}
-
-/// Relative luminance and contrast as WCAG 2 has them.
-double Linear(unsigned char channel) {
-    const double share = channel / 255.0;
-    return share <= 0.04045 ? share / 12.92 : std::pow((share + 0.055) / 1.055, 2.4);
-}
-double Luminance(const wxColour& colour) {
-    return 0.2126 * Linear(colour.Red()) + 0.7152 * Linear(colour.Green()) + 0.0722 * Linear(colour.Blue());
-}
-double Contrast(const wxColour& a, const wxColour& b) {
-    const double light = std::max(Luminance(a), Luminance(b));
-    const double dark = std::min(Luminance(a), Luminance(b));
-    return (light + 0.05) / (dark + 0.05);
-}
-
-/// The colour that most of a picture has, and how far the one that differs most from it stands out.
-struct Writing {
-    double m_Ground = 0; ///< relative luminance
-    double m_Contrast = 1;
-};
-
-Writing WritingIn(const wxImage& picture) {
-    std::map<unsigned int, int> colours;
-    for (int y = 0; picture.IsOk() && y < picture.GetHeight(); ++y) {
-        for (int x = 0; x < picture.GetWidth(); ++x) {
-            ++colours[wxColour(picture.GetRed(x, y), picture.GetGreen(x, y), picture.GetBlue(x, y)).GetRGB()];
-        }
-    }
-    Writing writing;
-    const auto ground = std::max_element(colours.begin(), colours.end(),
-                                         [](const auto& a, const auto& b) { return a.second < b.second; });
-    for (const auto& colour : colours) {
-        writing.m_Ground = Luminance(wxColour(ground->first));
-        writing.m_Contrast =
-            std::max(writing.m_Contrast, Contrast(wxColour(colour.first), wxColour(ground->first)));
-    }
-    return writing;
-}
-
-class OnEveryTheme : public CardWindowTest<>, public testing::WithParamInterface<Theme> {
+class OnEveryTheme : public CardWindowTest<>, public testing::WithParamInterface<themes::Theme> {
 protected:
-    void SetUp() override { widgets::UseTheme(GetParam().m_Theme, GetParam().m_IsDark); }
-
-    /// Whether a window is painted as the theme wants it, with a text that can be read.
-    bool IsReadable(const wxWindow& window) const {
-        constexpr double ENOUGH = 4.5; // WCAG 2, level AA
-        const Writing writing = WritingIn(widgets::PictureOf(window));
-        return (writing.m_Ground < 0.2) == GetParam().m_HasDarkGround && writing.m_Contrast >= ENOUGH;
+    void SetUp() override { themes::Use(GetParam()); }
+    void ExpectReadable(const wxWindow& window, double contrast = themes::ENOUGH_FOR_TEXT) const {
+        themes::ExpectReadable(window, GetParam(), contrast);
     }
-    /// At full strength, on the screen.
-    void ExpectReadable(const wxWindow& text) const {
-        ASSERT_TRUE(RunUntil([&text] { return text.IsShownOnScreen() && text.GetSize().x > 20; }));
-        RunUntil([this, &text] { return IsReadable(text); }, 5000);
-        const Writing writing = WritingIn(widgets::PictureOf(text));
-        EXPECT_TRUE(IsReadable(text)) << writing.m_Contrast << " to 1 on " << writing.m_Ground;
-    }
-
-    /// Keeps a picture of a window in the folder that the environment names, for people to look at.
-    void Keep(const wxTopLevelWindow& window, const std::string& name) {
-        const char* const folder = std::getenv("ORSEL_PICTURES");
-        if (folder != nullptr) {
-            widgets::PictureOf(window).SaveFile(
-                std::string(folder) + "/" + name + "-" + GetParam().m_Name + ".png", wxBITMAP_TYPE_PNG);
-        }
+    void Keep(const wxWindow& window, const std::string& name) const {
+        themes::Keep(window, name, GetParam());
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Themes, OnEveryTheme,
-                         testing::Values(Theme{"Light", "Adwaita", false, false},
-                                         Theme{"Dark", "Adwaita", true, true},
-                                         Theme{"HighContrast", "HighContrast", false, false},
-                                         Theme{"HighContrastInverse", "HighContrastInverse", false, true}),
+INSTANTIATE_TEST_SUITE_P(Themes, OnEveryTheme, testing::ValuesIn(themes::ALL),
                          [](const auto& row) { return std::string(row.param.m_Name); });
+
+/// Whether a window shows a picture as it was drawn: a theme dims what it takes for disabled.
+bool ShowsWhole(const wxWindow& window, const wxImage& image) {
+    const wxImage shown = themes::SettledPictureOf(window);
+    const int x = (shown.GetWidth() - image.GetWidth()) / 2;
+    const int y = (shown.GetHeight() - image.GetHeight()) / 2;
+    return shown.IsOk() && x >= 0 && y >= 0 &&
+           themes::AreAlike(shown.GetSubImage(wxRect(wxPoint(x, y), image.GetSize())), image);
+}
 
 } // namespace
 
 TEST_P(OnEveryTheme, TheStatusOfTheMainWindowCanBeRead) {
     m_Deck.AddDemoCards();
     Open();
+    Select(2);
     m_Frame->SetStatus("Dieser Befehl ist mit einer leeren Karte nicht erlaubt!", true);
+    m_Frame->m_fadeTimer.Stop();
     ExpectReadable(*m_Frame->label_status);
+    ExpectReadable(*m_Frame->bitmap_status, themes::ENOUGH_FOR_ICON);
     Keep(*m_Frame, "main");
     m_Frame->m_pleaseWait.Show(true);
-    RunFor(200);
+    ExpectReadable(m_Frame->m_pleaseWait);
     Keep(m_Frame->m_pleaseWait, "busy");
+}
+
+TEST_P(OnEveryTheme, TheBannerAndTheReloadButtonKeepTheirColours) {
+    m_Deck.Add("acos-a04");
+    Open();
+    EXPECT_TRUE(ShowsWhole(*m_Frame->bitmap_banner, wxImage(VelmorBanner)));
+    ExpectReadable(*m_Frame->button_reload, themes::ENOUGH_FOR_ICON);
 }
 
 TEST_P(OnEveryTheme, TheStatusOfTheSignatureTestCanBeRead) {
@@ -116,7 +63,9 @@ TEST_P(OnEveryTheme, TheStatusOfTheSignatureTestCanBeRead) {
     dialog.SetP11(m_Frame->m_p11, 0, Velmor::ApplSignature);
     dialog.Show(true);
     dialog.SetStatus("Signatur erfolgreich!", false);
+    dialog.m_fadeTimer.Stop();
     ExpectReadable(*dialog.label_status);
+    ExpectReadable(*dialog.bitmap_status, themes::ENOUGH_FOR_ICON);
     Keep(dialog, "test");
 }
 
@@ -132,7 +81,7 @@ TEST_P(OnEveryTheme, TheInfoboxCanBeRead) {
     Keep(dialog, "infobox");
     NoPersB noPersB(m_Frame.get(), wxID_ANY, "");
     noPersB.Show(true);
-    RunFor(200);
+    ExpectReadable(noPersB);
     Keep(noPersB, "nopersb");
 }
 
