@@ -23,6 +23,15 @@ GtkWidget* FocusableIn(GtkWidget* widget) {
     return found;
 }
 
+/// A list that drops down is one stop: its arrow, which the keys do without, would be another.
+void LeaveOutArrow(GtkWidget* widget, gpointer /*data*/) {
+    if (GTK_IS_TOGGLE_BUTTON(widget)) {
+        gtk_widget_set_can_focus(widget, FALSE);
+    } else if (GTK_IS_CONTAINER(widget)) {
+        gtk_container_forall(GTK_CONTAINER(widget), &LeaveOutArrow, nullptr);
+    }
+}
+
 /// Belongs to the widget.
 AtkObject* ObjectOf(const wxWindow& window) {
     GtkWidget* const widget = window.GetHandle();
@@ -36,6 +45,8 @@ AtkObject* ObjectOf(const wxWindow& window) {
 void SetAccessibleName(wxWindow& window, const wxString& name) {
     if (GTK_IS_SCROLLED_WINDOW(window.GetHandle())) {
         gtk_widget_set_can_focus(window.GetHandle(), FALSE);
+    } else if (GTK_IS_COMBO_BOX(window.GetHandle())) {
+        LeaveOutArrow(window.GetHandle(), nullptr);
     }
     atk_object_set_name(ObjectOf(window), name.utf8_str());
 }

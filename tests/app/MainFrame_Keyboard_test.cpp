@@ -218,6 +218,8 @@ TEST_F(TheKeysOfTheWindow, LeadThroughTheSignatureTest) {
                        {"Tab", dialog.text_document},
                        {"ctrl+Tab", dialog.text_signature},
                        {"ctrl+Tab", dialog.combo_hash}});
+    Keyboard("Up");
+    EXPECT_TRUE(RunUntil([&dialog] { return dialog.combo_hash->GetStringSelection() == "RIPEMD-160"; }));
     ExpectWay(dialog, {{"Tab", dialog.button_sign}});
 }
 

@@ -40,13 +40,15 @@ void Use(const Theme& theme);
 /// least this contrast.
 void ExpectReadable(const wxWindow& window, const Theme& theme, double contrast = ENOUGH_FOR_TEXT);
 
-/// The picture of a window when it no longer changes, as it does while the theme fades from one state into another.
+/// The picture of a window when it no longer changes, as it does while the theme fades from one state into
+/// another.
 wxImage SettledPictureOf(const wxWindow& window);
 
 /// Whether two pictures are the same, pixel by pixel; one that is not valid is like no other.
 bool AreAlike(const wxImage& a, const wxImage& b);
 
-/// Keeps that picture in the folder that ORSEL_PICTURES names, for people to look at; without one it does nothing.
+/// Keeps that picture in the folder that ORSEL_PICTURES names, for people to look at; without one it does
+/// nothing.
 void Keep(const wxWindow& window, const std::string& name, const Theme& theme);
 
 } // namespace themes

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <set>
 
 namespace widgets {
 
@@ -177,15 +178,15 @@ std::vector<std::string> CutTexts(const wxWindow& window) {
 /// What a list has made for itself, such as the button of a header that nobody sees.
 static bool IsPart(GtkWidget* widget) {
     GtkWidget* around = gtk_widget_get_parent(widget);
-    return around != nullptr && (gtk_widget_get_ancestor(around, GTK_TYPE_COMBO_BOX) != nullptr ||
-                                 gtk_widget_get_ancestor(around, GTK_TYPE_TREE_VIEW) != nullptr);
+    return around != nullptr && gtk_widget_get_ancestor(around, GTK_TYPE_TREE_VIEW) != nullptr;
 }
 
 std::vector<std::string> NamesOfFocusable(const wxWindow& window) {
     Texts names;
-    VisitAll(window.GetHandle(), [&names](GtkWidget* widget) {
-        if (gtk_widget_get_can_focus(widget) && gtk_widget_get_mapped(widget) && !GTK_IS_WINDOW(widget) &&
-            !IsPart(widget)) {
+    std::set<GtkWidget*> seen; // the field of a list that drops down is come by twice
+    VisitAll(window.GetHandle(), [&names, &seen](GtkWidget* widget) {
+        if (seen.insert(widget).second && gtk_widget_get_can_focus(widget) && gtk_widget_get_mapped(widget) &&
+            !GTK_IS_WINDOW(widget) && !IsPart(widget)) {
             const char* name = atk_object_get_name(gtk_widget_get_accessible(widget));
             names.emplace_back(name != nullptr ? name : "");
         }

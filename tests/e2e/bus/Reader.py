@@ -152,9 +152,15 @@ class Program:
         except GLib.Error:
             pass
 
+    def end(self):
+        """However the test went; more than once does no harm."""
+        if self.process.poll() is None:
+            self.process.terminate()
+            self.process.wait()
+
     def close(self):
-        self.process.terminate()
-        self.process.wait()
+        """Ends the program. What it has written to standard error, without what is no fault of ours."""
+        self.end()
         self.errors.seek(0)
         # GTK asks a notebook's page that is just going for the label that it no longer has. Nothing of ours is in it.
         written = [line for line in self.errors if line.strip() and "gtk_notebook_get_tab_label" not in line]

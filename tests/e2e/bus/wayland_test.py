@@ -15,31 +15,44 @@ import unittest
 from Reader import Atspi, Program, all_in, is_in, wait_for
 
 PROGRAM, DECK_TOOL, SIMULATOR, VIEWER = sys.argv[1:5]
+SOCKET = "orselcards-test"
 CARD = ("acos-a04", "0512380917624502", "Käthe Grünbichler")
 DEBUG_LINE = re.compile(r"^\[ *\d+\.\d+\] ")  # of the protocol, which is written down beside everything else
 
 
 class Compositor:
-    """sway, drawing into memory. It has a seat, without which the toolkit does not get by."""
+    """weston in a window that fills the virtual display, which gives it the seat that the toolkit does not get by without."""
+
+    SETTINGS = """[core]
+idle-time=0
+[shell]
+panel-position=none
+locking=false
+animation=none
+startup-animation=none
+close-animation=none
+"""
 
     def __init__(self):
         self.folder = tempfile.TemporaryDirectory()
         os.chmod(self.folder.name, 0o700)
         settings = os.path.join(self.folder.name, "settings")
-        pathlib.Path(settings).write_text("output * resolution 1280x1024\nxwayland disable\nfor_window [app_id=.*] floating enable\n")
-        self.environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder.name, HOME=self.folder.name, WLR_BACKENDS="headless",
-                                WLR_RENDERER="pixman", WLR_LIBINPUT_NO_DEVICES="1")
-        self.environment.pop("WAYLAND_DISPLAY", None)
-        self.log = open(os.path.join(self.folder.name, "sway.log"), "w")
-        self.process = subprocess.Popen(["sway", "--config", settings], env=self.environment, stdout=self.log, stderr=self.log)
-        self.environment["WAYLAND_DISPLAY"] = wait_for(
-            lambda: [name for name in os.listdir(self.folder.name) if re.match(r"wayland-\d+$", name)], "the compositor")[0]
+        pathlib.Path(settings).write_text(self.SETTINGS)
+        environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder.name, HOME=self.folder.name)
+        environment.pop("LD_LIBRARY_PATH", None)
+        self.log = open(os.path.join(self.folder.name, "log"), "w+")
+        self.process = subprocess.Popen(["weston", "--backend=x11-backend.so", "--use-pixman", "--fullscreen",
+                                         f"--config={settings}", f"--socket={SOCKET}"],
+                                        env=environment, stdout=self.log, stderr=self.log)
+        self.environment = {"XDG_RUNTIME_DIR": self.folder.name, "WAYLAND_DISPLAY": SOCKET}
+        wait_for(lambda: os.path.exists(os.path.join(self.folder.name, SOCKET)), "the compositor")
 
-    def picture(self):
-        """Everything on the screen."""
+    @staticmethod
+    def picture():
+        """Everything on the screen, when it no longer changes."""
         def taken():
-            return subprocess.run(["grim", "-"], env=self.environment, check=False, capture_output=True).stdout
-        return wait_for(taken, "a picture")
+            return subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], check=True, capture_output=True).stdout
+        return wait_for(lambda: next((picture for picture in [taken()] if picture == taken()), None), "a picture that stays")
 
     def close(self):
         self.process.terminate()
@@ -53,21 +66,21 @@ class OnWayland(unittest.TestCase):
 
     def setUp(self):
         self.compositor = Compositor()
-        self.empty = self.compositor.picture()
-        wayland = {name: self.compositor.environment[name] for name in ("XDG_RUNTIME_DIR", "WAYLAND_DISPLAY")}
+        self.addCleanup(self.compositor.close)
+        self.before = wait_for(lambda: next((picture for picture in [self.compositor.picture()] if any(picture)), None),
+                               "the background")
         self.program = Program(PROGRAM, DECK_TOOL, SIMULATOR, VIEWER, [CARD],
-                               dict(wayland, GDK_BACKEND="wayland", WAYLAND_DEBUG="1", DISPLAY=""))
-
-    def tearDown(self):
-        self.compositor.close()
+                               dict(self.compositor.environment, GDK_BACKEND="wayland", WAYLAND_DEBUG="1", DISPLAY=""))
+        self.addCleanup(self.program.end)
 
     def photograph(self, name):
-        """The picture differs from the last one as soon as the window is drawn."""
-        before = self.empty
-        self.empty = wait_for(lambda: next((picture for picture in [self.compositor.picture()] if picture != before), None),
-                              f"a picture of {name}")
+        """The picture differs from the one before as soon as the window is drawn."""
+        before = self.before
+        self.before = wait_for(lambda: next((picture for picture in [self.compositor.picture()] if picture != before), None),
+                               f"a picture of {name}")
         if "ORSEL_PICTURES" in os.environ:
-            pathlib.Path(os.environ["ORSEL_PICTURES"], f"wayland-{name}.png").write_bytes(self.empty)
+            subprocess.run(["import", "-window", "root", os.path.join(os.environ["ORSEL_PICTURES"], f"wayland-{name}.png")],
+                           check=True)
 
     def shown_window(self):
         window = self.program.main_window()
@@ -103,6 +116,6 @@ class OnWayland(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if shutil.which("sway") is None:
-        sys.exit("sway is missing: scripts/install-dependencies test")
+    if shutil.which("weston") is None:
+        sys.exit("weston is missing: scripts/install-dependencies test")
     unittest.main(argv=[sys.argv[0], "-v", *sys.argv[5:]])
