@@ -200,6 +200,7 @@ void MainFrame::TestSignature(const char* title, Velmor::ApplType appl) {
                       wxDEFAULT_DIALOG_STYLE);
     dialog.SetP11(m_p11, slotIndex, appl);
     dialog.ShowModal();
+    list_cards->SetFocus(); // telling a result in the dialog disabled this window for a moment
 }
 
 void MainFrame::evt_sig_test(wxCommandEvent& /*event*/) {
@@ -221,4 +222,5 @@ void MainFrame::evt_pers_show(wxCommandEvent& /*event*/) {
     dialog.Centre(wxBOTH | wxCENTRE_ON_SCREEN);
     YieldAndKeepFocus();
     dialog.ShowModal();
+    list_cards->SetFocus(); // telling a result in the dialog disabled this window for a moment
 }

@@ -57,8 +57,8 @@ void ExpectWay(wxWindow& window, const std::vector<Stop>& way) {
     }
     for (size_t i = 0; i < way.size(); ++i) {
         Keyboard(way[i].m_Key);
-        EXPECT_TRUE(RunUntil([&] { return HasFocus(*way[i].m_Control); })) << "stop " << i;
-        EXPECT_TRUE(RunUntil([&] {
+        ASSERT_TRUE(RunUntil([&] { return HasFocus(*way[i].m_Control); })) << "stop " << i;
+        ASSERT_TRUE(RunUntil([&] {
             return !themes::AreAlike(pictures[i], widgets::PictureOf(*way[i].m_Control));
         })) << "stop "
             << i;

@@ -132,6 +132,7 @@ class SomebodyWhoCannotSee(unittest.TestCase):
         self.hears("Signaturprüfung erfolgreich!")
         self.program.press(dialog, "Dialog schließen")
         self.program.is_gone("Unterschriftentest")
+        wait_for(lambda: is_in(self.list, Atspi.StateType.FOCUSED), "the keyboard to be in the list again")
 
     # --- Certificates ------------------------------------------------------------------------------------------
 

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""The built programs under a Wayland compositor without a screen: every window comes up and can be photographed, bears
+"""The built programs under a Wayland compositor: every window comes up and can be photographed, bears
 the name of its desktop entry, and the toolkit has nothing to complain of.
   wayland_test.py PROGRAM DECK_TOOL FOLDER_OF_TOKEN_LIBRARY VIEWER"""
 import os
@@ -41,8 +41,8 @@ close-animation=none
         environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder.name, HOME=self.folder.name)
         environment.pop("LD_LIBRARY_PATH", None)
         self.log = open(os.path.join(self.folder.name, "log"), "w+")
-        self.process = subprocess.Popen(["weston", "--backend=x11-backend.so", "--use-pixman", "--fullscreen",
-                                         f"--config={settings}", f"--socket={SOCKET}"],
+        self.process = subprocess.Popen(["weston", "--backend=x11-backend.so", "--use-pixman", "--fullscreen", "--width=1280",
+                                         "--height=1024", f"--config={settings}", f"--socket={SOCKET}"],
                                         env=environment, stdout=self.log, stderr=self.log)
         self.environment = {"XDG_RUNTIME_DIR": self.folder.name, "WAYLAND_DISPLAY": SOCKET}
         wait_for(lambda: os.path.exists(os.path.join(self.folder.name, SOCKET)), "the compositor")
