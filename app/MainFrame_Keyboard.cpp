@@ -14,7 +14,7 @@ namespace {
 struct Key {
     int m_Code;
     int m_Modifiers;
-    int id; ///< of the button that the key presses
+    int m_Id; ///< of the button that the key presses
 };
 
 // F6 to F9 stand for the rows of buttons; alone for the signature's box, with Ctrl for the encryption's, with
@@ -41,11 +41,11 @@ void MainFrame::evt_CharHook(wxKeyEvent& event) {
     const auto key = std::find_if(std::begin(KEYS), std::end(KEYS), [&event](const Key& candidate) {
         return candidate.m_Code == event.GetKeyCode() && candidate.m_Modifiers == event.GetModifiers();
     });
-    wxWindow* const button = key != std::end(KEYS) ? FindWindow(key->id) : nullptr;
+    wxWindow* const button = key != std::end(KEYS) ? FindWindow(key->m_Id) : nullptr;
     if (button == nullptr) {
         event.Skip();
     } else if (button->IsEnabled()) {
-        wxCommandEvent press(wxEVT_BUTTON, key->id);
+        wxCommandEvent press(wxEVT_BUTTON, key->m_Id);
         press.SetEventObject(button);
         button->GetEventHandler()->ProcessEvent(press);
     }

@@ -59,21 +59,21 @@ protected:
 class EveryWindow : public AnyWindow, public testing::WithParamInterface<looks::Both> {
 protected:
     static void SetUpTestSuite() {
-        s_Deck = std::make_unique<orseltest::SimDeck>();
-        s_Deck->AddDemoCards();
+        m_CommonDeck = std::make_unique<orseltest::SimDeck>();
+        m_CommonDeck->AddDemoCards();
     }
-    static void TearDownTestSuite() { s_Deck.reset(); }
+    static void TearDownTestSuite() { m_CommonDeck.reset(); }
 
     void SetUp() override {
         ASSERT_TRUE(looks::Use(GetParam()));
-        setenv("ORSELSIM_DECK", s_Deck->GetPath().c_str(), 1); // back to what it was when m_Deck dies
+        setenv("ORSELSIM_DECK", m_CommonDeck->GetPath().c_str(), 1); // until m_Deck dies
         Open();
     }
 
-    static std::unique_ptr<orseltest::SimDeck> s_Deck;
+    static std::unique_ptr<orseltest::SimDeck> m_CommonDeck;
 };
 
-std::unique_ptr<orseltest::SimDeck> EveryWindow::s_Deck;
+std::unique_ptr<orseltest::SimDeck> EveryWindow::m_CommonDeck;
 
 INSTANTIATE_TEST_SUITE_P(InGerman, EveryWindow,
                          testing::Combine(testing::Values(looks::GERMAN), testing::ValuesIn(looks::ALL)),
