@@ -25,7 +25,7 @@ struct MatrixContext {
     std::string m_CardName;
     const std::string m_Serial = "8004000011112222";
     std::unique_ptr<ProbedCard> m_Card;
-    const Bytes data = Bytes(20, 0x5A);
+    const Bytes m_Data = Bytes(20, 0x5A);
     Bytes m_Signature; ///< of the data, for operations that verify
 
     Bytes OnCard(const std::string& label) const { return m_Deck.ObjectContent(m_CardName, label); }

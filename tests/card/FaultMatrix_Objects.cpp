@@ -74,7 +74,7 @@ using SignIntoBuffer = bool (*)(ProbedCard& card, Bytes& in, unsigned char* out,
 
 void AddBufferSignature(MatrixTable& table, const std::string& name, SignIntoBuffer sign) {
     table.Add(name).Asking({SIGNATURE_PIN}).Gives("true", "false").Runs([sign](Context& context) {
-        Bytes in = context.data;
+        Bytes in = context.m_Data;
         unsigned char out[64];
         unsigned long length = sizeof(out);
         return Text(sign(*context.m_Card, in, out, length));
@@ -112,12 +112,12 @@ std::wstring ThumbprintOf(const Bytes& der) {
 void AddSignatures(MatrixTable& table) {
     table.Add("Sign").Asking({SIGNATURE_PIN}).Gives("true 48", "false 0").Runs([](Context& context) {
         Bytes signature;
-        const bool result = context.m_Card->Sign("SK.CH.SIG", context.data, signature);
+        const bool result = context.m_Card->Sign("SK.CH.SIG", context.m_Data, signature);
         return Text(result, signature.size());
     });
     table.Add("SignWithHash").Asking({SIGNATURE_PIN}).Gives("true 48", "false 0").Runs([](Context& context) {
         Bytes signature;
-        const bool result = context.m_Card->Sign("SK.CH.SIG", context.data, signature, HASH_RAW);
+        const bool result = context.m_Card->Sign("SK.CH.SIG", context.m_Data, signature, HASH_RAW);
         return Text(result, signature.size());
     });
     table.Add("SignByCertificate")
@@ -129,7 +129,7 @@ void AddSignatures(MatrixTable& table) {
             const std::wstring thumbprint = ThumbprintOf(context.OnCard("C.CH.SIG"));
             Bytes signature;
             slCertificate certificate;
-            const bool result = context.m_Card->Sign(thumbprint, context.data, certificate, signature);
+            const bool result = context.m_Card->Sign(thumbprint, context.m_Data, certificate, signature);
             return Text(result, signature.size());
         });
 }
@@ -140,16 +140,16 @@ void MakeSignature(Context& context) {
     std::vector<SlotStruct*> slots;
     context.m_Card->GetSlots(slots);
     context.m_Card->OpenSession(0, false);
-    context.m_Card->Sign("SK.CH.SIG", context.data, context.m_Signature);
+    context.m_Card->Sign("SK.CH.SIG", context.m_Data, context.m_Signature);
 }
 
 void AddVerifying(MatrixTable& table) {
     table.Add("Verify").After(MakeSignature).Gives("true", "false").Runs([](Context& context) {
-        Bytes data = context.data;
+        Bytes data = context.m_Data;
         return Text(context.m_Card->Verify("PK.CH.SIG", context.m_Signature, data));
     });
     table.Add("VerifyWithHash").After(MakeSignature).Gives("true", "false").Runs([](Context& context) {
-        Bytes data = context.data;
+        Bytes data = context.m_Data;
         return Text(context.m_Card->Verify("PK.CH.SIG", context.m_Signature, data, HASH_SHA1));
     });
 }

@@ -156,12 +156,12 @@ private:
 
 class FaultMatrix : public testing::TestWithParam<MatrixOperation> {
 protected:
-    static void TearDownTestSuite() { std::cout << "fault matrix: " << g_Cases << " cases in all\n"; }
+    static void TearDownTestSuite() { std::cout << "fault matrix: " << m_Cases << " cases in all\n"; }
 
-    static size_t g_Cases;
+    static size_t m_Cases;
 };
 
-size_t FaultMatrix::g_Cases = 0;
+size_t FaultMatrix::m_Cases = 0;
 
 } // namespace
 
@@ -185,7 +185,7 @@ TEST_P(FaultMatrix, GivesTheStatedResult) {
     }
     std::cout << operation.m_Name << ": " << calls.size() << " calls, " << cases << " cases, " << pairs
               << " with a close that fails too\n";
-    g_Cases += cases + pairs;
+    m_Cases += cases + pairs;
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, FaultMatrix, testing::ValuesIn(MatrixOperations()),
