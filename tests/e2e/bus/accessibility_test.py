@@ -83,6 +83,7 @@ class SomebodyWhoCannotSee(unittest.TestCase):
         self.hears("0512380917624502, Käthe Grünbichler, Orsel Carta ACOS 04")
 
     def test_hears_that_the_cards_are_being_read(self):
+        self.select(FIRST)  # the window has the keyboard
         self.reader.heard.clear()
         keys("F5")
         self.hears("Bitte warten...")
