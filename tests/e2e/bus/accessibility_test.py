@@ -23,6 +23,7 @@ class SomebodyWhoCannotSee(unittest.TestCase):
                                            if thing.get_name() == "Karten: 2"), None), "the list of cards")
         wait_for(lambda: is_in(self.list, Atspi.StateType.SENSITIVE), "the list to be enabled")
         self.program.is_gone("Bitte warten")
+        wait_for(lambda: is_in(self.window, Atspi.StateType.ACTIVE), "the keyboard")
 
     def tearDown(self):
         self.reader.close()
