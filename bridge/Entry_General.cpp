@@ -7,7 +7,6 @@
 
 using orselbridge::Runtime;
 using tokenlib::Call;
-using tokenlib::Refusal;
 
 CK_RV C_Initialize(void* initArgs) {
     return Call("C_Initialize").RunFirst([&] {
@@ -18,20 +17,13 @@ CK_RV C_Initialize(void* initArgs) {
 
 CK_RV C_Finalize(void* reserved) {
     return Call("C_Finalize").RunLast([&] {
-        if (reserved != nullptr) {
-            throw Refusal{CKR_ARGUMENTS_BAD};
-        }
+        tokenlib::CheckFinalArguments(reserved);
         tokenlib::StopRuntime();
     });
 }
 
 CK_RV C_GetInfo(CK_INFO* info) {
     return Call("C_GetInfo").Run([&](Runtime&) {
-        tokenlib::Require(info);
-        *info = {};
-        info->cryptokiVersion = {2, 40};
-        tokenlib::FillField(info->manufacturerID, "Orsel");
-        tokenlib::FillField(info->libraryDescription, "Bridge to another token library");
-        info->libraryVersion = {1, 0};
+        tokenlib::FillInfo(info, "Bridge to another token library");
     });
 }

@@ -9,19 +9,13 @@
 
 using orselbridge::PinCommand;
 using orselbridge::Runtime;
-using orselbridge::Search;
 using orselbridge::Session;
+using tokenlib::ActiveSearch;
 using tokenlib::Call;
 using tokenlib::Refusal;
+using tokenlib::Search;
 
 namespace {
-
-Search& SearchOf(Session& session) {
-    if (!session.m_Search) {
-        throw Refusal{CKR_OPERATION_NOT_INITIALIZED};
-    }
-    return *session.m_Search;
-}
 
 bool FlagOf(const CK_ATTRIBUTE& attribute) {
     if (attribute.pValue == nullptr || attribute.ulValueLen != sizeof(CK_BBOOL)) {
@@ -80,9 +74,9 @@ CK_RV C_FindObjectsInit(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_
         if (known.m_Search) {
             throw Refusal{CKR_OPERATION_ACTIVE};
         }
-        const auto wanted = orselbridge::TemplateOf(attributes, count);
+        const auto wanted = tokenlib::TemplateOf(attributes, count);
         const orselbridge::TokenView& view = runtime.ViewOf(known);
-        known.m_Search = Search{FindShown(known.m_Inner, view, runtime.GetShown(), wanted), 0};
+        known.m_Search = Search(FindShown(known.m_Inner, view, runtime.GetShown(), wanted));
     });
 }
 
@@ -90,12 +84,7 @@ CK_RV C_FindObjects(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* objects, CK_ULO
                     CK_ULONG* count) {
     Call call("C_FindObjects");
     return call.Session(session).Number("max", capacity).Run([&](Runtime& runtime) {
-        Search& search = SearchOf(runtime.SessionOf(session));
-        tokenlib::Require(objects);
-        tokenlib::Require(count);
-        *count = std::min<CK_ULONG>(capacity, search.m_Found.size() - search.m_HandedOut);
-        std::copy_n(search.m_Found.data() + search.m_HandedOut, *count, objects);
-        search.m_HandedOut += *count;
+        ActiveSearch(runtime.SessionOf(session).m_Search).HandOut(objects, capacity, count);
         call.Number("count", *count);
         call.Bend(*count);
     });
@@ -103,8 +92,9 @@ CK_RV C_FindObjects(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* objects, CK_ULO
 
 CK_RV C_FindObjectsFinal(CK_SESSION_HANDLE session) {
     return Call("C_FindObjectsFinal").Session(session).Run([&](Runtime& runtime) {
-        SearchOf(runtime.SessionOf(session));
-        runtime.SessionOf(session).m_Search.reset();
+        auto& search = runtime.SessionOf(session).m_Search;
+        ActiveSearch(search);
+        search.reset();
     });
 }
 

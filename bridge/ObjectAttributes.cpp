@@ -91,22 +91,6 @@ CK_RV ReadShown(const Module& module, const Session& session, const ShownObject&
 
 } // namespace
 
-AttributeMap TemplateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    if (count > 0) {
-        tokenlib::Require(attributes);
-    }
-    AttributeMap wanted;
-    for (CK_ULONG i = 0; i < count; ++i) {
-        const CK_ATTRIBUTE& attribute = attributes[i];
-        if (attribute.ulValueLen > 0) {
-            tokenlib::Require(attribute.pValue);
-        }
-        const auto* bytes = static_cast<const unsigned char*>(attribute.pValue);
-        wanted[attribute.type] = bytes == nullptr ? Bytes() : Bytes(bytes, bytes + attribute.ulValueLen);
-    }
-    return wanted;
-}
-
 void ReadAttributes(Runtime& runtime, const Session& session, CK_OBJECT_HANDLE object,
                     CK_ATTRIBUTE* attributes, CK_ULONG count) {
     if (count > 0) {

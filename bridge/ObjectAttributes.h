@@ -6,9 +6,6 @@
 
 namespace orselbridge {
 
-/// A template as a map; throws Refusal for one that has a size and no value.
-AttributeMap TemplateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count);
-
 /// Answers an attribute read as the bridge shows the object: its label by its role, and a hidden
 /// object's attributes from what can be seen of it. Each entry that fails says so by its length, and
 /// the first failure's code is thrown as a Refusal in the end.

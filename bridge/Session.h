@@ -7,14 +7,9 @@
 
 #include "bridge/InnerSession.h"
 #include "bridge/ShownObjects.h"
+#include "tokenlib/Search.h"
 
 namespace orselbridge {
-
-/// An object search between C_FindObjectsInit and C_FindObjectsFinal.
-struct Search {
-    std::vector<CK_OBJECT_HANDLE> m_Found;
-    std::size_t m_HandedOut = 0;
-};
 
 /// A signature that has been begun here and not in the module yet, which would want a login first.
 struct PendingSignature {
@@ -33,7 +28,7 @@ struct Session {
     const CK_FLAGS m_Flags;
     InnerSession m_Inner;
     std::optional<TokenView> m_View; ///< made when it is first needed
-    std::optional<Search> m_Search;
+    std::optional<tokenlib::Search> m_Search;
     std::optional<PendingSignature> m_Signature;
 };
 

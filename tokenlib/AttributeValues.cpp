@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "tokenlib/Output.h"
+
 namespace tokenlib {
 
 namespace {
@@ -63,6 +65,22 @@ void AddPublicParts(AttributeMap& attributes, const PublicParts& parts, bool isP
     }
     attributes[CKA_EC_PARAMS] = parts.m_EcParams;
     attributes[CKA_EC_POINT] = OctetString(parts.m_EcPoint);
+}
+
+AttributeMap TemplateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
+    if (count > 0) {
+        Require(attributes);
+    }
+    AttributeMap wanted;
+    for (CK_ULONG i = 0; i < count; ++i) {
+        const CK_ATTRIBUTE& attribute = attributes[i];
+        if (attribute.ulValueLen > 0) {
+            Require(attribute.pValue);
+        }
+        const auto* bytes = static_cast<const unsigned char*>(attribute.pValue);
+        wanted[attribute.type] = bytes == nullptr ? Bytes() : Bytes(bytes, bytes + attribute.ulValueLen);
+    }
+    return wanted;
 }
 
 } // namespace tokenlib

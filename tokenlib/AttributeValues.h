@@ -23,6 +23,9 @@ Bytes DerOf(const ASN1_INTEGER* integer);
 /// The kind of key and its public numbers; the number of bits goes with public keys alone.
 void AddPublicParts(AttributeMap& attributes, const PublicParts& parts, bool isPublicKey);
 
+/// A template as a map; throws Refusal for one that has a size and no value.
+AttributeMap TemplateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count);
+
 } // namespace tokenlib
 
 #endif

@@ -23,4 +23,10 @@ void CheckInitArguments(const void* arguments) {
     }
 }
 
+void CheckFinalArguments(const void* reserved) {
+    if (reserved != nullptr) {
+        throw Refusal{CKR_ARGUMENTS_BAD};
+    }
+}
+
 } // namespace tokenlib

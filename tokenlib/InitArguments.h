@@ -11,6 +11,9 @@ namespace tokenlib {
 /// wish at all.
 void CheckInitArguments(const void* arguments);
 
+/// Throws Refusal for an argument of C_Finalize, which the standard keeps for later.
+void CheckFinalArguments(const void* reserved);
+
 } // namespace tokenlib
 
 #endif

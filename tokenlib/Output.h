@@ -26,6 +26,16 @@ void FillField(unsigned char (&field)[Size], const std::string& text) {
     std::copy_n(text.begin(), std::min(text.size(), Size), std::begin(field));
 }
 
+/// What C_GetInfo says of a library of this project.
+inline void FillInfo(CK_INFO* info, const char* description) {
+    Require(info);
+    *info = {};
+    info->cryptokiVersion = {2, 40};
+    FillField(info->manufacturerID, "Orsel");
+    FillField(info->libraryDescription, description);
+    info->libraryVersion = {1, 0};
+}
+
 /// Hands out a row of bytes or numbers by the standard's protocol: `count` is the capacity of `out`
 /// on entry and the number of elements on return; a null `out` asks for the number, and too small
 /// a capacity is refused with the number set all the same.

@@ -6,7 +6,6 @@
 #include "tokenlib/Output.h"
 
 using orselsim::Call;
-using orselsim::Refusal;
 using orselsim::Runtime;
 
 CK_RV C_Initialize(void* initArgs) {
@@ -18,20 +17,11 @@ CK_RV C_Initialize(void* initArgs) {
 
 CK_RV C_Finalize(void* reserved) {
     return Call("C_Finalize").RunLast([&] {
-        if (reserved != nullptr) {
-            throw Refusal{CKR_ARGUMENTS_BAD};
-        }
+        tokenlib::CheckFinalArguments(reserved);
         tokenlib::StopRuntime();
     });
 }
 
 CK_RV C_GetInfo(CK_INFO* info) {
-    return Call("C_GetInfo").Run([&](Runtime&) {
-        orselsim::Require(info);
-        *info = {};
-        info->cryptokiVersion = {2, 40};
-        orselsim::FillField(info->manufacturerID, "Orsel");
-        orselsim::FillField(info->libraryDescription, "Simulated token library");
-        info->libraryVersion = {1, 0};
-    });
+    return Call("C_GetInfo").Run([&](Runtime&) { tokenlib::FillInfo(info, "Simulated token library"); });
 }

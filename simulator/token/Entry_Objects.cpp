@@ -13,27 +13,12 @@ using orselsim::Bytes;
 using orselsim::Call;
 using orselsim::Refusal;
 using orselsim::Runtime;
-using orselsim::Search;
 using orselsim::SessionView;
 using orselsim::TokenObject;
+using tokenlib::ActiveSearch;
+using tokenlib::Search;
 
 namespace {
-
-AttributeMap TemplateOf(const CK_ATTRIBUTE* attributes, CK_ULONG count) {
-    if (count > 0) {
-        orselsim::Require(attributes);
-    }
-    AttributeMap wanted;
-    for (CK_ULONG i = 0; i < count; ++i) {
-        const CK_ATTRIBUTE& attribute = attributes[i];
-        if (attribute.ulValueLen > 0) {
-            orselsim::Require(attribute.pValue);
-        }
-        const auto* bytes = static_cast<const unsigned char*>(attribute.pValue);
-        wanted[attribute.type] = bytes == nullptr ? Bytes() : Bytes(bytes, bytes + attribute.ulValueLen);
-    }
-    return wanted;
-}
 
 const TokenObject& ObjectOf(const SessionView& view, CK_OBJECT_HANDLE handle) {
     const TokenObject* object = view.m_Card->Object(handle);
@@ -41,13 +26,6 @@ const TokenObject& ObjectOf(const SessionView& view, CK_OBJECT_HANDLE handle) {
         throw Refusal{CKR_OBJECT_HANDLE_INVALID};
     }
     return *object;
-}
-
-Search& SearchOf(const SessionView& view) {
-    if (!view.m_Session.m_Search) {
-        throw Refusal{CKR_OPERATION_NOT_INITIALIZED};
-    }
-    return *view.m_Session.m_Search;
 }
 
 /// What never leaves the card.
@@ -108,7 +86,7 @@ CK_RV C_FindObjectsInit(CK_SESSION_HANDLE session, CK_ATTRIBUTE* attributes, CK_
         if (view.m_Session.m_Search) {
             throw Refusal{CKR_OPERATION_ACTIVE};
         }
-        view.m_Session.m_Search = Search{view.m_Card->Find(TemplateOf(attributes, count)), 0};
+        view.m_Session.m_Search = Search(view.m_Card->Find(tokenlib::TemplateOf(attributes, count)));
     });
 }
 
@@ -116,12 +94,7 @@ CK_RV C_FindObjects(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* objects, CK_ULO
                     CK_ULONG* count) {
     Call call("C_FindObjects");
     return call.Session(session).Number("max", capacity).Run([&](Runtime& runtime) {
-        Search& search = SearchOf(runtime.ViewOf(session));
-        orselsim::Require(objects);
-        orselsim::Require(count);
-        *count = std::min<CK_ULONG>(capacity, search.m_Found.size() - search.m_HandedOut);
-        std::copy_n(search.m_Found.data() + search.m_HandedOut, *count, objects);
-        search.m_HandedOut += *count;
+        ActiveSearch(runtime.ViewOf(session).m_Session.m_Search).HandOut(objects, capacity, count);
         call.Number("count", *count);
         call.Bend(*count);
     });
@@ -130,7 +103,7 @@ CK_RV C_FindObjects(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* objects, CK_ULO
 CK_RV C_FindObjectsFinal(CK_SESSION_HANDLE session) {
     return Call("C_FindObjectsFinal").Session(session).Run([&](Runtime& runtime) {
         const SessionView view = runtime.ViewOf(session);
-        SearchOf(view);
+        ActiveSearch(view.m_Session.m_Search);
         view.m_Session.m_Search.reset();
     });
 }

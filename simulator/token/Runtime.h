@@ -12,14 +12,9 @@
 #include "simulator/token/Environment.h"
 #include "simulator/token/Mechanisms.h"
 #include "tokenlib/Runtime.h"
+#include "tokenlib/Search.h"
 
 namespace orselsim {
-
-/// An object search between C_FindObjectsInit and C_FindObjectsFinal.
-struct Search {
-    std::vector<CK_OBJECT_HANDLE> m_Found;
-    std::size_t m_HandedOut = 0;
-};
 
 /// Signing or verifying, between its two calls.
 struct KeyOperation {
@@ -33,7 +28,7 @@ struct Session {
     CK_SLOT_ID m_SlotId = 0;
     unsigned long m_Insertion = 0; ///< the insertion of the slot that the session was opened on
     CK_FLAGS m_Flags = 0;
-    std::optional<Search> m_Search;
+    std::optional<tokenlib::Search> m_Search;
     std::optional<KeyOperation> m_Signing;
     std::optional<KeyOperation> m_Verifying;
 };

@@ -53,3 +53,9 @@ TEST(ArgumentsOfInitialize, ThatAreIncompleteAreRefused) {
     args.pReserved = &args;
     EXPECT_EQ(CKR_ARGUMENTS_BAD, Checked(args));
 }
+
+TEST(TheArgumentOfFinalize, IsKeptForLater) {
+    EXPECT_NO_THROW(tokenlib::CheckFinalArguments(nullptr));
+    int anything = 0;
+    EXPECT_THROW(tokenlib::CheckFinalArguments(&anything), tokenlib::Refusal);
+}
