@@ -147,6 +147,7 @@ private:
     void RunPinCommand(PinCommand command, Velmor::ApplType appl, PinReport report);
     void ChangePin(Velmor::ApplType appl);
     void UnblockPin(Velmor::ApplType appl);
+    void ShowDialog(wxDialog& dialog);
     void TestSignature(const char* title, Velmor::ApplType appl);
     std::unique_ptr<RefreshCardThread> JoinedWorker();
     void ShowRows(const std::vector<std::shared_ptr<ListEntryData>>& rows);

@@ -190,6 +190,12 @@ void MainFrame::evt_ItemDoubleClick(wxListEvent& /*event*/) {
 
 // --- Dialogs -----------------------------------------------------------------------------------------------
 
+// A result told in the dialog disabled this window for a moment, which costs it the keyboard.
+void MainFrame::ShowDialog(wxDialog& dialog) {
+    dialog.ShowModal();
+    list_cards->SetFocus();
+}
+
 void MainFrame::TestSignature(const char* title, Velmor::ApplType appl) {
     int slotIndex = -1;
     TokenType type = Velmor::TOKEN_ACOS_03;
@@ -199,8 +205,7 @@ void MainFrame::TestSignature(const char* title, Velmor::ApplType appl) {
     TestDialog dialog(this, wxID_ANY, Translate(title), wxDefaultPosition, wxDefaultSize,
                       wxDEFAULT_DIALOG_STYLE);
     dialog.SetP11(m_p11, slotIndex, appl);
-    dialog.ShowModal();
-    list_cards->SetFocus(); // telling a result in the dialog disabled this window for a moment
+    ShowDialog(dialog);
 }
 
 void MainFrame::evt_sig_test(wxCommandEvent& /*event*/) {
@@ -221,6 +226,5 @@ void MainFrame::evt_pers_show(wxCommandEvent& /*event*/) {
     dialog.SetP11(m_p11, slotIndex);
     dialog.Centre(wxBOTH | wxCENTRE_ON_SCREEN);
     YieldAndKeepFocus();
-    dialog.ShowModal();
-    list_cards->SetFocus(); // telling a result in the dialog disabled this window for a moment
+    ShowDialog(dialog);
 }

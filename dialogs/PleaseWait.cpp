@@ -33,6 +33,9 @@ PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wx
 
 bool PleaseWait::Show(bool show) {
     m_Wanted = show;
+    if (show) {
+        SetSize(m_Size); // while it was hidden, a late word of its border may have taken some
+    }
     m_Place = GetPosition();
     m_Corrections = MOST_CORRECTIONS;
     const bool isChanged = wxDialog::Show(show);

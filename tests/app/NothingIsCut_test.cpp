@@ -121,7 +121,9 @@ TEST_F(EveryWindowInTheFontOfThePictures, IsAsLargeAsStated) {
     EXPECT_EQ(ColumnWidth(0), 170);
     EXPECT_EQ(ColumnWidth(1), 350);
     EXPECT_EQ(ColumnWidth(2), 190);
-    EXPECT_EQ(m_Frame->m_pleaseWait.GetSize(), wxSize(220, 100));
+    m_Frame->m_pleaseWait.Show(true);
+    EXPECT_TRUE(RunUntil([this] { return m_Frame->m_pleaseWait.GetSize() == wxSize(220, 100); }));
+    m_Frame->m_pleaseWait.Show(false);
     ProbedTestDialog test(m_Frame.get());
     test.SetP11(m_Frame->m_p11, 0, Velmor::ApplSignature);
     EXPECT_EQ(test.GetSize(), wxSize(600, 350));

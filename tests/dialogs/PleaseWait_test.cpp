@@ -35,6 +35,12 @@ TEST_F(TheBusyDialog, Is220By100Large) {
     EXPECT_EQ(m_Dialog.GetSize(), wxSize(220, 100));
 }
 
+TEST_F(TheBusyDialog, ComesUpAsLargeAsStatedWhateverItLostWhileHidden) {
+    m_Dialog.SetSize(218, 98);
+    m_Dialog.Show(true);
+    EXPECT_EQ(m_Dialog.GetSize(), wxSize(220, 100));
+}
+
 TEST_F(TheBusyDialog, SaysOneLineBetweenTwoFillers) {
     wxSizer& row = *m_Dialog.GetSizer();
     wxWindow* label = row.GetItem(1)->GetWindow();

@@ -129,6 +129,13 @@ class Program:
         return wait_for(lambda: not any(window.get_name().startswith(title) and is_in(window, Atspi.StateType.SHOWING)
                                         for window in self.windows()), f"the end of window {title}")
 
+    def leave(self, title):
+        """Escape, once the window has the keyboard."""
+        window = self.window(title)
+        wait_for(lambda: is_in(window, Atspi.StateType.ACTIVE), f"the keyboard in {title}")
+        keys("Escape")
+        self.is_gone(title)
+
     def main_window(self):
         return self.window("Kartenverwaltung")
 
