@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "app/ControlIds.h"
+#include "app/wxHelper.h"
 
 namespace {
 
@@ -44,10 +45,8 @@ void MainFrame::evt_CharHook(wxKeyEvent& event) {
     wxWindow* const button = key != std::end(KEYS) ? FindWindow(key->m_Id) : nullptr;
     if (button == nullptr) {
         event.Skip();
-    } else if (button->IsEnabled()) {
-        wxCommandEvent press(wxEVT_BUTTON, key->m_Id);
-        press.SetEventObject(button);
-        button->GetEventHandler()->ProcessEvent(press);
+    } else {
+        Velmor::PressButton(*button);
     }
 }
 

@@ -20,6 +20,15 @@ void ProcessEvent(wxEvtHandler* target, int id) {
     target->ProcessEvent(event);
 }
 
+void PressButton(wxWindow& button) {
+    if (!button.IsEnabled()) {
+        return;
+    }
+    wxCommandEvent press(wxEVT_BUTTON, button.GetId());
+    press.SetEventObject(&button);
+    button.GetEventHandler()->ProcessEvent(press);
+}
+
 std::string WxStr2Locale(wxString text) {
     const std::wstring& wide = text.ToStdWstring();
     size_t length = 0;

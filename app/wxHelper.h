@@ -4,6 +4,7 @@
 
 #include <wx/event.h>
 #include <wx/string.h>
+#include <wx/window.h>
 
 #include <string>
 
@@ -14,6 +15,9 @@ void SendEvent(wxEvtHandler* target, int id);
 
 /// Handles the same event at once, on the calling thread.
 void ProcessEvent(wxEvtHandler* target, int id);
+
+/// Has a button do what it does for the pointer: nothing while it is disabled.
+void PressButton(wxWindow& button);
 
 // Text that the encoding cannot represent gives an empty result.
 

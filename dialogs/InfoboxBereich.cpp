@@ -17,6 +17,7 @@
 #include "app/ControlIds.h"
 #include "app/GrowToFit.h"
 #include "app/I18N.h"
+#include "app/wxHelper.h"
 #include "images/Images.h"
 
 // clang-format off
@@ -40,6 +41,7 @@ InfoboxBereich::InfoboxBereich(wxWindow* parent, Velmor::TokenType type)
     SetIcon(wxIcon(IconXpm));
     notebook->RemovePage(2); // "Text": filled like the others, but shown to nobody
     NameControls();
+    Bind(wxEVT_CHAR_HOOK, &InfoboxBereich::evt_CharHook, this);
 }
 
 static wxPanel* NewPage(wxWindow* parent) {
@@ -146,6 +148,15 @@ void InfoboxBereich::MyEnable(bool enable) {
             return; // those behind a control that is missing stay as they are
         }
         control->Enable(enable);
+    }
+}
+
+/// F6 changes something here as in the main window: the entry's protection.
+void InfoboxBereich::evt_CharHook(wxKeyEvent& event) {
+    if (event.GetKeyCode() == WXK_F6 && event.GetModifiers() == wxMOD_NONE) {
+        Velmor::PressButton(*button_encrypt);
+    } else {
+        event.Skip();
     }
 }
 

@@ -72,6 +72,7 @@ public:
     virtual void evt_button_close(wxCommandEvent& event);
     virtual void evt_listbox(wxCommandEvent& event);
     virtual void evt_OnTimer(wxTimerEvent& event);
+    void evt_CharHook(wxKeyEvent& event);
 
 protected:
     // Named as the form generator does. The toolkit's tree of windows owns the controls.

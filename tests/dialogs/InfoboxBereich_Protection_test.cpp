@@ -23,6 +23,12 @@ protected:
         m_Deck.ClearTrace();
     }
     void Encrypt() { m_Dialog->Encrypt(); }
+    void Type(int code, bool shift = false) {
+        wxKeyEvent key(wxEVT_CHAR_HOOK);
+        key.m_keyCode = code;
+        key.SetShiftDown(shift);
+        m_Dialog->GetEventHandler()->ProcessEvent(key);
+    }
     bool IsPrivate(const std::string& label) {
         const orselsim::Card card = m_Deck.Read(m_Card);
         const auto& objects = card.m_Record.m_Objects;
@@ -67,6 +73,19 @@ TEST_F(TheEncryptButton, RewritesTheEntryWithItsFlagFlipped) {
         EXPECT_EQ(m_Dialog->button_encrypt->GetLabel(),
                   Utf8(toPrivate ? "unverschlüsselt speichern" : "verschlüsselt speichern"));
     }
+}
+
+TEST_F(TheEncryptButton, HasAKeyOfItsOwn) {
+    Insert("acos-a04");
+    OpenRow(2);
+    Type(WXK_F6, true);
+    Type(WXK_F7);
+    EXPECT_FALSE(IsPrivate("0x0a"));
+    Type(WXK_F6);
+    EXPECT_TRUE(IsPrivate("0x0a"));
+    ASSERT_FALSE(m_Dialog->button_encrypt->IsEnabled()); // until a row is selected again
+    Type(WXK_F6);
+    EXPECT_TRUE(IsPrivate("0x0a"));
 }
 
 TEST_F(TheEncryptButton, WritesValueAndFlagInOneCallAndThenReadsTheContainerAnew) {
