@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 """What a screen reader knows of a program: its windows over the accessibility bus, and keys. No pointer."""
+import json
 import os
 import pathlib
 import subprocess
@@ -110,6 +111,22 @@ class Program:
     def card(self, number):
         return subprocess.run([self.deck_tool, "show", self.deck, number], check=True, capture_output=True,
                               text=True).stdout
+
+    def slow_down(self, number, milliseconds):
+        """Has each call that needs the card take longer, from now on."""
+        subprocess.run([self.deck_tool, "set", self.deck, number, "--delay", str(milliseconds)], check=True,
+                       stdout=subprocess.DEVNULL)
+
+    def forget(self, number, label):
+        """The card has no object of this name any more."""
+        path = pathlib.Path(self.deck, number, "card.json")
+        card = json.loads(path.read_text())
+        card["objects"] = [thing for thing in card["objects"] if thing["label"] != label]
+        path.write_text(json.dumps(card))
+
+    def has_written(self, words):
+        """To standard error, so far."""
+        return words in pathlib.Path(self.path("errors")).read_text()
 
     def windows(self):
         desktop = Atspi.get_desktop(0)

@@ -50,9 +50,13 @@ close-animation=none
     @staticmethod
     def picture():
         """Everything on the screen, when it no longer changes."""
-        def taken():
-            return subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], check=True, capture_output=True).stdout
-        return wait_for(lambda: next((picture for picture in [taken()] if picture == taken()), None), "a picture that stays")
+        return wait_for(lambda: next((picture for picture in [Compositor.glance()] if picture == Compositor.glance()), None),
+                        "a picture that stays")
+
+    @staticmethod
+    def glance():
+        """Everything on the screen now, three bytes a pixel."""
+        return subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], check=True, capture_output=True).stdout
 
     def close(self):
         self.process.terminate()
@@ -73,14 +77,30 @@ class OnWayland(unittest.TestCase):
                                dict(self.compositor.environment, GDK_BACKEND="wayland", WAYLAND_DEBUG="1", DISPLAY=""))
         self.addCleanup(self.program.end)
 
+    def await_title(self, title):
+        """The program has told the compositor of a window with this title. The bus says nothing while a dialog is there
+        that was opened over it."""
+        wait_for(lambda: self.program.has_written(f'set_title("{title}'), title)
+
     def photograph(self, name):
         """The picture differs from the one before as soon as the window is drawn."""
         before = self.before
         self.before = wait_for(lambda: next((picture for picture in [self.compositor.picture()] if picture != before), None),
                                f"a picture of {name}")
+        self.keep_picture(name)
+
+    @staticmethod
+    def keep_picture(name):
         if "ORSEL_PICTURES" in os.environ:
             subprocess.run(["import", "-window", "root", os.path.join(os.environ["ORSEL_PICTURES"], f"wayland-{name}.png")],
                            check=True)
+
+    def photograph_unrest(self, name):
+        """The pointer moves by itself while the program is busy, but is smaller than any window."""
+        def has_much_changed():
+            return sum(one != other for one, other in zip(self.before[::3], self.compositor.glance()[::3])) > 10_000
+        wait_for(has_much_changed, f"a picture of {name}")
+        self.keep_picture(name)
 
     def shown_window(self):
         window = self.program.main_window()
@@ -99,13 +119,31 @@ class OnWayland(unittest.TestCase):
         self.expect_nothing_amiss({"orselcards", "orselcards-certviewer"})
 
     def test_the_signature_test_comes_up(self):
-        self.open_and_photograph("Signatur testen, Signaturzertifikat", "test")
+        self.open_and_photograph("Signatur testen, Signaturzertifikat", "Unterschriftentest", "test")
 
     def test_the_infobox_comes_up(self):
-        self.open_and_photograph("Infobox anzeigen", "infobox")
+        self.open_and_photograph("Infobox anzeigen", "Infoboxbereich", "infobox")
 
-    def open_and_photograph(self, button, name):
+    def test_the_word_that_there_is_no_identity_link_comes_up(self):
+        window = self.shown_window()
+        self.program.forget(CARD[1], "INFOBOX")
+        self.program.act(window, "Infobox anzeigen")
+        self.await_title("Keine Personenbindung")
+        self.photograph("none")
+        self.expect_nothing_amiss({"orselcards"})
+
+    def test_the_busy_dialog_comes_up(self):
+        window = self.shown_window()
+        self.program.slow_down(CARD[1], 500)
+        self.program.act(window, "Karten neu einlesen")
+        self.program.window("Bitte warten")
+        self.photograph_unrest("busy")
+        self.program.is_gone("Bitte warten")
+        self.expect_nothing_amiss({"orselcards"})
+
+    def open_and_photograph(self, button, title, name):
         self.program.act(self.shown_window(), button)
+        self.await_title(title)
         self.photograph(name)
         self.expect_nothing_amiss({"orselcards"})
 
