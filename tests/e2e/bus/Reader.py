@@ -54,6 +54,11 @@ def focusable_in(window):
             and thing.get_role() != Atspi.Role.TABLE_CELL]
 
 
+def has_keyboard(window):
+    """Once it does: keys that are typed before go elsewhere."""
+    wait_for(lambda: is_in(window, Atspi.StateType.ACTIVE), f"the keyboard in {window.get_name()}")
+
+
 def text_of(thing):
     return Atspi.Text.get_text(thing, 0, Atspi.Text.get_character_count(thing))
 
@@ -149,7 +154,7 @@ class Program:
     def leave(self, title):
         """Escape, once the window has the keyboard."""
         window = self.window(title)
-        wait_for(lambda: is_in(window, Atspi.StateType.ACTIVE), f"the keyboard in {title}")
+        has_keyboard(window)
         keys("Escape")
         self.is_gone(title)
 

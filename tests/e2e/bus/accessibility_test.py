@@ -7,7 +7,7 @@ import collections
 import sys
 import unittest
 
-from Reader import Atspi, Program, Reader, all_in, focusable_in, is_in, keys, text_of, wait_for
+from Reader import Atspi, Program, Reader, all_in, focusable_in, has_keyboard, is_in, keys, text_of, wait_for
 
 PROGRAM, DECK_TOOL, SIMULATOR, VIEWER = sys.argv[1:5]
 FIRST = ("acos-a03", "0401270843567891", "Jörg Weißenböck")
@@ -23,7 +23,7 @@ class SomebodyWhoCannotSee(unittest.TestCase):
                                            if thing.get_name() == "Karten: 2"), None), "the list of cards")
         wait_for(lambda: is_in(self.list, Atspi.StateType.SENSITIVE), "the list to be enabled")
         self.program.is_gone("Bitte warten")
-        wait_for(lambda: is_in(self.window, Atspi.StateType.ACTIVE), "the keyboard")
+        has_keyboard(self.window)
 
     def tearDown(self):
         self.reader.close()
@@ -144,7 +144,7 @@ class SomebodyWhoCannotSee(unittest.TestCase):
         self.expect_names(viewer)
         fields = wait_for(lambda: next((thing for thing in all_in(viewer)
                                         if thing.get_name().startswith("Felder: ")), None), "the fields")
-        wait_for(lambda: is_in(viewer, Atspi.StateType.ACTIVE), "the keyboard in the viewer")
+        has_keyboard(viewer)
         keys("Down")
         wait_for(lambda: ": " in fields.get_description(), "a field in words")
         keys("Escape")
@@ -156,6 +156,7 @@ class SomebodyWhoCannotSee(unittest.TestCase):
         dialog = self.program.window("Infoboxbereich")
         self.program.find(dialog, "01 PERSONENBINDUNG")
         self.program.find(dialog, "Schließen")
+        has_keyboard(dialog)
         return dialog
 
     def open_entry(self, dialog):
