@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Programs that know nothing of the bridge but the standard, on the bare module and through the bridge; and
-// the project's own, on the bridge.
+// the bridge's own launcher.
 #include <regex>
 
 #include <gmock/gmock.h>
@@ -10,7 +10,6 @@
 
 using orseltest::SoftHsm;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
@@ -83,42 +82,9 @@ TEST_F(ToolsThroughTheBridge, TestASignatureOfEachKey) {
     }
 }
 
-class OurProgramsOnTheBridge : public ToolsThroughTheBridge {
-protected:
-    /// On the bridge, which the loader finds by its bare name.
-    static std::string Cli(const std::string& arguments) {
-        return OutputOf("LC_ALL=C.UTF-8 " ORSEL_BRIDGE_PROGRAM " -- " + arguments +
-                        " 2>&1 </dev/null; echo \"=> $?\"");
-    }
-};
+class TheLauncherOfTheBridge : public ToolsThroughTheBridge {};
 
-TEST_F(OurProgramsOnTheBridge, ListACardWithItsHolder) {
-    EXPECT_THAT(Cli("list"), HasSubstr("Maria Muster  Maria Muster  Maria Muster"));
-}
-
-TEST_F(OurProgramsOnTheBridge, SignAndVerifyAFile) {
-    const std::string data = m_Hsm.Folder() + "/data";
-    const std::string signature = m_Hsm.Folder() + "/signature";
-    EXPECT_EQ("", OutputOf("echo hello >" + data));
-    for (const std::string key : {"signature", "encryption"}) {
-        m_Hsm.Answer("1234\n");
-        const std::string card = "@1 " + key + " " + data + " --hash sha256";
-        const std::string verify = "verify " + card + " --signature " + signature;
-        EXPECT_EQ("=> 0\n", Cli("sign " + card + " --out " + signature));
-        EXPECT_THAT(Cli(verify), HasSubstr("=> 0\n"));
-        EXPECT_EQ("", OutputOf("echo more >>" + data));
-        EXPECT_THAT(Cli(verify), Not(HasSubstr("=> 0\n")));
-    }
-}
-
-TEST_F(OurProgramsOnTheBridge, ChangeAPin) {
-    m_Hsm.Answer("1234\n56789\n56789\n");
-    EXPECT_THAT(Cli("pin @1 change signature"), HasSubstr("=> 0\n"));
-    m_Hsm.Answer("1234\n");
-    EXPECT_THAT(Cli("pin @1 change signature"), HasSubstr("=> 1\n"));
-}
-
-TEST_F(OurProgramsOnTheBridge, TellWhichKeyPlaysWhichRole) {
+TEST_F(TheLauncherOfTheBridge, TellsWhichKeyPlaysWhichRole) {
     const std::string list = OutputOf("LC_ALL=C.UTF-8 " ORSEL_BRIDGE_PROGRAM " --list 2>&1");
     EXPECT_THAT(list,
                 HasSubstr("    signature   \"sign\" (id 02): its certificate is for non-repudiation\n"));
@@ -127,21 +93,8 @@ TEST_F(OurProgramsOnTheBridge, TellWhichKeyPlaysWhichRole) {
                 HasSubstr("Nichtabstreitbarkeit"));
 }
 
-TEST_F(OurProgramsOnTheBridge, RefuseWhatMakesNoSense) {
+TEST_F(TheLauncherOfTheBridge, RefusesWhatMakesNoSense) {
     EXPECT_THAT(OutputOf(ORSEL_BRIDGE_PROGRAM " --lost 2>&1; echo \"=> $?\""), HasSubstr("=> 2\n"));
     EXPECT_THAT(OutputOf(ORSEL_BRIDGE_PROGRAM " --module /no/such.so --list 2>&1; echo \"=> $?\""),
                 HasSubstr("OrselP11: no module: /no/such.so"));
-}
-
-TEST_F(OurProgramsOnTheBridge, FindTheTokensOfP11KitsProxy) {
-    const std::string config = m_Hsm.Folder() + "/home/.config/pkcs11/modules";
-    EXPECT_EQ("", OutputOf("mkdir -p " + config + " && echo 'module: " + SoftHsm::ModuleFile() + "' >" +
-                           config + "/softhsm.module"));
-    const ScopedVariable home("HOME", m_Hsm.Folder() + "/home");
-    const ScopedVariable noModule("ORSELBRIDGE_MODULE", nullptr);
-    const ScopedVariable ownConfig("XDG_CONFIG_HOME", m_Hsm.Folder() + "/home/.config");
-    EXPECT_THAT(Cli("list"), HasSubstr("Maria Muster  Maria Muster  Maria Muster"));
-    EXPECT_THAT(Cli("list"), Not(HasSubstr("Trust")));
-    const std::string list = OutputOf("LC_ALL=C.UTF-8 " ORSEL_BRIDGE_PROGRAM " --list 2>&1");
-    EXPECT_THAT(list, HasSubstr("Library: p11-kit-proxy.so\n"));
 }
