@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Entry points that find objects, read and change them, and that PIN commands come through.
-#include <algorithm>
 #include <optional>
 
 #include "bridge/Forwarding.h"

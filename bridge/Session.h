@@ -3,7 +3,6 @@
 #define ORSEL_BRIDGE_SESSION_H
 
 #include <optional>
-#include <vector>
 
 #include "bridge/InnerSession.h"
 #include "bridge/ShownObjects.h"

@@ -8,7 +8,6 @@
 #include "tokenlib/Call.h"
 #include "tokenlib/Output.h"
 
-using orselsim::AttributeMap;
 using orselsim::Bytes;
 using orselsim::Call;
 using orselsim::Refusal;

@@ -5,7 +5,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <vector>
 
 #include "simulator/store/Shared.h"
 #include "simulator/token/Deck.h"
