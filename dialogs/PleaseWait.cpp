@@ -10,7 +10,6 @@
 #include "app/GrowToFit.h"
 #include "app/I18N.h"
 
-static const wxSize DIALOG_SIZE(220, 100);
 static constexpr int MOST_CORRECTIONS = 5; ///< of one showing: no endless struggle with the window manager
 
 PleaseWait::PleaseWait(wxWindow* parent, int id, const wxString& title, const wxPoint& pos,
@@ -35,6 +34,7 @@ bool PleaseWait::Show(bool show) {
     m_Wanted = show;
     if (show) {
         SetSize(m_Size); // while it was hidden, a late word of its border may have taken some
+        GrowToText();
     }
     m_Place = GetPosition();
     m_Corrections = MOST_CORRECTIONS;
@@ -63,20 +63,31 @@ void PleaseWait::evt_Placed(wxEvent& event) {
 
 void PleaseWait::set_properties() {
     SetTitle(Translate("Bitte warten"));
-    SetSize(DIALOG_SIZE);
+    SetSize(m_Size);
 }
 
 void PleaseWait::do_layout() {
-    auto* label = new wxStaticText(this, wxID_ANY, Translate("Bitte warten..."));
-    label->SetFont(wxFont(14, wxFONTFAMILY_DEFAULT, wxFONTSTYLE_NORMAL, wxFONTWEIGHT_NORMAL, false));
-    AskForRoomOfText(*label);
+    m_Label = new wxStaticText(this, wxID_ANY, Translate("Bitte warten..."));
+    m_Label->SetFont(wxFont(14, wxFONTFAMILY_DEFAULT, wxFONTSTYLE_NORMAL, wxFONTWEIGHT_NORMAL, false));
 
     auto* row = new wxBoxSizer(wxHORIZONTAL);
     row->Add(panel_left, 1, wxEXPAND, 0);
-    row->Add(label, 0, wxALIGN_CENTER, 12);
+    row->Add(m_Label, 0, wxALIGN_CENTER, 12);
     row->Add(panel_right, 1, wxEXPAND, 0);
     SetSizer(row);
-    GrowToFit(*this);
-    m_Size = GetSize();
+    Layout();
     Centre(wxBOTH);
+}
+
+void PleaseWait::GrowToText() {
+    if (m_IsMeasured) {
+        return;
+    }
+    m_IsMeasured = true;
+    AskForRoomOfText(*m_Label);
+    GrowToFit(*this);
+    if (GetSize() != m_Size) {
+        m_Size = GetSize();
+        Centre(wxBOTH);
+    }
 }

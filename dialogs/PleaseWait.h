@@ -5,6 +5,7 @@
 #include <wx/dialog.h>
 
 class wxPanel;
+class wxStaticText;
 
 /// The busy dialog of a refresh: one line of text, no caption, no controls. Hidden after construction.
 class PleaseWait : public wxDialog {
@@ -21,13 +22,19 @@ public:
 private:
     void set_properties();
     void do_layout();
+    /// Makes the dialog large enough for its text, at the first showing: the program's start need not wait for
+    /// a text that nobody sees yet to be measured.
+    void GrowToText();
     void evt_Show(wxShowEvent& event);
     void evt_Placed(wxEvent& event);
 
     bool m_Wanted = false;
-    wxSize m_Size;
+    bool m_IsMeasured = false;
+    wxSize m_Size{220, 100};
     wxPoint m_Place;       ///< where it stood when it was last shown or hidden
     int m_Corrections = 0; ///< left for this showing
+
+    wxStaticText* m_Label;
 
 protected:
     wxPanel* panel_left;
