@@ -22,8 +22,8 @@ public:
 private:
     void set_properties();
     void do_layout();
-    /// Makes the dialog large enough for its text, at the first showing: the program's start need not wait for
-    /// a text that nobody sees yet to be measured.
+    /// Makes the dialog large enough for its text, at the first showing: the program's start need not wait
+    /// for a text that nobody sees yet to be measured.
     void GrowToText();
     void evt_Show(wxShowEvent& event);
     void evt_Placed(wxEvent& event);

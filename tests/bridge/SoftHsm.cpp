@@ -29,8 +29,9 @@ std::string InUri(const std::string& text) {
 } // namespace
 
 std::string SoftHsm::ModuleFile() {
-    for (const char* folder : {"/usr/lib/softhsm", "/usr/lib/x86_64-linux-gnu/softhsm",
-                               "/usr/lib/arm-linux-gnueabihf/softhsm", "/usr/lib64/pkcs11"}) {
+    for (const char* folder :
+         {"/usr/lib/softhsm", "/usr/lib/x86_64-linux-gnu/softhsm", "/usr/lib/arm-linux-gnueabihf/softhsm",
+          "/usr/lib/aarch64-linux-gnu/softhsm", "/usr/lib64/pkcs11"}) {
         const std::string file = std::string(folder) + "/libsofthsm2.so";
         if (fs::exists(file)) {
             return file;
