@@ -7,6 +7,7 @@
 #include "tests/app/ProbedFrame.h"
 #include "tests/support/GuiTest.h"
 #include "tests/support/SimDeck.h"
+#include "tests/support/Widgets.h"
 
 /// What the status line says of a command on an empty card.
 inline const wxString REFUSAL = Utf8("Dieser Befehl ist mit einer leeren Karte nicht erlaubt!");
@@ -15,11 +16,12 @@ inline const wxString REFUSAL = Utf8("Dieser Befehl ist mit einer leeren Karte n
 template <typename Frame = ProbedFrame>
 class CardWindowTest : public testing::Test {
 protected:
-    /// Opens the window and lets its first refresh end.
+    /// Opens the window and lets it come up and its first refresh end.
     void Open() {
         m_Frame.reset(new Frame);
         m_Frame->Show(true);
-        ASSERT_TRUE(RunUntil([this] { return !m_Frame->m_startTimer.IsRunning() && Idle(); }));
+        ASSERT_TRUE(RunUntil(
+            [this] { return !m_Frame->m_startTimer.IsRunning() && Idle() && widgets::IsUp(*m_Frame); }));
     }
     void Press(int id) {
         wxWindow* button = wxWindow::FindWindowById(id, m_Frame.get());

@@ -19,7 +19,7 @@ class WhatIsHeard : public CardWindowTest<> {
 protected:
     /// Each control that can have the focus has a name, and no two have the same.
     static void ExpectNames(wxWindow& window) {
-        ASSERT_TRUE(RunUntil([&window] { return window.IsShownOnScreen(); }));
+        ASSERT_TRUE(RunUntil([&window] { return widgets::IsUp(window); }));
         const std::vector<std::string> names = widgets::NamesOfFocusable(window);
         EXPECT_FALSE(names.empty());
         EXPECT_THAT(names, Not(Contains("")));

@@ -19,7 +19,7 @@ class AnyWindow : public CardWindowTest<> {
 protected:
     /// The toolkit gives the controls their places in its own time.
     static void ExpectNothingCut(wxWindow& window) {
-        ASSERT_TRUE(RunUntil([&window] { return window.IsShownOnScreen(); }));
+        ASSERT_TRUE(RunUntil([&window] { return widgets::IsUp(window); }));
         RunFor(30);
         RunUntil([&window] { return widgets::CutTexts(window).empty(); }, 2000);
         EXPECT_THAT(widgets::CutTexts(window), IsEmpty()) << window.GetSize().x << "x" << window.GetSize().y;

@@ -181,6 +181,10 @@ static bool IsPart(GtkWidget* widget) {
     return around != nullptr && gtk_widget_get_ancestor(around, GTK_TYPE_TREE_VIEW) != nullptr;
 }
 
+bool IsUp(const wxWindow& window) {
+    return gtk_widget_get_mapped(window.GetHandle()) != FALSE;
+}
+
 std::vector<std::string> NamesOfFocusable(const wxWindow& window) {
     Texts names;
     std::set<GtkWidget*> seen; // the field of a list that drops down is come by twice

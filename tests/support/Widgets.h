@@ -15,6 +15,9 @@ class wxWindow;
 
 namespace widgets {
 
+/// Whether a window and its controls are up: one that was shown waits for the window manager's answer.
+bool IsUp(const wxWindow& window);
+
 /// The texts in a window that need more room than they have, each with what is missing.
 std::vector<std::string> CutTexts(const wxWindow& window);
 

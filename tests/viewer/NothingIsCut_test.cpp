@@ -25,7 +25,7 @@ TEST_P(TheCertificateWindow, ShowsItsTextsWhole) {
     constexpr std::time_t WHEN_VALID = 1751371200; // 2025-07-01 12:00:00 UTC
     auto* frame = new CertificateFrame(nullptr, CertificateBuilder().Wrapped(), WHEN_VALID);
     frame->Show();
-    ASSERT_TRUE(RunUntil([=] { return frame->IsShownOnScreen(); }));
+    ASSERT_TRUE(RunUntil([=] { return widgets::IsUp(*frame); }));
     RunFor(30);
     RunUntil([=] { return widgets::CutTexts(*frame).empty(); }, 2000);
     EXPECT_THAT(widgets::CutTexts(*frame), IsEmpty());
