@@ -3,8 +3,7 @@
 
 #include <openssl/err.h>
 
-#include "simulator/store/KeyMaterial.h"
-#include "tokenlib/PublicParts.h"
+#include "tokenlib/OpenSslHandles.h"
 
 namespace orselsim {
 
@@ -69,14 +68,14 @@ AttributeMap CertificateAttributes(const ObjectRecord& object, const Bytes& cont
     return attributes;
 }
 
-AttributeMap KeyAttributes(const ObjectRecord& object, EVP_PKEY* key) {
+AttributeMap KeyAttributes(const ObjectRecord& object, const PublicParts& parts) {
     const bool isPublicKey = object.m_Kind == ObjectKind::PUBLIC_KEY;
     AttributeMap attributes = CommonAttributes(object, isPublicKey ? CKO_PUBLIC_KEY : CKO_PRIVATE_KEY);
     attributes[CKA_ID] = object.m_Id;
     attributes[CKA_SUBJECT] = {};
     attributes[CKA_DERIVE] = FlagValue(false);
     attributes[CKA_LOCAL] = FlagValue(true);
-    AddPublicParts(attributes, PublicPartsOf(key), isPublicKey);
+    AddPublicParts(attributes, parts, isPublicKey);
     if (isPublicKey) {
         AddPublicKeyUse(attributes);
     } else {

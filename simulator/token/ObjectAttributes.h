@@ -5,6 +5,7 @@
 #include "simulator/store/Card.h"
 #include "simulator/store/Shared.h"
 #include "tokenlib/AttributeValues.h"
+#include "tokenlib/PublicParts.h"
 
 namespace orselsim {
 
@@ -15,9 +16,8 @@ AttributeMap DataAttributes(const ObjectRecord& object, const Bytes& content);
 /// would; it merely lacks the attributes that are taken from inside.
 AttributeMap CertificateAttributes(const ObjectRecord& object, const Bytes& content);
 
-/// Attributes of a public or a private key. Throws std::runtime_error for a key of another kind
-/// than RSA or EC on a named curve.
-AttributeMap KeyAttributes(const ObjectRecord& object, EVP_PKEY* key);
+/// Attributes of a public or a private key with these public numbers.
+AttributeMap KeyAttributes(const ObjectRecord& object, const PublicParts& parts);
 
 } // namespace orselsim
 

@@ -47,7 +47,19 @@ std::shared_ptr<const TokenCard> TokenCard::Load(const std::string& directory) {
     return std::shared_ptr<const TokenCard>(new TokenCard(LoadCard(directory)));
 }
 
-TokenObject TokenCard::MakeObject(const ObjectRecord& record) const {
+const TokenCard::KeyInFile& TokenCard::KeyOf(const ObjectRecord& record) {
+    KeyInFile& key = m_Keys[record.m_File];
+    if (key.m_Key == nullptr) {
+        key.m_Key = ReadKey(m_Card.Content(record.m_File));
+        if (key.m_Key == nullptr) {
+            throw DamagedCard(record.m_File + " holds no key");
+        }
+        key.m_Parts = PublicPartsOf(key.m_Key.get());
+    }
+    return key;
+}
+
+TokenObject TokenCard::MakeObject(const ObjectRecord& record) {
     TokenObject object;
     object.m_Record = record;
     const Bytes& content = m_Card.Content(record.m_File);
@@ -60,11 +72,8 @@ TokenObject TokenCard::MakeObject(const ObjectRecord& record) const {
         break;
     case ObjectKind::PUBLIC_KEY:
     case ObjectKind::PRIVATE_KEY:
-        object.m_Key = ReadKey(content);
-        if (!object.m_Key) {
-            throw DamagedCard(record.m_File + " holds no key");
-        }
-        object.m_Attributes = KeyAttributes(record, object.m_Key.get());
+        object.m_Key = KeyOf(record).m_Key;
+        object.m_Attributes = KeyAttributes(record, KeyOf(record).m_Parts);
         break;
     }
     return object;

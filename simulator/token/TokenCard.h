@@ -2,6 +2,7 @@
 #ifndef ORSEL_SIMULATOR_TOKEN_TOKENCARD_H
 #define ORSEL_SIMULATOR_TOKEN_TOKENCARD_H
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "simulator/store/Shared.h"
 #include "simulator/token/ObjectAttributes.h"
 #include "tokenlib/OpenSslHandles.h"
+#include "tokenlib/PublicParts.h"
 
 namespace orselsim {
 
@@ -42,9 +44,17 @@ public:
 private:
     explicit TokenCard(Card card);
 
-    TokenObject MakeObject(const ObjectRecord& record) const;
+    /// What a file holds for both keys of a pair: reading it is most of what a card costs.
+    struct KeyInFile {
+        std::shared_ptr<EVP_PKEY> m_Key;
+        PublicParts m_Parts;
+    };
+
+    TokenObject MakeObject(const ObjectRecord& record);
+    const KeyInFile& KeyOf(const ObjectRecord& record);
 
     Card m_Card;
+    std::map<std::string, KeyInFile> m_Keys; ///< by the name of the file
     std::vector<TokenObject> m_Objects;
 };
 
