@@ -81,6 +81,11 @@ void MainFrame::ShowCardMenu(const wxPoint& place) {
     wxMenu menu;
     FillCardMenu(menu, type);
     menu.Bind(wxEVT_MENU, &MainFrame::evt_OnPopupClick, this);
+    for (const wxMenuItem* item : menu.GetMenuItems()) {
+        if (item->IsSubMenu()) { // wxWidgets 3.0 asks the menu that an entry stands in, and none above
+            item->GetSubMenu()->Bind(wxEVT_MENU, &MainFrame::evt_OnPopupClick, this);
+        }
+    }
     PopupMenu(&menu, place);
 }
 
