@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "app/GrowToFit.h"
 
-#include <wx/dcclient.h>
+#include <wx/arrstr.h>
 #include <wx/display.h>
 #include <wx/imaglist.h>
 #include <wx/listctrl.h>
@@ -66,6 +66,16 @@ int NeededByColumn(const wxListCtrl& list, int column) {
     return needed;
 }
 
+/// As the window measures them: the drawing contexts of wxWidgets 3.0 know nothing of the screen's density.
+wxSize RoomOfLines(const wxWindow& window, const wxString& text) {
+    wxSize room;
+    for (const wxString& line : wxSplit(text, '\n', '\0')) {
+        const wxSize extent = window.GetTextExtent(line);
+        room = wxSize(std::max(room.x, extent.x), room.y + std::max(extent.y, window.GetCharHeight()));
+    }
+    return room;
+}
+
 } // namespace
 
 void GrowToFit(wxTopLevelWindow& window) {
@@ -87,8 +97,7 @@ void Widen(wxTopLevelWindow& window, int pixels) {
 }
 
 void AskForRoomOfText(wxStaticText& label) {
-    const wxClientDC drawing(&label);
-    wxSize room = drawing.GetMultiLineTextExtent(label.GetLabelText());
+    wxSize room = RoomOfLines(label, label.GetLabelText());
     room.IncTo(label.GetBestSize());
     label.SetMinSize(room);
 }
