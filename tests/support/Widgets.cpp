@@ -129,6 +129,11 @@ int NeededByCell(const wxListCtrl& list, long row, int column) {
     return list.GetTextExtent(list.GetItemText(row, column).Trim()).x + CELL_MARGIN + picture;
 }
 
+/// Where a list draws its columns: GetClientSize() may leave out a scroll bar that lies over them.
+int RoomForColumns(const wxListCtrl& list) {
+    return gtk_widget_get_allocated_width(gtk_bin_get_child(GTK_BIN(list.GetHandle())));
+}
+
 void LookAtList(const wxListCtrl& list, Texts& cut) {
     int all = 0;
     for (int column = 0; column < list.GetColumnCount(); ++column) {
@@ -150,8 +155,8 @@ void LookAtList(const wxListCtrl& list, Texts& cut) {
             }
         }
     }
-    if (all > list.GetClientSize().x) {
-        cut.push_back(Missing("columns", all, list.GetClientSize().x));
+    if (all > RoomForColumns(list)) {
+        cut.push_back(Missing("columns", all, RoomForColumns(list)));
     }
 }
 
@@ -207,9 +212,23 @@ std::string DescriptionOf(const wxWindow& control) {
     return found;
 }
 
+/// The toolkit of the older release ends the program when pixels are asked for that a window's surface still
+/// has to draw. The call that GTK now wants instead leads to another surface.
+static void Flush(GdkWindow* window) {
+    G_GNUC_BEGIN_IGNORE_DEPRECATIONS
+    const std::unique_ptr<cairo_t, decltype(&cairo_destroy)> drawing(gdk_cairo_create(window),
+                                                                     &cairo_destroy);
+    G_GNUC_END_IGNORE_DEPRECATIONS
+    cairo_surface_flush(cairo_get_target(drawing.get()));
+}
+
 wxImage PictureOf(const wxWindow& window) {
     GtkWidget* widget = window.GetHandle();
     GtkWidget* top = gtk_widget_get_toplevel(widget);
+    if (gtk_widget_get_window(top) == nullptr) {
+        return wxImage();
+    }
+    Flush(gtk_widget_get_window(top));
     int x = 0;
     int y = 0;
     gtk_widget_translate_coordinates(widget, top, 0, 0, &x, &y);
