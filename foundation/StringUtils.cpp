@@ -65,7 +65,7 @@ long MyMemfind(char* hay, long hayLen, char* needle, long needleLen, long start)
     }
     const char* const end = hay + hayLen;
     const char* position = hay + from;
-    while (position < end) {
+    while (true) {
         position = static_cast<const char*>(
             std::memchr(position, *needle, static_cast<std::size_t>(end - position)));
         if (position == nullptr || end - position < needleLen) {
@@ -76,7 +76,6 @@ long MyMemfind(char* hay, long hayLen, char* needle, long needleLen, long start)
         }
         ++position;
     }
-    return -1;
 }
 
 int nocase_cmp(const std::string& a, const std::string& b, int n) {

@@ -113,6 +113,18 @@ TEST(SlCertificateAccess, PoliciesTellTheirStatementsAndNotices) {
     EXPECT_TRUE(policies[1].m_Statements.empty());
 }
 
+TEST(SlCertificateAccess, APolicyKeepsWhatItSaysBesideQualifiersThatSayNothing) {
+    // Policy 1.2.3 with a qualifier 1.2.9 of NULL, a notice without a text, and a statement "u"
+    const Bytes content = {0x30, 0x2d, 0x30, 0x2b, 0x06, 0x02, 0x2a, 0x03, 0x30, 0x25, 0x30, 0x06,
+                           0x06, 0x02, 0x2a, 0x09, 0x05, 0x00, 0x30, 0x0c, 0x06, 0x08, 0x2b, 0x06,
+                           0x01, 0x05, 0x05, 0x07, 0x02, 0x02, 0x30, 0x00, 0x30, 0x0d, 0x06, 0x08,
+                           0x2b, 0x06, 0x01, 0x05, 0x05, 0x07, 0x02, 0x01, 0x16, 0x01, 'u'};
+    const auto policies = WithRaw("2.5.29.32", content).GetPolicies();
+    ASSERT_EQ(1u, policies.size());
+    EXPECT_EQ((std::vector<std::string>{"u"}), policies[0].m_Statements);
+    EXPECT_TRUE(policies[0].m_Notices.empty());
+}
+
 TEST(SlCertificateAccess, EveryEntryOfInformationAccessIsThere) {
     const auto access =
         With("authorityInfoAccess", "OCSP;URI:http://o.example,caIssuers;email:a@b,1.2.3;DNS:c").GetAccess();
@@ -131,6 +143,13 @@ TEST(SlCertificateAccess, NamesOfDistributionPointsAreThereWhateverTheirKind) {
     const Bytes relative = {0x30, 0x10, 0x30, 0x0e, 0xa0, 0x0c, 0xa1, 0x0a, 0x30,
                             0x08, 0x06, 0x03, 0x55, 0x04, 0x03, 0x0c, 0x01, 'L'};
     EXPECT_EQ((std::vector<std::string>{"4:L"}), TextsOf(WithRaw("2.5.29.31", relative).GetCrlNames()));
+}
+
+TEST(SlCertificateAccess, ADistributionPointMayBeWithoutAName) {
+    // one point that has reasons (keyCompromise) alone, and one with the URI "x"
+    const Bytes content = {0x30, 0x0f, 0x30, 0x04, 0x81, 0x02, 0x06, 0x40, 0x30,
+                           0x07, 0xa0, 0x05, 0xa0, 0x03, 0x86, 0x01, 'x'};
+    EXPECT_EQ((std::vector<std::string>{"6:x"}), TextsOf(WithRaw("2.5.29.31", content).GetCrlNames()));
 }
 
 TEST(SlCertificateAccess, AMalformedOrRepeatedExtensionGivesNothing) {

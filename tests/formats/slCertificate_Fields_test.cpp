@@ -74,6 +74,21 @@ TEST(SlCertificateFields, TheKeyTellsItsKindSizeAndCurve) {
     EXPECT_EQ("", edwards.m_Curve);
 }
 
+TEST(SlCertificateFields, ACurveThatNistHasNotHasNoNistName) {
+    const CertificateKey key = CertificateBuilder().Key(TestKey::K256).Wrapped().GetKey();
+    EXPECT_EQ("secp256k1", key.m_Curve);
+    EXPECT_EQ("", key.m_NistCurve);
+}
+
+TEST(SlCertificateFields, OfAKeyThatNobodyKnowsTheKindIsLeft) {
+    slCertificate certificate;
+    ASSERT_TRUE(certificate.LoadFromBuffer(CertificateBuilder().DerWithUnknownKey()));
+    const CertificateKey key = certificate.GetKey();
+    EXPECT_EQ("1.2.840.10045.2.127", key.m_Algorithm.m_Dotted);
+    EXPECT_EQ(0, key.m_Bits);
+    EXPECT_EQ("", key.m_Curve);
+}
+
 TEST(SlCertificateFields, TheSignatureComesWithItsAlgorithm) {
     const slCertificate certificate = CertificateBuilder().Wrapped();
     EXPECT_EQ("sha256WithRSAEncryption", certificate.GetSignatureAlgorithm().m_LongName);

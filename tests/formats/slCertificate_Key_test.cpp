@@ -169,6 +169,20 @@ TEST(SlCertificateKey, WithoutAnRsaKeyBothComponentsAreEmptied) {
     EXPECT_TRUE(exponent.empty());
 }
 
+TEST(SlCertificateKey, OfAKindThatNobodyKnowsIsNoneButHasItsBytes) {
+    slCertificate certificate;
+    ASSERT_TRUE(certificate.LoadFromBuffer(CertificateBuilder().DerWithUnknownKey()));
+    EXPECT_EQ(3, certificate.GetKeyAlgorithm());
+    Bytes modulus = {1};
+    Bytes exponent = {2};
+    EXPECT_FALSE(certificate.GetRsaPubKeyComponents(modulus, exponent));
+    EXPECT_TRUE(modulus.empty());
+    EXPECT_TRUE(exponent.empty());
+    Bytes value;
+    EXPECT_TRUE(certificate.GetPublicKeyValue(value));
+    EXPECT_EQ(PublicKeyBytes(TestKey::P256), value);
+}
+
 TEST(SlCertificateKey, HashIsSha1OfTheValue) {
     const slCertificate certificate = WithKey(TestKey::P256);
     const Bytes expected = DigestOf(PublicKeyBytes(TestKey::P256), EVP_sha1());

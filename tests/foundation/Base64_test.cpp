@@ -2,6 +2,7 @@
 #include "foundation/Base64.h"
 
 #include <random>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -148,6 +149,15 @@ TEST(Base64, SplitsLinesOfAnyLengthByTheRule) {
             }
         }
     }
+}
+
+TEST(Base64, LooksAtNothingBehindTheBytes) {
+    Bytes two = {1, 2, 0xFF}; // one that is gone still lies in the memory that the codec gets
+    two.pop_back();
+    EXPECT_EQ("AQI=", Base64().Encode(std::move(two)));
+    Bytes one = {1, 0xFF, 0xFF};
+    one.resize(1);
+    EXPECT_EQ("AQ==", Base64().Encode(std::move(one)));
 }
 
 TEST(Base64, ReadsBackWhatEveryTypeWrites) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/CertificateBuilder.h"
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <stdexcept>
 
@@ -49,6 +51,8 @@ KeyHandle MakeKey(TestKey kind) {
         return MakeKey(EVP_PKEY_EC, 0, NID_X9_62_prime192v1);
     case TestKey::P256:
         return MakeKey(EVP_PKEY_EC, 0, NID_X9_62_prime256v1);
+    case TestKey::K256:
+        return MakeKey(EVP_PKEY_EC, 0, NID_secp256k1);
     default:
         return MakeKey(EVP_PKEY_ED25519, 0, NID_undef);
     }
@@ -163,6 +167,15 @@ X509Handle CertificateBuilder::Build() const {
 
 std::vector<unsigned char> CertificateBuilder::Der() const {
     return DerOf(Build().get());
+}
+
+std::vector<unsigned char> CertificateBuilder::DerWithUnknownKey() const {
+    constexpr unsigned char EC_PUBLIC_KEY[] = {0x2a, 0x86, 0x48, 0xce, 0x3d, 0x02, 0x01};
+    std::vector<unsigned char> der = CertificateBuilder(*this).Key(TestKey::P256).Der();
+    const auto kind = std::search(der.begin(), der.end(), std::begin(EC_PUBLIC_KEY), std::end(EC_PUBLIC_KEY));
+    Require(kind != der.end(), "kind of key");
+    kind[std::size(EC_PUBLIC_KEY) - 1] = 0x7f;
+    return der;
 }
 
 std::string CertificateBuilder::Pem() const {

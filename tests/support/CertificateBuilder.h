@@ -10,7 +10,7 @@
 #include "formats/slCertificate.h"
 
 /// Kinds of keys that certificates in tests are made with.
-enum class TestKey { RSA1536, RSA2048, P192, P256, ED25519 };
+enum class TestKey { RSA1536, RSA2048, P192, P256, K256, ED25519 };
 
 /// A key of this kind, made once in a process and owned by this function.
 EVP_PKEY* GetTestKey(TestKey kind);
@@ -41,6 +41,8 @@ public:
 
     Velmor::X509Handle Build() const;
     std::vector<unsigned char> Der() const;
+    /// With a key that says it is of a kind which nobody knows, 1.2.840.10045.2.127.
+    std::vector<unsigned char> DerWithUnknownKey() const;
     std::string Pem() const;
     Velmor::slCertificate Wrapped() const;
 
