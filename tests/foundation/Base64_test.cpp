@@ -203,6 +203,12 @@ TEST(Base64, AChangeOfTheTypeResetsTheLineLength) {
     EXPECT_EQ("YWJjYWJj", codec.Encode(FromText("abcabc")));
 }
 
+TEST(Base64, MayHaveOneCharacterALine) {
+    Base64 codec;
+    codec.SetLineLength(1);
+    EXPECT_EQ("A\r\nQ\r\nI\r\nD\r\n", codec.Encode({1, 2, 3}));
+}
+
 TEST(Base64, TakesALineLengthBelow1AsOneLine) {
     Base64 codec;
     codec.SetLineLength(-1);

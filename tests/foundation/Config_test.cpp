@@ -248,6 +248,29 @@ TEST_F(AConfiguration, RefusesEveryOperationOnAnUnknownId) {
     EXPECT_EQ(Texts(13, "config entry is NULL"), LoggedErrors());
 }
 
+TEST_F(AConfiguration, PassesOnThatItsStoreHasRefused) {
+    ASSERT_TRUE(Default().AddConfig(7, CONFIG_TYPE_USER, "", "path", SYS_TYPE_0)); // no key to write to
+    ASSERT_TRUE(Default().AddConfig(8, CONFIG_TYPE_USER, "missing", "nowhere", SYS_TYPE_0));
+    long number = 5;
+    std::string text = "default";
+    bool flag = true;
+    Bytes bytes = {1};
+    EXPECT_FALSE(Default().SetInteger(7, 1));
+    EXPECT_FALSE(Default().SetString(7, "x"));
+    EXPECT_FALSE(Default().SetBoolean(7, true));
+    EXPECT_FALSE(Default().SetBinary(7, bytes));
+    EXPECT_FALSE(Default().GetInteger(8, number));
+    EXPECT_FALSE(Default().GetString(8, text));
+    EXPECT_FALSE(Default().GetBoolean(8, flag));
+    EXPECT_FALSE(Default().GetBinary(8, bytes));
+    EXPECT_FALSE(Default().RemoveKey(8));
+    EXPECT_FALSE(Default().RemovePath(8));
+    EXPECT_EQ(5, number);
+    EXPECT_EQ("default", text);
+    EXPECT_TRUE(flag);
+    EXPECT_EQ(Bytes({1}), bytes);
+}
+
 TEST_F(NoConfiguration, RefusesEveryOperationWithoutAStore) {
     Config& config = *Config::GetHandle();
     EXPECT_FALSE(config.Init("name", static_cast<ConfigBackend>(0)));
