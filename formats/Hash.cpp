@@ -58,7 +58,7 @@ MdContextHandle BeginDigest(HashAlgorithm algo, unsigned long capacity, unsigned
         return nullptr;
     }
     MdContextHandle context(EVP_MD_CTX_new());
-    if (EVP_DigestInit_ex(context.get(), digest, nullptr) != 1) {
+    if (context == nullptr || EVP_DigestInit_ex(context.get(), digest, nullptr) != 1) {
         return nullptr;
     }
     if (capacity < length) {

@@ -130,7 +130,7 @@ template <typename T>
 bool ConfigImpl_XML::setValue(sConfig* row, const T& value) {
     try {
         const std::string path = getPathKey(row);
-        if (path.empty() || path.back() == '.') {
+        if (path.back() == '.') {
             return false;
         }
         GetPT(row->m_Type).m_Root.put(TreePath(path), value, TranslatorOf<T>());

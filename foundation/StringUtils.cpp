@@ -65,7 +65,7 @@ long MyMemfind(char* hay, long hayLen, char* needle, long needleLen, long start)
     }
     const char* const end = hay + hayLen;
     const char* position = hay + from;
-    while (true) {
+    for (;; ++position) {
         position = static_cast<const char*>(
             std::memchr(position, *needle, static_cast<std::size_t>(end - position)));
         if (position == nullptr || end - position < needleLen) {
@@ -74,7 +74,6 @@ long MyMemfind(char* hay, long hayLen, char* needle, long needleLen, long start)
         if (std::memcmp(position, needle, static_cast<std::size_t>(needleLen)) == 0) {
             return position - hay;
         }
-        ++position;
     }
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The small conversions where a certificate leaves a value out. What they make of values that are there, the tests
-// of the certificate's getters tell.
+// The small conversions where a certificate leaves a value out. What they make of values that are there, the
+// tests of the certificate's getters tell.
 #include "formats/CertificateDecoding.h"
 
 #include <gtest/gtest.h>

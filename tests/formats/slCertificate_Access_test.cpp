@@ -30,6 +30,21 @@ std::vector<std::string> TextsOf(const std::vector<CertificateName>& names) {
     return texts;
 }
 
+void ExpectNothingIn(const slCertificate& certificate) {
+    CertificateBasicConstraints constraints;
+    CertificateAuthorityKey authority;
+    EXPECT_TRUE(certificate.GetKeyUsage().empty());
+    EXPECT_TRUE(certificate.GetExtendedKeyUsage().empty());
+    EXPECT_FALSE(certificate.GetBasicConstraints(constraints));
+    EXPECT_TRUE(certificate.GetSubjectAltNames().empty());
+    EXPECT_TRUE(certificate.GetIssuerAltNames().empty());
+    EXPECT_TRUE(certificate.GetSubjectKeyId().empty());
+    EXPECT_FALSE(certificate.GetAuthorityKeyId(authority));
+    EXPECT_TRUE(certificate.GetPolicies().empty());
+    EXPECT_TRUE(certificate.GetAccess().empty());
+    EXPECT_TRUE(certificate.GetCrlNames().empty());
+}
+
 } // namespace
 
 TEST(SlCertificateAccess, KeyUsageIsTheNumbersOfItsBits) {
@@ -70,6 +85,11 @@ TEST(SlCertificateAccess, AlternativeNamesOfEachKindHaveTheirText) {
                                             "8:1.2.3"};
     EXPECT_EQ(texts, TextsOf(With("subjectAltName", names).GetSubjectAltNames()));
     EXPECT_EQ(texts, TextsOf(With("issuerAltName", names).GetIssuerAltNames()));
+}
+
+TEST(SlCertificateAccess, AnotherNameMayBeAnAsciiText) {
+    EXPECT_EQ((std::vector<std::string>{"0:1.2.3:abc"}),
+              TextsOf(With("subjectAltName", "otherName:1.2.3;IA5STRING:abc").GetSubjectAltNames()));
 }
 
 TEST(SlCertificateAccess, NamesWithoutATextComeAsDigits) {
@@ -152,22 +172,15 @@ TEST(SlCertificateAccess, ADistributionPointMayBeWithoutAName) {
     EXPECT_EQ((std::vector<std::string>{"6:x"}), TextsOf(WithRaw("2.5.29.31", content).GetCrlNames()));
 }
 
+TEST(SlCertificateAccess, AnEmptyObjectHasNone) {
+    ExpectNothingIn(slCertificate());
+}
+
 TEST(SlCertificateAccess, AMalformedOrRepeatedExtensionGivesNothing) {
     for (const char* oid : {"2.5.29.14", "2.5.29.15", "2.5.29.17", "2.5.29.18", "2.5.29.19", "2.5.29.31",
                             "2.5.29.32", "2.5.29.35", "2.5.29.37", "1.3.6.1.5.5.7.1.1"}) {
         const slCertificate certificate = WithRaw(oid, {0x30, 0x7f, 0x01});
-        CertificateBasicConstraints constraints;
-        CertificateAuthorityKey authority;
-        EXPECT_TRUE(certificate.GetKeyUsage().empty());
-        EXPECT_TRUE(certificate.GetExtendedKeyUsage().empty());
-        EXPECT_FALSE(certificate.GetBasicConstraints(constraints));
-        EXPECT_TRUE(certificate.GetSubjectAltNames().empty());
-        EXPECT_TRUE(certificate.GetIssuerAltNames().empty());
-        EXPECT_TRUE(certificate.GetSubjectKeyId().empty());
-        EXPECT_FALSE(certificate.GetAuthorityKeyId(authority));
-        EXPECT_TRUE(certificate.GetPolicies().empty());
-        EXPECT_TRUE(certificate.GetAccess().empty());
-        EXPECT_TRUE(certificate.GetCrlNames().empty());
+        ExpectNothingIn(certificate);
         EXPECT_EQ(1u, certificate.GetExtensions().size());
     }
     const slCertificate twice = CertificateBuilder()

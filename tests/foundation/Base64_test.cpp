@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/Base64.h"
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <random>
 #include <utility>
 
 #include <gtest/gtest.h>
 
+#include "foundation/Base64BlockTables.h"
 #include "tests/foundation/Base64Rule.h"
 
 using namespace Velmor;
@@ -108,6 +112,17 @@ TEST(Base64Tables, ReverseEachCharacter) {
             EXPECT_EQ(member ? position : 255U, row.m_ReverseTable[c]) << row.m_Name << ' ' << c;
         }
     }
+}
+
+TEST(Base64Tables, AreTheSameWhoeverComputesThem) {
+    for (const AlphabetRow& row : ALPHABETS) {
+        const Base64Reversal reversal =
+            Base64ReversalOf(*reinterpret_cast<const Base64IndexTable*>(row.m_IndexTable));
+        EXPECT_TRUE(std::equal(std::begin(reversal.m_Table), std::end(reversal.m_Table), row.m_ReverseTable))
+            << row.m_Name;
+    }
+    const Base64BlockTables tables = MakeBase64BlockTables(); // at run time, where the sanitizers look
+    EXPECT_EQ(0, std::memcmp(&tables, &BASE64_BLOCK_TABLES, sizeof(tables)));
 }
 
 TEST(Base64, IsOfType2AtFirst) {

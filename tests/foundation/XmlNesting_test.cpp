@@ -52,8 +52,8 @@ TEST(XmlNesting, CountsElementsInsideEachOther) {
              Row{"<a><?p </a></a> ?><d/></a>", 2},
              Row{"<!DOCTYPE a [<!ELEMENT b> </a> ]><a><d/></a>", 2},
              Row{"<!DOCTYPE a [ [ ] > ] ><a/>", 1},
-             Row{"<!DOCTYPE a ]><b><c/></b>", 2}, // a bracket that closes nothing
-             Row{"<!DOCTYPE a [><b/>", 0},        // one that nothing closes
+             Row{"<!DOCTYPE a ]><b><c/></b>", 2},  // a bracket that closes nothing
+             Row{"<!DOCTYPE a [><b/>", 0},         // one that nothing closes
              Row{"<a><!DOCTYPEx [ > <b/></a>", 2}, // without a blank it ends at the first ">"
              Row{"<a><!other [ > <b/></a>", 2},
              Row{"<a ><b\n/></a\t>", 2},

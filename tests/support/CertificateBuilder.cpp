@@ -169,9 +169,9 @@ std::vector<unsigned char> CertificateBuilder::Der() const {
     return DerOf(Build().get());
 }
 
-std::vector<unsigned char> CertificateBuilder::DerWithUnknownKey() const {
+std::vector<unsigned char> CertificateBuilder::DerWithUnknownKey() {
     constexpr unsigned char EC_PUBLIC_KEY[] = {0x2a, 0x86, 0x48, 0xce, 0x3d, 0x02, 0x01};
-    std::vector<unsigned char> der = CertificateBuilder(*this).Key(TestKey::P256).Der();
+    std::vector<unsigned char> der = Key(TestKey::P256).Der();
     const auto kind = std::search(der.begin(), der.end(), std::begin(EC_PUBLIC_KEY), std::end(EC_PUBLIC_KEY));
     Require(kind != der.end(), "kind of key");
     kind[std::size(EC_PUBLIC_KEY) - 1] = 0x7f;

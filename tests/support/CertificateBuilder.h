@@ -42,7 +42,7 @@ public:
     Velmor::X509Handle Build() const;
     std::vector<unsigned char> Der() const;
     /// With a key that says it is of a kind which nobody knows, 1.2.840.10045.2.127.
-    std::vector<unsigned char> DerWithUnknownKey() const;
+    std::vector<unsigned char> DerWithUnknownKey();
     std::string Pem() const;
     Velmor::slCertificate Wrapped() const;
 
