@@ -13,25 +13,19 @@
 #include "formats/Hash.h"
 #include "formats/slCertificate.h"
 #include "tests/support/CertificateBuilder.h"
+#include "tests/support/ScarceMemory.h"
 
 using namespace Velmor;
 using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-/// Requests that are still granted before one is refused; below 0 all are.
-long g_GrantedYet = -1;
-
-bool IsRefused() {
-    return g_GrantedYet >= 0 && g_GrantedYet-- == 0;
-}
-
 void* Allocate(std::size_t size, const char* /*file*/, int /*line*/) {
-    return IsRefused() ? nullptr : std::malloc(size);
+    return scarcememory::IsRefused() ? nullptr : std::malloc(size);
 }
 
 void* Reallocate(void* memory, std::size_t size, const char* /*file*/, int /*line*/) {
-    return IsRefused() ? nullptr : std::realloc(memory, size);
+    return scarcememory::IsRefused() ? nullptr : std::realloc(memory, size);
 }
 
 void Free(void* memory, const char* /*file*/, int /*line*/) {
@@ -40,24 +34,6 @@ void Free(void* memory, const char* /*file*/, int /*line*/) {
 
 /// Before main(), since libcrypto takes no others once it has asked.
 const bool IS_SET = CRYPTO_set_mem_functions(Allocate, Reallocate, Free) == 1;
-
-/// What the operation says with one request after the other refused.
-std::vector<std::string> ResultsWithoutMemory(const std::function<std::string()>& operation) {
-    constexpr long MOST_REQUESTS = 100000;
-    std::vector<std::string> results;
-    for (long granted = 0; granted < MOST_REQUESTS; ++granted) {
-        g_GrantedYet = granted;
-        const std::string result = operation();
-        const bool isRefused = g_GrantedYet < 0;
-        g_GrantedYet = -1;
-        if (!isRefused) {
-            return results;
-        }
-        results.push_back(result);
-    }
-    ADD_FAILURE() << "the operation asks for memory without an end";
-    return results;
-}
 
 std::string Joined(const std::vector<CertificateName>& names) {
     std::string text;
@@ -93,7 +69,7 @@ const std::map<std::string, std::function<std::string(const slCertificate&)>> WH
 TEST(WithoutMemory, LibcryptoAsksHere) {
     ASSERT_TRUE(IS_SET);
     const slCertificate certificate = Everything();
-    EXPECT_FALSE(ResultsWithoutMemory([&] { return certificate.ToPem(); }).empty());
+    EXPECT_FALSE(scarcememory::ResultsOf([&] { return certificate.ToPem(); }).empty());
 }
 
 TEST(WithoutMemory, AGetterSaysAllOrNothingAndAllTheNextTime) {
@@ -102,7 +78,7 @@ TEST(WithoutMemory, AGetterSaysAllOrNothingAndAllTheNextTime) {
         SCOPED_TRACE(name);
         const std::string whole = getter(certificate);
         for (const std::string& result :
-             ResultsWithoutMemory([&, get = getter] { return get(certificate); })) {
+             scarcememory::ResultsOf([&, get = getter] { return get(certificate); })) {
             EXPECT_TRUE(result == whole || result.empty()) << result;
         }
         EXPECT_EQ(whole, getter(certificate));
@@ -112,7 +88,7 @@ TEST(WithoutMemory, AGetterSaysAllOrNothingAndAllTheNextTime) {
 TEST(WithoutMemory, AListOfNamesEndsAndIsWholeTheNextTime) {
     const slCertificate certificate = Everything();
     const std::string whole = Joined(certificate.GetSubjectAltNames());
-    const auto results = ResultsWithoutMemory([&] { return Joined(certificate.GetSubjectAltNames()); });
+    const auto results = scarcememory::ResultsOf([&] { return Joined(certificate.GetSubjectAltNames()); });
     EXPECT_FALSE(results.empty());
     EXPECT_EQ(whole, Joined(certificate.GetSubjectAltNames()));
 }
@@ -126,10 +102,10 @@ TEST(WithoutMemory, ACertificateIsReadWholeOrNotAtAll) {
              [&](slCertificate& certificate) { return certificate.LoadFromBuffer(der); },
              [&](slCertificate& certificate) { return certificate.LoadFromB64(pem); },
          }) {
-        for (const std::string& result : ResultsWithoutMemory([&] {
+        for (const std::string& result : scarcememory::ResultsOf([&] {
                  slCertificate certificate;
                  const bool isLoaded = load(certificate);
-                 g_GrantedYet = g_GrantedYet >= 0 ? 100000 : -1; // what follows is not looked at
+                 scarcememory::GrantTheRest(); // the text is not what this is about
                  return isLoaded ? certificate.ToPem() : std::string();
              })) {
             EXPECT_TRUE(result == whole || result.empty()) << result;
@@ -142,7 +118,7 @@ TEST(WithoutMemory, AHashIsTheRightOneOrNone) {
     for (const HashAlgorithm algorithm : {HASH_SHA1, HASH_SHA256}) {
         Bytes whole;
         ASSERT_TRUE(Hash(data, whole, algorithm, true));
-        for (const std::string& result : ResultsWithoutMemory([&] {
+        for (const std::string& result : scarcememory::ResultsOf([&] {
                  Bytes hash;
                  return Hash(data, hash, algorithm, true) ? std::string(hash.begin(), hash.end())
                                                           : std::string();
