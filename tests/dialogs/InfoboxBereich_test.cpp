@@ -123,9 +123,12 @@ TEST_F(TheInfoboxDialog, GivesTheListAQuarterOfTheWidth) {
 }
 
 TEST_F(TheInfoboxDialog, StandsInTheMiddleOfItsParent) {
-    wxFrame parent(nullptr, wxID_ANY, "", wxPoint(100, 100), wxSize(800, 600));
+    const wxRect wanted(100, 100, 800, 600);
+    wxFrame parent(nullptr, wxID_ANY, "", wanted.GetPosition(), wanted.GetSize());
     parent.Show(true);
-    ASSERT_TRUE(RunUntil([&parent] { return HasBorder(parent); }));
+    // The window manager tells of its border first, and of the place some time later.
+    ASSERT_TRUE(
+        RunUntil([&] { return HasBorder(parent) && parent.GetScreenRect().Intersect(wanted).width > 700; }));
     RunFor(100);
     const ProbedInfobox child(&parent, Velmor::TOKEN_ACOS_04);
     const wxRect outside = parent.GetScreenRect();
