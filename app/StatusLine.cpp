@@ -2,6 +2,7 @@
 #include "app/StatusLine.h"
 
 #include <wx/app.h>
+#include <wx/image.h>
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
 #include <wx/timer.h>
@@ -33,8 +34,15 @@ void StatusLine::Hide() {
     m_Icon.Show(false);
 }
 
+/// Transparent by an alpha plane: of a picture without one the toolkit never frees the pixels that it has shown.
+static wxBitmap IconOf(const char* const* xpm) {
+    wxImage picture(xpm);
+    picture.InitAlpha();
+    return wxBitmap(picture);
+}
+
 wxBitmap StatusLine::Show(const wxString& text, bool isError) {
-    const wxBitmap icon(isError ? ButtonCancel : ButtonOk);
+    const wxBitmap icon = IconOf(isError ? ButtonCancel : ButtonOk);
     m_Text.Show(true);
     m_Icon.Show(true);
     m_Text.SetLabel(text);

@@ -4,6 +4,7 @@
 
 #include <wx/image.h>
 
+#include "app/StatusLine.h"
 #include "images/Images.h"
 #include "tests/app/ProbedFrame.h"
 #include "tests/support/GuiTest.h"
@@ -112,6 +113,15 @@ TEST_F(TheStatusLine, GoesOnInStepsOf100Milliseconds) {
     EXPECT_EQ(m_Frame->m_fadeTimer.GetInterval(), 100);
     EXPECT_EQ(m_Frame->m_Intervals[1], 1500);
     EXPECT_EQ(m_Frame->m_Intervals[2], 100);
+}
+
+// The toolkit keeps the pixels of every picture without one that it has shown, to the end of the process.
+TEST_F(TheStatusLine, ShowsPicturesWithAnAlphaPlaneAlone) {
+    StatusLine line(*m_Frame->label_status, *m_Frame->bitmap_status, *m_Frame, m_Frame->m_fade,
+                    m_Frame->m_fadeTimer);
+    for (const bool isError : {false, true}) {
+        EXPECT_TRUE(line.Show("Text", isError).HasAlpha());
+    }
 }
 
 TEST_F(TheStatusLine, ColoursTextAndIconByTheStep) {
