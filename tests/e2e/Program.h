@@ -19,6 +19,7 @@ public:
     Program(const Program&) = delete; // one process, one owner
     Program& operator=(const Program&) = delete;
 
+    pid_t Id() const { return m_Pid; }
     bool Runs();
     /// Waits for the end. The exit code, or 1000 and the signal's number, or -1 when it does not end.
     int WaitForEnd(int seconds = 30);
