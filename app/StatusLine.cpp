@@ -34,7 +34,8 @@ void StatusLine::Hide() {
     m_Icon.Show(false);
 }
 
-/// Transparent by an alpha plane: of a picture without one the toolkit never frees the pixels that it has shown.
+/// Transparent by an alpha plane: of a picture without one the toolkit never frees the pixels that it has
+/// shown.
 static wxBitmap IconOf(const char* const* xpm) {
     wxImage picture(xpm);
     picture.InitAlpha();
