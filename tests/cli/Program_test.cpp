@@ -123,6 +123,10 @@ TEST_F(TheProgram, PrintsTheJsonThatTheSchemaDescribes) {
     EXPECT_EQ(RunScript("check-json", {ORSEL_SOURCE_DIR "/cli/output.schema.json", PathOf("work")}), 0);
 }
 
+TEST_F(TheProgram, LeavesNoPinAnywhereAndWritesNowhereElse) {
+    EXPECT_EQ(RunScript("leaves-no-pin", {ORSEL_CLI, ORSEL_DECK_TOOL, ORSEL_SIMULATOR_DIR}), 0);
+}
+
 TEST_F(TheProgram, IsToldInTheManPagesAndInTheCompletion) {
     EXPECT_EQ(RunScript("check-help", {ORSEL_SOURCE_DIR "/packaging"}), 0);
 }
