@@ -67,7 +67,8 @@ TEST_P(ACommandWhoseCardLeaves, EndsWithAStatedOutcomeAndWorksWhenItIsBack) {
         ExpectAlive();
         ExpectThatItWorksAgain();
     }
-    std::cout << GetParam().m_Name << ": pulled, " << calls.size() << " calls, " << calls.size() << " cases\n";
+    std::cout << GetParam().m_Name << ": pulled, " << calls.size() << " calls, " << calls.size()
+              << " cases\n";
 }
 
 TEST_P(ACommandWhoseCardLeaves, FindsNoCardInAnEmptyReader) {

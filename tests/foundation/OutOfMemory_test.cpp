@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The store of the configuration gets no memory: each of its requests fails once, in turn. It refuses the value, lets no
-// exception out, and works the next time.
+// The store of the configuration gets no memory: each of its requests fails once, in turn. It refuses the
+// value, lets no exception out, and works the next time.
 #include <cstdlib>
 #include <new>
 
