@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <memory>
+#include <utility>
+
+#include <wx/weakref.h>
 
 #include "app/ControlIds.h"
 #include "images/Images.h"
@@ -307,6 +311,19 @@ TEST_F(TheMainWindow, EnablesEverythingWhenTheListIsEmpty) {
     EXPECT_TRUE(m_Frame->IsThisEnabled());
 }
 
+TEST_F(TheMainWindow, StopsEnablingAtAControlThatIsMissing) {
+    wxButton* const missing = std::exchange(m_Frame->button_enc_puk, nullptr);
+    m_Frame->MyEnable(false);
+    EXPECT_FALSE(m_Frame->button_sig_change_pin->IsThisEnabled());
+    EXPECT_FALSE(m_Frame->button_enc_change_pin->IsThisEnabled());
+    for (const wxWindow* behind : std::vector<wxWindow*>{missing, m_Frame->button_enc_show,
+                                                         m_Frame->button_reload, m_Frame->list_cards}) {
+        EXPECT_TRUE(behind->IsThisEnabled());
+    }
+    EXPECT_TRUE(m_Frame->IsThisEnabled());
+    m_Frame->button_enc_puk = missing;
+}
+
 TEST(EnablingTheMainWindow, AsksForWhatTheSelectedCardDoesNotAllow) {
     class Frame : public ProbedFrame {
     public:
@@ -323,6 +340,28 @@ TEST(EnablingTheMainWindow, AsksForWhatTheSelectedCardDoesNotAllow) {
     frame->MyEnable(true);
     EXPECT_EQ(frame->m_Calls, 1);
     EXPECT_EQ(frame->m_Index, wxListEvent().GetIndex());
+}
+
+// --- Menu and end ------------------------------------------------------------------------------------------
+
+TEST_F(TheMainWindow, LeavesAMenuThatIsAskedForWithThePointerToTheList) {
+    wxContextMenuEvent event(wxEVT_CONTEXT_MENU, ID_CARD_LIST, wxPoint(10, 10));
+    m_Frame->list_cards->GetEventHandler()->ProcessEvent(event);
+    EXPECT_TRUE(event.GetSkipped());
+}
+
+TEST(TheEndOfTheMainWindow, ComesByItselfAfterItWasAskedForOutsideAnyEvent) {
+    const wxWeakRef<ProbedFrame> frame(new ProbedFrame);
+    EXPECT_TRUE(frame->Destroy());
+    EXPECT_TRUE(RunUntil([&frame] { return frame.get() == nullptr; }));
+}
+
+TEST(TheEndOfTheMainWindow, NeedsNoCardObject) {
+    FramePtr frame(new ProbedFrame);
+    const std::unique_ptr<Velmor::tkPKCS11> card(std::exchange(frame->m_p11, nullptr));
+    frame.reset();
+    EXPECT_EQ(wxWindow::FindWindowById(ID_CARD_LIST), nullptr);
+    card->destroy();
 }
 
 // --- Start -------------------------------------------------------------------------------------------------
