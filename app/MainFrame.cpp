@@ -98,6 +98,9 @@ MainFrame::~MainFrame() {
 }
 
 bool MainFrame::ProcessEvent(wxEvent& event) {
+    if (m_IsToGo && m_EventsInWork == 0) {
+        return false; // a handler that lets the toolkit work would find its window gone
+    }
     ++m_EventsInWork;
     const bool isProcessed = wxFrame::ProcessEvent(event);
     --m_EventsInWork;

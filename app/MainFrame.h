@@ -43,7 +43,7 @@ public:
     ~MainFrame() override;
 
     /// Handlers let the toolkit work in between, which may close the window. Such a window goes when the
-    /// outermost event that it has in work is over.
+    /// outermost event that it has in work is over, and takes no other.
     bool ProcessEvent(wxEvent& event) override;
     bool Destroy() override;
 

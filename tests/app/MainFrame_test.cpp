@@ -356,6 +356,17 @@ TEST(TheEndOfTheMainWindow, ComesByItselfAfterItWasAskedForOutsideAnyEvent) {
     EXPECT_TRUE(RunUntil([&frame] { return frame.get() == nullptr; }));
 }
 
+TEST(TheEndOfTheMainWindow, LetsNothingBeginAnyMore) {
+    const wxWeakRef<ProbedFrame> frame(new ProbedFrame);
+    EXPECT_TRUE(frame->Destroy());
+    // A refresh lets the toolkit work, which would end the window under it.
+    wxTimerEvent tick(frame->m_startTimer);
+    EXPECT_FALSE(frame->GetEventHandler()->ProcessEvent(tick));
+    wxCommandEvent finished(wxEVT_MENU, ID_THREAD_FINISHED);
+    EXPECT_FALSE(frame->GetEventHandler()->ProcessEvent(finished));
+    EXPECT_TRUE(RunUntil([&frame] { return frame.get() == nullptr; }));
+}
+
 TEST(TheEndOfTheMainWindow, NeedsNoCardObject) {
     FramePtr frame(new ProbedFrame);
     const std::unique_ptr<Velmor::tkPKCS11> card(std::exchange(frame->m_p11, nullptr));
