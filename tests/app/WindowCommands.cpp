@@ -18,6 +18,7 @@ constexpr const char* LABEL = "Karte von Erika, mit 32 Zeichen."; // fills its f
 constexpr const char* CARD_IN_LIST = "8004000011112222 | Erika Probe | Orsel Carta ACOS 03";
 
 constexpr int NONE = 0;
+constexpr int PATIENCE_MS = 60000; // a card may take ten seconds for a call
 
 /// What every command does first and last. A card that is not found is passed over without a word, and so is
 /// a session that does not open. Too great a number of slots is none that harms.
@@ -219,7 +220,7 @@ std::string ACommandOfTheWindow::Run(const std::function<void()>& command) {
     m_Dialogs.clear();
     m_NoPersB.m_Count = 0;
     command();
-    EXPECT_TRUE(RunUntil([this] { return Idle(); }));
+    EXPECT_TRUE(RunUntil([this] { return Idle(); }, PATIENCE_MS));
     return Outcome();
 }
 
