@@ -25,7 +25,7 @@ public:
             m_Context.m_Deck.Add(operation.m_Kind, orseltest::CardOptions().Serial(m_Context.m_Serial));
         if (operation.m_Prepare) {
             operation.m_Prepare(m_Context);
-            LetGo();
+            m_Context.LetGo();
         }
         for (long round = 0; round < ROUNDS_OF_A_BINDING; ++round) {
             m_Context.m_Deck.AnswerPins(operation.m_Pins);
@@ -36,11 +36,11 @@ public:
     void Run(long rounds) {
         for (long round = 0; round < rounds; ++round) {
             if (round % ROUNDS_OF_A_BINDING == 0) {
-                LetGo();
+                m_Context.LetGo();
             }
             RunOnce();
         }
-        LetGo();
+        m_Context.LetGo();
     }
 
 private:
@@ -49,7 +49,9 @@ private:
             m_Context.m_Deck.Change(m_Context.m_CardName,
                                     [this](orselsim::Card& card) { card = m_Pristine; });
         }
-        Prepare();
+        m_Context.GoTo(std::min(m_Operation.m_Stage, Stage::BOUND));
+        CountSessions();
+        m_Context.GoTo(m_Operation.m_Stage);
         const std::string result = m_Operation.m_Run(m_Context);
         CountSessions(); // in case it has bound the library
         if (result != m_Operation.m_Good) {
@@ -62,30 +64,8 @@ private:
             m_Context.m_Card->ClearCertVector(); // which one of them appends to
         }
         if (m_Operation.m_Stage == Stage::UNBOUND || !ProbedCard::m_bInitialized) {
-            LetGo();
+            m_Context.LetGo();
         }
-    }
-
-    void Prepare() {
-        if (m_Operation.m_Stage >= Stage::BOUND && !m_Context.m_Card) {
-            m_Context.m_Card = std::make_unique<ProbedCard>();
-            CountSessions();
-        }
-        if (m_Operation.m_Stage >= Stage::LISTED) {
-            std::vector<Velmor::SlotStruct*> slots;
-            m_Context.m_Card->GetSlots(slots);
-        }
-        if (m_Operation.m_Stage >= Stage::SESSION) {
-            m_Context.m_Card->OpenSession(0, false);
-            m_Context.m_Card->LoadCardType();
-        }
-    }
-
-    void LetGo() {
-        if (m_Context.m_Card) {
-            m_Context.m_Card->Destroy();
-        }
-        m_Context.m_Card.reset();
     }
 
     const MatrixOperation& m_Operation;
@@ -95,7 +75,7 @@ private:
 
 bool Soak(const MatrixOperation& operation, long rounds) {
     Soaked soaked(operation);
-    soaked.Run(std::max(rounds / 10, 2 * ROUNDS_OF_A_BINDING));
+    soaked.Run(WarmUpOf(rounds));
     const Holdings before = OwnHoldings();
     soaked.Run(rounds);
     return TellGrowth(operation.m_Name, rounds, before, OwnHoldings());

@@ -2,6 +2,7 @@
 #ifndef ORSEL_BENCH_SOAK_HOLDINGS_H
 #define ORSEL_BENCH_SOAK_HOLDINGS_H
 
+#include <algorithm>
 #include <string>
 
 #include <sys/types.h>
@@ -17,6 +18,12 @@ struct Holdings {
 /// Of this process; what the heap keeps in reserve goes back to the system first.
 Holdings OwnHoldings();
 Holdings HoldingsOf(pid_t process);
+
+/// Rounds before the first look, in which caches fill.
+inline long WarmUpOf(long rounds) {
+    constexpr long ENOUGH_OF_FEW = 100;
+    return std::max(rounds / 10, std::min(rounds, ENOUGH_OF_FEW));
+}
 
 /// Limit of what may have been added after the warm-up, in kilobytes.
 constexpr double LIMIT_GROWTH = 1024;

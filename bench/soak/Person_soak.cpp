@@ -78,7 +78,7 @@ TEST_F(ATirelessPerson, MakesNothingGrow) {
     m_Guest = m_Deck.Add("acos-a04");
     Start(2);
     long presses = 0;
-    while (presses < std::max(g_Presses / 10, 100L)) {
+    while (presses < WarmUpOf(g_Presses)) {
         presses += GoAround();
     }
     const Holdings before = HoldingsOf(m_Program->Id());

@@ -281,7 +281,7 @@ private:
             return;
         }
         long round = 0;
-        for (const long warm = std::max(rounds / 10, 2 * ROUNDS_OF_A_BINDING); round < warm; ++round) {
+        for (const long warm = WarmUpOf(rounds); round < warm; ++round) {
             run(round);
         }
         const Holdings before = OwnHoldings();
