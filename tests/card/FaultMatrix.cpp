@@ -3,6 +3,27 @@
 
 #include <utility>
 
+void MatrixContext::GoTo(Stage stage) {
+    if (stage >= Stage::BOUND && !m_Card) {
+        m_Card = std::make_unique<ProbedCard>();
+    }
+    if (stage >= Stage::LISTED) {
+        std::vector<Velmor::SlotStruct*> slots;
+        m_Card->GetSlots(slots);
+    }
+    if (stage >= Stage::SESSION) {
+        m_Card->OpenSession(0, false);
+        m_Card->LoadCardType();
+    }
+}
+
+void MatrixContext::LetGo() {
+    if (m_Card) {
+        m_Card->Destroy();
+    }
+    m_Card.reset();
+}
+
 MatrixOperation& MatrixOperation::On(const std::string& cardKind) {
     m_Kind = cardKind;
     return *this;

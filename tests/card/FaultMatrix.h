@@ -29,6 +29,11 @@ struct MatrixContext {
     Bytes m_Signature; ///< of the data, for operations that verify
 
     Bytes OnCard(const std::string& label) const { return m_Deck.ObjectContent(m_CardName, label); }
+
+    /// Goes on to a stage, by what does not stand of it yet.
+    void GoTo(Stage stage);
+    /// Lets the library go.
+    void LetGo();
 };
 
 /// One operation of the card class, and the results that are right for it.

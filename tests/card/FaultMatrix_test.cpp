@@ -59,7 +59,7 @@ public:
             deck.Add(operation.m_Kind, orseltest::CardOptions().Serial(m_Context.m_Serial));
         if (operation.m_Prepare) {
             operation.m_Prepare(m_Context);
-            LetGo();
+            m_Context.LetGo();
         }
         deck.AnswerPins(operation.m_Pins);
         m_Pristine = deck.Read(m_Context.m_CardName);
@@ -104,33 +104,12 @@ private:
     std::string Run() {
         m_Context.m_Deck.Change(m_Context.m_CardName, [this](orselsim::Card& card) { card = m_Pristine; });
         m_Context.m_Deck.ClearTrace();
-        Prepare(m_Operation.m_Stage);
+        m_Context.GoTo(m_Operation.m_Stage);
         m_CallsBefore = m_Context.m_Deck.GetTrace().size();
         std::string result = m_Operation.m_Run(m_Context);
         m_CallsInAll = m_Context.m_Deck.GetTrace().size();
-        LetGo();
+        m_Context.LetGo();
         return result;
-    }
-
-    void Prepare(Stage stage) {
-        if (stage >= Stage::BOUND) {
-            m_Context.m_Card = std::make_unique<ProbedCard>();
-        }
-        if (stage >= Stage::LISTED) {
-            std::vector<Velmor::SlotStruct*> slots;
-            m_Context.m_Card->GetSlots(slots);
-        }
-        if (stage >= Stage::SESSION) {
-            m_Context.m_Card->OpenSession(0, false);
-            m_Context.m_Card->LoadCardType();
-        }
-    }
-
-    void LetGo() {
-        if (m_Context.m_Card) {
-            m_Context.m_Card->Destroy();
-        }
-        m_Context.m_Card.reset();
     }
 
     /// Of the last run, without the library's being let go.
