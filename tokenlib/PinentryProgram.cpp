@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tokenlib/PinentryProgram.h"
 
+#include <climits>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
@@ -121,7 +122,8 @@ void Tell(const ContextPtr& context, const std::string& command) {
 }
 
 void TellTerminal(const ContextPtr& context) {
-    if (const char* terminal = ttyname(STDIN_FILENO)) {
+    char terminal[PATH_MAX]; // ttyname() has one buffer for the whole host program
+    if (ttyname_r(STDIN_FILENO, terminal, sizeof terminal) == 0) {
         Tell(context, std::string("OPTION ttyname=") + terminal);
     }
     if (const char* type = std::getenv("TERM")) {
