@@ -11,17 +11,17 @@
 class CallWatcher {
 public:
     /// Called before and after each call with its number, from 1.
-    static inline std::function<void(size_t number)> g_Before = [](size_t) {};
-    static inline std::function<void(size_t number)> g_After = [](size_t) {};
-    static inline size_t g_Calls = 0;
+    static inline std::function<void(size_t number)> m_Before = [](size_t) {};
+    static inline std::function<void(size_t number)> m_After = [](size_t) {};
+    static inline size_t m_Calls = 0;
 
     /// Watches the library as it is bound now; to be repeated after each binding.
     static void Watch();
 
     /// Counts from the start, and lets nothing happen.
     static void Reset() {
-        g_Calls = 0;
-        g_Before = g_After = [](size_t) {};
+        m_Calls = 0;
+        m_Before = m_After = [](size_t) {};
     }
 
 private:
@@ -32,18 +32,18 @@ private:
     struct Watched<ENTRY_POINT, CK_RV (*)(Parameters...)> {
         using Function = CK_RV (*)(Parameters...);
         static CK_RV Call(Parameters... parameters) {
-            const size_t number = ++g_Calls;
-            g_Before(number);
-            const CK_RV result = g_Library(parameters...);
-            g_After(number);
+            const size_t number = ++m_Calls;
+            m_Before(number);
+            const CK_RV result = m_Library(parameters...);
+            m_After(number);
             return result;
         }
         static void Install() {
             if (*ENTRY_POINT != &Call) {
-                g_Library = std::exchange(*ENTRY_POINT, &Call);
+                m_Library = std::exchange(*ENTRY_POINT, &Call);
             }
         }
-        static inline Function g_Library = nullptr;
+        static inline Function m_Library = nullptr;
     };
 
     template <auto*... ENTRY_POINTS>

@@ -48,7 +48,7 @@ protected:
 
     size_t CountCalls() {
         EXPECT_EQ(Run(), GetParam().m_Good);
-        const size_t calls = CallWatcher::g_Calls;
+        const size_t calls = CallWatcher::m_Calls;
         m_Context.LetGo();
         return calls;
     }
@@ -65,7 +65,7 @@ protected:
             }
         };
         CallWatcher::Reset();
-        (event == Event::PULLED_AFTER ? CallWatcher::g_After : CallWatcher::g_Before) = happen;
+        (event == Event::PULLED_AFTER ? CallWatcher::m_After : CallWatcher::m_Before) = happen;
         m_Context.m_Deck.Change(m_Context.m_CardName, [this](orselsim::Card& card) { card = m_Pristine; });
         RunOnIt();
         if (event == Event::EXCHANGED) {
@@ -97,16 +97,16 @@ private:
     }
     /// Counts from the operation's first call.
     std::string RunOnIt() {
-        const auto before = std::exchange(CallWatcher::g_Before, [](size_t) {});
-        const auto after = std::exchange(CallWatcher::g_After, [](size_t) {});
+        const auto before = std::exchange(CallWatcher::m_Before, [](size_t) {});
+        const auto after = std::exchange(CallWatcher::m_After, [](size_t) {});
         m_Context.GoTo(GetParam().m_Stage);
         if (m_Context.m_Card) {
             m_Context.m_Card->ClearCertVector();
         }
         CallWatcher::Watch();
-        CallWatcher::g_Calls = 0;
-        CallWatcher::g_Before = before;
-        CallWatcher::g_After = after;
+        CallWatcher::m_Calls = 0;
+        CallWatcher::m_Before = before;
+        CallWatcher::m_After = after;
         return GetParam().m_Run(m_Context);
     }
 
