@@ -78,19 +78,19 @@ void TimeTheLibrary() {
 /// A deck in a folder of its own. Its cards are of the kind whose keys are made at once.
 class Deck {
 public:
-    Deck() : m_folder(fs::temp_directory_path() / "orsel_refresh_bench") {
-        fs::remove_all(m_folder);
-        fs::create_directories(m_folder / "deck");
+    Deck() : m_Folder(fs::temp_directory_path() / "orsel_refresh_bench") {
+        fs::remove_all(m_Folder);
+        fs::create_directories(m_Folder / "deck");
         orselsim::CreateDeck(Path(), false);
-        setenv("HOME", m_folder.c_str(), 1);
+        setenv("HOME", m_Folder.c_str(), 1);
         setenv("ORSELSIM_DECK", Path().c_str(), 1);
     }
-    ~Deck() { fs::remove_all(m_folder); }
+    ~Deck() { fs::remove_all(m_Folder); }
     Deck(const Deck&) = delete;
     Deck& operator=(const Deck&) = delete;
 
     void FillUpTo(int cards) {
-        for (; m_cards < cards; ++m_cards) {
+        for (; m_Cards < cards; ++m_Cards) {
             orselsim::CardWish wish;
             wish.m_Kind = "ecard-g2";
             orselsim::InsertCard(Path(), wish);
@@ -98,10 +98,10 @@ public:
     }
 
 private:
-    std::string Path() const { return (m_folder / "deck").string(); }
+    std::string Path() const { return (m_Folder / "deck").string(); }
 
-    fs::path m_folder;
-    int m_cards = 0;
+    fs::path m_Folder;
+    int m_Cards = 0;
 };
 
 // --- The window --------------------------------------------------------------------------------------------
@@ -110,7 +110,7 @@ private:
 class Window : public MainFrame {
 public:
     Window() : MainFrame(nullptr) {
-        m_patience.Bind(wxEVT_TIMER, [](wxTimerEvent&) {
+        m_Patience.Bind(wxEVT_TIMER, [](wxTimerEvent&) {
             throw std::runtime_error("the list did not fill; is the simulated library found?");
         });
     }
@@ -124,36 +124,36 @@ public:
     }
     void WaitForTheList() {
         wxEventLoop loop;
-        m_loop = &loop;
-        m_patience.StartOnce(PATIENCE_MS);
+        m_Loop = &loop;
+        m_Patience.StartOnce(PATIENCE_MS);
         loop.Run();
-        m_patience.Stop();
-        m_loop = nullptr;
+        m_Patience.Stop();
+        m_Loop = nullptr;
     }
     void evt_ThreadFinished(wxCommandEvent& event) override {
         MainFrame::evt_ThreadFinished(event);
-        m_loop->Exit();
+        m_Loop->Exit();
     }
 
 private:
-    wxEventLoop* m_loop = nullptr;
-    wxTimer m_patience;
+    wxEventLoop* m_Loop = nullptr;
+    wxTimer m_Patience;
 };
 
 /// Ticks in the event loop and notes the time from each tick to the next.
 class Heartbeat : public wxTimer {
 public:
-    Heartbeat() : m_last(std::chrono::steady_clock::now()) { Start(HEARTBEAT_MS); }
+    Heartbeat() : m_Last(std::chrono::steady_clock::now()) { Start(HEARTBEAT_MS); }
     void Notify() override {
         const auto now = std::chrono::steady_clock::now();
-        m_gaps.push_back(std::chrono::duration<double, std::milli>(now - m_last).count());
-        m_last = now;
+        m_Gaps.push_back(std::chrono::duration<double, std::milli>(now - m_Last).count());
+        m_Last = now;
     }
-    const std::vector<double>& Gaps() const { return m_gaps; }
+    const std::vector<double>& Gaps() const { return m_Gaps; }
 
 private:
-    std::chrono::steady_clock::time_point m_last;
-    std::vector<double> m_gaps;
+    std::chrono::steady_clock::time_point m_Last;
+    std::vector<double> m_Gaps;
 };
 
 // --- What is measured --------------------------------------------------------------------------------------
@@ -230,12 +230,12 @@ public:
         TimeTheLibrary();
         window->Show(true);
         window->WaitForTheList();
-        MeasureGrowth(*window, *m_deck);
+        MeasureGrowth(*window, *m_Deck);
         window->Destroy();
         return 0;
     }
 
-    Deck* m_deck = nullptr;
+    Deck* m_Deck = nullptr;
 };
 
 } // namespace
@@ -246,7 +246,7 @@ int main(int argc, char** argv) {
     try {
         Deck deck;
         wxApp::SetInstance(new BenchApp);
-        static_cast<BenchApp*>(wxTheApp)->m_deck = &deck;
+        static_cast<BenchApp*>(wxTheApp)->m_Deck = &deck;
         return wxEntry(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "Refresh_bench: %s\n", error.what());

@@ -30,16 +30,16 @@ wxBitmap Banner() {
 
 class SameFrame : public wxFrame {
 public:
-    SameFrame() : wxFrame(nullptr, wxID_ANY, "Kartenverwaltung (x86)"), m_images(31, 22) {
-        m_images.Add(wxIcon(chip_small_xpm));
+    SameFrame() : wxFrame(nullptr, wxID_ANY, "Kartenverwaltung (x86)"), m_Images(31, 22) {
+        m_Images.Add(wxIcon(chip_small_xpm));
         auto* all = new wxBoxSizer(wxVERTICAL);
-        all->Add(new wxStaticBitmap(m_panel, wxID_ANY, Banner()), 0, wxALIGN_CENTER);
+        all->Add(new wxStaticBitmap(m_Panel, wxID_ANY, Banner()), 0, wxALIGN_CENTER);
         all->Add(CardList(), 1, wxEXPAND);
         all->Add(Commands(), 0, wxEXPAND);
         all->Add(StatusRow(), 0, wxALL | wxALIGN_CENTER_HORIZONTAL, 3);
-        m_panel->SetSizer(all);
+        m_Panel->SetSizer(all);
         auto* frame = new wxBoxSizer(wxVERTICAL);
-        frame->Add(m_panel, 1, wxEXPAND);
+        frame->Add(m_Panel, 1, wxEXPAND);
         SetIcon(wxIcon(IconXpm));
         SetMinSize(wxSize(800, 600));
         SetSizerAndFit(frame);
@@ -48,9 +48,9 @@ public:
 
 private:
     wxSizer* CardList() {
-        auto* list = new wxListCtrl(m_panel, wxID_ANY, wxDefaultPosition, wxDefaultSize,
+        auto* list = new wxListCtrl(m_Panel, wxID_ANY, wxDefaultPosition, wxDefaultSize,
                                     wxLC_REPORT | wxLC_SINGLE_SEL | wxSUNKEN_BORDER);
-        list->SetImageList(&m_images, wxIMAGE_LIST_SMALL);
+        list->SetImageList(&m_Images, wxIMAGE_LIST_SMALL);
         list->AppendColumn("Kartennummer", wxLIST_FORMAT_LEFT, 170);
         list->AppendColumn(wxString::FromUTF8("Ausgestellt für"), wxLIST_FORMAT_LEFT, 350);
         list->AppendColumn("Kartentyp", wxLIST_FORMAT_LEFT, 190);
@@ -62,12 +62,12 @@ private:
         list->SetItemState(0, wxLIST_STATE_SELECTED, wxLIST_STATE_SELECTED);
         auto* sizer = new wxBoxSizer(wxHORIZONTAL);
         sizer->Add(list, 1, wxEXPAND | wxTOP | wxLEFT, 6);
-        sizer->Add(new wxBitmapButton(m_panel, wxID_ANY, wxBitmap(ButtonReload)), 0,
+        sizer->Add(new wxBitmapButton(m_Panel, wxID_ANY, wxBitmap(ButtonReload)), 0,
                    wxALIGN_BOTTOM | wxLEFT | wxRIGHT, 6);
         return sizer;
     }
     wxSizer* Column(const char* title, std::initializer_list<const char*> labels) {
-        auto* column = new wxStaticBoxSizer(wxVERTICAL, m_panel, title);
+        auto* column = new wxStaticBoxSizer(wxVERTICAL, m_Panel, title);
         for (const char* label : labels) {
             column->Add(new wxButton(column->GetStaticBox(), wxID_ANY, wxString::FromUTF8(label)), 0,
                         wxEXPAND | wxALL, 6);
@@ -91,32 +91,32 @@ private:
     /// Icon and text of the status line are there and hidden; a panel keeps their place.
     wxSizer* StatusRow() {
         auto* status = new wxBoxSizer(wxHORIZONTAL);
-        auto* icon = new wxStaticBitmap(m_panel, wxID_ANY, wxNullBitmap);
-        auto* text = new wxStaticText(m_panel, wxID_ANY, wxEmptyString);
+        auto* icon = new wxStaticBitmap(m_Panel, wxID_ANY, wxNullBitmap);
+        auto* text = new wxStaticText(m_Panel, wxID_ANY, wxEmptyString);
         icon->Hide();
         text->Hide();
-        status->Add(new wxPanel(m_panel), 1, wxEXPAND);
+        status->Add(new wxPanel(m_Panel), 1, wxEXPAND);
         status->Add(icon);
         status->Add(text);
-        status->Add(new wxPanel(m_panel), 1, wxEXPAND);
-        status->Add(new wxPanel(m_panel, wxID_ANY, wxDefaultPosition, wxSize(1, 32)));
+        status->Add(new wxPanel(m_Panel), 1, wxEXPAND);
+        status->Add(new wxPanel(m_Panel, wxID_ANY, wxDefaultPosition, wxSize(1, 32)));
         return status;
     }
 
-    wxImageList m_images;
-    wxPanel* m_panel = new wxPanel(this);
+    wxImageList m_Images;
+    wxPanel* m_Panel = new wxPanel(this);
 };
 
 class SameApp : public wxApp {
 public:
     bool OnInit() override {
-        m_locale.Init(wxLANGUAGE_DEFAULT);
+        m_Locale.Init(wxLANGUAGE_DEFAULT);
         (new SameFrame)->Show(true);
         return true;
     }
 
 private:
-    wxLocale m_locale;
+    wxLocale m_Locale;
 };
 
 } // namespace

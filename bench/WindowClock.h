@@ -19,16 +19,16 @@
 /// The display's list of windows that the window manager looks after.
 class Desktop {
 public:
-    Desktop() : m_display(XOpenDisplay(nullptr)) {
-        if (m_display == nullptr) {
+    Desktop() : m_Display(XOpenDisplay(nullptr)) {
+        if (m_Display == nullptr) {
             throw std::runtime_error("no display; run it under scripts/with-display");
         }
-        m_clients = XInternAtom(m_display, "_NET_CLIENT_LIST", False);
-        m_pid = XInternAtom(m_display, "_NET_WM_PID", False);
-        XSelectInput(m_display, DefaultRootWindow(m_display), PropertyChangeMask);
+        m_Clients = XInternAtom(m_Display, "_NET_CLIENT_LIST", False);
+        m_Pid = XInternAtom(m_Display, "_NET_WM_PID", False);
+        XSelectInput(m_Display, DefaultRootWindow(m_Display), PropertyChangeMask);
         XSetErrorHandler([](Display*, XErrorEvent*) { return 0; }); // windows go while they are asked
     }
-    ~Desktop() { XCloseDisplay(m_display); }
+    ~Desktop() { XCloseDisplay(m_Display); }
     Desktop(const Desktop&) = delete;
     Desktop& operator=(const Desktop&) = delete;
 
@@ -47,25 +47,25 @@ public:
     /// visuals, for which it loads the whole of the graphics driver. Without that note the next program is
     /// the first.
     void ForgetVisuals() {
-        XDeleteProperty(m_display, DefaultRootWindow(m_display),
-                        XInternAtom(m_display, "GDK_VISUALS", False));
-        XSync(m_display, False);
+        XDeleteProperty(m_Display, DefaultRootWindow(m_Display),
+                        XInternAtom(m_Display, "GDK_VISUALS", False));
+        XSync(m_Display, False);
     }
 
 private:
     void WaitForAChange() {
-        pollfd connection = {ConnectionNumber(m_display), POLLIN, 0};
-        if (XPending(m_display) == 0) {
+        pollfd connection = {ConnectionNumber(m_Display), POLLIN, 0};
+        if (XPending(m_Display) == 0) {
             poll(&connection, 1, 1000);
         }
-        while (XPending(m_display) > 0) {
+        while (XPending(m_Display) > 0) {
             XEvent event;
-            XNextEvent(m_display, &event);
+            XNextEvent(m_Display, &event);
         }
     }
     bool HasWindowOf(pid_t process) {
-        for (const unsigned long window : Numbers(DefaultRootWindow(m_display), m_clients, XA_WINDOW)) {
-            const auto owner = Numbers(window, m_pid, XA_CARDINAL);
+        for (const unsigned long window : Numbers(DefaultRootWindow(m_Display), m_Clients, XA_WINDOW)) {
+            const auto owner = Numbers(window, m_Pid, XA_CARDINAL);
             if (!owner.empty() && static_cast<pid_t>(owner.front()) == process) {
                 return true;
             }
@@ -79,7 +79,7 @@ private:
         unsigned long rest = 0;
         unsigned char* data = nullptr;
         std::vector<unsigned long> numbers;
-        if (XGetWindowProperty(m_display, window, property, 0, 1024, False, type, &actualType, &format,
+        if (XGetWindowProperty(m_Display, window, property, 0, 1024, False, type, &actualType, &format,
                                &count, &rest, &data) == Success &&
             data != nullptr) {
             numbers.resize(count);
@@ -89,34 +89,34 @@ private:
         return numbers;
     }
 
-    Display* m_display;
-    Atom m_clients = None;
-    Atom m_pid = None;
+    Display* m_Display;
+    Atom m_Clients = None;
+    Atom m_Pid = None;
 };
 
 /// A program that is ended with its object.
 class Process {
 public:
-    Process(const char* program, const std::string& argument) : m_pid(fork()) {
-        if (m_pid < 0) {
+    Process(const char* program, const std::string& argument) : m_Pid(fork()) {
+        if (m_Pid < 0) {
             throw std::runtime_error(std::strerror(errno));
         }
-        if (m_pid == 0) {
+        if (m_Pid == 0) {
             const char* first = argument.empty() ? nullptr : argument.c_str();
             execl(program, program, first, static_cast<char*>(nullptr));
             _exit(127);
         }
     }
     ~Process() {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
+        kill(m_Pid, SIGKILL);
+        waitpid(m_Pid, nullptr, 0);
     }
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
-    pid_t Id() const { return m_pid; }
+    pid_t Id() const { return m_Pid; }
 
 private:
-    pid_t m_pid;
+    pid_t m_Pid;
 };
 
 /// From the start of the program, with an argument if that is not empty, until its window is there.

@@ -118,7 +118,7 @@ private:
 class Window : public MainFrame {
 public:
     Window() : MainFrame(nullptr) {
-        m_patience.Bind(wxEVT_TIMER, [](wxTimerEvent&) { Fail("the list does not fill"); });
+        m_Patience.Bind(wxEVT_TIMER, [](wxTimerEvent&) { Fail("the list does not fill"); });
     }
     void Refresh(int cards) {
         PressIn(*this, ID_RELOAD);
@@ -129,15 +129,15 @@ public:
     }
     void WaitForTheList() {
         wxEventLoop loop;
-        m_loop = &loop;
-        m_patience.StartOnce(PATIENCE_MS);
+        m_Loop = &loop;
+        m_Patience.StartOnce(PATIENCE_MS);
         loop.Run();
-        m_patience.Stop();
-        m_loop = nullptr;
+        m_Patience.Stop();
+        m_Loop = nullptr;
     }
     void evt_ThreadFinished(wxCommandEvent& event) override {
         MainFrame::evt_ThreadFinished(event);
-        m_loop->Exit();
+        m_Loop->Exit();
     }
     void BindAnew() {
         m_p11->Destroy();
@@ -156,8 +156,8 @@ public:
     std::string Status() const { return std::string(label_status->GetLabel().utf8_str()); }
 
 private:
-    wxEventLoop* m_loop = nullptr;
-    wxTimer m_patience;
+    wxEventLoop* m_Loop = nullptr;
+    wxTimer m_Patience;
 };
 
 /// What a command leaves to be seen.
@@ -247,36 +247,36 @@ private:
 class SoakApp : public MyApp {
 public:
     SoakApp(Reader& reader, const std::vector<long>& rounds, std::vector<std::string> chosen)
-        : m_reader(reader),
-          m_refreshes(rounds[0]),
-          m_commands(rounds[1]),
-          m_dialogs(rounds[2]),
-          m_chosen(std::move(chosen)) {}
+        : m_Reader(reader),
+          m_Refreshes(rounds[0]),
+          m_Commands(rounds[1]),
+          m_Dialogs(rounds[2]),
+          m_Chosen(std::move(chosen)) {}
 
     int OnRun() override {
-        m_window = new Window;
+        m_Window = new Window;
         CountSessions();
-        m_window->Show(true);
-        m_window->WaitForTheList();
-        Soak("Refresh", m_refreshes, [this](long round) { Refresh(round); });
-        m_reader.LetGuestIn();
-        m_window->Refresh(m_reader.Cards());
+        m_Window->Show(true);
+        m_Window->WaitForTheList();
+        Soak("Refresh", m_Refreshes, [this](long round) { Refresh(round); });
+        m_Reader.LetGuestIn();
+        m_Window->Refresh(m_Reader.Cards());
         for (const Command& command : COMMANDS) {
             if (!IsChosen(command)) {
                 continue;
             }
-            m_reader.Answer(command.m_Answers);
-            m_window->Select(command.m_Row);
-            Soak(command.m_Name, command.m_Trace == Trace::DIALOG ? m_dialogs : m_commands,
+            m_Reader.Answer(command.m_Answers);
+            m_Window->Select(command.m_Row);
+            Soak(command.m_Name, command.m_Trace == Trace::DIALOG ? m_Dialogs : m_Commands,
                  [&](long round) { Run(command, round); });
         }
-        m_window->Destroy();
-        return TellSessions() && m_isSound ? 0 : 1;
+        m_Window->Destroy();
+        return TellSessions() && m_IsSound ? 0 : 1;
     }
 
 private:
     bool IsChosen(const Command& command) const {
-        return m_chosen.empty() || std::count(m_chosen.begin(), m_chosen.end(), command.m_Name) > 0;
+        return m_Chosen.empty() || std::count(m_Chosen.begin(), m_Chosen.end(), command.m_Name) > 0;
     }
     void Soak(const char* what, long rounds, const std::function<void(long)>& run) {
         if (rounds == 0) {
@@ -290,40 +290,40 @@ private:
         for (const long end = round + rounds; round < end; ++round) {
             run(round);
         }
-        m_isSound = TellGrowth(what, rounds, before, OwnHoldings()) && m_isSound;
+        m_IsSound = TellGrowth(what, rounds, before, OwnHoldings()) && m_IsSound;
     }
 
     void Refresh(long round) {
         if (round % ROUNDS_OF_A_STAY == 0) {
-            m_reader.LetGuestComeOrGo();
+            m_Reader.LetGuestComeOrGo();
         }
-        m_window->Refresh(m_reader.Cards());
+        m_Window->Refresh(m_Reader.Cards());
     }
 
     void Run(const Command& command, long round) {
         if (round % ROUNDS_OF_A_BINDING == 0) {
-            m_window->BindAnew();
+            m_Window->BindAnew();
         }
-        const long closed = m_user.Closed();
-        m_window->SetStatus("", false);
-        PressIn(*m_window, command.m_Button);
-        const bool isDone = command.m_Trace == Trace::STATUS        ? m_window->Status() == command.m_Status
-                            : command.m_Trace == Trace::CERTIFICATE ? m_reader.HasCertificate()
-                                                                    : m_user.Closed() == closed + 1;
+        const long closed = m_User.Closed();
+        m_Window->SetStatus("", false);
+        PressIn(*m_Window, command.m_Button);
+        const bool isDone = command.m_Trace == Trace::STATUS        ? m_Window->Status() == command.m_Status
+                            : command.m_Trace == Trace::CERTIFICATE ? m_Reader.HasCertificate()
+                                                                    : m_User.Closed() == closed + 1;
         if (!isDone) {
-            Fail(std::string(command.m_Name) + " does not do it: " + m_window->Status());
+            Fail(std::string(command.m_Name) + " does not do it: " + m_Window->Status());
         }
         Window::Settle();
     }
 
-    Reader& m_reader;
-    const long m_refreshes;
-    const long m_commands;
-    const long m_dialogs;
-    const std::vector<std::string> m_chosen;
-    Window* m_window = nullptr; ///< the toolkit's
-    DialogUser m_user;
-    bool m_isSound = true;
+    Reader& m_Reader;
+    const long m_Refreshes;
+    const long m_Commands;
+    const long m_Dialogs;
+    const std::vector<std::string> m_Chosen;
+    Window* m_Window = nullptr; ///< the toolkit's
+    DialogUser m_User;
+    bool m_IsSound = true;
 };
 
 } // namespace
