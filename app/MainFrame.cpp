@@ -20,6 +20,7 @@
 #include "app/ControlIds.h"
 #include "app/I18N.h"
 #include "app/RefreshCardThread.h"
+#include "app/wxHelper.h"
 #include "card/tkPKCS11.h"
 #include "foundation/Config.h"
 #include "foundation/ProgramConfig.h"
@@ -75,7 +76,7 @@ MainFrame::MainFrame(wxWindow* parent)
     list_cards->SetImageList(m_imageList, wxIMAGE_LIST_SMALL);
     bitmap_status->Show(false);
     label_status->Show(false);
-    SetIcon(wxIcon(IconXpm));
+    SetIcon(Velmor::IconOf(IconXpm));
     SetTitle(FullTitle(version));
     CreateColumns();
     BindKeys();

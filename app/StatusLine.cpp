@@ -2,7 +2,6 @@
 #include "app/StatusLine.h"
 
 #include <wx/app.h>
-#include <wx/image.h>
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
 #include <wx/timer.h>
@@ -11,6 +10,7 @@
 #include <wx/window.h>
 
 #include "app/Accessible.h"
+#include "app/wxHelper.h"
 #include "images/Images.h"
 
 static constexpr int FADE_STEPS = 50;
@@ -34,16 +34,8 @@ void StatusLine::Hide() {
     m_Icon.Show(false);
 }
 
-/// Transparent by an alpha plane: of a picture without one the toolkit never frees the pixels that it has
-/// shown.
-static wxBitmap IconOf(const char* const* xpm) {
-    wxImage picture(xpm);
-    picture.InitAlpha();
-    return wxBitmap(picture);
-}
-
 wxBitmap StatusLine::Show(const wxString& text, bool isError) {
-    const wxBitmap icon = IconOf(isError ? ButtonCancel : ButtonOk);
+    const wxBitmap icon = Velmor::PictureOf(isError ? ButtonCancel : ButtonOk);
     m_Text.Show(true);
     m_Icon.Show(true);
     m_Text.SetLabel(text);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "app/wxHelper.h"
 
+#include <wx/image.h>
+
 #include <wx/strconv.h>
 
 namespace Velmor {
@@ -27,6 +29,18 @@ void PressButton(wxWindow& button) {
     wxCommandEvent press(wxEVT_BUTTON, button.GetId());
     press.SetEventObject(&button);
     button.GetEventHandler()->ProcessEvent(press);
+}
+
+wxBitmap PictureOf(const char* const* xpm) {
+    wxImage picture(xpm);
+    picture.InitAlpha();
+    return wxBitmap(picture);
+}
+
+wxIcon IconOf(const char* const* xpm) {
+    wxIcon icon;
+    icon.CopyFromBitmap(PictureOf(xpm));
+    return icon;
 }
 
 std::string WxStr2Locale(wxString text) {

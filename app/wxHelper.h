@@ -2,7 +2,9 @@
 #ifndef ORSEL_APP_WXHELPER_H
 #define ORSEL_APP_WXHELPER_H
 
+#include <wx/bitmap.h>
 #include <wx/event.h>
+#include <wx/icon.h>
 #include <wx/string.h>
 #include <wx/window.h>
 
@@ -18,6 +20,12 @@ void ProcessEvent(wxEvtHandler* target, int id);
 
 /// Has a button do what it does for the pointer: nothing while it is disabled.
 void PressButton(wxWindow& button);
+
+/// A picture that is transparent by an alpha plane. Of one without such a plane the toolkit never frees the
+/// pixels that it has shown.
+wxBitmap PictureOf(const char* const* xpm);
+/// The same as a window's icon.
+wxIcon IconOf(const char* const* xpm);
 
 // Text that the encoding cannot represent gives an empty result.
 

@@ -38,7 +38,7 @@ InfoboxBereich::InfoboxBereich(wxWindow* parent, Velmor::TokenType type)
     do_layout();
     SetEscapeId(ID_INFOBOX_CLOSE);
     list_box->MoveBeforeInTabOrder(notebook); // the list is read first
-    SetIcon(wxIcon(IconXpm));
+    SetIcon(Velmor::IconOf(IconXpm));
     notebook->RemovePage(2); // "Text": filled like the others, but shown to nobody
     NameControls();
     Bind(wxEVT_CHAR_HOOK, &InfoboxBereich::evt_CharHook, this);

@@ -19,6 +19,7 @@
 #include "app/GrowToFit.h"
 #include "app/I18N.h"
 #include "app/StatusLine.h"
+#include "app/wxHelper.h"
 #include "images/Images.h"
 
 // clang-format off
@@ -38,7 +39,7 @@ TestDialog::TestDialog(wxWindow* parent, int id, const wxString& title, const wx
     do_layout();
     NameControls();
     SetEscapeId(ID_TEST_CLOSE);
-    SetIcon(wxIcon(IconXpm));
+    SetIcon(Velmor::IconOf(IconXpm));
     SetStatus(wxEmptyString, false);
 }
 
