@@ -25,6 +25,7 @@ std::string WithoutOwnWords(const std::string& output) {
         {"C\\.CH\\.SIG|SK\\.CH\\.SIG|PK\\.CH\\.SIG", "sign"},
         {"C\\.CH\\.EKEY|SK\\.CH\\.EKEY|PK\\.CH\\.EKEY", "auth"},
         {"--provider=[^ ]*", ""},
+        {"source_ptr=0x[0-9a-f]+", "source_ptr="}, // where a newer tool keeps a label
     };
     std::string result = output;
     for (const auto& [from, to] : changes) {
@@ -45,7 +46,7 @@ protected:
     static void ExpectSame(const std::string& arguments) {
         const std::string bare = Pkcs11Tool(SoftHsm::ModuleFile(), arguments);
         EXPECT_THAT(bare, HasSubstr("=> "));
-        EXPECT_EQ(bare, WithoutOwnWords(Pkcs11Tool(ORSELSIM_LIBRARY, arguments)));
+        EXPECT_EQ(WithoutOwnWords(bare), WithoutOwnWords(Pkcs11Tool(ORSELSIM_LIBRARY, arguments)));
     }
 
     SoftHsm m_Hsm;

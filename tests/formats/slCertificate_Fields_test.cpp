@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <openssl/objects.h>
 
+#include <string_view>
+
 #include "tests/support/CertificateBuilder.h"
 #include "tests/support/ScopedVariable.h"
 
@@ -52,10 +54,15 @@ TEST(SlCertificateFields, TimesAreNotShiftedByTheLocalZone) {
 }
 
 TEST(SlCertificateFields, ATimeThatIsNoneKeepsItsText) {
-    for (const char* text : {"", "yesterday", "991331000000Z", "9912"}) {
-        const slCertificate certificate = CertificateBuilder().ValidTo(V_ASN1_UTCTIME, text).Wrapped();
+    for (const char* text : {"", "yesterday", "991331000000Z", "9912", "at the end of days"}) {
+        slCertificate certificate;
+        // From 3.5 on, libcrypto takes no certificate whose time has too few digits.
+        const bool isTaken =
+            certificate.LoadFromX509(CertificateBuilder().ValidTo(V_ASN1_UTCTIME, text).Build().get());
+        EXPECT_TRUE(isTaken || std::string_view(text).size() < std::string_view("YYMMDDhhmmZ").size())
+            << text;
         EXPECT_FALSE(certificate.GetNotAfter().m_IsReadable) << text;
-        EXPECT_EQ(text, certificate.GetNotAfter().m_Text);
+        EXPECT_EQ(isTaken ? text : "", certificate.GetNotAfter().m_Text);
     }
 }
 
