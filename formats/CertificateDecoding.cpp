@@ -114,7 +114,7 @@ std::string HexOf(const std::vector<unsigned char>& bytes) {
     return hex;
 }
 
-std::string NumberOf(const ASN1_INTEGER* number) {
+std::string NumberOf(const ::ASN1_INTEGER* number) {
     const BnHandle value(number != nullptr ? ASN1_INTEGER_to_BN(number, nullptr) : nullptr);
     const BnTextHandle digits(value ? BN_bn2hex(value.get()) : nullptr);
     return digits ? std::string("0x") + digits.get() : std::string();

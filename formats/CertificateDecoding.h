@@ -22,7 +22,7 @@ std::string Utf8Of(const ASN1_STRING* string);
 /// Upper-case digits without anything between.
 std::string HexOf(const std::vector<unsigned char>& bytes);
 /// "0x" and upper-case digits.
-std::string NumberOf(const ASN1_INTEGER* number);
+std::string NumberOf(const ::ASN1_INTEGER* number);
 CertificateOid OidOf(const ASN1_OBJECT* object);
 CertificateName NameOf(const GENERAL_NAME* name);
 std::vector<CertificateName> NamesOf(const GENERAL_NAMES* names);

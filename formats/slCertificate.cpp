@@ -176,7 +176,7 @@ std::string slCertificate::ToB64() const {
     return text;
 }
 
-ASN1_INTEGER* slCertificate::GetSerialNumberAsn1() const {
+::ASN1_INTEGER* slCertificate::GetSerialNumberAsn1() const {
     return m_X509 != nullptr ? X509_get_serialNumber(m_X509) : nullptr;
 }
 
@@ -191,7 +191,7 @@ long slCertificate::GetSerialNumberInt() const {
 }
 
 bool slCertificate::GetSerialNumberDER(unsigned char* out, unsigned int& len) const {
-    const ASN1_INTEGER* number = GetSerialNumberAsn1();
+    const ::ASN1_INTEGER* number = GetSerialNumberAsn1();
     if (number == nullptr) {
         return false;
     }

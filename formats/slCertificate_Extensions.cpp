@@ -49,7 +49,7 @@ std::vector<unsigned char> slCertificate::GetExtensionValue(int nid) const {
     if (position < 0) {
         return {};
     }
-    const ASN1_OCTET_STRING* value = X509_EXTENSION_get_data(X509_get_ext(m_X509, position));
+    const ::ASN1_OCTET_STRING* value = X509_EXTENSION_get_data(X509_get_ext(m_X509, position));
     const unsigned char* data = ASN1_STRING_get0_data(value);
     return std::vector<unsigned char>(data, data + ASN1_STRING_length(value));
 }
@@ -82,7 +82,7 @@ bool slCertificate::GetBoolExt(std::string oid) const {
         return false;
     }
     // libcrypto 1.1 takes the extension as one that it might change, but does not.
-    const ASN1_OCTET_STRING* value = X509_EXTENSION_get_data(const_cast<X509_EXTENSION*>(extension));
+    const ::ASN1_OCTET_STRING* value = X509_EXTENSION_get_data(const_cast<X509_EXTENSION*>(extension));
     const unsigned char* content = ASN1_STRING_get0_data(value);
     constexpr int MALFORMED = 0x80;
     long length = 0;

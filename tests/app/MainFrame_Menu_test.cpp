@@ -19,12 +19,12 @@ namespace {
 
 /// What xdotool does to the display's keyboard. The toolkit's own simulator sends a window events, which
 /// before wxWidgets 3.2 leave the keyboard's state alone.
-void Keyboard(const std::string& action) {
+void DisplayKeyboard(const std::string& action) {
     EXPECT_EQ(std::system(("xdotool " + action).c_str()), 0);
 }
 
 /// Writes down which command was called instead of doing it.
-class ListeningFrame : public ProbedFrame {
+class CommandFrame : public ProbedFrame {
 public:
     using MainFrame::FillCardMenu;
 
@@ -88,7 +88,7 @@ std::vector<wxString> ExpectedEntries(bool identityLink) {
     return entries;
 }
 
-using TheContextMenu = CardWindowTest<ListeningFrame>;
+using TheContextMenu = CardWindowTest<CommandFrame>;
 using TheKeyboard = CardWindowTest<>;
 
 } // namespace
@@ -97,7 +97,7 @@ TEST_F(TheContextMenu, OffersTheIdentityLinkOnTheOldestKindAlone) {
     Open();
     for (int type = -1; type <= 9; ++type) {
         wxMenu menu;
-        ListeningFrame::FillCardMenu(menu, static_cast<Velmor::TokenType>(type));
+        CommandFrame::FillCardMenu(menu, static_cast<Velmor::TokenType>(type));
         EXPECT_THAT(Entries(menu), ElementsAreArray(ExpectedEntries(type == 0))) << type;
     }
 }
@@ -132,7 +132,7 @@ TEST_F(TheContextMenu, OpensOnARightClickAndSelectsTheTopRow) {
     Deselect();
     // The menu runs a loop of its own: close it from a timer.
     wxTimer closer;
-    closer.Bind(wxEVT_TIMER, [](wxTimerEvent&) { Keyboard("key Escape"); });
+    closer.Bind(wxEVT_TIMER, [](wxTimerEvent&) { DisplayKeyboard("key Escape"); });
     closer.Start(300);
     wxListEvent rightClick(wxEVT_LIST_ITEM_RIGHT_CLICK, ID_CARD_LIST);
     EXPECT_TRUE(m_Frame->list_cards->GetEventHandler()->ProcessEvent(rightClick));
@@ -158,11 +158,11 @@ wxString Clipboard() {
 class ControlKey {
 public:
     ControlKey() {
-        Keyboard("keydown Control_L");
+        DisplayKeyboard("keydown Control_L");
         EXPECT_TRUE(RunUntil([] { return wxGetKeyState(WXK_CONTROL); }));
     }
     ~ControlKey() {
-        Keyboard("keyup Control_L");
+        DisplayKeyboard("keyup Control_L");
         EXPECT_TRUE(RunUntil([] { return !wxGetKeyState(WXK_CONTROL); }));
     }
     ControlKey(const ControlKey&) = delete;

@@ -3,16 +3,16 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
-namespace {
+#include "tests/support/TempDir.h"
 
 using Bytes = OpenSslCommand::Bytes;
 
-Bytes ContentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
+namespace {
+
+Bytes BytesOfFile(const std::string& path) {
+    const std::string content = ContentOf(path);
+    return Bytes(content.begin(), content.end());
 }
 
 /// DER of a number in big-endian bytes. All lengths of this file are below 128.
@@ -73,7 +73,7 @@ bool OpenSslCommand::Run(const std::string& arguments) const {
 /// `options` name a key for "openssl pkey". The public key's text goes to the file "out".
 bool OpenSslCommand::IsEcKey(const std::string& options) const {
     Run("pkey " + options + " -noout -text_pub");
-    const Bytes text = ContentOf(File("out"));
+    const Bytes text = BytesOfFile(File("out"));
     return std::string(text.begin(), text.end()).find("ASN1 OID: prime") != std::string::npos;
 }
 
@@ -113,11 +113,11 @@ Bytes OpenSslCommand::Sign(const Bytes& key, const std::string& digest, const By
     if (!Run(command + " '" + File("data") + "'")) {
         return {};
     }
-    const Bytes signature = ContentOf(File("sig"));
+    const Bytes signature = BytesOfFile(File("sig"));
     if (!IsEcKey("-in " + keyFile)) {
         return signature;
     }
-    const Bytes text = ContentOf(File("out"));
+    const Bytes text = BytesOfFile(File("out"));
     const bool isP192 = std::string(text.begin(), text.end()).find("prime192") != std::string::npos;
     return PlainOfDer(signature, isP192 ? 24 : 32);
 }

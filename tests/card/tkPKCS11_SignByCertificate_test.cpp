@@ -3,6 +3,7 @@
 #include "card/tkPKCS11.h"
 
 #include "formats/slCertificate.h"
+#include "tests/card/CardCertificates.h"
 #include "tests/card/MockedSigning.h"
 #include "tests/support/CertificateBuilder.h"
 
@@ -13,9 +14,6 @@ using testing::Return;
 using namespace Velmor;
 
 namespace {
-
-const char* const FAILED_CALLS[] = {"PKCS11 Proc_C_FindObjectsInit0x30", "PKCS11 Proc_C_FindObjects0x30",
-                                    "PKCS11 Proc_C_FindObjectsFinal0x30"};
 
 class ByCertificate : public MockedSigningTest {
 protected:

@@ -11,7 +11,7 @@ using namespace Velmor;
 
 namespace {
 
-const char* const FAILED_CALLS[] = {"PKCS11 Proc_C_FindObjectsInit", "PKCS11 Proc_C_FindObjects",
+const char* const FAILED_STEPS[] = {"PKCS11 Proc_C_FindObjectsInit", "PKCS11 Proc_C_FindObjects",
                                     "PKCS11 Proc_C_FindObjectsFinal"};
 
 Bytes Hex(const std::string& text) {
@@ -202,11 +202,11 @@ TEST_F(SignString, ReportsASearchThatFails) {
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
         EXPECT_FALSE(Sign(true));
         EXPECT_THAT(m_Log.Errors(),
-                    ElementsAre(std::string(FAILED_CALLS[call]) + "0x30", "PKCS11 FindObjects ERROR"));
+                    ElementsAre(std::string(FAILED_STEPS[call]) + "0x30", "PKCS11 FindObjects ERROR"));
         m_Log.Clear();
         PlanFailedSearch(call, CKR_DEVICE_ERROR);
         EXPECT_FALSE(Sign(true, HASH_SHA256));
-        EXPECT_THAT(m_Log.Errors(), ElementsAre(std::string(FAILED_CALLS[call]) + " ERROR0x30"));
+        EXPECT_THAT(m_Log.Errors(), ElementsAre(std::string(FAILED_STEPS[call]) + " ERROR0x30"));
     }
 }
 

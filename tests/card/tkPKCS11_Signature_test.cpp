@@ -2,6 +2,7 @@
 // Signing and verifying over byte vectors, by any label; kinds of keys and their hashes.
 #include "card/tkPKCS11.h"
 
+#include "tests/card/CardCertificates.h"
 #include "tests/card/MockedSigning.h"
 
 using testing::_;
@@ -14,9 +15,6 @@ using testing::SetArgPointee;
 using namespace Velmor;
 
 namespace {
-
-const char* const FAILED_CALLS[] = {"PKCS11 Proc_C_FindObjectsInit0x30", "PKCS11 Proc_C_FindObjects0x30",
-                                    "PKCS11 Proc_C_FindObjectsFinal0x30"};
 
 constexpr unsigned long NO_MECHANISM = static_cast<unsigned long>(-1);
 

@@ -18,7 +18,7 @@ using testing::SizeIs;
 
 namespace {
 
-constexpr const char* MAIN_WINDOW = "^Kartenverwaltung";
+constexpr const char* GERMAN_WINDOW = "^Kartenverwaltung";
 constexpr const char* BUSY_DIALOG = "^Bitte warten";
 constexpr int ENDED_AS_A_SECOND_ONE = 255; ///< the toolkit's exit code for a start that is refused
 
@@ -27,7 +27,7 @@ protected:
     /// Starts it and waits until its list shows this many cards.
     void Start(size_t cards) {
         m_Program = std::make_unique<Program>(m_Deck.Folder());
-        ASSERT_TRUE(desktop::WaitFor([] { return !desktop::Windows(MAIN_WINDOW).empty(); }))
+        ASSERT_TRUE(desktop::WaitFor([] { return !desktop::Windows(GERMAN_WINDOW).empty(); }))
             << m_Program->Output();
         ASSERT_TRUE(desktop::WaitFor([=] { return ShownCards() == cards; }))
             << ShownCards() << m_Program->Output();
@@ -36,7 +36,7 @@ protected:
     }
     /// Closes its window and returns its exit code.
     int Close() {
-        EXPECT_TRUE(desktop::CloseAll(MAIN_WINDOW));
+        EXPECT_TRUE(desktop::CloseAll(GERMAN_WINDOW));
         return m_Program->WaitForEnd();
     }
     static size_t ShownCards() { return desktop::Screen::Capture().Find(chip_small_xpm).size(); }
@@ -113,7 +113,7 @@ TEST_F(TheProgram, StartsAgainAfterACrashWithoutAWordAboutTheTraceItLeft) {
     Start(1);
     m_Program->Kill(SIGKILL);
     ASSERT_EQ(m_Program->WaitForEnd(), 1000 + SIGKILL);
-    ASSERT_TRUE(desktop::WaitFor([] { return desktop::Windows(MAIN_WINDOW).empty(); }));
+    ASSERT_TRUE(desktop::WaitFor([] { return desktop::Windows(GERMAN_WINDOW).empty(); }));
     Start(1);
     EXPECT_THAT(desktop::Windows("Information|Warning|Error|OrselClient"), IsEmpty());
     EXPECT_EQ(m_Program->Output(), "");

@@ -10,15 +10,15 @@ using Texts = std::vector<std::string>;
 
 namespace {
 
-Texts g_Errors;
+Texts g_Told;
 Texts g_Messages;
 
 /// Sets both callbacks for the life of the object.
 struct Listener {
     Listener() {
-        g_Errors.clear();
+        g_Told.clear();
         g_Messages.clear();
-        LibCrypto::tkPKCS11_SetErrorLoggingFunc([](std::string text) { g_Errors.push_back(text); });
+        LibCrypto::tkPKCS11_SetErrorLoggingFunc([](std::string text) { g_Told.push_back(text); });
         LibCrypto::tkPKCS11_SetMessageLoggingFunc([](std::string text) { g_Messages.push_back(text); });
     }
     Listener(const Listener&) = delete;
@@ -39,7 +39,7 @@ TEST(LibCrypto, DropsMessagesWithoutACallback) {
     LibCrypto::LogMessage("text");
     LibCrypto::LogMessage("text", 1);
     LibCrypto::LogMessage("text", "more");
-    EXPECT_TRUE(g_Errors.empty());
+    EXPECT_TRUE(g_Told.empty());
     EXPECT_TRUE(g_Messages.empty());
 }
 
@@ -49,7 +49,7 @@ TEST(LibCrypto, SendsErrorsToTheErrorCallback) {
     LibCrypto::LogError("text", 42);
     LibCrypto::LogError("text", -1);
     LibCrypto::LogError("text", "more");
-    EXPECT_EQ((Texts{"text", "text, 42", "text, -1", "textmore"}), g_Errors);
+    EXPECT_EQ((Texts{"text", "text, 42", "text, -1", "textmore"}), g_Told);
     EXPECT_TRUE(g_Messages.empty());
 }
 
@@ -59,5 +59,5 @@ TEST(LibCrypto, SendsMessagesToTheMessageCallback) {
     LibCrypto::LogMessage("text", 42);
     LibCrypto::LogMessage("text", "more");
     EXPECT_EQ((Texts{"text", "text, 42", "textmore"}), g_Messages);
-    EXPECT_TRUE(g_Errors.empty());
+    EXPECT_TRUE(g_Told.empty());
 }

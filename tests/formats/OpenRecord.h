@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "formats/Personenbindung.h"
+#include "tests/formats/Bytes.h"
 
-using Bytes = std::vector<unsigned char>;
 using Texts = std::vector<std::string>;
 
 inline const Texts BAD_LENGTH = {"Fehler beim Lesen der Personenbindung Lnge passt nicht"};
@@ -35,11 +35,6 @@ public:
     using Velmor::Personenbindung::m_SignatureValueLength;
     using Velmor::Personenbindung::m_Version;
 };
-
-inline Bytes operator+(Bytes left, const Bytes& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 /// Tag, length in its shortest form, content.
 inline Bytes Tlv(unsigned char tag, const Bytes& content) {

@@ -6,24 +6,11 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <openssl/bn.h>
 
-#include "formats/OpenSslHandle.h"
 #include "formats/slCertificate.h" // the two headers must bear each other
+#include "tests/formats/Bytes.h"
 
 using Velmor::eASN1Type;
-using Bytes = std::vector<unsigned char>;
-
-namespace {
-
-/// What libcrypto makes of a big-endian number.
-std::string DecimalOf(const Bytes& bytes) {
-    const Velmor::BnHandle number(BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr));
-    const Velmor::BnTextHandle text(BN_bn2dec(number.get()));
-    return text.get();
-}
-
-} // namespace
 
 TEST(Asn1Length, IsReadInThreeForms) {
     const struct {

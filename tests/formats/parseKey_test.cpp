@@ -6,25 +6,19 @@
 #include <cstddef>
 
 #include <gtest/gtest.h>
-#include <openssl/bn.h>
 
+#include "tests/formats/Bytes.h"
 #include "tests/support/CertificateBuilder.h"
 
 using Velmor::ParseEccKey;
 using Velmor::ParseKey;
 using Velmor::ParseRsaKey;
 using Velmor::PublicKeyData;
-using Bytes = std::vector<unsigned char>;
 
 namespace {
 
 constexpr char P192[] = "1.2.840.10045.3.1.1";
 constexpr char P256[] = "1.2.840.10045.3.1.7";
-
-Bytes operator+(Bytes left, const Bytes& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 Bytes Integer(const Bytes& content) {
     const std::size_t size = content.size();
@@ -48,12 +42,6 @@ Bytes Exponent(const PublicKeyData& key) {
 
 std::string Text(const unsigned char (&field)[256]) {
     return std::string(field, std::find(field, field + 256, 0));
-}
-
-std::string DecimalOf(const Bytes& bytes) {
-    const Velmor::BnHandle number(BN_bin2bn(bytes.data(), static_cast<int>(bytes.size()), nullptr));
-    const Velmor::BnTextHandle text(BN_bn2dec(number.get()));
-    return text.get();
 }
 
 bool IsZero(const unsigned char* begin, const unsigned char* end) {

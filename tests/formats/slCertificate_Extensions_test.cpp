@@ -22,7 +22,7 @@ slCertificate WithSecondExtension(const Bytes& content) {
         .Wrapped();
 }
 
-slCertificate With(const std::string& name, const std::string& value) {
+slCertificate WithExtension(const std::string& name, const std::string& value) {
     return CertificateBuilder().Extension(name, value).Wrapped();
 }
 
@@ -101,13 +101,13 @@ TEST(SlCertificateExtensions, OnlyTheBooleanTrueIsTrue) {
 }
 
 TEST(SlCertificateExtensions, ACaSaysSoItself) {
-    EXPECT_TRUE(With("basicConstraints", "critical,CA:TRUE").IsCaCert());
-    EXPECT_FALSE(With("basicConstraints", "critical,CA:FALSE").IsCaCert());
+    EXPECT_TRUE(WithExtension("basicConstraints", "critical,CA:TRUE").IsCaCert());
+    EXPECT_FALSE(WithExtension("basicConstraints", "critical,CA:FALSE").IsCaCert());
     EXPECT_FALSE(CertificateBuilder().Wrapped().IsCaCert());
 }
 
 TEST(SlCertificateExtensions, OneThatMayOnlyBeACaIsNone) {
-    const slCertificate withKeyUsageAlone = With("keyUsage", "keyCertSign");
+    const slCertificate withKeyUsageAlone = WithExtension("keyUsage", "keyCertSign");
     EXPECT_EQ(4, X509_check_ca(slCertificate(withKeyUsageAlone).GetX509()));
     EXPECT_FALSE(withKeyUsageAlone.IsCaCert());
 }
@@ -125,26 +125,27 @@ TEST(SlCertificateExtensions, SelfSignedIsToldByTheNamesAlone) {
 }
 
 TEST(SlCertificateExtensions, AnOcspSignerHasThatUsage) {
-    EXPECT_TRUE(With("extendedKeyUsage", "OCSPSigning").IsOcspSigner());
-    EXPECT_TRUE(With("extendedKeyUsage", "clientAuth,OCSPSigning").IsOcspSigner());
-    EXPECT_FALSE(With("extendedKeyUsage", "clientAuth").IsOcspSigner());
+    EXPECT_TRUE(WithExtension("extendedKeyUsage", "OCSPSigning").IsOcspSigner());
+    EXPECT_TRUE(WithExtension("extendedKeyUsage", "clientAuth,OCSPSigning").IsOcspSigner());
+    EXPECT_FALSE(WithExtension("extendedKeyUsage", "clientAuth").IsOcspSigner());
     EXPECT_FALSE(CertificateBuilder().Wrapped().IsOcspSigner());
 }
 
 TEST(SlCertificateExtensions, DnsNamesComeInOrderWithoutNamesOfOtherKinds) {
     EXPECT_EQ((Texts{"b.example", "a.example"}),
-              With("subjectAltName", "DNS:b.example,email:x@example,URI:http://u.example,DNS:a.example,"
-                                     "IP:10.0.0.1")
+              WithExtension("subjectAltName",
+                            "DNS:b.example,email:x@example,URI:http://u.example,DNS:a.example,"
+                            "IP:10.0.0.1")
                   .Get_SAN_DNS());
-    EXPECT_TRUE(With("subjectAltName", "email:x@example").Get_SAN_DNS().empty());
+    EXPECT_TRUE(WithExtension("subjectAltName", "email:x@example").Get_SAN_DNS().empty());
     EXPECT_TRUE(CertificateBuilder().Wrapped().Get_SAN_DNS().empty());
 }
 
 TEST(SlCertificateExtensions, AuthorityAccessIsMarkedByItsMethod) {
-    const slCertificate certificate =
-        With("authorityInfoAccess", "caIssuers;URI:http://ca.example/1.cer,OCSP;URI:http://ocsp.example,"
-                                    "OCSP;email:ocsp@example,1.3.6.1.5.5.7.48.3;URI:http://time.example,"
-                                    "caIssuers;URI:http://ca.example/2.cer");
+    const slCertificate certificate = WithExtension(
+        "authorityInfoAccess", "caIssuers;URI:http://ca.example/1.cer,OCSP;URI:http://ocsp.example,"
+                               "OCSP;email:ocsp@example,1.3.6.1.5.5.7.48.3;URI:http://time.example,"
+                               "caIssuers;URI:http://ca.example/2.cer");
     EXPECT_EQ((Texts{"ca:http://ca.example/1.cer", "ocsp:http://ocsp.example", "ca:http://ca.example/2.cer"}),
               certificate.Get_AIA());
     EXPECT_EQ((Texts{"http://ocsp.example"}), certificate.Get_AIA_OCSP());
@@ -160,8 +161,8 @@ TEST(SlCertificateExtensions, WithoutAuthorityAccessTheListsAreEmpty) {
 
 TEST(SlCertificateExtensions, RevocationListsOfAllPointsComeInOrder) {
     EXPECT_EQ((Texts{"http://crl.example/1.crl", "ldap://crl.example/2"}),
-              With("crlDistributionPoints", "URI:http://crl.example/1.crl,email:x@example,"
-                                            "URI:ldap://crl.example/2")
+              WithExtension("crlDistributionPoints", "URI:http://crl.example/1.crl,email:x@example,"
+                                                     "URI:ldap://crl.example/2")
                   .Get_CRL_Dp());
     EXPECT_TRUE(CertificateBuilder().Wrapped().Get_CRL_Dp().empty());
 }

@@ -13,6 +13,8 @@
 #include "tests/support/SystemConfig.h"
 #include "tests/support/TempDir.h"
 
+inline const std::string DECLARATION = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+
 /// A home and a system directory without any configuration, and nobody registered.
 class NoConfiguration : public testing::Test {
 protected:

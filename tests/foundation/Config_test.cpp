@@ -13,8 +13,6 @@ using namespace Velmor;
 
 namespace {
 
-constexpr char DECLARATION[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-
 /// The default instance over empty files that can be written.
 class AConfiguration : public NoConfiguration {
 protected:
@@ -313,8 +311,7 @@ TEST_F(AConfiguration, IgnoresASecondInit) {
     EXPECT_TRUE(Default().Init("other", static_cast<ConfigBackend>(0)));
     EXPECT_NE(nullptr, Default().GetConfigEntry(1));
     EXPECT_TRUE(Default().SetString(1, "x"));
-    EXPECT_EQ(std::string(DECLARATION) + "<orselclient><path><key>x</key></path></orselclient>",
-              ContentOf(UserFile()));
+    EXPECT_EQ(DECLARATION + "<orselclient><path><key>x</key></path></orselclient>", ContentOf(UserFile()));
 }
 
 TEST_F(AConfiguration, ReadsBackWhatItWrites) {

@@ -8,8 +8,6 @@
 #include "foundation/ConfigImpl_XML.h"
 #include "tests/foundation/ConfigFixture.h"
 
-inline const std::string DECLARATION = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-
 inline Velmor::sConfig Row(const std::string& path, const std::string& key,
                            Velmor::ConfigType type = Velmor::CONFIG_TYPE_USER) {
     return {type, path, key, Velmor::SYS_TYPE_0};

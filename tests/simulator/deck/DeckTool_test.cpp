@@ -14,13 +14,13 @@ using testing::StartsWith;
 
 namespace {
 
-struct Outcome {
+struct ToolRun {
     int m_Code;
     std::string m_Out;
     std::string m_Err;
 };
 
-Outcome RunTool(const std::vector<std::string>& words) {
+ToolRun RunTool(const std::vector<std::string>& words) {
     std::ostringstream out;
     std::ostringstream err;
     const int code = orselsim::RunDeckTool(words, out, err);
@@ -36,10 +36,10 @@ protected:
 
 TEST_F(TheDeckTool, MakesADeckOfTheKindsThatAreNamed) {
     const std::string fresh = m_Deck.Folder() + "/fresh";
-    const Outcome made = RunTool({"create", fresh, "--cards", "empty,ecard-g2"});
+    const ToolRun made = RunTool({"create", fresh, "--cards", "empty,ecard-g2"});
     EXPECT_EQ(0, made.m_Code) << made.m_Err;
     EXPECT_EQ("Made a deck of 2 cards in " + fresh + ".\n", made.m_Out);
-    const Outcome listed = RunTool({"list", fresh});
+    const ToolRun listed = RunTool({"list", fresh});
     EXPECT_EQ(0, listed.m_Code);
     EXPECT_EQ("01-empty        ACOS EMV-A04      0000000000000000  \n"
               "02-ecard-g2     Starcos SPK 3.1   8004000112233445  Franziska Müßig\n",
@@ -47,14 +47,14 @@ TEST_F(TheDeckTool, MakesADeckOfTheKindsThatAreNamed) {
 }
 
 TEST_F(TheDeckTool, MakesAnEmptyDeck) {
-    const Outcome made = RunTool({"create", m_Deck.Folder() + "/fresh", "--empty"});
+    const ToolRun made = RunTool({"create", m_Deck.Folder() + "/fresh", "--empty"});
     EXPECT_EQ("Made a deck of 0 cards in " + m_Deck.Folder() + "/fresh.\n", made.m_Out);
     EXPECT_EQ("", RunTool({"list", m_Deck.Folder() + "/fresh"}).m_Out);
 }
 
 TEST_F(TheDeckTool, ReplacesADeckByForce) {
     m_Deck.Add("empty");
-    const Outcome refused = RunTool({"create", m_Deck.GetPath(), "--empty"});
+    const ToolRun refused = RunTool({"create", m_Deck.GetPath(), "--empty"});
     EXPECT_EQ(1, refused.m_Code);
     EXPECT_EQ("orselsim-deck: \"" + m_Deck.GetPath() +
                   "\" is a deck already. With --force its cards are replaced.\n",
@@ -64,7 +64,7 @@ TEST_F(TheDeckTool, ReplacesADeckByForce) {
 }
 
 TEST_F(TheDeckTool, PutsInACardAsDescribed) {
-    const Outcome done =
+    const ToolRun done =
         RunTool({"insert", m_Deck.GetPath(), "ecard-g2", "--holder", "Jörg Groß", "--serial",
                  "1234567890123456", "--label", "Orsel Carta extra", "--model", "Starcos SPK 3.4", "--name",
                  "mine", "--slot", "12", "--delay", "7", "--fixed-reader", "--data-pin"});
@@ -82,7 +82,7 @@ TEST_F(TheDeckTool, PutsInACardAsDescribed) {
 
 TEST_F(TheDeckTool, ShowsEverythingAboutACard) {
     m_Deck.Add("ecard-g2", CardOptions().Holder("Jörg Groß").Serial("8004000112233445").Slot(5).DelayMs(20));
-    const Outcome shown = RunTool({"show", m_Deck.GetPath(), "01-ecard-g2"});
+    const ToolRun shown = RunTool({"show", m_Deck.GetPath(), "01-ecard-g2"});
     EXPECT_EQ(0, shown.m_Code) << shown.m_Err;
     EXPECT_THAT(shown.m_Out, StartsWith("Label         Orsel Carta e-Card\n"
                                         "Model         Starcos SPK 3.1\n"
@@ -103,7 +103,7 @@ TEST_F(TheDeckTool, ShowsEverythingAboutACard) {
 TEST_F(TheDeckTool, TellsWhatIsWrongWithADamagedCard) {
     m_Deck.Add("empty");
     m_Deck.Damage("01-empty");
-    const Outcome listed = RunTool({"list", m_Deck.GetPath()});
+    const ToolRun listed = RunTool({"list", m_Deck.GetPath()});
     EXPECT_EQ(0, listed.m_Code);
     EXPECT_THAT(listed.m_Out, StartsWith("01-empty        damaged: card.json: "));
     EXPECT_EQ(1, RunTool({"show", m_Deck.GetPath(), "01-empty"}).m_Code);
@@ -112,13 +112,13 @@ TEST_F(TheDeckTool, TellsWhatIsWrongWithADamagedCard) {
 TEST_F(TheDeckTool, TakesOutACard) {
     m_Deck.Add("empty");
     EXPECT_EQ("Took out the card 01-empty.\n", RunTool({"remove", m_Deck.GetPath(), "01-empty"}).m_Out);
-    const Outcome again = RunTool({"remove", m_Deck.GetPath(), "01-empty"});
+    const ToolRun again = RunTool({"remove", m_Deck.GetPath(), "01-empty"});
     EXPECT_EQ(1, again.m_Code);
     EXPECT_EQ("orselsim-deck: The deck has no card \"01-empty\".\n", again.m_Err);
 }
 
 TEST_F(TheDeckTool, HelpsWithEveryCommandKindAndPin) {
-    const Outcome help = RunTool({"--help"});
+    const ToolRun help = RunTool({"--help"});
     EXPECT_EQ(0, help.m_Code);
     for (const char* word : {"create DIR", "list DIR", "show DIR CARD", "insert DIR KIND", "remove DIR CARD",
                              "123456", "1234", "12345678"}) {
@@ -152,7 +152,7 @@ TEST_F(TheDeckTool, RefusesCommandLinesThatMakeNoSense) {
          "The option --delay needs a whole number from 0 to 2147483647."},
     };
     for (const Case& c : cases) {
-        const Outcome outcome = RunTool(c.m_Words);
+        const ToolRun outcome = RunTool(c.m_Words);
         EXPECT_EQ(2, outcome.m_Code) << c.m_Reason;
         EXPECT_EQ("", outcome.m_Out) << c.m_Reason;
         EXPECT_EQ(std::string("orselsim-deck: ") + c.m_Reason +
@@ -182,7 +182,7 @@ TEST_F(TheDeckTool, ChangesAPinBehindTheCardsBack) {
     for (const Case& c : cases) {
         std::vector<std::string> words = {"pin", m_Deck.GetPath(), card, "signature"};
         words.insert(words.end(), c.m_Options.begin(), c.m_Options.end());
-        const Outcome outcome = RunTool(words);
+        const ToolRun outcome = RunTool(words);
         EXPECT_EQ(0, outcome.m_Code) << outcome.m_Err;
         EXPECT_EQ(std::string("PIN           encryption: 3 of 3 tries left, PUK: 10 of 10 tries left\n"
                               "PIN           ") +
@@ -198,7 +198,7 @@ TEST_F(TheDeckTool, RefusesAPinThatCannotBe) {
     const auto refusal = [&](const std::vector<std::string>& options, int code) {
         std::vector<std::string> words = {"pin", m_Deck.GetPath(), card};
         words.insert(words.end(), options.begin(), options.end());
-        const Outcome outcome = RunTool(words);
+        const ToolRun outcome = RunTool(words);
         EXPECT_EQ(code, outcome.m_Code);
         return outcome.m_Err;
     };
@@ -220,7 +220,7 @@ TEST_F(TheDeckTool, GivesACardItsFirstPinsBack) {
     RunTool({"pin", m_Deck.GetPath(), card, "signature", "--unset", "--tries", "0", "--puk", "1",
              "--puk-tries", "0"});
     RunTool({"pin", m_Deck.GetPath(), card, "encryption", "--pin", "5555", "--no-puk"});
-    const Outcome outcome = RunTool({"reset", m_Deck.GetPath(), card});
+    const ToolRun outcome = RunTool({"reset", m_Deck.GetPath(), card});
     EXPECT_EQ(0, outcome.m_Code) << outcome.m_Err;
     EXPECT_EQ("PIN           encryption: 3 of 3 tries left, PUK: none\n"
               "PIN           signature: 3 of 3 tries left, PUK: 10 of 10 tries left\n",
@@ -232,7 +232,7 @@ TEST_F(TheDeckTool, GivesACardItsFirstPinsBack) {
 
 TEST_F(TheDeckTool, ChangesHowACardBehaves) {
     const std::string card = m_Deck.Add("empty");
-    const Outcome outcome = RunTool({"set", m_Deck.GetPath(), card, "--delay", "15", "--data-pin", "yes",
+    const ToolRun outcome = RunTool({"set", m_Deck.GetPath(), card, "--delay", "15", "--data-pin", "yes",
                                      "--software-pin", "no", "--removable", "no"});
     EXPECT_EQ(0, outcome.m_Code) << outcome.m_Err;
     EXPECT_EQ("Changed the card 01-empty.\n", outcome.m_Out);
@@ -243,7 +243,7 @@ TEST_F(TheDeckTool, ChangesHowACardBehaves) {
     RunTool({"set", m_Deck.GetPath(), card, "--removable", "yes"});
     EXPECT_EQ(15U, m_Deck.Read(card).m_Record.m_DelayMs) << "what is not given stays";
     EXPECT_TRUE(m_Deck.Read(card).m_Record.m_IsRemovable);
-    const Outcome refused = RunTool({"set", m_Deck.GetPath(), card, "--data-pin", "maybe"});
+    const ToolRun refused = RunTool({"set", m_Deck.GetPath(), card, "--data-pin", "maybe"});
     EXPECT_EQ(2, refused.m_Code);
     EXPECT_THAT(refused.m_Err, HasSubstr("The option --data-pin needs yes or no."));
 }

@@ -131,8 +131,8 @@ TEST_F(PlannedFaults, ReportAnAbsurdLength) {
     EXPECT_EQ(4U, asked[0].ulValueLen) << "the fault names the other attribute";
     EXPECT_EQ(1000000U, asked[1].ulValueLen);
 
-    using CardAttribute = CK_RV (*)(CK_SESSION_HANDLE, const char*, unsigned char*, unsigned long*);
-    const auto call = reinterpret_cast<CardAttribute>(m_Library->Symbol("C_CardAttribute"));
+    using AttributeCall = CK_RV (*)(CK_SESSION_HANDLE, const char*, unsigned char*, unsigned long*);
+    const auto call = reinterpret_cast<AttributeCall>(m_Library->Symbol("C_CardAttribute"));
     unsigned long size = value.size();
     EXPECT_EQ(Rv(CKR_OK), call(session, "ATR", value.data(), &size));
     EXPECT_EQ(0xFFFFFFFFU, size);
