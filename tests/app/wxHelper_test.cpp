@@ -2,6 +2,7 @@
 #include "app/wxHelper.h"
 
 #include <wx/app.h>
+#include <wx/image.h>
 
 #include <clocale>
 #include <thread>
@@ -24,6 +25,18 @@ public:
     int m_Number = 0;
     std::thread::id m_Thread;
 };
+
+const char* const NOTHING_AND_RED[] = {"2 1 2 1", ". c None", "r c #FF0000", ".r"};
+
+/// Two points: one that is not seen, one that is red.
+void ExpectNothingAndRed(const wxImage& picture) {
+    ASSERT_TRUE(picture.HasAlpha());
+    EXPECT_EQ(0, picture.GetAlpha(0, 0));
+    EXPECT_EQ(255, picture.GetAlpha(1, 0));
+    EXPECT_EQ(255, picture.GetRed(1, 0));
+    EXPECT_EQ(0, picture.GetGreen(1, 0));
+    EXPECT_EQ(0, picture.GetBlue(1, 0));
+}
 
 /// Puts another C locale in force while it stands.
 class ScopedLocale {
@@ -54,6 +67,11 @@ TEST(wxHelper, ProcessEventIsHandledAtOnce) {
     Velmor::ProcessEvent(&receiver, 5460);
     EXPECT_EQ(receiver.m_Id, 5460);
     EXPECT_EQ(receiver.m_Number, -1);
+}
+
+TEST(wxHelper, PicturesAndIconsAreTransparentByAnAlphaPlane) {
+    ExpectNothingAndRed(Velmor::PictureOf(NOTHING_AND_RED).ConvertToImage());
+    ExpectNothingAndRed(Velmor::IconOf(NOTHING_AND_RED).ConvertToImage());
 }
 
 TEST(wxHelper, TextBecomesUtf8InAUtf8Locale) {
