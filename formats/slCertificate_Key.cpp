@@ -25,15 +25,10 @@ bool IsKeyOfType(X509* certificate, int type) {
     return key && EVP_PKEY_base_id(key.get()) == type;
 }
 
-/// False, with both outputs untouched, for an empty vector.
-bool CopyToNewArray(const std::vector<unsigned char>& data, unsigned char** out, unsigned long* len) {
-    if (data.empty()) {
-        return false;
-    }
+void CopyToNewArray(const std::vector<unsigned char>& data, unsigned char** out, unsigned long* len) {
     *out = new unsigned char[data.size()];
     std::copy(data.begin(), data.end(), *out);
     *len = data.size();
-    return true;
 }
 
 /// Big-endian bytes; empty for null and for zero.
@@ -75,7 +70,11 @@ bool slCertificate::GetPublicKeyValue(std::vector<unsigned char>& out) const {
 
 bool slCertificate::GetPublicKeyValue(unsigned char** out, unsigned long* len) const {
     std::vector<unsigned char> value;
-    return GetPublicKeyValue(value) && CopyToNewArray(value, out, len);
+    if (!GetPublicKeyValue(value)) {
+        return false;
+    }
+    CopyToNewArray(value, out, len);
+    return true;
 }
 
 bool slCertificate::GetRsaPublicKey(RSA** out) const {
@@ -148,7 +147,11 @@ bool slCertificate::GetThumbprint(std::vector<unsigned char>& out, HashAlgorithm
 
 bool slCertificate::GetThumbprint(unsigned char** out, unsigned long* len) const {
     std::vector<unsigned char> thumbprint;
-    return GetThumbprint(thumbprint, HASH_SHA1) && CopyToNewArray(thumbprint, out, len);
+    if (!GetThumbprint(thumbprint, HASH_SHA1)) {
+        return false;
+    }
+    CopyToNewArray(thumbprint, out, len);
+    return true;
 }
 
 std::wstring slCertificate::GetThumbprint() const {

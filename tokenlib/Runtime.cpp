@@ -8,6 +8,7 @@ namespace tokenlib {
 
 namespace {
 
+std::mutex g_StartMutex; ///< for who makes a runtime, which may take long
 std::mutex g_CurrentMutex;
 std::shared_ptr<Runtime> g_Current;
 
@@ -46,11 +47,14 @@ std::shared_ptr<Runtime> CurrentRuntime() {
 }
 
 std::shared_ptr<Runtime> StartRuntime(const std::function<std::shared_ptr<Runtime>()>& make) {
-    const std::lock_guard<std::mutex> lock(g_CurrentMutex);
-    if (g_Current) {
+    const std::lock_guard<std::mutex> start(g_StartMutex);
+    if (CurrentRuntime()) {
         throw Refusal{CKR_CRYPTOKI_ALREADY_INITIALIZED};
     }
-    g_Current = make();
+    // Another library's code runs meanwhile, which may call this one: whether there is a runtime can be asked.
+    std::shared_ptr<Runtime> made = make();
+    const std::lock_guard<std::mutex> lock(g_CurrentMutex);
+    g_Current = std::move(made);
     return g_Current;
 }
 

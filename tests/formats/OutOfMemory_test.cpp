@@ -11,9 +11,11 @@
 #include <openssl/crypto.h>
 
 #include "formats/Hash.h"
+#include "formats/slCertLogging.h"
 #include "formats/slCertificate.h"
 #include "tests/support/CertificateBuilder.h"
 #include "tests/support/ScarceMemory.h"
+#include "tests/support/TempDir.h"
 
 using namespace Velmor;
 using Bytes = std::vector<unsigned char>;
@@ -43,11 +45,32 @@ std::string Joined(const std::vector<CertificateName>& names) {
     return text;
 }
 
+Bytes Tagged(unsigned char tag, const Bytes& content) {
+    Bytes der = {tag, 0x81, static_cast<unsigned char>(content.size())};
+    der.insert(der.end(), content.begin(), content.end());
+    return der;
+}
+
+/// Alternative names of the issuer of two seldom kinds: a directory's and an EDI party's.
+Bytes SeldomNames() {
+    const slCertificate plain = CertificateBuilder().Subject({{"CN", "Directory"}}).Wrapped();
+    unsigned int size = 0;
+    plain.GetSubjectDER(nullptr, size);
+    Bytes name(size);
+    plain.GetSubjectDER(name.data(), size);
+    Bytes names = Tagged(0xA4, name);
+    const Bytes party = Tagged(0xA5, Tagged(0xA1, {0x0C, 0x01, 'p'}));
+    names.insert(names.end(), party.begin(), party.end());
+    return Tagged(0x30, names);
+}
+
 slCertificate Everything() {
     return CertificateBuilder()
         .Key(TestKey::P256)
         .Extension("subjectAltName",
-                   "otherName:1.2.3;UTF8:u@b.example,email:a@b.example,RID:1.2.3,IP:192.0.2.1")
+                   "otherName:1.2.3;UTF8:u@b.example,email:a@b.example,RID:1.2.3,IP:192.0.2.1,"
+                   "otherName:1.2.4;INTEGER:5")
+        .RawExtension("issuerAltName", SeldomNames())
         .Extension("keyUsage", "digitalSignature")
         .Extension("crlDistributionPoints", "URI:http://c.example/1")
         .Wrapped();
@@ -56,11 +79,20 @@ slCertificate Everything() {
 /// Operations whose result is whole or nothing.
 const std::map<std::string, std::function<std::string(const slCertificate&)>> WHOLE_OR_NOTHING = {
     {"subject", [](const slCertificate& c) { return c.GetSubject(); }},
+    {"subject, formatted", [](const slCertificate& c) { return c.GetSubjectWithFormat(XN_FLAG_RFC2253); }},
+    {"issuer, formatted", [](const slCertificate& c) { return c.GetIssuerSepByComa(); }},
+    {"DER", [](const slCertificate& c) { return c.ToB64(); }},
     {"common name", [](const slCertificate& c) { return c.GetSubjectCN(); }},
     {"serial", [](const slCertificate& c) { return c.GetSerialNumber(); }},
     {"PEM", [](const slCertificate& c) { return c.ToPem(); }},
     {"curve", [](const slCertificate& c) { return c.GetKey().m_Curve; }},
     {"CRL", [](const slCertificate& c) { return Joined(c.GetCrlNames()); }},
+    {"thumbprint",
+     [](const slCertificate& c) {
+         Bytes thumbprint;
+         return c.GetThumbprint(thumbprint, HASH_SHA256) ? std::string(thumbprint.begin(), thumbprint.end())
+                                                         : std::string();
+     }},
     {"key hash", [](const slCertificate& c) { return c.GetPubKeyHashB64(); }},
 };
 
@@ -87,10 +119,66 @@ TEST(WithoutMemory, AGetterSaysAllOrNothingAndAllTheNextTime) {
 
 TEST(WithoutMemory, AListOfNamesEndsAndIsWholeTheNextTime) {
     const slCertificate certificate = Everything();
-    const std::string whole = Joined(certificate.GetSubjectAltNames());
-    const auto results = scarcememory::ResultsOf([&] { return Joined(certificate.GetSubjectAltNames()); });
-    EXPECT_FALSE(results.empty());
-    EXPECT_EQ(whole, Joined(certificate.GetSubjectAltNames()));
+    for (const auto names : {&slCertificate::GetSubjectAltNames, &slCertificate::GetIssuerAltNames}) {
+        const std::string whole = Joined((certificate.*names)());
+        EXPECT_NE("", whole);
+        const auto results = scarcememory::ResultsOf([&] { return Joined((certificate.*names)()); });
+        EXPECT_FALSE(results.empty());
+        EXPECT_EQ(whole, Joined((certificate.*names)()));
+    }
+}
+
+// The key's old form is made when it is first asked for, and kept.
+TEST(WithoutMemory, TheCurveOfAKeyThatIsNewIsTheRightOneOrNone) {
+    const std::string whole = Everything().GetKey().m_Curve;
+    EXPECT_EQ("prime256v1", whole);
+    for (const std::string& result : scarcememory::ResultsOf([] {
+             const slCertificate certificate = scarcememory::Granted(Everything);
+             return certificate.GetKey().m_Curve;
+         })) {
+        EXPECT_TRUE(result == whole || result.empty()) << result;
+    }
+}
+
+TEST(WithoutMemory, TheNumbersOfAnRsaKeyAreBothThereOrItFails) {
+    const slCertificate certificate = CertificateBuilder().Wrapped();
+    for (const bool isSound : scarcememory::ResultsOf([&] {
+             Bytes modulus;
+             Bytes exponent;
+             const bool isRead = certificate.GetRsaPubKeyComponents(modulus, exponent);
+             return !isRead || (modulus.size() == 256 && exponent == Bytes{1, 0, 1});
+         })) {
+        EXPECT_TRUE(isSound);
+    }
+}
+
+TEST(WithoutMemory, ACertificateIsLoggedWholeOrNotAtAll) {
+    static std::string logged;
+    SLCERT_SetDebugLoggingFunc([](const char* text) { logged = text; });
+    const slCertificate certificate = CertificateBuilder().Wrapped();
+    ASSERT_TRUE(certificate.LogCertificate("c"));
+    const std::string whole = logged;
+    for (const bool isSound : scarcememory::ResultsOf([&] {
+             logged.clear();
+             const bool isLogged = certificate.LogCertificate("c");
+             return logged == (isLogged ? whole : "");
+         })) {
+        EXPECT_TRUE(isSound);
+    }
+    SLCERT_SetDebugLoggingFunc(nullptr);
+}
+
+TEST(WithoutMemory, ACertificateIsSavedWholeOrItFails) {
+    const TempDir dir;
+    slCertificate certificate = CertificateBuilder().Wrapped();
+    const std::string whole = certificate.ToPem();
+    bool hasFailed = false;
+    for (const bool isSaved : scarcememory::ResultsOf([&] { return certificate.SaveCert(dir.Path("saved")); })) {
+        hasFailed = hasFailed || !isSaved;
+    }
+    EXPECT_TRUE(hasFailed);
+    EXPECT_TRUE(certificate.SaveCert(dir.Path("saved")));
+    EXPECT_EQ(whole, ContentOf(dir.Path("saved")));
 }
 
 TEST(WithoutMemory, ACertificateIsReadWholeOrNotAtAll) {

@@ -23,6 +23,16 @@ inline void GrantTheRest() {
     g_GrantedYet = g_GrantedYet < 0 ? -1 : MORE_THAN_ANYBODY_ASKS_FOR;
 }
 
+/// Grants all that `make` asks for, which counts as nothing asked for.
+template <typename Make>
+auto Granted(const Make& make) -> decltype(make()) {
+    const long before = g_GrantedYet;
+    g_GrantedYet = -1;
+    auto made = make();
+    g_GrantedYet = before;
+    return made;
+}
+
 /// What the operation says with each of its requests refused in turn, all others granted.
 template <typename Operation>
 auto ResultsOf(const Operation& operation) -> std::vector<decltype(operation())> {
