@@ -21,7 +21,7 @@ constexpr DWORD PROTOCOLS = SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1;
 /// A response may be longer than one answer; a card that never ends is stopped.
 constexpr int MOST_PARTS = 256;
 
-/// The functions of the service's library; null where it is not installed.
+/// The functions of the service's library.
 struct Service {
     decltype(&SCardEstablishContext) m_EstablishContext = nullptr;
     decltype(&SCardReleaseContext) m_ReleaseContext = nullptr;
@@ -32,16 +32,13 @@ struct Service {
     decltype(&SCardStatus) m_Status = nullptr;
     decltype(&SCardTransmit) m_Transmit = nullptr;
 
-    bool IsComplete() const {
-        return m_EstablishContext != nullptr && m_ReleaseContext != nullptr && m_ListReaders != nullptr &&
-               m_Connect != nullptr && m_Reconnect != nullptr && m_Disconnect != nullptr &&
-               m_Status != nullptr && m_Transmit != nullptr;
-    }
+    bool m_IsComplete = false; ///< whether it is installed and has them all
 };
 
 template <class Function>
-void Resolve(void* library, const char* name, Function& function) {
+void Resolve(Service& service, void* library, const char* name, Function& function) {
     function = reinterpret_cast<Function>(dlsym(library, name));
+    service.m_IsComplete &= function != nullptr;
 }
 
 /// Loaded once and never unloaded: the library keeps threads and locks of its own.
@@ -51,29 +48,29 @@ Service LoadService() {
     if (library == nullptr) {
         return service;
     }
-    Resolve(library, "SCardEstablishContext", service.m_EstablishContext);
-    Resolve(library, "SCardReleaseContext", service.m_ReleaseContext);
-    Resolve(library, "SCardListReaders", service.m_ListReaders);
-    Resolve(library, "SCardConnect", service.m_Connect);
-    Resolve(library, "SCardReconnect", service.m_Reconnect);
-    Resolve(library, "SCardDisconnect", service.m_Disconnect);
-    Resolve(library, "SCardStatus", service.m_Status);
-    Resolve(library, "SCardTransmit", service.m_Transmit);
+    service.m_IsComplete = true;
+    Resolve(service, library, "SCardEstablishContext", service.m_EstablishContext);
+    Resolve(service, library, "SCardReleaseContext", service.m_ReleaseContext);
+    Resolve(service, library, "SCardListReaders", service.m_ListReaders);
+    Resolve(service, library, "SCardConnect", service.m_Connect);
+    Resolve(service, library, "SCardReconnect", service.m_Reconnect);
+    Resolve(service, library, "SCardDisconnect", service.m_Disconnect);
+    Resolve(service, library, "SCardStatus", service.m_Status);
+    Resolve(service, library, "SCardTransmit", service.m_Transmit);
     return service;
 }
 
 const Service& TheService() {
     static const Service service = LoadService();
-    if (!service.IsComplete()) {
+    if (!service.m_IsComplete) {
         throw Refusal{CKR_FUNCTION_NOT_SUPPORTED};
     }
     return service;
 }
 
+/// The code for an error, which is none of success.
 CK_RV CodeOf(LONG error) {
     switch (static_cast<unsigned long>(error) & 0xFFFFFFFFUL) {
-    case static_cast<unsigned long>(SCARD_S_SUCCESS):
-        return CKR_OK;
     case static_cast<unsigned long>(SCARD_E_NO_SERVICE) & 0xFFFFFFFFUL:
     case static_cast<unsigned long>(SCARD_E_SERVICE_STOPPED) & 0xFFFFFFFFUL:
     case static_cast<unsigned long>(SCARD_E_NO_READERS_AVAILABLE) & 0xFFFFFFFFUL:

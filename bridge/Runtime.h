@@ -26,7 +26,6 @@ public:
     std::optional<CK_SLOT_ID> SlotIdOf(CK_SESSION_HANDLE session) override;
 
     const Module& GetModule() const { return *m_Module; }
-    const Settings& GetSettings() const { return m_Settings; }
     ShownObjects& GetShown() { return m_Shown; }
 
     /// The module's slots, without those that are no card's; throws Refusal.

@@ -63,6 +63,14 @@ TEST_F(AModule, ThatIsNotThereIsRefusedInOneLine) {
     EXPECT_EQ(1, LinesIn(start.m_Error));
 }
 
+TEST_F(AModule, IsTheFirstThatCanBeLoaded) {
+    testing::internal::CaptureStderr();
+    EXPECT_THROW(orselbridge::Module({"/no/a.so", "/no/b.so"}), orselbridge::Refusal);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::MatchesRegex("OrselP11: no module: /no/a\\.so: .*; /no/b\\.so: .*\n"));
+    EXPECT_EQ(ORSEL_STUB_MODULE, orselbridge::Module({"/no/a.so", ORSEL_STUB_MODULE}).File());
+}
+
 TEST_F(AModule, OfAnotherArchitectureIsRefusedInOneLine) {
     std::string header = ContentOf(ORSEL_STUB_MODULE).substr(0, 4096);
     constexpr std::size_t MACHINE = 18; // ELF: e_machine, two bytes

@@ -80,3 +80,15 @@ TEST_F(TheRoles, DoNotMindASettingThatFitsNoKey) {
     ExpectRoles(ChooseRoles(m_Pairs, m_Names), 1, RoleReason::NON_REPUDIATION, 0,
                 RoleReason::OTHER_SIGNING_KEY);
 }
+
+TEST_F(TheRoles, OfTheOnlyKeyMayBeSetForBothInOne) {
+    m_Pairs.resize(1);
+    m_Names.m_Signature.m_Label = "a";
+    ExpectRoles(ChooseRoles(m_Pairs, m_Names), 0, RoleReason::BY_SETTING, 0, RoleReason::ONLY_KEY);
+}
+
+TEST_F(TheRoles, HaveLabelsForKeysAndCertificatesAlone) {
+    EXPECT_EQ("SK.CH.SIG", RoleLabel(Role::SIGNATURE, CKO_PRIVATE_KEY));
+    EXPECT_EQ("C.CH.EKEY", RoleLabel(Role::ENCRYPTION, CKO_CERTIFICATE));
+    EXPECT_EQ("", RoleLabel(Role::SIGNATURE, CKO_DATA));
+}

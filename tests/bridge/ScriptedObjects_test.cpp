@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What the bridge shows of a module's objects, and which object of the module is meant.
 #include "tests/bridge/ScriptTest.h"
+#include "tests/support/CertificateBuilder.h"
 
 using orseltest::Bytes;
 using orseltest::ModuleScript;
@@ -241,4 +242,51 @@ TEST_F(AnObjectOfTheModule, IsLookedForInASessionOfItsOwnWhileTheModuleIsBusyInT
     EXPECT_THAT(HeardOf("C_CloseSession"), ElementsAre("C_CloseSession 102"));
     m_Script.m_Codes["C_FindObjectsInit"] = {CKR_DEVICE_REMOVED};
     EXPECT_EQ(Rv(CKR_DEVICE_REMOVED), Call().C_FindObjectsInit(m_Session, nullptr, 0));
+}
+
+TEST_F(AnObjectOfTheModule, ThatIsACertificateAloneStandsForItsKey) {
+    const Bytes der = CertificateBuilder().Extension("keyUsage", "digitalSignature").Der();
+    Add(1, CKO_CERTIFICATE, "mine", {{CKA_ID, {1}}, {CKA_VALUE, der}});
+    Add(2, CKO_CERTIFICATE, "renewed", {{CKA_ID, {1}}, {CKA_VALUE, der}});
+    Start();
+    EXPECT_THAT(Labels(CKO_CERTIFICATE), ElementsAre("C.CH.SIG", "C.CH.EKEY", "renewed"))
+        << "a second one of an id is nobody's";
+    const CK_OBJECT_HANDLE key = FindOne(CKO_PRIVATE_KEY, "SK.CH.SIG");
+    EXPECT_EQ(CKK_RSA, m_Bridge->NumberAttribute(m_Session, key, CKA_KEY_TYPE));
+    EXPECT_THAT(m_Bridge->Attribute(m_Session, key, CKA_MODULUS), SizeIs(256));
+    EXPECT_THAT(m_Bridge->Attribute(m_Session, key, CKA_SUBJECT), testing::Not(IsEmpty()));
+}
+
+TEST_F(AnObjectOfTheModule, ThatIsACertificateWithAKeyOfAnotherKindTellsNoNumbers) {
+    Add(1, CKO_CERTIFICATE, "odd",
+        {{CKA_ID, {1}}, {CKA_VALUE, CertificateBuilder().Key(TestKey::ED25519).Der()}});
+    Start();
+    CK_ATTRIBUTE asked = {CKA_KEY_TYPE, nullptr, 0};
+    EXPECT_EQ(Rv(CKR_ATTRIBUTE_TYPE_INVALID),
+              Call().C_GetAttributeValue(m_Session, FindOne(CKO_PRIVATE_KEY, "SK.CH.SIG"), &asked, 1));
+}
+
+TEST_F(AnObjectOfTheModule, ThatIsAnAuthoritysCertificateIsNobodys) {
+    const Bytes der = CertificateBuilder().Extension("basicConstraints", "critical,CA:TRUE").Der();
+    Add(1, CKO_CERTIFICATE, "authority", {{CKA_ID, {1}}, {CKA_VALUE, der}});
+    Start();
+    EXPECT_THAT(Labels(CKO_CERTIFICATE), ElementsAre("authority"));
+    EXPECT_THAT(m_Bridge->Find(m_Session, CKO_PRIVATE_KEY), IsEmpty());
+}
+
+TEST_F(AnObjectOfTheModule, IsOneOfTwoKeysWhereAllOfOneClassAreAskedForByAnId) {
+    AddPair(1, 1, "first");
+    AddPair(2, 2, "second");
+    AddPair(3, 2, "third");
+    Start();
+    CK_BYTE id = 2;
+    CK_ATTRIBUTE wanted = {CKA_ID, &id, 1};
+    CK_OBJECT_HANDLE found[8] = {};
+    CK_ULONG count = 0;
+    EXPECT_EQ(Rv(CKR_OK), Call().C_FindObjectsInit(m_Session, &wanted, 1));
+    EXPECT_EQ(Rv(CKR_OK), Call().C_FindObjects(m_Session, found, 8, &count));
+    ASSERT_EQ(3U, count);
+    EXPECT_EQ("PK.CH.EKEY", LabelOf(found[0]));
+    EXPECT_EQ("third", LabelOf(found[1]));
+    EXPECT_EQ("SK.CH.EKEY", LabelOf(found[2]));
 }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Sessions, logins and PIN commands over a module, and what it hears of them.
+#include <filesystem>
+
 #include "tests/bridge/ScriptTest.h"
 #include "tokenlib/Pkcs11.h"
 
@@ -89,6 +91,64 @@ TEST_F(ASessionOfTheModule, AsksForNoPinThatIsBlocked) {
     Token().m_Flags |= CKF_SO_PIN_LOCKED;
     EXPECT_EQ(Rv(CKR_PIN_LOCKED), Login(CKU_SO, nullptr));
     EXPECT_THAT(HeardOf("C_Login"), SizeIs(1));
+}
+
+/// A program in the place of pinentry that answers "1234" to each question and notes what it hears.
+class AQuestionForAPin : public ASessionOfTheModule {
+protected:
+    AQuestionForAPin() {
+        const std::string program = "#!/bin/sh\n"
+                                    "echo 'OK ready'\n"
+                                    "while read -r line; do\n"
+                                    "    echo \"$line\" >>\"${0%/*}/heard\"\n"
+                                    "    [ \"$line\" != GETPIN ] || echo 'D 1234'\n"
+                                    "    echo OK\n"
+                                    "    [ \"$line\" != BYE ] || exit\n"
+                                    "done\n";
+        std::filesystem::permissions(m_Folder.File("pinentry", program), std::filesystem::perms::owner_all);
+    }
+    std::string Heard() const { return ContentOf(m_Folder.Path("heard")); }
+
+    const ScopedVariable m_NoScript{"ORSELBRIDGE_PIN_SCRIPT", nullptr};
+    const FolderOnPath m_Path{m_Folder.Path()};
+};
+
+TEST_F(AQuestionForAPin, NamesTheCardAndHowManyTriesMayBeLeft) {
+    struct Case {
+        CK_FLAGS m_Flags;
+        const char* m_Line;
+    };
+    Token().m_Serial = "0123";
+    Start();
+    for (const Case& each : {Case{0, "SETDESC Karte: Script, 0123%0APIN eingeben\n"},
+                             Case{CKF_USER_PIN_COUNT_LOW, "PIN eingeben%0AZuletzt falsch eingegeben\n"},
+                             Case{CKF_USER_PIN_FINAL_TRY, "PIN eingeben%0ALetzter Versuch\n"}}) {
+        Token().m_Flags = CKF_LOGIN_REQUIRED | each.m_Flags;
+        EXPECT_EQ(Rv(CKR_OK), Login(CKU_USER, nullptr));
+        EXPECT_THAT(Heard(), testing::HasSubstr(each.m_Line));
+    }
+    Token().m_Flags = CKF_LOGIN_REQUIRED | CKF_SO_PIN_FINAL_TRY;
+    EXPECT_EQ(Rv(CKR_OK), Login(CKU_SO, nullptr));
+    EXPECT_THAT(Heard(), testing::HasSubstr("PUK eingeben%0ALetzter Versuch\nSETPROMPT PUK:\n"));
+}
+
+TEST_F(AQuestionForAPin, SaysHowLongANewOneMayBeIfTheTokenKnows) {
+    Add(7, CKO_DATA, "note");
+    Start();
+    struct Case {
+        CK_ULONG m_Shortest;
+        CK_ULONG m_Longest;
+        const char* m_Line;
+    };
+    for (const Case& each :
+         {Case{4, 8, "%0ANeue PIN eingeben, 4 bis 8 Zeichen\n"}, Case{8, 4, "%0ANeue PIN eingeben\n"},
+          Case{0, 0, "%0ANeue PIN eingeben\n"}, Case{4, CK_UNAVAILABLE_INFORMATION, "%0ANeue PIN eingeben\n"}}) {
+        std::filesystem::remove(m_Folder.Path("heard"));
+        Token().m_ShortestPin = each.m_Shortest;
+        Token().m_LongestPin = each.m_Longest;
+        EXPECT_EQ(Rv(CKR_OK), Command(7, {CHANGE_PIN_COMMAND}));
+        EXPECT_THAT(Heard(), testing::HasSubstr(each.m_Line));
+    }
 }
 
 TEST_F(ASessionOfTheModule, CountsTheTriesByTheTokensFlags) {
@@ -205,6 +265,8 @@ TEST_F(ASessionOfTheModule, TakesNoCommandThatMakesNoSense) {
     EXPECT_EQ(Rv(CKR_TEMPLATE_INCONSISTENT), Command(7, {CHANGE_PIN_COMMAND, CKA_LABEL}));
     EXPECT_EQ(Rv(CKR_OBJECT_HANDLE_INVALID), Command(8, {CHANGE_PIN_COMMAND}));
     CK_ULONG number = 0;
+    CK_ATTRIBUTE label = {CKA_LABEL, &number, 1};
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), Call().C_SetAttributeValue(m_Session, 7, &label, 0)) << "no attribute";
     for (CK_ATTRIBUTE bad : {CK_ATTRIBUTE{CHANGE_PIN_COMMAND, nullptr, sizeof(CK_BBOOL)},
                              CK_ATTRIBUTE{CHANGE_PIN_COMMAND, &number, sizeof number}}) {
         EXPECT_EQ(Rv(CKR_ATTRIBUTE_VALUE_INVALID), Call().C_SetAttributeValue(m_Session, 7, &bad, 1));

@@ -82,3 +82,29 @@ TEST_F(TheSettings, ThatMakeNoSenseAreReportedAndPassedOver) {
         EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("OrselP11: no settings: ")) << json;
     }
 }
+
+TEST_F(TheSettings, LieBelowTheHomeWithoutAFolderForThem) {
+    Write(R"({"model": "M"})");
+    std::filesystem::create_directories(m_Folder.Path(".config"));
+    std::filesystem::rename(m_Folder.Path("orselcards"), m_Folder.Path(".config/orselcards"));
+    const ScopedVariable noFolder("XDG_CONFIG_HOME", nullptr);
+    const ScopedVariable home("HOME", m_Folder.Path());
+    EXPECT_EQ("M", Settings::Read().m_Model);
+    const ScopedVariable noHome("HOME", nullptr);
+    EXPECT_EQ("", Settings::Read().m_Model);
+}
+
+TEST_F(TheSettings, ThatCannotBeReadAreReportedByTheirPath) {
+    std::filesystem::create_directories(m_Folder.Path("orselcards/bridge.json"));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ("", Settings::Read().m_Model);
+    EXPECT_EQ("OrselP11: no settings: " + m_Folder.Path("orselcards/bridge.json") + ": not a regular file\n",
+              testing::internal::GetCapturedStderr());
+}
+
+TEST_F(TheSettings, MayNameATokenByItsSerialAlone) {
+    const Settings settings = Settings::Parse(R"({
+        "tokens": [{"serial": "1", "roles": {"signature": {"label": "x"}}}]})");
+    EXPECT_EQ("x", settings.RolesFor("any", "1").m_Signature.m_Label);
+    EXPECT_EQ(std::nullopt, settings.RolesFor("any", "2").m_Signature.m_Label);
+}
