@@ -152,10 +152,6 @@ void AddSignature(const slCertificate& certificate, std::vector<Row>& rows) {
 
 namespace intern {
 
-std::string HexText(const std::vector<unsigned char>& bytes) {
-    return Row::OfBytes({}, bytes).Value();
-}
-
 std::string OidText(const CertificateOid& oid) {
     return oid.m_LongName.empty() || oid.m_LongName == oid.m_Dotted
                ? oid.m_Dotted

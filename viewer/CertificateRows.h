@@ -24,8 +24,6 @@ constexpr const char* Word(const char* text) {
     return text;
 }
 
-/// Colons between the bytes.
-std::string HexText(const std::vector<unsigned char>& bytes);
 /// The long name with the numbers behind it, or the numbers alone.
 std::string OidText(const Velmor::CertificateOid& oid);
 

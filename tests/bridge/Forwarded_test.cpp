@@ -266,3 +266,11 @@ TEST_F(AForwardedCall, ThatTheLibraryIsEndedDuringIsToldSo) {
     CK_SLOT_ID slot = 0;
     EXPECT_EQ(Rv(CKR_CRYPTOKI_NOT_INITIALIZED), Call().C_WaitForSlotEvent(0, &slot, nullptr));
 }
+
+TEST_F(AForwardedCall, IsFoundInTheTableOfFunctionsAlone) {
+    Start();
+    EXPECT_EQ(Rv(CKR_ARGUMENTS_BAD), Call().C_GetFunctionList(nullptr));
+    CK_FUNCTION_LIST* list = nullptr;
+    EXPECT_EQ(Rv(CKR_OK), Call().C_GetFunctionList(&list));
+    EXPECT_EQ(&Call(), list);
+}

@@ -112,3 +112,28 @@ TEST(ALibrary, IsStartedOnceAndStoppedOnce) {
         EXPECT_EQ(CKR_CRYPTOKI_NOT_INITIALIZED, Call("C_Finalize").RunLast(tokenlib::StopRuntime));
     }
 }
+
+TEST(ALibrary, ThatIsNotStartedCannotBeStopped) {
+    try {
+        tokenlib::StopRuntime();
+        FAIL() << "no refusal";
+    } catch (const Refusal& refusal) {
+        EXPECT_EQ(CKR_CRYPTOKI_NOT_INITIALIZED, refusal.m_Code);
+    }
+}
+
+TEST(ALibrary, CanBeAskedForWhileItIsMade) {
+    EXPECT_EQ(CKR_OK, Call("C_Initialize").RunFirst([] {
+        return tokenlib::StartRuntime([] {
+            EXPECT_EQ(CKR_CRYPTOKI_NOT_INITIALIZED, Call("C_GetInfo").Run([](SmallRuntime&) {}));
+            return std::make_shared<SmallRuntime>(tokenlib::Environment{});
+        });
+    }));
+    tokenlib::StopRuntime();
+}
+
+TEST(ALibrary, DelaysNoSlotUnlessItSaysSo) {
+    const StartedRuntime runtime;
+    EXPECT_EQ(0U, tokenlib::CurrentRuntime()->DelayOf(SmallRuntime::SLOT));
+    EXPECT_EQ(CKR_OK, Call("C_Sign").Session(SmallRuntime::SESSION).Slow().Run([](SmallRuntime&) {}));
+}

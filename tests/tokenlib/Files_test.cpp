@@ -33,3 +33,25 @@ TEST(AFileOfATokenLibrary, IsNamedInTheError) {
         EXPECT_STREQ("/no/such/file: No such file or directory", error.what());
     }
 }
+
+TEST(AFileOfATokenLibrary, ThatCannotBeReadToItsEndIsAnError) {
+    try {
+        ReadFile("/proc/self/mem"); // nothing lies at its beginning
+        FAIL() << "no error";
+    } catch (const FileError& error) {
+        EXPECT_STREQ("/proc/self/mem: Input/output error", error.what());
+    }
+}
+
+TEST(TheStampOfAFile, IsOfThisFileAsItIsNow) {
+    const TempDir folder;
+    const std::string path = folder.File("file", "content");
+    const auto stamp = tokenlib::StampOf(path);
+    ASSERT_TRUE(stamp);
+    EXPECT_TRUE(*stamp == *tokenlib::StampOf(path));
+    EXPECT_FALSE(*stamp == *tokenlib::StampOf(folder.File("other", "content")));
+    EXPECT_FALSE(*stamp == *tokenlib::StampOf("/proc/self/status")) << "on another device";
+    folder.File("file", "more content");
+    EXPECT_FALSE(*stamp == *tokenlib::StampOf(path));
+    EXPECT_FALSE(tokenlib::StampOf("/no/such/file"));
+}

@@ -40,6 +40,8 @@ TEST(AScriptOfAnswers, GivesANewPinTwice) {
     } catch (const Refusal& refusal) {
         EXPECT_EQ(CKR_PIN_INVALID, refusal.m_Code);
     }
+    PinEntry cancelled(folder.File("others", "1234\ncancel\n"));
+    EXPECT_EQ("(cancelled)", AnswerTo(cancelled, true));
 }
 
 TEST(AScriptOfAnswers, ThatIsNotThereLeavesNobodyToAsk) {

@@ -28,7 +28,15 @@ TEST(ATraceFile, ThatCannotBeWrittenIsReported) {
               testing::internal::GetCapturedStderr());
 }
 
+TEST(ATraceFile, ThatNobodyWantsGetsNothing) {
+    const Trace trace("");
+    EXPECT_FALSE(trace.IsOn());
+    trace.Write("C_GetInfo");
+    EXPECT_FALSE(trace.IsOn());
+}
+
 TEST(ATraceFile, FallsApartAtItsBlanks) {
     EXPECT_EQ("C.CH.SIG", Trace::Encoded("C.CH.SIG"));
     EXPECT_EQ("a%20b%3D%C3%BC%22%2C%25", Trace::Encoded("a b=\xC3\xBC\",%"));
+    EXPECT_EQ("%7F%0A", Trace::Encoded("\x7F\n"));
 }

@@ -71,6 +71,10 @@ TEST(LoadCertificate, TellsOfWhatIsNoFile) {
     }
 }
 
+TEST(LoadCertificate, TellsOfAFileThatEndsInAnError) {
+    EXPECT_EQ(About("/proc/self/mem", "ist nicht lesbar: Input/output error"), FailureOf("/proc/self/mem"));
+}
+
 TEST(LoadCertificate, TellsOfAnEmptyFile) {
     const TempDir dir;
     const std::string path = dir.File("empty", "");

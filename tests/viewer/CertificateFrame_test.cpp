@@ -2,10 +2,13 @@
 #include "viewer/CertificateFrame.h"
 
 #include <memory>
+#include <set>
 
+#include <gtk/gtk.h>
 #include <wx/clipbrd.h>
 #include <wx/dataobj.h>
 #include <wx/filedlg.h>
+#include <wx/menu.h>
 #include <wx/msgdlg.h>
 #include <wx/notebook.h>
 #include <wx/stattext.h>
@@ -15,6 +18,7 @@
 #include "tests/support/CertificateBuilder.h"
 #include "tests/support/GuiTest.h"
 #include "tests/support/TempDir.h"
+#include "viewer/Icons.h"
 #include "viewer/RowList.h"
 #include "viewer/ViewerIds.h"
 #include "viewer/VisibleText.h"
@@ -155,8 +159,69 @@ TEST_F(ACertificateWindow, ShowsEverythingAsTextOnItsOtherPage) {
     EXPECT_THAT(text, StartsWith("Inhaber\n    Land (C): AT\n"));
     EXPECT_THAT(text, EndsWith("-----END CERTIFICATE-----\n"));
     EXPECT_THAT(text, HasSubstr("\n-----BEGIN CERTIFICATE-----\n"));
+    m_Frame->text_all->SetInsertionPoint(20);
     PressKey(WXK_PAGEUP, wxMOD_CONTROL);
     EXPECT_EQ(0, m_Frame->m_Notebook->GetSelection());
+    PressKey(WXK_PAGEDOWN, wxMOD_CONTROL);
+    EXPECT_EQ(20, m_Frame->text_all->GetInsertionPoint()) << "it is not written anew";
+}
+
+TEST_F(ACertificateWindow, CopiesNothingWhereNoRowIsSelected) {
+    Open(CertificateBuilder());
+    PressKey('C', wxMOD_CONTROL);
+    m_Frame->list_rows->SetItemState(1, 0, wxLIST_STATE_SELECTED);
+    ASSERT_EQ(nullptr, m_Frame->list_rows->Selected());
+    PressButton(ID_VIEWER_COPY_ROW);
+    ChooseInMenu(ID_VIEWER_COPY_VALUE);
+    EXPECT_EQ("Land (C): AT", Clipboard()) << "as before";
+}
+
+TEST_F(ACertificateWindow, OffersItsCommandsInAMenu) {
+    Open(CertificateBuilder());
+    std::vector<std::string> entries;
+    m_Frame->Bind(wxEVT_MENU_OPEN, [&entries](wxMenuEvent& event) {
+        for (const wxMenuItem* item : event.GetMenu()->GetMenuItems()) {
+            entries.push_back(item->IsSeparator() ? "-" : viewer::ToUtf8(item->GetItemLabelText()));
+        }
+        // A menu waits for the person.
+        g_idle_add([](void* menu) -> gboolean {
+            gtk_menu_popdown(GTK_MENU(menu));
+            return G_SOURCE_REMOVE;
+        }, event.GetMenu()->m_menu);
+    });
+    wxContextMenuEvent wish(wxEVT_CONTEXT_MENU, m_Frame->list_rows->GetId());
+    m_Frame->list_rows->GetEventHandler()->ProcessEvent(wish);
+    EXPECT_THAT(entries, testing::ElementsAre("Zeile kopieren", "Wert kopieren", "Alles kopieren", "-",
+                                              "Speichern unter..."));
+}
+
+TEST_F(ACertificateWindow, HasASignOfItsOwnForEachState) {
+    std::set<std::vector<unsigned char>> signs;
+    for (const auto validity : {viewer::Validity::VALID, viewer::Validity::EXPIRED,
+                                viewer::Validity::NOT_YET_VALID, viewer::Validity::UNREADABLE}) {
+        const wxImage sign = viewer::StateIcon(validity, 32).ConvertToImage();
+        signs.insert({sign.GetData(), sign.GetData() + 3UL * 32 * 32});
+    }
+    EXPECT_EQ(4U, signs.size());
+    Open(CertificateBuilder(), 1);
+    EXPECT_THAT(viewer::ToUtf8(m_Frame->label_state->GetLabelText()), StartsWith("Noch nicht gültig: "));
+    EXPECT_FALSE(m_Frame->label_note->IsShown());
+}
+
+TEST_F(ACertificateWindow, MeasuresNoMoreLabelsThanAWindowShows) {
+    NameFields fields;
+    for (int i = 0; i < 600; ++i) {
+        fields.emplace_back("1.2.3." + std::to_string(i), "x");
+    }
+    CertificateBuilder certificate;
+    Open(certificate.Subject(fields));
+    const int width = m_Frame->list_rows->GetColumnWidth(0);
+    m_Frame->Destroy();
+    ASSERT_TRUE(Closes());
+    m_IsClosed = false;
+    fields.emplace_back("1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16.17.18.19.20.21", "x");
+    Open(certificate.Subject(fields));
+    EXPECT_EQ(width, m_Frame->list_rows->GetColumnWidth(0));
 }
 
 TEST_F(ACertificateWindow, CopiesARowItsValueOrEverything) {
@@ -222,6 +287,27 @@ TEST_F(ACertificateWindow, SavesNothingWhenThePersonThinksBetterOfIt) {
     };
     Open(CertificateBuilder());
     wxTEST_DIALOG(PressButton(ID_VIEWER_SAVE), Cancel());
+}
+
+TEST_F(ACertificateWindow, SavesWhereThePersonChooses) {
+    class Choose : public wxExpectModalBase<wxFileDialog> {
+    public:
+        explicit Choose(const std::string& path) : m_Path(path) {}
+
+    protected:
+        int OnInvoked(wxFileDialog* dialog) const override {
+            dialog->SetPath(m_Path);
+            wxYield(); // the dialog takes it in an event of its own
+            return wxID_OK;
+        }
+
+    private:
+        std::string m_Path;
+    };
+    const TempDir dir;
+    Open(CertificateBuilder());
+    wxTEST_DIALOG(PressButton(ID_VIEWER_SAVE), Choose(dir.Path("chosen.pem")));
+    EXPECT_EQ(CertificateBuilder().Wrapped().ToPem().substr(0, 27), ContentOf(dir.Path("chosen.pem")).substr(0, 27));
 }
 
 TEST_F(ACertificateWindow, ClosesOnEscape) {

@@ -59,8 +59,12 @@ TEST(CertificateRows, ShowAMalformedOrRepeatedExtensionAsItsBytes) {
     builder.RawExtension("2.5.29.15", {0x30, 0x7f})
         .RawExtension("2.5.29.19", {0x30, 0x00})
         .RawExtension("2.5.29.19", {0x30, 0x00})
-        .RawExtension("2.5.29.17", {});
+        .RawExtension("2.5.29.17", {})
+        .RawExtension("2.5.29.14", {0x04, 0x7f})
+        .RawExtension("2.5.29.35", {0x30, 0x7f});
     const auto texts = RowTextsOf(builder);
+    EXPECT_THAT(texts, Contains("X509v3 Subject Key Identifier (2.5.29.14): 04:7F"));
+    EXPECT_THAT(texts, Contains("X509v3 Authority Key Identifier (2.5.29.35): 30:7F"));
     EXPECT_THAT(texts, Contains("X509v3 Key Usage (2.5.29.15): 30:7F"));
     EXPECT_EQ(2, std::count(texts.begin(), texts.end(), "X509v3 Basic Constraints (2.5.29.19): 30:00"));
     EXPECT_THAT(texts, Contains("X509v3 Subject Alternative Name (2.5.29.17): ohne Inhalt"));
@@ -117,6 +121,17 @@ TEST(CertificateRows, OfAKeyThatNobodyKnowsSaySo) {
     EXPECT_THAT(texts, Contains("Art: 1.2.840.113549.1.1.127"));
     EXPECT_THAT(texts, Contains("Größe: nicht lesbar"));
     EXPECT_THAT(texts, Contains(testing::StartsWith("Wert: 30:82:01:0A:02")));
+}
+
+TEST(CertificateRows, NameACurveAsItIsKnown) {
+    EXPECT_THAT(RowTextsOf(CertificateBuilder().Key(TestKey::P256)), Contains("Kurve: P-256 (prime256v1)"));
+    EXPECT_THAT(RowTextsOf(CertificateBuilder().Key(TestKey::K256)), Contains("Kurve: secp256k1"));
+}
+
+TEST(HolderOf, IsTheLastNameThereIsWhereNoneTellsAnything) {
+    CertificateBuilder builder;
+    builder.RawSubject(NID_commonName, V_ASN1_UTF8STRING, "");
+    EXPECT_EQ("", viewer::HolderOf(builder.Wrapped()));
 }
 
 TEST(HolderOf, IsTheMostTellingName) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "viewer/State.h"
 
+#include <limits>
+
 #include <gtest/gtest.h>
 
 #include "tests/support/CertificateBuilder.h"
@@ -52,12 +54,18 @@ TEST(State, OfAnUnreadablePeriodSaysSo) {
         const viewer::State state = viewer::StateAt(certificate, FROM);
         EXPECT_EQ("Der Gültigkeitszeitraum ist nicht lesbar", viewer::ToUtf8(state.m_Sentence)) << text;
     }
+    const auto endless = CertificateBuilder().ValidTo(V_ASN1_UTCTIME, "x").Wrapped();
+    EXPECT_EQ(Validity::UNREADABLE, viewer::StateAt(endless, FROM).m_Validity);
 }
 
 TEST(LocalTime, FollowsTheZoneAndItsSummerTime) {
     const ScopedVariable zone("TZ", "CET-1CEST,M3.5.0,M10.5.0/3");
     EXPECT_EQ("01.01.2016, 13:00:00 CET", viewer::LocalTime(FROM));
     EXPECT_EQ("01.07.2016, 14:00:00 CEST", viewer::LocalTime(FROM + 182 * DAY));
+}
+
+TEST(LocalTime, OfAYearThatNoCalendarHasIsEmpty) {
+    EXPECT_EQ("", viewer::ToUtf8(viewer::LocalTime(std::numeric_limits<std::time_t>::max())));
 }
 
 TEST(LocalTime, OfWhatIsNoTimeIsItsTextMadeVisible) {

@@ -8,7 +8,7 @@ using viewer::VisibleText;
 
 TEST(VisibleText, LeavesOrdinaryTextInAnyScriptAlone) {
     for (const char* text :
-         {"", "Erika Müßig", "山田 太郎", "Παπαδόπουλος", "שלום", "a\u0301", "😀", "<U+202E>"}) {
+         {"", "Erika Müßig", "山田 太郎", "Παπαδόπουλος", "שלום", "a\u0301", "😀", "<U+202E>", "\U0010fffd"}) {
         EXPECT_EQ(text, VisibleText(text));
     }
 }

@@ -2,11 +2,14 @@
 #include "tokenlib/PinEntry.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "tests/simulator/token/CardTest.h"
 #include "tests/support/ScopedVariable.h"
@@ -110,6 +113,74 @@ TEST_F(APinentry, ThatRepeatsANewPinItselfIsAskedOnce) {
     PutIn("ecard-g2");
     EXPECT_EQ(Rv(CKR_OK), ChangePin());
     EXPECT_THAT(Heard(), Not(HasSubstr("SETPROMPT Wiederholung:")));
+}
+
+TEST_F(APinentry, IsCancelledAtTheRepetition) {
+    AnswersWith("if grep 'SETPROMPT Wiederholung:' '" + m_Deck.Folder() +
+                "/heard' >/dev/null; then echo 'ERR 83886278 fully cancelled'; "
+                "else echo 'S OTHER_STATUS'; echo 'D 123456'; echo OK; fi");
+    PutIn("ecard-g2");
+    EXPECT_EQ(Rv(CKR_FUNCTION_CANCELED), ChangePin());
+}
+
+TEST_F(APinentry, IsFoundBehindAnEmptyPartOfTheSearchPath) {
+    AnswersWith("echo 'D 1234'; echo OK");
+    PutIn("ecard-g2");
+    const ScopedVariable path("PATH", std::string(":") + std::getenv("PATH"));
+    EXPECT_EQ(Rv(CKR_OK), LoginByDialog());
+}
+
+TEST_F(APinentry, IsNowhereWithoutASearchPath) {
+    PutIn("ecard-g2");
+    const ScopedVariable path("PATH", nullptr);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Rv(CKR_DEVICE_ERROR), LoginByDialog());
+    EXPECT_EQ("OrselP11: cannot ask for a PIN: there is no program pinentry\n",
+              testing::internal::GetCapturedStderr());
+}
+
+TEST_F(APinentry, IsToldTheTerminalWhereThereIsOne) {
+    AnswersWith("echo 'D 1234'; echo OK");
+    PutIn("ecard-g2");
+    const int master = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_EQ(0, grantpt(master));
+    ASSERT_EQ(0, unlockpt(master));
+    const std::string name = ptsname(master);
+    const int terminal = open(name.c_str(), O_RDWR | O_NOCTTY);
+    const int before = dup(STDIN_FILENO);
+    dup2(terminal, STDIN_FILENO);
+    {
+        const ScopedVariable type("TERM", "vt100");
+        EXPECT_EQ(Rv(CKR_OK), LoginByDialog());
+    }
+    EXPECT_THAT(Heard(), HasSubstr("OPTION ttyname=" + name + "\nOPTION ttytype=vt100\n"));
+    fs::remove(m_Deck.Folder() + "/heard");
+    dup2(before, STDIN_FILENO);
+    const ScopedVariable noType("TERM", nullptr);
+    (*m_Library)->C_Logout(m_Session);
+    EXPECT_EQ(Rv(CKR_OK), LoginByDialog());
+    EXPECT_THAT(Heard(), Not(HasSubstr("OPTION ttytype=")));
+    for (const int descriptor : {before, terminal, master}) {
+        close(descriptor);
+    }
+}
+
+TEST_F(APinentry, LeavesASignalBlockedThatWasBlocked) {
+    AnswersWith("exit 1");
+    PutIn("ecard-g2");
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Rv(CKR_DEVICE_ERROR), LoginByDialog());
+    testing::internal::GetCapturedStderr();
+    sigset_t after;
+    pthread_sigmask(SIG_SETMASK, nullptr, &after);
+    EXPECT_EQ(1, sigismember(&after, SIGPIPE));
+    const timespec noWait = {0, 0};
+    sigtimedwait(&blocked, nullptr, &noWait);
+    pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
 }
 
 TEST_F(APinentry, IsAskedForThePukByName) {
