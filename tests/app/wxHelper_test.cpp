@@ -88,6 +88,13 @@ TEST(wxHelper, TextThatTheCLocaleCannotHoldBecomesEmpty) {
     EXPECT_EQ(Velmor::WxStr2MB("Gruss"), "Gruss");
 }
 
+TEST(wxHelper, WhatIsNoCharacterBecomesEmpty) {
+    const ScopedLocale locale("C.UTF-8");
+    const wxString half(L"a\xD800");
+    EXPECT_EQ(Velmor::WxStr2Locale(half), "");
+    EXPECT_EQ(Velmor::WxStr2MB(half), "");
+}
+
 TEST(wxHelper, OnlyTheLocalFormKeepsZeroBytes) {
     const ScopedLocale locale("C.UTF-8");
     const wxString text("a\0b", 3);

@@ -101,17 +101,6 @@ TEST_F(TheViewer, FailsWhenItsTextCannotBeWritten) {
     EXPECT_EQ(1, RunCommand(WITHOUT_DISPLAY + " --text '" + Certificate(large) + "' >/dev/full").m_Code);
 }
 
-TEST_F(TheViewer, SpeaksTheLanguageThatTheCardManagerIsSetTo) {
-    std::filesystem::create_directories(m_Dir.Path("home/.velmor/orselclient"));
-    const auto isTold = [&](const std::string& language) {
-        m_Dir.File("home/.velmor/orselclient/config",
-                   "<orselclient><orsel_Client><Language>" + language + "</Language></orsel_Client></orselclient>");
-        return RunCommand("HOME='" + m_Dir.Path("home") + "' " + WITHOUT_DISPLAY + " --text '" + Certificate() + "'");
-    };
-    EXPECT_EQ(0, isTold("99999").m_Code) << "an unknown one stands for the system's";
-    EXPECT_THAT(isTold("99999").m_Output, HasSubstr("Öffentlicher Schlüssel\n"));
-}
-
 TEST_F(TheViewer, TellsThatItNeedsADisplay) {
     const Result result = RunCommand(WITHOUT_DISPLAY + " '" + Certificate() + "'");
     EXPECT_EQ(1, result.m_Code);
