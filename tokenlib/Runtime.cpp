@@ -51,7 +51,8 @@ std::shared_ptr<Runtime> StartRuntime(const std::function<std::shared_ptr<Runtim
     if (CurrentRuntime()) {
         throw Refusal{CKR_CRYPTOKI_ALREADY_INITIALIZED};
     }
-    // Another library's code runs meanwhile, which may call this one: whether there is a runtime can be asked.
+    // Another library's code runs meanwhile, which may call this one: whether there is a runtime can be
+    // asked.
     std::shared_ptr<Runtime> made = make();
     const std::lock_guard<std::mutex> lock(g_CurrentMutex);
     g_Current = std::move(made);

@@ -67,8 +67,9 @@ protected:
         fs::permissions(m_Prefix.File("bin/" + name, script), fs::perms::owner_all);
     }
     std::string Run(const std::string& arguments, const std::string& environment = "LC_ALL=C.UTF-8") const {
-        return OutputOf("env -u LD_LIBRARY_PATH -u LC_ALL -u LC_CTYPE -u LC_MESSAGES -u LANG " + environment + " " +
-                        m_Prefix.Path("bin/orselcards-bridge") + " " + arguments + " 2>&1; echo \"=> $?\"");
+        return OutputOf("env -u LD_LIBRARY_PATH -u LC_ALL -u LC_CTYPE -u LC_MESSAGES -u LANG " + environment +
+                        " " + m_Prefix.Path("bin/orselcards-bridge") + " " + arguments +
+                        " 2>&1; echo \"=> $?\"");
     }
 
     const TempDir m_Prefix;
@@ -95,8 +96,8 @@ TEST_F(AnInstalledLauncher, StartsTheCommandLineWithItsWordsAndNoModel) {
 
 TEST_F(AnInstalledLauncher, GivesTheProgramAUtf8LocaleWhereThereIsNone) {
     AddProgram("orselcards-cli");
-    for (const char* locale : {"LANG=de_AT.UTF-8", "LC_CTYPE=de_AT.utf8", "LC_CTYPE=de_AT.utf-8 LANG=C",
-                               "LANG=de_AT.UTF8"}) {
+    for (const char* locale :
+         {"LANG=de_AT.UTF-8", "LC_CTYPE=de_AT.utf8", "LC_CTYPE=de_AT.utf-8 LANG=C", "LANG=de_AT.UTF8"}) {
         EXPECT_THAT(Run("--", locale), StartsWith("orselcards-cli||||\n")) << locale;
     }
     for (const char* locale : {"", "LC_ALL=C", "LC_CTYPE=POSIX LANG=de_AT.UTF-8"}) {
@@ -107,7 +108,8 @@ TEST_F(AnInstalledLauncher, GivesTheProgramAUtf8LocaleWhereThereIsNone) {
 TEST_F(AnInstalledLauncher, SaysWhatItCannotStart) {
     EXPECT_EQ("orselcards-bridge: orselcards: No such file or directory\n=> 1\n", Run(""));
     const std::string file = m_Prefix.File("bin/orselcards-cli", "no program");
-    EXPECT_EQ("orselcards-bridge: " + fs::canonical(file).string() + ": Permission denied\n=> 1\n", Run("--"));
+    EXPECT_EQ("orselcards-bridge: " + fs::canonical(file).string() + ": Permission denied\n=> 1\n",
+              Run("--"));
 }
 
 TEST_F(AnInstalledLauncher, SpeaksTheLanguageOfTheLocale) {
@@ -122,5 +124,6 @@ TEST_F(AnInstalledLauncher, SpeaksTheLanguageOfTheLocale) {
 }
 
 TEST_F(AnInstalledLauncher, TellsItsVersion) {
-    EXPECT_THAT(Run("--version"), testing::MatchesRegex("orselcards-bridge [0-9]+\\.[0-9]+\\.[0-9]+\n=> 0\n"));
+    EXPECT_THAT(Run("--version"),
+                testing::MatchesRegex("orselcards-bridge [0-9]+\\.[0-9]+\\.[0-9]+\n=> 0\n"));
 }

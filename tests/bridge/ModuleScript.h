@@ -12,8 +12,8 @@
 
 namespace orseltest {
 
-/// What the scripted module answers, and what it has heard. One for each process; the module's slots are the keys
-/// of its tokens.
+/// What the scripted module answers, and what it has heard. One for each process; the module's slots are the
+/// keys of its tokens.
 struct ModuleScript {
     struct Token {
         std::string m_Label = "Script";
@@ -29,10 +29,11 @@ struct ModuleScript {
 
     std::map<CK_SLOT_ID, Token> m_Tokens = {{SLOT, Token()}};
     std::map<CK_OBJECT_HANDLE, tokenlib::AttributeMap> m_Objects;
-    std::map<std::string, std::vector<CK_RV>> m_Codes; ///< by function, for its next calls in turn; then CKR_OK
-    std::set<std::string> m_Missing;                   ///< functions that the list lacks, while it is asked for
-    std::map<std::string, CK_ULONG> m_Lengths;         ///< by function: what it writes into its last argument
-    std::function<void(const std::string&)> m_Before;  ///< told of each function before it answers
+    std::map<std::string, std::vector<CK_RV>>
+        m_Codes;                               ///< by function, for its next calls in turn; then CKR_OK
+    std::set<std::string> m_Missing;           ///< functions that the list lacks, while it is asked for
+    std::map<std::string, CK_ULONG> m_Lengths; ///< by function: what it writes into its last argument
+    std::function<void(const std::string&)> m_Before; ///< told of each function before it answers
     CK_FLAGS m_MechanismFlags = CKF_SIGN;
     std::string m_Signature = "signature";
 

@@ -182,7 +182,8 @@ TEST_F(AReaderOfTheService, IsConnectedAndLeftAsItWas) {
 }
 
 TEST_F(AReaderOfTheService, IsKnownByTheBeginningOfALongName) {
-    const std::string longName = std::string(60, 'x') + "    and more"; // the description has blanks at its end
+    const std::string longName =
+        std::string(60, 'x') + "    and more"; // the description has blanks at its end
     g_Service.m_Readers = longName + std::string(2, '\0');
     EXPECT_EQ("none", RefusalOfReader(std::string(60, 'x')));
     EXPECT_EQ("SCardConnect " + longName, g_Service.m_Heard.at(3));

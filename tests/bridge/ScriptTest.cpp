@@ -76,7 +76,8 @@ std::vector<std::string> ScriptTest::HeardOf(const std::string& function) const 
     return calls;
 }
 
-Rv ScriptTest::Command(CK_OBJECT_HANDLE object, const std::vector<CK_ATTRIBUTE_TYPE>& types, bool flag) const {
+Rv ScriptTest::Command(CK_OBJECT_HANDLE object, const std::vector<CK_ATTRIBUTE_TYPE>& types,
+                       bool flag) const {
     CK_BBOOL value = flag ? CK_TRUE : CK_FALSE;
     std::vector<CK_ATTRIBUTE> attributes;
     for (const CK_ATTRIBUTE_TYPE type : types) {

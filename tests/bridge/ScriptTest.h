@@ -16,7 +16,8 @@
 
 namespace orseltest {
 
-/// The bridge to a module whose every answer the test writes, with no settings and a file of answers for PINs.
+/// The bridge to a module whose every answer the test writes, with no settings and a file of answers for
+/// PINs.
 class ScriptTest : public testing::Test {
 protected:
     ScriptTest();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A PKCS#11 library that has every entry point, notes each call with its arguments, and answers as its script says.
+// A PKCS#11 library that has every entry point, notes each call with its arguments, and answers as its script
+// says.
 #include <algorithm>
 #include <cstring>
 
@@ -31,7 +32,8 @@ std::string TextOf(const CK_MECHANISM* mechanism) {
         return "-";
     }
     const auto* parameter = static_cast<const unsigned char*>(mechanism->pParameter);
-    const std::string hex = tokenlib::ToHex(tokenlib::Bytes(parameter, parameter + mechanism->ulParameterLen));
+    const std::string hex =
+        tokenlib::ToHex(tokenlib::Bytes(parameter, parameter + mechanism->ulParameterLen));
     return tokenlib::MechanismName(mechanism->mechanism) + (hex.empty() ? "" : ":" + hex);
 }
 std::string TextOf(const CK_ATTRIBUTE* attributes) {

@@ -93,7 +93,8 @@ TEST_F(AnObjectOfTheModule, ThatIsHiddenIsReadInTheModuleAfterALogin) {
     m_Script.m_IsLoggedIn = true;
     m_Script.m_Heard.clear();
     EXPECT_EQ(Bytes({1}), m_Bridge->Attribute(m_Session, key, CKA_ID));
-    EXPECT_THAT(HeardOf("C_GetAttributeValue"), ElementsAre("C_GetAttributeValue 101 1", "C_GetAttributeValue 101 1"));
+    EXPECT_THAT(HeardOf("C_GetAttributeValue"),
+                ElementsAre("C_GetAttributeValue 101 1", "C_GetAttributeValue 101 1"));
     EXPECT_EQ("SK.CH.SIG", LabelOf(key));
 }
 

@@ -49,7 +49,8 @@ TEST_F(ASessionOfTheModule, TellsHowItsClosingWent) {
     Start();
     m_Script.m_Codes["C_CloseSession"] = {CKR_SESSION_CLOSED};
     EXPECT_EQ(Rv(CKR_SESSION_CLOSED), Call().C_CloseSession(m_Session));
-    EXPECT_EQ(Rv(CKR_SESSION_HANDLE_INVALID), Call().C_CloseSession(m_Session)) << "it is closed all the same";
+    EXPECT_EQ(Rv(CKR_SESSION_HANDLE_INVALID), Call().C_CloseSession(m_Session))
+        << "it is closed all the same";
     EXPECT_THAT(HeardOf("C_CloseSession"), SizeIs(1));
 }
 
@@ -140,9 +141,9 @@ TEST_F(AQuestionForAPin, SaysHowLongANewOneMayBeIfTheTokenKnows) {
         CK_ULONG m_Longest;
         const char* m_Line;
     };
-    for (const Case& each :
-         {Case{4, 8, "%0ANeue PIN eingeben, 4 bis 8 Zeichen\n"}, Case{8, 4, "%0ANeue PIN eingeben\n"},
-          Case{0, 0, "%0ANeue PIN eingeben\n"}, Case{4, CK_UNAVAILABLE_INFORMATION, "%0ANeue PIN eingeben\n"}}) {
+    for (const Case& each : {Case{4, 8, "%0ANeue PIN eingeben, 4 bis 8 Zeichen\n"},
+                             Case{8, 4, "%0ANeue PIN eingeben\n"}, Case{0, 0, "%0ANeue PIN eingeben\n"},
+                             Case{4, CK_UNAVAILABLE_INFORMATION, "%0ANeue PIN eingeben\n"}}) {
         std::filesystem::remove(m_Folder.Path("heard"));
         Token().m_ShortestPin = each.m_Shortest;
         Token().m_LongestPin = each.m_Longest;
@@ -158,10 +159,10 @@ TEST_F(ASessionOfTheModule, CountsTheTriesByTheTokensFlags) {
         CK_FLAGS m_Flags;
         unsigned char m_Tries;
     };
-    for (const Case& each : {Case{usual, 3}, Case{usual | CKF_USER_PIN_COUNT_LOW, 2},
-                             Case{usual | CKF_USER_PIN_COUNT_LOW | CKF_USER_PIN_FINAL_TRY, 1},
-                             Case{usual | CKF_USER_PIN_FINAL_TRY | CKF_USER_PIN_LOCKED, 0},
-                             Case{CKF_LOGIN_REQUIRED, 0xFF}}) {
+    for (const Case& each :
+         {Case{usual, 3}, Case{usual | CKF_USER_PIN_COUNT_LOW, 2},
+          Case{usual | CKF_USER_PIN_COUNT_LOW | CKF_USER_PIN_FINAL_TRY, 1},
+          Case{usual | CKF_USER_PIN_FINAL_TRY | CKF_USER_PIN_LOCKED, 0}, Case{CKF_LOGIN_REQUIRED, 0xFF}}) {
         Token().m_Flags = each.m_Flags;
         EXPECT_EQ(Bytes({each.m_Tries}), TriesLeft()) << std::hex << each.m_Flags;
     }

@@ -38,11 +38,13 @@ TEST_F(TheListOfTokens, NamesEachKeyWithItsRoleAndTheReason) {
     AddPair(1, 1, "first");
     AddPair(2, 2, "second");
     AddPair(3, 3, "third");
-    EXPECT_EQ(Head() + "Script, 0123456789ABCDEF\n"
-                       "    signature   \"first\" (id 01): the first key that may sign; nothing marks a signature key\n"
-                       "    encryption  \"second\" (id 02): the first key that may sign beside the signature key\n"
-                       "    no role     \"third\" (id 03)\n",
-              Printed());
+    EXPECT_EQ(
+        Head() +
+            "Script, 0123456789ABCDEF\n"
+            "    signature   \"first\" (id 01): the first key that may sign; nothing marks a signature key\n"
+            "    encryption  \"second\" (id 02): the first key that may sign beside the signature key\n"
+            "    no role     \"third\" (id 03)\n",
+        Printed());
     EXPECT_THAT(Printed(true), HasSubstr("    ohne Rolle    \"third\" (Id 03)\n"));
 }
 
@@ -60,5 +62,6 @@ TEST_F(TheListOfTokens, GoesOnBehindATokenThatCannotBeOpened) {
     AddPair(1, 1, "own");
     const std::string list = Printed();
     EXPECT_THAT(list, HasSubstr("    cannot be opened: CKR_TOKEN_NOT_RECOGNIZED\n"));
-    EXPECT_THAT(list, HasSubstr("    signature   \"own\" (id 01): the only key that may sign plays both roles\n"));
+    EXPECT_THAT(list,
+                HasSubstr("    signature   \"own\" (id 01): the only key that may sign plays both roles\n"));
 }

@@ -154,6 +154,23 @@ TEST_F(ACardAlone, ThatIsPutInIsWaitedFor) {
     EXPECT_EQ(result.m_Code, 0) << result.m_Error;
 }
 
+TEST_F(ACardAlone, IsListedWhenItComes) {
+    const std::string name = m_Deck.Add("ecard-g4", CardOptions().Serial("8004000334455667"));
+    m_Deck.TakeOut(name);
+    EXPECT_EQ(Good({"list", "-q"}), "");
+    m_Deck.ClearTrace();
+    std::thread person([this, &name] {
+        while (m_Deck.GetTrace("C_GetSlotList").size() < 6) { // the command has looked and waits
+            std::this_thread::yield();
+        }
+        m_Deck.PutBack(name);
+    });
+    EXPECT_EQ(Good({"list", "-q", "--wait", "60"}), "8004000334455667\n");
+    person.join();
+    m_Deck.TakeOut(name);
+    EXPECT_EQ(RunCli({"list", "--wait", "1"}).m_Code, 3);
+}
+
 TEST_F(ACardAlone, IsMissedAfterTheTimeThatWasGiven) {
     const CliResult result = RunCli({"show", "--wait", "1"});
     EXPECT_EQ(result.m_Code, 3);
@@ -253,5 +270,21 @@ TEST_F(ACardAlone, IsLeftInPeaceOnceASignalHasCome) {
     EXPECT_THAT(result.m_Out, IsEmpty());
     EXPECT_THAT(result.m_Error, HasSubstr("interrupted"));
     EXPECT_THAT(m_Deck.GetTrace("C_GetAttributeValue"), IsEmpty());
+    ExpectNoSession();
+}
+
+TEST_F(ADeckOfThree, HasNoKeysOnItsEmptyCard) {
+    const std::string data = FileOf("data", "a text");
+    const std::vector<std::vector<std::string>> lines = {
+        {"sign", "@3", "signature", data},
+        {"verify", "@3", "signature", data, "--signature", data},
+        {"certificate", "@3", "signature"},
+    };
+    for (const auto& line : lines) {
+        const CliResult result = RunCli(line);
+        EXPECT_EQ(result.m_Code, 1) << line[0] << ": " << result.m_Error;
+        EXPECT_THAT(result.m_Out, IsEmpty());
+        EXPECT_THAT(result.m_Error, StartsWith("orselcards-cli: ")) << line[0];
+    }
     ExpectNoSession();
 }

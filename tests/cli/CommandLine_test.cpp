@@ -93,7 +93,16 @@ TEST(TheCommandLine, RefusesWhatMakesNoSense) {
     EXPECT_THAT(Complaint({"show", "@1", "--card", "@2"}), HasSubstr("@1"));
     EXPECT_THAT(Complaint({"list", "--wait", "soon"}), HasSubstr("--wait"));
     EXPECT_THAT(Complaint({"list", "--wait"}), HasSubstr("--wait"));
+    EXPECT_THAT(Complaint({"--card", "@1", "list"}), HasSubstr("@1"));
+    EXPECT_THAT(Complaint({"infobox", "--hex"}), HasSubstr("infobox read"));
+    EXPECT_THAT(Complaint({"infobox", "--out", "x"}), HasSubstr("infobox read"));
     EXPECT_THAT(Complaint({"list", "--pin", "1234"}), testing::Not(IsEmpty()));
+}
+
+TEST(TheCommandLine, TellsItsVersion) {
+    const CliResult result = RunCli({"--version"});
+    EXPECT_EQ(result.m_Code, 0);
+    EXPECT_THAT(result.m_Out, testing::MatchesRegex("orselcards-cli [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
 TEST(TheCommandLine, HasAHelpForEachCommand) {

@@ -7,7 +7,9 @@
 #include <filesystem>
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include "cli/Interruption.h"
@@ -90,6 +92,17 @@ TEST_F(AFileOfTheCommandLine, ThatIsADeviceIsWrittenToAsItStands) {
     EXPECT_TRUE(WriteOutput("/dev/null", m_Content).IsDone());
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
     EXPECT_EQ(WriteOutput("/dev/full", m_Content).Why(), Reason::OUTPUT_FAILED);
+}
+
+TEST_F(AFileOfTheCommandLine, ThatIsASocketIsRefused) {
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    PathOf("socket").copy(address.sun_path, sizeof(address.sun_path) - 1);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(WriteOutput(PathOf("socket"), m_Content).Why(), Reason::OUTPUT_UNWRITABLE);
+    EXPECT_TRUE(std::filesystem::is_socket(PathOf("socket")));
+    close(listener);
 }
 
 TEST_F(AFileOfTheCommandLine, IsReadWholeUpToItsLimit) {

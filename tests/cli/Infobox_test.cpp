@@ -56,6 +56,20 @@ TEST_F(ACardWithAnInfobox, ReadsAnEntryByTagOrName) {
     EXPECT_EQ(Reason({"infobox", "read", "1ff"}), "no-entry");
 }
 
+TEST_F(ACardWithAnInfobox, SaysThatAnEntryIsEmptyOrLost) {
+    m_Deck.ReplaceObject(m_Card, "0x0a", orselsim::Bytes(16, 0));
+    const CliResult empty = RunCli({"infobox", "read", "0a"});
+    EXPECT_EQ(empty.m_Code, 0);
+    EXPECT_EQ(empty.m_Out, "");
+    EXPECT_EQ(empty.m_Error, "The entry is empty.\n");
+    EXPECT_EQ(json::parse(Good({"infobox", "read", "0a", "--json"}))["size"], 0);
+    EXPECT_EQ(Good({"infobox", "read", "0a", "--raw"}), std::string(16, '\0')) << "as it is stored";
+    m_Deck.RemoveObject(m_Card, "0x0a");
+    EXPECT_EQ(Reason({"infobox", "read", "0a"}), "no-entry");
+    m_Deck.RemoveObject(m_Card, "0x01");
+    EXPECT_EQ(Reason({"infobox", "read", "01"}), "no-identity-link");
+}
+
 TEST_F(ACardWithAnInfobox, ProtectsAnEntryAndTakesTheProtectionAway) {
     const std::string before = TextOf(m_Deck.ObjectContent(m_Card, "0x0a"));
     EXPECT_EQ(Good({"infobox", "protect", "0a"}), "Entry 0a is protected by the PIN.\n");

@@ -85,6 +85,9 @@ TEST_F(TheProgram, SpeaksGerman) {
     Process list(m_Deck.Folder(), {"list"});
     EXPECT_EQ(list.Wait(), 0);
     EXPECT_THAT(list.Out(), HasSubstr("Inhaber"));
+    Process doctor(m_Deck.Folder(), {"doctor"});
+    EXPECT_EQ(doctor.Wait(), 0);
+    EXPECT_THAT(doctor.Out(), HasSubstr("/de/LC_MESSAGES/orselcards-cli.mo"));
 }
 
 TEST_F(TheProgram, FitsATerminalAndHasColoursThereUnlessTheyAreRefused) {

@@ -7,6 +7,9 @@
 #include "cli/Names.h"
 #include "cli/Table.h"
 #include "cli/Words.h"
+#include "tests/support/CommandOutput.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/support/TempDir.h"
 
 using orselcli::Bytes;
 using orselcli::BytesOfHex;
@@ -16,6 +19,7 @@ using orselcli::Fields;
 using orselcli::Filled;
 using orselcli::Harmless;
 using orselcli::HexDump;
+using orselcli::InLocaleCharacters;
 using orselcli::Table;
 using testing::ElementsAre;
 
@@ -23,6 +27,8 @@ TEST(TextFromACard, CannotSteerATerminal) {
     EXPECT_EQ(Harmless("plain J\u00f6rg \u20ac"), "plain J\u00f6rg \u20ac");
     EXPECT_EQ(Harmless("a\033[31mb\nc\x7f"), "a?[31mb?c?");
     EXPECT_EQ(Harmless("\u009b\u202e\u200b"), "???");
+    EXPECT_EQ(Harmless("\u2066\u2069\ufeff\u2028"), "????");
+    EXPECT_EQ(Harmless("\u2065\u206a\u2010\u2030\u00a0\ue000"), "\u2065\u206a\u2010\u2030\u00a0\ue000");
 }
 
 TEST(TextFromACard, IsUtf8OrQuestionMarks) {
@@ -31,6 +37,26 @@ TEST(TextFromACard, IsUtf8OrQuestionMarks) {
     EXPECT_EQ(Harmless("\xed\xa0\x80"), "???"); // half of a pair
     EXPECT_EQ(Harmless("\xf4\x90\x80\x80"), "????");
     EXPECT_EQ(Harmless("cut \xe2\x82"), "cut ??");
+    EXPECT_EQ(Harmless("\xe2x\x82 \xe2\x82y"), "?x? ??y"); // broken off in the middle
+    EXPECT_EQ(Harmless("\xf5\x80\x80\x80"), "????");
+}
+
+TEST(ATextForTheTerminal, IsInTheLocalesCharacters) {
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+    EXPECT_EQ(InLocaleCharacters("Gr\u00fc\u00dfe"), "Gr\u00fc\u00dfe");
+    std::setlocale(LC_CTYPE, "C");
+    EXPECT_EQ(InLocaleCharacters("Gr\u00fc\u00dfe"), "Gr\u00fc\u00dfe");
+    const TempDir locales;
+    const std::string name = "de_DE.ISO-8859-1";
+    OutputOf("localedef -f ISO-8859-1 -i de_DE " + locales.Path(name) + " 2>&1");
+    const ScopedVariable path("LOCPATH", locales.Path());
+    if (std::setlocale(LC_CTYPE, name.c_str()) == nullptr) {
+        GTEST_SKIP() << "this machine cannot make a locale of fewer characters";
+    }
+    EXPECT_EQ(InLocaleCharacters("Gr\u00fc\u00dfe \u2013 \u20ac"), "Gr\xfc\xdf"
+                                                                   "e - EUR");
+    EXPECT_EQ(InLocaleCharacters("cut \xe2\x82"), "cut \xe2\x82") << "what is no text stays";
+    std::setlocale(LC_CTYPE, "C.UTF-8");
 }
 
 TEST(ATextThatIsTooWide, EndsWithAnEllipsis) {

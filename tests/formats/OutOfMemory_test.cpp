@@ -173,7 +173,8 @@ TEST(WithoutMemory, ACertificateIsSavedWholeOrItFails) {
     slCertificate certificate = CertificateBuilder().Wrapped();
     const std::string whole = certificate.ToPem();
     bool hasFailed = false;
-    for (const bool isSaved : scarcememory::ResultsOf([&] { return certificate.SaveCert(dir.Path("saved")); })) {
+    for (const bool isSaved :
+         scarcememory::ResultsOf([&] { return certificate.SaveCert(dir.Path("saved")); })) {
         hasFailed = hasFailed || !isSaved;
     }
     EXPECT_TRUE(hasFailed);

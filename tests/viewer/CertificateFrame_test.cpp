@@ -184,10 +184,12 @@ TEST_F(ACertificateWindow, OffersItsCommandsInAMenu) {
             entries.push_back(item->IsSeparator() ? "-" : viewer::ToUtf8(item->GetItemLabelText()));
         }
         // A menu waits for the person.
-        g_idle_add([](void* menu) -> gboolean {
-            gtk_menu_popdown(GTK_MENU(menu));
-            return G_SOURCE_REMOVE;
-        }, event.GetMenu()->m_menu);
+        g_idle_add(
+            [](void* menu) -> gboolean {
+                gtk_menu_popdown(GTK_MENU(menu));
+                return G_SOURCE_REMOVE;
+            },
+            event.GetMenu()->m_menu);
     });
     wxContextMenuEvent wish(wxEVT_CONTEXT_MENU, m_Frame->list_rows->GetId());
     m_Frame->list_rows->GetEventHandler()->ProcessEvent(wish);
@@ -307,7 +309,8 @@ TEST_F(ACertificateWindow, SavesWhereThePersonChooses) {
     const TempDir dir;
     Open(CertificateBuilder());
     wxTEST_DIALOG(PressButton(ID_VIEWER_SAVE), Choose(dir.Path("chosen.pem")));
-    EXPECT_EQ(CertificateBuilder().Wrapped().ToPem().substr(0, 27), ContentOf(dir.Path("chosen.pem")).substr(0, 27));
+    EXPECT_EQ(CertificateBuilder().Wrapped().ToPem().substr(0, 27),
+              ContentOf(dir.Path("chosen.pem")).substr(0, 27));
 }
 
 TEST_F(ACertificateWindow, ClosesOnEscape) {

@@ -79,6 +79,20 @@ TEST_P(TheCommandLine, SaysTrueJsonOrNothing) {
     }
 }
 
+TEST_F(ACommandLineInTheZoo, SaysWhatALibraryLacksThatIsOfUseAllTheSame) {
+    Run("without_C_CardTransmit", {"doctor"});
+    EXPECT_EQ(m_Code, 0) << m_Error;
+    EXPECT_THAT(
+        m_Out, HasSubstr("The token library lacks C_CardTransmit.\n    Numbers, PIN states, insurance data"));
+}
+
+TEST_F(ACommandLineInTheZoo, SaysWhatALibraryLacksThatIsOfNoUse) {
+    Run("without_C_Sign", {"doctor"});
+    EXPECT_EQ(m_Code, 1);
+    EXPECT_THAT(m_Out, HasSubstr("The token library lacks C_Sign.\n"
+                                 "    Install another version of the token library.\n"));
+}
+
 // The first signal is noted for when the library comes back, the second one ends the process.
 TEST_F(ACommandLineInTheZoo, EndsByTheSecondSignalWhileTheLibraryDoesNotComeBack) {
     Process process(m_Deck.Folder(), {"list"}, With("NeverReturns"));
