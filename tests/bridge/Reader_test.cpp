@@ -17,7 +17,6 @@
 using orselbridge::Bytes;
 using orselbridge::CardReader;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using tokenlib::FromHex;
 using tokenlib::ToHex;
 

@@ -9,7 +9,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using tokenlib::BytesOf;
 using tokenlib::FlagValue;
-using tokenlib::NumberValue;
 
 class ASignatureByTheModule : public orseltest::ScriptTest {
 protected:

@@ -7,7 +7,6 @@
 
 using orseltest::ModuleScript;
 using testing::HasSubstr;
-using tokenlib::FlagValue;
 
 class TheListOfTokens : public orseltest::ScriptTest {
 protected:
