@@ -76,7 +76,7 @@ bool tkPKCS11::SendAPDU_HEX(std::string apduHex, std::string& responseHex) {
     }
     std::vector<unsigned char> response;
     SendAPDU(apdu, response); // a failure leaves nothing to convert, which is what is reported
-    if (BinData2HexStr(response, responseHex) < 1) {
+    if (BinData2HexStr(response, responseHex) == 0) {
         LogError("Fehler bei BinData2HexStr");
         return false;
     }

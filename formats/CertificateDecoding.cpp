@@ -18,10 +18,7 @@ constexpr std::size_t IP4_SIZE = 4;
 constexpr std::size_t IP6_SIZE = 16;
 
 std::string DottedOf(const ASN1_OBJECT* object) {
-    const int length = OBJ_obj2txt(nullptr, 0, object, 1);
-    if (length <= 0) {
-        return {};
-    }
+    const int length = std::max(0, OBJ_obj2txt(nullptr, 0, object, 1));
     std::string text(static_cast<std::size_t>(length) + 1, '\0');
     OBJ_obj2txt(text.data(), static_cast<int>(text.size()), object, 1);
     text.pop_back();
@@ -45,6 +42,12 @@ bool IsText(int type) {
     return (ASN1_tag2bit(type) & (B_ASN1_DIRECTORYSTRING)) != 0 || type == V_ASN1_IA5STRING;
 }
 
+/// Digits of what libcrypto has encoded, which is freed; none if it could not, which a negative size tells.
+std::string HexOfEncoded(unsigned char* der, int size) {
+    const BytesHandle owned(der);
+    return HexOf(std::vector<unsigned char>(der, der + std::max(0, size)));
+}
+
 std::string OtherNameOf(const OTHERNAME* name) {
     const int type = name->value->type;
     const std::string prefix = OidOf(name->type_id).m_Dotted + ":";
@@ -53,8 +56,7 @@ std::string OtherNameOf(const OTHERNAME* name) {
     }
     unsigned char* der = nullptr;
     const int size = i2d_ASN1_TYPE(name->value, &der);
-    const BytesHandle owned(der);
-    return prefix + (size > 0 ? HexOf(std::vector<unsigned char>(der, der + size)) : std::string());
+    return prefix + HexOfEncoded(der, size);
 }
 
 /// The whole name in DER as digits: for kinds that nobody uses.
@@ -62,8 +64,7 @@ std::string EncodedNameOf(const GENERAL_NAME* name) {
     unsigned char* der = nullptr;
     // libcrypto 1.1 does not promise to leave the name alone, but does.
     const int size = i2d_GENERAL_NAME(const_cast<GENERAL_NAME*>(name), &der);
-    const BytesHandle owned(der);
-    return size > 0 ? HexOf(std::vector<unsigned char>(der, der + size)) : std::string();
+    return HexOfEncoded(der, size);
 }
 
 std::string NameTextOf(const GENERAL_NAME* name) {

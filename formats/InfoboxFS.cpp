@@ -53,18 +53,13 @@ bool InfoboxFS::GetEntry(unsigned char tag, unsigned char& attributes, ByteArray
 }
 
 int InfoboxFS::LabelToTag(std::string label) const {
-    // The length decides first, and it is 3 for labels of 4 characters. So "RFU" is a label, "RFU1" and
-    // "RFU2" are none, and RFU2_INDEX never comes out: this is not the inverse of TagToLabel.
-    if (label.size() == 15) {
-        return label == IDENTITY_LINK_LABEL ? PERSONENBINDUNG_INDEX : 0;
+    // Both spare labels are told by their first three characters, which they share, and by no more. So "RFU"
+    // is a label, "RFU1" and "RFU2" are none, and RFU2_INDEX never comes out: this is not the inverse of
+    // TagToLabel.
+    if (label == "RFU") {
+        return RFU1_INDEX;
     }
-    if (label.size() == 3) {
-        if (label.compare(0, 3, RFU1_LABEL, 3) == 0) {
-            return RFU1_INDEX;
-        }
-        return label.compare(0, 3, RFU2_LABEL, 3) == 0 ? RFU2_INDEX : 0;
-    }
-    return 0;
+    return label == IDENTITY_LINK_LABEL ? PERSONENBINDUNG_INDEX : 0;
 }
 
 std::string InfoboxFS::TagToLabel(unsigned char tag) const {

@@ -51,7 +51,7 @@ void ReadCoordinate(std::vector<unsigned char>& data, std::size_t pos, int lengt
         data.size() - pos < static_cast<std::size_t>(length)) {
         return;
     }
-    std::array<unsigned char, LONGEST_COORDINATE * 5 / 2 + 3> digits{};
+    std::array<unsigned char, LONGEST_COORDINATE * 3> digits{}; // less than two and a half for a byte
     const int count = bin2decStr(data.data() + pos, length, digits.data());
     if (count < static_cast<int>(Size)) {
         std::copy_n(digits.begin(), std::max(count, 0), field);
@@ -70,15 +70,13 @@ PublicKeyData ParseKey(std::vector<unsigned char> data, int offset) {
 }
 
 PublicKeyData ParseRsaKey(std::vector<unsigned char> data, int offset) {
-    PublicKeyData key;
-    if (!HasTagAt(data, offset, SEQUENCE_TAG)) {
-        return key;
+    if (!HasTagAt(data, offset, SEQUENCE_TAG) ||
+        !HasWholeLength(data.data(), offset + 1, static_cast<int>(data.size()))) {
+        return {}; // an RSA key, of which nothing is known
     }
+    PublicKeyData key;
     key.m_KeyType = KEY_RSA;
     int pos = offset + 1;
-    if (!HasWholeLength(data.data(), pos, static_cast<int>(data.size()))) {
-        return key;
-    }
     getLen(data.data(), pos); // the integers tell their own lengths
     if (ReadInteger(data, pos, key.m_Modulus, key.m_ModulusLength)) {
         ReadInteger(data, pos, key.m_Exponent, key.m_ExponentLength);

@@ -10,6 +10,7 @@
 
 namespace Velmor {
 
+using intern::BytesOf;
 using intern::DecodeExtension;
 
 namespace {
@@ -45,13 +46,11 @@ std::vector<std::string> WithoutPrefix(const std::vector<std::string>& texts, co
 } // namespace
 
 std::vector<unsigned char> slCertificate::GetExtensionValue(int nid) const {
-    const int position = m_X509 != nullptr ? X509_get_ext_by_NID(m_X509, nid, -1) : -1;
-    if (position < 0) {
+    if (m_X509 == nullptr) {
         return {};
     }
-    const ::ASN1_OCTET_STRING* value = X509_EXTENSION_get_data(X509_get_ext(m_X509, position));
-    const unsigned char* data = ASN1_STRING_get0_data(value);
-    return std::vector<unsigned char>(data, data + ASN1_STRING_length(value));
+    X509_EXTENSION* extension = X509_get_ext(m_X509, X509_get_ext_by_NID(m_X509, nid, -1));
+    return BytesOf(X509_EXTENSION_get_data(extension)); // null gives null: there is none
 }
 
 std::vector<unsigned char> slCertificate::GetSKI() const {
@@ -68,8 +67,7 @@ const X509_EXTENSION* slCertificate::FindExtension(const std::string& oid) const
     if (m_X509 == nullptr || !object) {
         return nullptr;
     }
-    const int position = X509_get_ext_by_OBJ(m_X509, object.get(), 0);
-    return position >= 0 ? X509_get_ext(m_X509, position) : nullptr;
+    return X509_get_ext(m_X509, X509_get_ext_by_OBJ(m_X509, object.get(), 0));
 }
 
 bool slCertificate::GetExtAvailable(std::string oid) const {

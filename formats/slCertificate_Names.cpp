@@ -42,8 +42,8 @@ std::string Field(X509_NAME* name, int nid) {
 }
 
 bool CopyDer(X509_NAME* name, unsigned char* out, unsigned int& len) {
-    const int size = name != nullptr ? i2d_X509_NAME(name, nullptr) : -1;
-    if (size < 0) {
+    const int size = name != nullptr ? i2d_X509_NAME(name, nullptr) : 0;
+    if (size <= 0) {
         return false;
     }
     if (out != nullptr) {

@@ -168,12 +168,8 @@ void slCertificate::Asn1TimeToTimeParts(ASN1_STRING* time, unsigned short& year,
 }
 
 std::string slCertificate::Asn1TimeToString(ASN1_STRING* time) const {
-    unsigned short year = 0;
-    unsigned short month = 0;
-    unsigned short day = 0;
-    unsigned short hour = 0;
-    unsigned short minute = 0;
-    unsigned short second = 0;
+    std::array<unsigned short, 6> parts{};
+    auto& [year, month, day, hour, minute, second] = parts;
     Asn1TimeToTimeParts(time, year, month, day, hour, minute, second);
     std::array<char, 64> text;
     std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", year, month, day, hour, minute,

@@ -81,8 +81,6 @@ void Config::Destroy() {
     if (m_Id >= configs.size() || configs[m_Id] == nullptr) {
         return;
     }
-    m_Rows.clear();
-    FreeImplementation();
     configs[m_Id] = nullptr;
     delete this;
 }
@@ -92,7 +90,7 @@ bool Config::Init(const std::string& name, ConfigBackend backend) {
         return true;
     }
     m_Name = name;
-    FreeImplementation();
+    m_Implementation.reset();
     if (backend != CONFIG_BACKEND_XML) {
         return false;
     }
@@ -103,11 +101,6 @@ bool Config::Init(const std::string& name, ConfigBackend backend) {
 
 bool Config::Init(const std::string& name) {
     return Init(name, CONFIG_BACKEND_XML);
-}
-
-void Config::FreeImplementation() {
-    m_Implementation.reset();
-    m_Initialised = false;
 }
 
 bool Config::AddConfig(unsigned int id, ConfigType type, const std::string& key, const std::string& path,

@@ -125,7 +125,6 @@ protected:
 private:
     /// The row if there is a store as well, else null.
     sConfig* RowOfStore(unsigned int id) const;
-    void FreeImplementation();
 
     std::string m_Name;
     std::map<unsigned int, std::unique_ptr<sConfig>> m_Rows;

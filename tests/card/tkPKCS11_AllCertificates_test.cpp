@@ -10,6 +10,17 @@ using testing::IsEmpty;
 using testing::Return;
 using namespace Velmor;
 
+namespace {
+
+int g_FreedMarks = 0;
+
+/// Called by libcrypto for each certificate that it frees, with the mark that a test has put on it.
+void CountMark(void*, void* mark, CRYPTO_EX_DATA*, int, long, void*) {
+    g_FreedMarks += mark != nullptr ? 1 : 0;
+}
+
+} // namespace
+
 class AllCertificates : public CardCertificates {
 protected:
     std::vector<std::string> Holders() {
@@ -75,6 +86,21 @@ TEST_F(AllCertificates, GoOnBehindACardThatFails) {
     EXPECT_FALSE(m_Card.LoadAllCerts());
     EXPECT_THAT(Holders(), ElementsAre("Eva"));
     EXPECT_THAT(m_Log.Errors(), ElementsAre("PKCS11 Proc_C_FindObjectsInit0x30", "PKCS11 FindObjects"));
+}
+
+TEST_F(AllCertificates, AreFreedWithTheCardObject) {
+    const int index = X509_get_ex_new_index(0, nullptr, nullptr, nullptr, CountMark);
+    BindLibrary();
+    {
+        ProbedCard card;
+        for (const char* const holder : {"Anna", "Eva"}) {
+            card.m_CertVector.push_back(new slCertificate(OfHolder(holder).Wrapped()));
+            X509_set_ex_data(card.m_CertVector.back()->GetX509(), index, &g_FreedMarks);
+        }
+        EXPECT_EQ(g_FreedMarks, 0);
+    }
+    EXPECT_EQ(g_FreedMarks, 2);
+    CRYPTO_free_ex_index(CRYPTO_EX_INDEX_X509, index);
 }
 
 TEST_F(AllCertificates, NeedALibraryAndASlotList) {

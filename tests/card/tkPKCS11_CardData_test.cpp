@@ -237,6 +237,22 @@ TEST_F(UpdateOfIdentityLink, WritesTheFirstObjectWithExactlyItsBytes) {
     EXPECT_THAT(m_Log.Errors(), IsEmpty());
 }
 
+TEST_F(UpdateOfIdentityLink, TakesTheCardFromWhicheverReaderItIsIn) {
+    for (const CK_SLOT_ID slot : {100U, 102U}) {
+        std::vector<CK_TOKEN_INFO> tokens(3, Token("a", "1"));
+        tokens[slot - 100] = Token("b", m_Cin + "3456");
+        BindLibrary();
+        PlanSlots(tokens);
+        PlanOpen(slot, 12);
+        PlanSearch(IDENTITY_LINK, {OBJECT});
+        PlanLogin(CKR_OK);
+        PlanWrite(OBJECT, m_Data, CKR_OK);
+        PlanLogout();
+        PlanClose(12);
+        EXPECT_TRUE(Update());
+    }
+}
+
 TEST_F(UpdateOfIdentityLink, NeedsTheCard) {
     m_Data.clear(); // not looked at yet
     PlanNoCard();

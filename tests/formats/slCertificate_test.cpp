@@ -262,6 +262,13 @@ TEST(SlCertificateLoading, ALengthAboveTheRangeOfIntIsNotTakenForAZeroTerminated
     EXPECT_FALSE(certificate.LoadFromBuffer(nullptr, 10));
 }
 
+TEST(SlCertificateLoading, TheGreatestIntIsStillALength) {
+    const Bytes der = CertificateBuilder().Der();
+    slCertificate certificate;
+    EXPECT_TRUE(certificate.LoadFromBuffer(der.data(), INT_MAX)); // nothing behind the certificate is read
+    EXPECT_EQ(der, certificate.ToBin());
+}
+
 TEST(SlCertificateLoading, ReadsBase64WithAndWithoutArmour) {
     const CertificateBuilder builder;
     const std::string pem = builder.Pem();

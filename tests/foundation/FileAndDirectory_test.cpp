@@ -2,6 +2,7 @@
 #include "foundation/FileAndDirectory.h"
 
 #include <algorithm>
+#include <fstream>
 #include <random>
 #include <thread>
 
@@ -22,6 +23,18 @@ namespace {
 
 bool IsDirectory(const std::string& path) {
     return std::filesystem::is_directory(path);
+}
+
+/// How often this process has asked the kernel to write.
+long WritesOfThisProcess() {
+    std::ifstream accounts("/proc/self/io");
+    std::string name;
+    for (long count = 0; accounts >> name >> count;) {
+        if (name == "syscw:") {
+            return count;
+        }
+    }
+    return -1;
 }
 
 /// Reads from `pipe` until the writer closes it. After the first bytes it cuts `source` off.
@@ -269,6 +282,17 @@ TEST(CopyFile, CopiesEveryByte) {
         EXPECT_TRUE(CopyFile(dir.File("from", content), to));
         EXPECT_EQ(content, ContentOf(to));
     }
+}
+
+TEST(CopyFile, HandsEachBlockOutBeforeTheNext) {
+    const TempDir dir;
+    const std::string from = dir.File("from", std::string(20 * 1024, 'x'));
+    const long before = WritesOfThisProcess();
+    if (before < 0) {
+        GTEST_SKIP() << "the kernel keeps no account of this process's writes";
+    }
+    EXPECT_TRUE(CopyFile(from, dir.Path("to")));
+    EXPECT_GE(WritesOfThisProcess() - before, 20);
 }
 
 TEST(CopyFile, FromAMissingSourceLeavesAnEmptyTargetBehind) {
