@@ -11,6 +11,8 @@
 
 using orseltest::CardOptions;
 using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
 using testing::Not;
 
 namespace {
@@ -44,6 +46,8 @@ TEST_F(WhatIsHeard, NamesEveryControl) {
     ExpectNames(*m_Frame);
     const std::vector<std::string> names = widgets::NamesOfFocusable(*m_Frame);
     EXPECT_THAT(names, Contains("Zertifikat anzeigen, Signaturzertifikat"));
+    EXPECT_THAT(names, Contains("Zertifikat anzeigen, Geheimhaltungszertifikat"));
+    EXPECT_THAT(names, Contains("Infobox anzeigen, Infoboxbereich"));
     EXPECT_THAT(names, Contains("Karten neu einlesen"));
     EXPECT_THAT(names, Contains("Karten: 1"));
     ProbedTestDialog test(m_Frame.get());
@@ -70,6 +74,30 @@ TEST_F(WhatIsHeard, TellsThatThereIsNoCard) {
     Open();
     EXPECT_EQ(Selected(), "Keine Karte");
     EXPECT_THAT(widgets::NamesOfFocusable(*m_Frame), Contains("Karten: 0"));
+}
+
+TEST_F(WhatIsHeard, TellsTheCardThatIsSelectedAndOfNoneWhereNoneIs) {
+    wxListEvent selected(wxEVT_LIST_ITEM_SELECTED, ID_CARD_LIST);
+    const auto select = [&] { m_Frame->list_cards->GetEventHandler()->ProcessEvent(selected); };
+    Open();
+    EXPECT_THAT(widgets::HeardDuring(*m_Frame->list_cards, select), IsEmpty());
+    m_Deck.Add("acos-a03", CardOptions().Serial("0401270843567891").Holder("Jörg Weißenböck"));
+    Reload();
+    if (widgets::HasAnnouncements()) {
+        EXPECT_THAT(widgets::HeardDuring(*m_Frame->list_cards, select),
+                    ElementsAre("0401270843567891, Jörg Weißenböck, Orsel Carta ACOS 03"));
+    }
+}
+
+TEST_F(WhatIsHeard, TellsTheNewsOfTheStatusLine) {
+    Open();
+    m_Frame->SetStatus("Erste Nachricht", false); // shows the line
+    const auto heard = widgets::HeardDuring(*m_Frame->label_status,
+                                            [this] { m_Frame->SetStatus("Zweite Nachricht", true); });
+    EXPECT_THAT(heard, Contains("showing"));
+    if (widgets::HasAnnouncements()) {
+        EXPECT_THAT(heard, Contains("Zweite Nachricht"));
+    }
 }
 
 TEST_F(WhatIsHeard, TellsNewsFromDecoration) {

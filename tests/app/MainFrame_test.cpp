@@ -14,6 +14,7 @@
 #include "images/Images.h"
 #include "tests/app/ProbedFrame.h"
 #include "tests/support/GuiTest.h"
+#include "tests/support/Widgets.h"
 
 using testing::Each;
 using testing::ElementsAre;
@@ -208,8 +209,14 @@ TEST_F(TheMainWindow, HasOneListOfChipImagesForBothSizes) {
     int height = 0;
     ASSERT_TRUE(m_Frame->m_imageList->GetSize(0, width, height));
     EXPECT_EQ(wxSize(width, height), wxSize(31, 22));
+    EXPECT_NE(m_Frame->m_imageList->GetBitmap(0).GetMask(), nullptr); // the row is seen around the chip
     EXPECT_EQ(m_Frame->list_cards->GetImageList(wxIMAGE_LIST_NORMAL), m_Frame->m_imageList);
     EXPECT_EQ(m_Frame->list_cards->GetImageList(wxIMAGE_LIST_SMALL), m_Frame->m_imageList);
+}
+
+TEST_F(TheMainWindow, StartsWithoutItsBusyDialogAndSaysThatThereIsNoCard) {
+    EXPECT_FALSE(m_Frame->m_pleaseWait.IsShown());
+    EXPECT_EQ(widgets::DescriptionOf(*m_Frame->list_cards), "Keine Karte");
 }
 
 TEST_F(TheMainWindow, StartsWithAHiddenStatusLine) {

@@ -80,6 +80,22 @@ TEST_F(AnInfoboxOnACard, HoldsThreeRowsWhateverACardWithoutAContainerHolds) {
     EXPECT_THAT(Calls(), ElementsAre("C_GetSlotList", "C_GetSlotList", "C_GetTokenInfo")); // no session
 }
 
+TEST_F(AnInfoboxOnACard, GivesRowsThatAreTooLongForTheListTheirRoomAndTakesNoneFromThePages) {
+    Insert("acos-a03");
+    Open();
+    ASSERT_TRUE(RunUntil([this] { return HasBorder(*m_Dialog); }));
+    const int window = m_Dialog->GetSize().GetWidth();
+    const int list = m_Dialog->list_box->GetSize().GetWidth();
+    const int pages = m_Dialog->notebook->GetSize().GetWidth();
+    m_Dialog->list_box->SetFont(m_Dialog->GetFont().Scaled(3));
+    m_Dialog->Load();
+    const int needed = m_Dialog->list_box->GetTextExtent("Personenbindung").x + 12;
+    ASSERT_GT(needed, list);
+    EXPECT_EQ(m_Dialog->list_box->GetSize().GetWidth(), needed);
+    EXPECT_EQ(m_Dialog->notebook->GetSize().GetWidth(), pages);
+    EXPECT_EQ(m_Dialog->GetSize().GetWidth(), window + needed - list);
+}
+
 TEST_F(AnInfoboxOnACard, AsksTheTokenAndThenReadsTheContainerInOneSession) {
     Insert("acos-a04");
     Open();

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "tests/dialogs/ProbedInfobox.h"
+#include "tests/support/Widgets.h"
 
 using testing::ElementsAre;
 
@@ -85,6 +86,7 @@ TEST_F(TheInfoboxDialog, HasPagesOfOneTextEach) {
                   wxTAB_TRAVERSAL | wxBORDER_NONE);
         EXPECT_EQ(row.m_Text->GetParent(), row.m_Page);
         EXPECT_EQ(row.m_Text->GetWindowStyle() & (STYLE | MORE | wxTE_DONTWRAP), STYLE | row.m_MoreStyle);
+        EXPECT_EQ(row.m_Text->GetWindowStyle() & ~MORE, m_Dialog.text_text->GetWindowStyle());
         EXPECT_FALSE(row.m_Text->IsEditable());
         EXPECT_EQ(row.m_Text->GetValue(), "");
         EXPECT_THAT(PlacementsIn(*row.m_Page->GetSizer()),
@@ -122,6 +124,18 @@ TEST_F(TheInfoboxDialog, PlacesTheListBesideTheContentAndTheClosingButtonBelow) 
 TEST_F(TheInfoboxDialog, GivesTheListAQuarterOfTheWidth) {
     const int list = m_Dialog.list_box->GetSize().GetWidth() + 6;
     EXPECT_NEAR(4 * list, m_Dialog.GetClientSize().GetWidth(), 7);
+}
+
+TEST(TheInfoboxDialogInALargeFont, IsLargeEnoughForItsButtons) {
+    widgets::UseFont("Sans 10", 4 * 96);
+    ProbedInfobox dialog;
+    EXPECT_GT(dialog.GetSize().GetWidth(), 600);
+    for (const wxButton* button : {dialog.button_encrypt, dialog.button_close}) {
+        EXPECT_GE(button->GetSize().GetWidth(), button->GetBestSize().GetWidth());
+        EXPECT_LE(button->GetRect().GetRight(), dialog.GetClientSize().GetWidth());
+        EXPECT_LE(button->GetRect().GetBottom(), dialog.GetClientSize().GetHeight());
+    }
+    widgets::UseFont("Sans 10", 96);
 }
 
 TEST_F(TheInfoboxDialog, StandsInTheMiddleOfItsParent) {

@@ -41,6 +41,25 @@ TEST_F(TheBusyDialog, ComesUpAsLargeAsStatedWhateverItLostWhileHidden) {
     EXPECT_EQ(m_Dialog.GetSize(), wxSize(220, 100));
 }
 
+TEST_F(TheBusyDialog, TellsWhetherItWasShownOrHiddenByTheCall) {
+    EXPECT_FALSE(m_Dialog.Show(false));
+    EXPECT_TRUE(m_Dialog.Show(true));
+    EXPECT_FALSE(m_Dialog.Show(true));
+    EXPECT_TRUE(m_Dialog.Show(false));
+}
+
+TEST_F(TheBusyDialog, GrowsFromItsMiddleForATextThatNeedsMoreRoom) {
+    wxWindow* label = m_Dialog.GetSizer()->GetItem(1)->GetWindow();
+    label->SetFont(label->GetFont().Scaled(4));
+    const wxRect before = m_Dialog.GetRect();
+    m_Dialog.Show(true);
+    const wxRect after = m_Dialog.GetRect();
+    EXPECT_GE(after.width, label->GetTextExtent("Bitte warten...").x);
+    EXPECT_GT(after.width, before.width);
+    EXPECT_NEAR(2 * after.x + after.width, 2 * before.x + before.width, 2);
+    EXPECT_NEAR(2 * after.y + after.height, 2 * before.y + before.height, 2);
+}
+
 TEST_F(TheBusyDialog, SaysOneLineBetweenTwoFillers) {
     wxSizer& row = *m_Dialog.GetSizer();
     wxWindow* label = row.GetItem(1)->GetWindow();

@@ -4,8 +4,11 @@
 
 #include <wx/frame.h>
 
+#include <utility>
+
 #include "images/Images.h"
 #include "tests/dialogs/ProbedTestDialog.h"
+#include "tests/support/Widgets.h"
 
 using testing::ElementsAre;
 
@@ -101,6 +104,21 @@ TEST_F(TheSignatureTest, KeepsItsControlsAtLeastAsLargeAsStated) {
     EXPECT_EQ(m_Dialog.panel_right->GetMinSize(), wxSize(5, 38));
     EXPECT_EQ(m_Dialog.combo_hash->GetMinSize(), wxSize(94, 22));
     EXPECT_EQ(m_Dialog.panel_height->GetSize(), wxSize(1, 38));
+    EXPECT_EQ(m_Dialog.panel_height->GetMinSize(), wxSize(1, 38));
+}
+
+TEST_F(TheSignatureTest, TellsPeopleWhoHearItWhatItsFieldsAreAndNothingOfItsPanels) {
+    m_Dialog.Show(true);
+    ASSERT_TRUE(RunUntil([this] { return widgets::IsUp(m_Dialog); }));
+    EXPECT_THAT(widgets::NamesOfFocusable(m_Dialog),
+                testing::UnorderedElementsAre("Zu signierender Text", "Signatur in Base64", "Hashalgorithmus",
+                                              "Unterschreiben", "Prüfen", "Dialog schließen"));
+    for (const wxWindow* decoration :
+         std::initializer_list<wxWindow*>{m_Dialog.panel_gap, m_Dialog.panel_left, m_Dialog.bitmap_status,
+                                          m_Dialog.panel_right, m_Dialog.panel_height}) {
+        EXPECT_EQ(widgets::RoleOf(*decoration), "filler");
+    }
+    EXPECT_EQ(widgets::RoleOf(*m_Dialog.label_status), "notification");
 }
 
 TEST_F(TheSignatureTest, BeginsWithTheFocusOnTheButtonThatSigns) {
@@ -322,6 +340,24 @@ TEST_F(TheStatusOfTheSignatureTest, IsHiddenByAnEmptyTextWhichLeavesTheTimerAlon
     EXPECT_EQ(m_Dialog.label_status->GetLabel(), "Fertig");
     EXPECT_TRUE(m_Dialog.m_fadeTimer.IsRunning());
     EXPECT_EQ(m_Dialog.m_Intervals.size(), 1U);
+}
+
+TEST_F(TheStatusOfTheSignatureTest, HasItsIconDrawnAnewForAnEmptyTextToo) {
+    class Noting : public wxStaticBitmap {
+    public:
+        using wxStaticBitmap::wxStaticBitmap;
+        void Refresh(bool eraseBackground, const wxRect* rect) override {
+            ++m_Refreshes;
+            wxStaticBitmap::Refresh(eraseBackground, rect);
+        }
+        int m_Refreshes = 0;
+    };
+    auto* const icon = new Noting(&m_Dialog, wxID_ANY, wxNullBitmap);
+    wxStaticBitmap* const before = std::exchange(m_Dialog.bitmap_status, icon);
+    icon->m_Refreshes = 0;
+    m_Dialog.SetStatus("", false);
+    EXPECT_GT(icon->m_Refreshes, 0);
+    m_Dialog.bitmap_status = before;
 }
 
 TEST_F(TheStatusOfTheSignatureTest, RenewsTheLayoutForAnEmptyTextToo) {

@@ -212,6 +212,36 @@ std::string DescriptionOf(const wxWindow& control) {
     return found;
 }
 
+bool HasAnnouncements() {
+    return g_signal_lookup("announcement", ATK_TYPE_OBJECT) != 0;
+}
+
+std::vector<std::string> HeardDuring(const wxWindow& window, const std::function<void()>& action) {
+    Texts heard;
+    VisitAll(window.GetHandle(), [&heard](GtkWidget* widget) {
+        AtkObject* object = gtk_widget_get_accessible(widget);
+        g_signal_connect(object, "state-change::showing",
+                         G_CALLBACK(+[](AtkObject*, const char*, gboolean isSet, gpointer data) {
+                             if (isSet != FALSE) {
+                                 static_cast<Texts*>(data)->emplace_back("showing");
+                             }
+                         }),
+                         &heard);
+        if (HasAnnouncements()) {
+            g_signal_connect(object, "announcement",
+                             G_CALLBACK(+[](AtkObject*, const char* text, gpointer data) {
+                                 static_cast<Texts*>(data)->emplace_back(text);
+                             }),
+                             &heard);
+        }
+    });
+    action();
+    VisitAll(window.GetHandle(), [&heard](GtkWidget* widget) {
+        g_signal_handlers_disconnect_by_data(gtk_widget_get_accessible(widget), &heard);
+    });
+    return heard;
+}
+
 /// The toolkit of the older release ends the program when pixels are asked for that a window's surface still
 /// has to draw. The call that GTK now wants instead leads to another surface.
 static void Flush(GdkWindow* window) {

@@ -7,6 +7,7 @@
 #include <wx/gdicmn.h>
 #include <wx/image.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,6 +28,13 @@ std::vector<std::string> NamesOfFocusable(const wxWindow& window);
 
 /// What the bus says of a control beside its name.
 std::string DescriptionOf(const wxWindow& control);
+
+/// Whether the bus has announcements, which it has had since ATK 2.46.
+bool HasAnnouncements();
+
+/// What a window and its controls announce to people who hear them during an action; "showing" for a control
+/// that says by its state that there is news.
+std::vector<std::string> HeardDuring(const wxWindow& window, const std::function<void()>& action);
 
 /// What the bus says that a window is.
 std::string RoleOf(const wxWindow& window);
