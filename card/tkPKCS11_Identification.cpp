@@ -69,10 +69,7 @@ std::string tkPKCS11::ReadATR(bool force) {
 }
 
 void tkPKCS11::SetAtr(unsigned char* atr, unsigned long len) {
-    m_Atr.clear();
-    if (len > 0) {
-        BinData2HexStr(std::vector<unsigned char>(atr, atr + len), m_Atr);
-    }
+    BinData2HexStr(std::vector<unsigned char>(atr, atr + len), m_Atr);
 }
 
 bool tkPKCS11::AtrCmp(std::string atr, std::string prefix) {
@@ -158,14 +155,14 @@ void tkPKCS11::LoadOrselClientVersion(int* version) {
     OrselClientConfig::Load();
     std::string text;
     OrselClientConfig::GetHandle()->GetString(OrselClientConfig::ID_VERSION, text);
-    int fields[4];
+    decltype(m_ClientVersion) fields;
     if (std::sscanf(text.c_str(), "%d.%d.%d.%d", &fields[0], &fields[1], &fields[2], &fields[3]) == 4) {
         std::copy(std::begin(fields), std::end(fields), version);
     }
 }
 
 std::string tkPKCS11::GetOrselClientVersion() {
-    int version[4];
+    decltype(m_ClientVersion) version;
     LoadOrselClientVersion(version);
     char text[64];
     std::snprintf(text, sizeof(text), "%d.%d.%d.%d", version[0], version[1], version[2], version[3]);

@@ -257,6 +257,20 @@ TEST_F(Pins, AreInitialisedAfterTheCardTypeHasBeenLoaded) {
     EXPECT_EQ(m_Card.m_CardType, CARD_ECARD_G2);
 }
 
+TEST_F(Pins, OfAnObjectThatIsClaimedAndNotHandedOutAreThoseOfNoObject) {
+    m_Card.m_CardType = CARD_ACOS_A04;
+    EXPECT_CALL(m_Library, FindObjectsInit(9, _, 2)).Times(2).WillRepeatedly(Return(CKR_OK));
+    EXPECT_CALL(m_Library, FindObjects(9, _, 1, _))
+        .Times(2)
+        .WillRepeatedly(DoAll(SetArgPointee<3>(1), Return(CKR_OK)));
+    EXPECT_CALL(m_Library, FindObjectsFinal(9)).Times(2).WillRepeatedly(Return(CKR_OK));
+    EXPECT_CALL(m_Library, SetAttributeValue(9, CK_INVALID_HANDLE, _, _))
+        .Times(2)
+        .WillRepeatedly(Return(CKR_OBJECT_HANDLE_INVALID));
+    EXPECT_EQ(m_Card.ChangePIN(ApplSignature), P11_ERROR);
+    EXPECT_EQ(m_Card.InitPIN(ApplSignature), P11_PIN_INCORRECT);
+}
+
 // --- GetPINStatus ------------------------------------------------------------------------------------------
 
 class PinStatus : public Pins {

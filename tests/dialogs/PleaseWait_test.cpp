@@ -60,6 +60,28 @@ TEST_F(TheBusyDialog, GrowsFromItsMiddleForATextThatNeedsMoreRoom) {
     EXPECT_NEAR(2 * after.y + after.height, 2 * before.y + before.height, 2);
 }
 
+TEST_F(TheBusyDialog, MeasuresItsTextAtTheFirstShowingAlone) {
+    m_Dialog.Show(true);
+    const wxSize before = m_Dialog.GetSize();
+    m_Dialog.Show(false);
+    wxWindow* label = m_Dialog.GetSizer()->GetItem(1)->GetWindow();
+    label->SetFont(label->GetFont().Scaled(4));
+    m_Dialog.Show(true);
+    EXPECT_EQ(m_Dialog.GetSize(), before);
+}
+
+TEST_F(TheBusyDialog, GoesBackToItsPlaceAndSizeWhateverMovesItWhileItShows) {
+    m_Dialog.Show(true);
+    const wxRect stated = m_Dialog.GetRect();
+    wxMoveEvent moved;
+    wxSizeEvent sized;
+    for (wxEvent* const event : std::initializer_list<wxEvent*>{&moved, &sized}) {
+        m_Dialog.SetSize(wxRect(stated.GetPosition() + wxPoint(50, 40), stated.GetSize()));
+        m_Dialog.GetEventHandler()->ProcessEvent(*event);
+        EXPECT_EQ(m_Dialog.GetRect(), stated);
+    }
+}
+
 TEST_F(TheBusyDialog, SaysOneLineBetweenTwoFillers) {
     wxSizer& row = *m_Dialog.GetSizer();
     wxWindow* label = row.GetItem(1)->GetWindow();
