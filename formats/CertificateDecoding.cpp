@@ -152,9 +152,13 @@ std::vector<CertificateName> NamesOf(const GENERAL_NAMES* names) {
 }
 
 std::string DirectoryNameOf(const X509_NAME* name) {
-    const BioHandle stream(BIO_new(BIO_s_mem()));
     constexpr unsigned long READABLE = XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
-    if (name == nullptr || !stream || X509_NAME_print_ex(stream.get(), name, 0, READABLE) < 0) {
+    return PrintedNameOf(name, READABLE);
+}
+
+std::string PrintedNameOf(const X509_NAME* name, unsigned long flags) {
+    const BioHandle stream(BIO_new(BIO_s_mem()));
+    if (name == nullptr || !stream || X509_NAME_print_ex(stream.get(), name, 0, flags) < 0) {
         return {};
     }
     char* text = nullptr;

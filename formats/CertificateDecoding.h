@@ -28,6 +28,8 @@ CertificateName NameOf(const GENERAL_NAME* name);
 std::vector<CertificateName> NamesOf(const GENERAL_NAMES* names);
 /// The form of RFC 2253, in UTF-8.
 std::string DirectoryNameOf(const X509_NAME* name);
+/// The form of libcrypto's flags for names; empty if that is impossible.
+std::string PrintedNameOf(const X509_NAME* name, unsigned long flags);
 
 /// The decoded extension, if there is exactly one of this kind.
 template <typename Handle>

@@ -4,11 +4,10 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
 
 #include <openssl/objects.h>
 
-#include "formats/OpenSslHandle.h"
+#include "formats/CertificateDecoding.h"
 
 namespace Velmor {
 
@@ -56,14 +55,10 @@ bool CopyDer(X509_NAME* name, unsigned char* out, unsigned int& len) {
     return true;
 }
 
+/// Up to the first zero byte, which some flags leave in.
 std::string Print(const X509_NAME* name, unsigned long flags) {
-    const BioHandle stream(BIO_new(BIO_s_mem()));
-    if (name == nullptr || !stream || X509_NAME_print_ex(stream.get(), name, 0, flags) < 0) {
-        return {};
-    }
-    char* text = nullptr;
-    const long size = BIO_get_mem_data(stream.get(), &text);
-    return size > 0 ? std::string(text, strnlen(text, size)) : std::string();
+    const std::string text = intern::PrintedNameOf(name, flags);
+    return text.substr(0, text.find('\0'));
 }
 
 std::string HashText(unsigned long hash) {

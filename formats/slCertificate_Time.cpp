@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <iterator>
 
 namespace Velmor {
 
@@ -108,9 +109,9 @@ int SubStrToInt(unsigned char* text, int offset, int count) {
     if (count > MOST_DIGITS) {
         return 0;
     }
-    std::array<char, MOST_DIGITS + 1> digits{};
-    std::copy_n(text + offset, count, digits.begin());
-    return static_cast<int>(std::strtol(digits.data(), nullptr, 10));
+    std::string digits;
+    std::copy_n(text + offset, count, std::back_inserter(digits));
+    return static_cast<int>(std::strtol(digits.c_str(), nullptr, 10));
 }
 
 std::time_t ASN1_TIME_to_time_t(const ASN1_STRING* time) {
