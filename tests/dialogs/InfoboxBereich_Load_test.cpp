@@ -2,9 +2,13 @@
 // From the card to the list, over the simulated token library.
 #include "dialogs/InfoboxBereich.h"
 
+#include <wx/display.h>
+
 #include <algorithm>
+#include <cstdlib>
 
 #include "tests/dialogs/ProbedInfobox.h"
+#include "tests/support/Widgets.h"
 
 using orselsim::Bytes;
 using testing::ElementsAre;
@@ -80,20 +84,46 @@ TEST_F(AnInfoboxOnACard, HoldsThreeRowsWhateverACardWithoutAContainerHolds) {
     EXPECT_THAT(Calls(), ElementsAre("C_GetSlotList", "C_GetSlotList", "C_GetTokenInfo")); // no session
 }
 
-TEST_F(AnInfoboxOnACard, GivesRowsThatAreTooLongForTheListTheirRoomAndTakesNoneFromThePages) {
-    Insert("acos-a03");
-    Open();
-    ASSERT_TRUE(RunUntil([this] { return HasBorder(*m_Dialog); }));
-    const int window = m_Dialog->GetSize().GetWidth();
-    const int list = m_Dialog->list_box->GetSize().GetWidth();
-    const int pages = m_Dialog->notebook->GetSize().GetWidth();
-    m_Dialog->list_box->SetFont(m_Dialog->GetFont().Scaled(3));
-    m_Dialog->Load();
-    const int needed = m_Dialog->list_box->GetTextExtent("Personenbindung").x + 12;
-    ASSERT_GT(needed, list);
-    EXPECT_EQ(m_Dialog->list_box->GetSize().GetWidth(), needed);
-    EXPECT_EQ(m_Dialog->notebook->GetSize().GetWidth(), pages);
-    EXPECT_EQ(m_Dialog->GetSize().GetWidth(), window + needed - list);
+namespace {
+
+class AListWithLongRows : public AnInfoboxOnACard {
+protected:
+    void SetUp() override {
+        Insert("acos-a03");
+        Open();
+        ExpectSettled();
+    }
+    /// The window is up, and its list has a quarter of it.
+    void ExpectSettled() {
+        ASSERT_TRUE(RunUntil([this] {
+            return HasBorder(*m_Dialog) && widgets::IsUp(*m_Dialog) && Pages() > 100 &&
+                   std::abs(4 * (List() + 6) - m_Dialog->GetClientSize().GetWidth()) <= 7;
+        }));
+        RunFor(100);
+    }
+    void LoadInFont(float scale) {
+        m_Dialog->list_box->SetFont(m_Dialog->GetFont().Scaled(scale));
+        m_Dialog->Load();
+    }
+    int List() { return m_Dialog->list_box->GetSize().GetWidth(); }
+    int Pages() { return m_Dialog->notebook->GetSize().GetWidth(); }
+    int Needed() { return m_Dialog->list_box->GetTextExtent("Personenbindung").x + 12; }
+};
+
+} // namespace
+
+TEST_F(AListWithLongRows, GetsTheirRoomAndTakesNoneFromThePages) {
+    const int pages = Pages();
+    LoadInFont(3);
+    EXPECT_TRUE(RunUntil([&] { return List() == Needed() && Pages() == pages; }))
+        << List() << " of " << Needed() << ", " << Pages() << " of " << pages;
+}
+
+TEST_F(AListWithLongRows, TakesItFromThePagesWhereTheScreenHasNoneLeft) {
+    m_Dialog->SetSize(wxDisplay(0U).GetClientArea().GetWidth(), 400);
+    ExpectSettled();
+    LoadInFont(6);
+    EXPECT_EQ(List(), Needed());
 }
 
 TEST_F(AnInfoboxOnACard, AsksTheTokenAndThenReadsTheContainerInOneSession) {
