@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tokenlib/PublicParts.h"
 
-#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -10,19 +9,17 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 
+#include "tokenlib/OpenSslHandles.h"
+
 using tokenlib::Bytes;
+using tokenlib::KeyContextPtr;
+using tokenlib::KeyPtr;
 using tokenlib::PublicPartsOf;
 
 namespace {
 
-struct FreeKey {
-    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-    void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
-};
-using KeyPtr = std::unique_ptr<EVP_PKEY, FreeKey>;
-
 KeyPtr NewKey(int type, int encoding = OPENSSL_EC_NAMED_CURVE) {
-    const std::unique_ptr<EVP_PKEY_CTX, FreeKey> context(EVP_PKEY_CTX_new_id(type, nullptr));
+    const KeyContextPtr context(EVP_PKEY_CTX_new_id(type, nullptr));
     EXPECT_EQ(1, EVP_PKEY_keygen_init(context.get()));
     if (type == EVP_PKEY_EC) {
         EXPECT_EQ(1, EVP_PKEY_CTX_set_ec_paramgen_curve_nid(context.get(), NID_X9_62_prime256v1));
