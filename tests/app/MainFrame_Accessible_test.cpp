@@ -33,13 +33,6 @@ protected:
 
 } // namespace
 
-TEST_F(WhatIsHeard, IsThatThereIsNoCardWhereASelectionComesTooLate) {
-    Open();
-    wxListEvent event(wxEVT_LIST_ITEM_SELECTED, m_Frame->list_cards->GetId());
-    m_Frame->list_cards->GetEventHandler()->ProcessEvent(event);
-    EXPECT_EQ("Keine Karte", Selected());
-}
-
 TEST_F(WhatIsHeard, NamesEveryControl) {
     m_Deck.Add("acos-a04");
     Open();
