@@ -13,6 +13,11 @@ static wxCommandEvent MenuEvent(int id) {
     return event;
 }
 
+/// A buffer without data is that of a text which could not be converted.
+static std::string UpToZero(const wxScopedCharBuffer& bytes) {
+    return bytes.data() != nullptr ? std::string(bytes.data()) : std::string();
+}
+
 void SendEvent(wxEvtHandler* target, int id) {
     wxPostEvent(target, MenuEvent(id));
 }
@@ -51,13 +56,11 @@ std::string WxStr2Locale(wxString text) {
 }
 
 std::string WxStr2Ascii(wxString text) {
-    const wxCharBuffer bytes = text.ToAscii();
-    return bytes.data() != nullptr ? std::string(bytes.data()) : std::string();
+    return UpToZero(text.ToAscii());
 }
 
 std::string WxStr2MB(wxString text) {
-    const wxCharBuffer bytes(text.mb_str(wxConvLibc));
-    return bytes.data() != nullptr ? std::string(bytes.data()) : std::string();
+    return UpToZero(text.mb_str(wxConvLibc));
 }
 
 } // namespace Velmor
