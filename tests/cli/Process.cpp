@@ -63,11 +63,15 @@ void Process::Begin(const std::vector<std::string>& arguments, const Wish& wish)
 }
 
 void Process::Become(const std::vector<std::string>& arguments) {
-    std::vector<char*> words = {const_cast<char*>(ORSEL_CLI)};
+    constexpr const char* PROGRAM[] = {ORSEL_CLI_COMMAND}; // behind the emulator of another machine's program
+    std::vector<char*> words;
+    for (const char* word : PROGRAM) {
+        words.push_back(const_cast<char*>(word));
+    }
     for (const std::string& argument : arguments) {
         words.push_back(const_cast<char*>(argument.c_str()));
     }
     words.push_back(nullptr);
-    execv(ORSEL_CLI, words.data());
+    execvp(words.front(), words.data());
     _exit(127);
 }
