@@ -118,23 +118,51 @@ std::string Kilobytes(double value) {
     return Number(value, 0) + " kB";
 }
 
-/// Where the difference between two programs lies, the largest first.
-void PrintDifference(const char* what, const Usage& ours, const char* beside, const Usage& floor) {
-    std::vector<std::pair<double, std::string>> differences;
-    std::map<std::string, double> both = floor.m_ByFile;
-    both.insert(ours.m_ByFile.begin(), ours.m_ByFile.end());
-    for (const auto& [file, ignored] : both) {
-        const auto in = [&file = file](const Usage& usage) {
-            const auto found = usage.m_ByFile.find(file);
-            return found != usage.m_ByFile.end() ? found->second : 0.0;
-        };
-        differences.emplace_back(in(ours)-in(floor), file.empty() ? "of no file" : file);
+using Sizes = std::map<std::string, double>; ///< kilobytes by file or by owner
+
+std::string NameOf(const std::string& file) {
+    return file.empty() ? "of no file" : file;
+}
+
+bool BeginsWith(const std::string& text, const char* start) {
+    return text.rfind(start, 0) == 0;
+}
+
+std::string OwnerOf(const std::string& file) {
+    if (file.empty()) {
+        return NameOf(file);
     }
-    std::sort(differences.rbegin(), differences.rend());
-    differences.resize(std::min(differences.size(), SHOWN_MAPPINGS));
-    PrintHead({std::string(what) + " above " + beside, "Resident at the end"});
-    for (const auto& [difference, file] : differences) {
-        PrintRow({file, Kilobytes(difference)});
+    for (const char* own : {"orselcards", "OrselClient", "libOrselP11", "SameWindow", "MinimalFrame"}) {
+        if (BeginsWith(file, own)) {
+            return "the program itself, its words, the token library";
+        }
+    }
+    return BeginsWith(file, "libcrypto") ? "libcrypto" : "the toolkit and the other libraries";
+}
+
+/// How much more each file, or each owner, takes in the first of two programs.
+Sizes Difference(const Usage& ours, const Usage& floor, std::string (*group)(const std::string&)) {
+    Sizes differences;
+    for (const auto& [file, size] : ours.m_ByFile) {
+        differences[group(file)] += size;
+    }
+    for (const auto& [file, size] : floor.m_ByFile) {
+        differences[group(file)] -= size;
+    }
+    return differences;
+}
+
+/// The largest first.
+void PrintSizes(const std::string& title, const Sizes& sizes) {
+    std::vector<std::pair<double, std::string>> rows;
+    for (const auto& [name, size] : sizes) {
+        rows.emplace_back(size, name);
+    }
+    std::sort(rows.rbegin(), rows.rend());
+    rows.resize(std::min(rows.size(), SHOWN_MAPPINGS));
+    PrintHead({title, "Resident at the end"});
+    for (const auto& [size, name] : rows) {
+        PrintRow({name, Kilobytes(size)});
     }
     std::printf("\n");
 }
@@ -162,8 +190,11 @@ void Measure(Desktop& desktop, bool isFirst) {
     }
     std::printf("\n");
     if (!isFirst) {
-        PrintDifference("The same window", same.MedianRun(), "the empty frame", empty.MedianRun());
-        PrintDifference("Ours, ten cards read,", ours.MedianRun(), "the same window", same.MedianRun());
+        const Usage read = ours.MedianRun();
+        const Usage shown = same.MedianRun();
+        PrintSizes("The same window above the empty frame", Difference(shown, empty.MedianRun(), NameOf));
+        PrintSizes("Ours, ten cards read, above the same window", Difference(read, shown, NameOf));
+        PrintSizes("The same by owner", Difference(read, shown, OwnerOf));
     }
 }
 
