@@ -13,6 +13,7 @@
 
 #include "bench/Comparison.h"
 #include "bench/WindowClock.h"
+#include "foundation/StringUtils.h"
 #include "tests/support/SimDeck.h"
 
 namespace {
@@ -124,20 +125,16 @@ std::string NameOf(const std::string& file) {
     return file.empty() ? "of no file" : file;
 }
 
-bool BeginsWith(const std::string& text, const char* start) {
-    return text.rfind(start, 0) == 0;
-}
-
 std::string OwnerOf(const std::string& file) {
     if (file.empty()) {
         return NameOf(file);
     }
     for (const char* own : {"orselcards", "OrselClient", "libOrselP11", "SameWindow", "MinimalFrame"}) {
-        if (BeginsWith(file, own)) {
+        if (Velmor::StartsWith(file, own)) {
             return "the program itself, its words, the token library";
         }
     }
-    return BeginsWith(file, "libcrypto") ? "libcrypto" : "the toolkit and the other libraries";
+    return Velmor::StartsWith(file, "libcrypto") ? "libcrypto" : "the toolkit and the other libraries";
 }
 
 /// How much more each file, or each owner, takes in the first of two programs.
