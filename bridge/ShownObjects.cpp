@@ -148,13 +148,12 @@ private:
         }
     }
 
-    /// Who asks by the id asks for one key, also where that key plays both roles: all that is found has that
-    /// id.
+    /// Who asks by the id asks for one key, also where that key plays both roles.
     bool IsThereById(const ShownObject& object) const {
         return m_Wanted.count(CKA_ID) != 0 &&
                std::any_of(m_Added.begin(), m_Added.end(), [&](const ShownObject* added) {
                    return added->m_Class == object.m_Class && added->m_Inner == object.m_Inner &&
-                          added->m_OwnLabel == object.m_OwnLabel;
+                          added->m_Id == object.m_Id && added->m_OwnLabel == object.m_OwnLabel;
                });
     }
 
