@@ -148,12 +148,13 @@ private:
         }
     }
 
-    /// Who asks by the id asks for one key, also where that key plays both roles.
+    /// Who asks by the id asks for one key, also where that key plays both roles: all that is found has that
+    /// id.
     bool IsThereById(const ShownObject& object) const {
         return m_Wanted.count(CKA_ID) != 0 &&
                std::any_of(m_Added.begin(), m_Added.end(), [&](const ShownObject* added) {
                    return added->m_Class == object.m_Class && added->m_Inner == object.m_Inner &&
-                          added->m_Id == object.m_Id && added->m_OwnLabel == object.m_OwnLabel;
+                          added->m_OwnLabel == object.m_OwnLabel;
                });
     }
 
@@ -208,14 +209,16 @@ CK_OBJECT_HANDLE Reveal(const InnerSession& session, const ShownObject& object) 
     if (object.m_Inner != 0) {
         return object.m_Inner;
     }
-    AttributeMap wanted = {{CKA_CLASS, NumberValue(object.m_Class)}};
-    if (!object.m_Id.empty()) {
-        wanted[CKA_ID] = object.m_Id;
-    } else {
-        wanted[CKA_LABEL] = tokenlib::BytesOf(object.m_OwnLabel);
-    }
-    const std::vector<CK_OBJECT_HANDLE> found = session.Find(wanted);
-    return found.empty() ? 0 : found.front();
+    const bool hasId = !object.m_Id.empty();
+    const std::vector<CK_OBJECT_HANDLE> found = session.Find({
+        {CKA_CLASS, NumberValue(object.m_Class)},
+        {hasId ? CKA_ID : CKA_LABEL, hasId ? object.m_Id : tokenlib::BytesOf(object.m_OwnLabel)},
+    });
+    // An object with an id may bear the label of one that has none.
+    const auto own = std::find_if(found.begin(), found.end(), [&](CK_OBJECT_HANDLE inner) {
+        return hasId || session.Read(inner, CKA_ID).value_or(Bytes()).empty();
+    });
+    return own == found.end() ? 0 : *own;
 }
 
 std::vector<CK_OBJECT_HANDLE> FindShown(const InnerSession& session, const TokenView& view,

@@ -28,6 +28,23 @@ protected:
         }
         return labels;
     }
+    /// All objects with these attributes, of which there are eight at most.
+    std::vector<CK_OBJECT_HANDLE> Search(tokenlib::AttributeMap wanted) const {
+        std::vector<CK_ATTRIBUTE> attributes;
+        for (auto& [type, value] : wanted) {
+            attributes.push_back(orseltest::AttributeOver(type, value));
+        }
+        std::vector<CK_OBJECT_HANDLE> found(8);
+        CK_ULONG count = 0;
+        EXPECT_EQ(Rv(CKR_OK), Call().C_FindObjectsInit(m_Session, attributes.data(), attributes.size()));
+        EXPECT_EQ(Rv(CKR_OK), Call().C_FindObjects(m_Session, found.data(), found.size(), &count));
+        EXPECT_EQ(Rv(CKR_OK), Call().C_FindObjectsFinal(m_Session));
+        found.resize(count);
+        return found;
+    }
+    std::vector<CK_OBJECT_HANDLE> PrivateKeysOfId(unsigned char id) const {
+        return Search({{CKA_CLASS, NumberValue(CKO_PRIVATE_KEY)}, {CKA_ID, {id}}});
+    }
 };
 
 TEST_F(AnObjectOfTheModule, ThatPlaysNoRoleIsReadInTheModule) {
@@ -162,6 +179,22 @@ TEST_F(AnObjectOfTheModule, WithoutAnIdBelongsToTheOthersByItsLabel) {
     EXPECT_THAT(HeardOf("C_DestroyObject"), ElementsAre("C_DestroyObject 101 1")) << "found by its label";
 }
 
+TEST_F(AnObjectOfTheModule, WithoutAnIdIsNotTheOneOfTheSameLabelThatHasOne) {
+    AddPair(1, 1, "own");
+    Add(2, CKO_PRIVATE_KEY, "own", {{CKA_SIGN, FlagValue(true)}});
+    Add(102, CKO_PUBLIC_KEY, "own", {{CKA_VERIFY, FlagValue(true)}});
+    Start();
+    EXPECT_THAT(Labels(CKO_PRIVATE_KEY), ElementsAre("SK.CH.SIG", "SK.CH.EKEY"));
+    const CK_OBJECT_HANDLE withoutId = FindOne(CKO_PRIVATE_KEY, "SK.CH.SIG");
+    const CK_OBJECT_HANDLE withId = FindOne(CKO_PRIVATE_KEY, "SK.CH.EKEY");
+    EXPECT_THAT(PrivateKeysOfId(1), ElementsAre(withId)) << "hidden";
+    m_Script.m_IsLoggedIn = true;
+    EXPECT_THAT(PrivateKeysOfId(1), ElementsAre(withId));
+    EXPECT_EQ(Rv(CKR_OK), Call().C_DestroyObject(m_Session, withoutId));
+    EXPECT_EQ(Rv(CKR_OK), Call().C_DestroyObject(m_Session, withId));
+    EXPECT_THAT(HeardOf("C_DestroyObject"), ElementsAre("C_DestroyObject 101 2", "C_DestroyObject 101 1"));
+}
+
 TEST_F(AnObjectOfTheModule, ThatIsNoCertificateIsNobodys) {
     Add(1, CKO_CERTIFICATE, "broken", {{CKA_ID, {1}}, {CKA_VALUE, BytesOf("no DER")}});
     Add(2, CKO_CERTIFICATE, "empty", {{CKA_ID, {2}}});
@@ -280,13 +313,8 @@ TEST_F(AnObjectOfTheModule, IsOneOfTwoKeysWhereAllOfOneClassAreAskedForByAnId) {
     AddPair(2, 2, "second");
     AddPair(3, 2, "third");
     Start();
-    CK_BYTE id = 2;
-    CK_ATTRIBUTE wanted = {CKA_ID, &id, 1};
-    CK_OBJECT_HANDLE found[8] = {};
-    CK_ULONG count = 0;
-    EXPECT_EQ(Rv(CKR_OK), Call().C_FindObjectsInit(m_Session, &wanted, 1));
-    EXPECT_EQ(Rv(CKR_OK), Call().C_FindObjects(m_Session, found, 8, &count));
-    ASSERT_EQ(3U, count);
+    const std::vector<CK_OBJECT_HANDLE> found = Search({{CKA_ID, {2}}});
+    ASSERT_THAT(found, SizeIs(3));
     EXPECT_EQ("PK.CH.EKEY", LabelOf(found[0]));
     EXPECT_EQ("third", LabelOf(found[1]));
     EXPECT_EQ("SK.CH.EKEY", LabelOf(found[2]));
