@@ -78,6 +78,13 @@ void Announce(wxWindow& window, const wxString& text) {
     }
 }
 
+/// It has taken the window off its list by now, so that the end is no news to it.
+void ForgetShowings(wxWindow& dialog) {
+    g_signal_handlers_disconnect_matched(
+        dialog.GetHandle(), static_cast<GSignalMatchType>(G_SIGNAL_MATCH_ID | G_SIGNAL_MATCH_DATA),
+        g_signal_lookup("destroy", GTK_TYPE_WIDGET), 0, nullptr, nullptr, atk_get_root());
+}
+
 /// The generic list makes it before the part with the headers.
 wxWindow& FocusedPartOf(wxListCtrl& list) {
     return list.GetChildren().empty() ? list : *list.GetChildren().front();

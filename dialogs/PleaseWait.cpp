@@ -41,6 +41,8 @@ bool PleaseWait::Show(bool show) {
     const bool isChanged = wxDialog::Show(show);
     if (show && isChanged) {
         Announce(*this, Translate("Bitte warten..."));
+    } else if (isChanged) {
+        ForgetShowings(*this);
     }
     return isChanged;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dialogs/PleaseWait.h"
 
+#include <gtk/gtk.h>
 #include <wx/frame.h>
 #include <wx/panel.h>
 #include <wx/stattext.h>
@@ -46,6 +47,19 @@ TEST_F(TheBusyDialog, TellsWhetherItWasShownOrHiddenByTheCall) {
     EXPECT_TRUE(m_Dialog.Show(true));
     EXPECT_FALSE(m_Dialog.Show(true));
     EXPECT_TRUE(m_Dialog.Show(false));
+}
+
+TEST_F(TheBusyDialog, LeavesNobodyToListenForItsEndOnceItIsHidden) {
+    AtkObject* const windows = atk_get_root(); // lists them for screen readers
+    for (int showing = 0; showing < 2; ++showing) {
+        m_Dialog.Show(true);
+        m_Dialog.Show(false);
+    }
+    EXPECT_EQ(g_signal_handler_find(m_Dialog.GetHandle(),
+                                    static_cast<GSignalMatchType>(G_SIGNAL_MATCH_ID | G_SIGNAL_MATCH_DATA),
+                                    g_signal_lookup("destroy", GTK_TYPE_WIDGET), 0, nullptr, nullptr,
+                                    windows),
+              0U);
 }
 
 TEST_F(TheBusyDialog, GrowsFromItsMiddleForATextThatNeedsMoreRoom) {
