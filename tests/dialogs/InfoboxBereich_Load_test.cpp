@@ -98,7 +98,9 @@ protected:
         ASSERT_TRUE(RunUntil([this] {
             return HasBorder(*m_Dialog) && widgets::IsUp(*m_Dialog) && Pages() > 100 &&
                    std::abs(4 * (List() + 6) - m_Dialog->GetClientSize().GetWidth()) <= 7;
-        }));
+        })) << (HasBorder(*m_Dialog) ? "" : "no border, ")
+            << (widgets::IsUp(*m_Dialog) ? "" : "not up, ") << List() << " and " << Pages() << " of "
+            << m_Dialog->GetClientSize().GetWidth();
         RunFor(100);
     }
     void LoadInFont(float scale) {
