@@ -67,7 +67,7 @@ void DropCapabilities() {
 }
 
 bool MakeMountsPrivate() {
-    return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) == 0;
 }
 
 /// In a changed root "/" is no mount point: joining the namespace that one is in leads to its own root for
@@ -111,7 +111,7 @@ public:
 
     void Tmpfs(const std::string& place) { Try(place, "tmpfs", "tmpfs", 0, "mode=0755"); }
     void Bind(const std::string& source, const std::string& place) {
-        Try(place, source.c_str(), nullptr, MS_BIND | MS_REC, nullptr);
+        Try(place, source.c_str(), "none", MS_BIND | MS_REC, nullptr);
     }
     /// Of a place that is bound: a user namespace may not take back the other restrictions of a mount.
     void MakeReadOnly(const std::string& place) {
@@ -119,10 +119,10 @@ public:
         statvfs(place.c_str(), &old);
         const unsigned long kept =
             old.f_flag & (MS_NOSUID | MS_NODEV | MS_NOEXEC | MS_NOATIME | MS_NODIRATIME);
-        Try(place, "none", nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY | kept, nullptr);
+        Try(place, "none", "none", MS_REMOUNT | MS_BIND | MS_RDONLY | kept, nullptr);
     }
     void Move(const std::string& source, const std::string& place) {
-        Try(place, source.c_str(), nullptr, MS_MOVE, nullptr);
+        Try(place, source.c_str(), "none", MS_MOVE, nullptr);
     }
 
     bool AreFine() const { return m_Obstacle.empty(); }
