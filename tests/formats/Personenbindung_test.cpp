@@ -119,7 +119,7 @@ TEST(Personenbindung, ASecondParseStartsAfresh) {
 }
 
 TEST(Personenbindung, TheDestructorWipesTheIdentity) {
-    alignas(OpenRecord) unsigned char memory[sizeof(OpenRecord)];
+    alignas(OpenRecord) unsigned char memory[sizeof(OpenRecord)] = {};
     auto* record = new (memory) OpenRecord;
     ASSERT_TRUE(record->Parse(WholeRecord()));
     const auto holds = [&memory](const std::string& word) {

@@ -30,7 +30,7 @@ TEST_F(AStore, WithoutMemoryRefusesAValueAndTakesItTheNextTime) {
     sConfig row = Row("a", "b");
     const std::string value(1000, 'x');
     const auto results = scarcememory::ResultsOf([&] { return m_Store.SetString(&row, value); });
-    EXPECT_FALSE(results.empty());
+    ASSERT_FALSE(results.empty());
     EXPECT_FALSE(results.front());
     EXPECT_TRUE(m_Store.SetString(&row, value));
     EXPECT_EQ(value, TextAt(m_Store, row));
