@@ -4,6 +4,8 @@
 #include <gtk/gtk.h>
 #include <wx/listctrl.h>
 
+#include <memory>
+
 namespace {
 
 /// The widget inside that takes the focus, such as a text view between its scrollbars; null without one.
@@ -29,6 +31,15 @@ void LeaveOutArrow(GtkWidget* widget, gpointer /*data*/) {
         gtk_widget_set_can_focus(widget, FALSE);
     } else if (GTK_IS_CONTAINER(widget)) {
         gtk_container_forall(GTK_CONTAINER(widget), &LeaveOutArrow, nullptr);
+    }
+}
+
+/// Styles a widget and all that is inside it with this GtkCssProvider.
+void Style(GtkWidget* widget, gpointer provider) {
+    gtk_style_context_add_provider(gtk_widget_get_style_context(widget), GTK_STYLE_PROVIDER(provider),
+                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    if (GTK_IS_CONTAINER(widget)) {
+        gtk_container_forall(GTK_CONTAINER(widget), &Style, provider);
     }
 }
 
@@ -83,6 +94,14 @@ void ForgetShowings(wxWindow& dialog) {
     g_signal_handlers_disconnect_matched(
         dialog.GetHandle(), static_cast<GSignalMatchType>(G_SIGNAL_MATCH_ID | G_SIGNAL_MATCH_DATA),
         g_signal_lookup("destroy", GTK_TYPE_WIDGET), 0, nullptr, nullptr, atk_get_root());
+}
+
+/// The arrow takes its colour from the button around it, so that each part has to do without.
+void LeaveOutFades(wxWindow& control) {
+    const std::unique_ptr<GtkCssProvider, decltype(&g_object_unref)> provider(gtk_css_provider_new(),
+                                                                              &g_object_unref);
+    gtk_css_provider_load_from_data(provider.get(), "* { transition: none }", -1, nullptr);
+    Style(control.GetHandle(), provider.get());
 }
 
 /// The generic list makes it before the part with the headers.

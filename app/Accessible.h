@@ -6,9 +6,9 @@ class wxListCtrl;
 class wxString;
 class wxWindow;
 
-// What people hear who cannot see the screen. On GTK the toolkit has no way to say it, so these reach through
-// to the native widget and its object on the accessibility bus (ATK): here and nowhere else. Without a bus
-// they cost next to nothing.
+// What people hear who cannot see the screen, and what a window leaves behind. On GTK the toolkit has no way
+// to say it, so these reach through to the native widget and its object on the accessibility bus (ATK): here
+// and nowhere else. Without a bus they cost next to nothing.
 
 /// The name of a control; controls with a label of their own have that without this.
 void SetAccessibleName(wxWindow& window, const wxString& name);
@@ -28,6 +28,10 @@ void Announce(wxWindow& window, const wxString& text);
 /// A dialog that is hidden to be shown again. What lists the windows for readers listens for a window's end
 /// from each showing on, and never stops: without this each showing costs 0.2 kB until that end comes.
 void ForgetShowings(wxWindow& dialog);
+
+/// A control whose colours change at once where the theme would fade them. Of an arrow GTK keeps a picture in
+/// each colour that it has drawn, 0.7 kB, until the program ends, and a fade has a dozen.
+void LeaveOutFades(wxWindow& control);
 
 /// The part of a list in report mode that has the focus.
 wxWindow& FocusedPartOf(wxListCtrl& list);

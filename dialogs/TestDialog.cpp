@@ -81,6 +81,7 @@ void TestDialog::CreateControls() {
 void TestDialog::set_properties() {
     SetSize(wxSize(600, 350));
     combo_hash->SetSelection(0);
+    LeaveOutFades(*combo_hash);
     panel_gap->SetMinSize(wxSize(75, 25));
     panel_height->SetSize(wxSize(1, 38));
     panel_height->SetMinSize(wxSize(1, 38)); // the size alone is lost at the first layout

@@ -121,6 +121,13 @@ TEST_F(TheSignatureTest, TellsPeopleWhoHearItWhatItsFieldsAreAndNothingOfItsPane
     EXPECT_EQ(widgets::RoleOf(*m_Dialog.label_status), "notification");
 }
 
+TEST_F(TheSignatureTest, HasAListWhoseArrowDoesNotFade) {
+    m_Dialog.Show();
+    ASSERT_TRUE(RunUntil([this] { return widgets::IsUp(m_Dialog); }));
+    EXPECT_FALSE(widgets::TakesColourAtOnce(*m_Dialog.button_sign));
+    EXPECT_TRUE(widgets::TakesColourAtOnce(*m_Dialog.combo_hash));
+}
+
 TEST_F(TheSignatureTest, BeginsWithTheFocusOnTheButtonThatSigns) {
     m_Dialog.Show(true);
     EXPECT_TRUE(RunUntil([this] { return m_Dialog.button_sign->HasFocus(); }));

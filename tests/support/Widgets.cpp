@@ -297,6 +297,31 @@ std::optional<wxPoint> PlaceOfOpenMenu() {
     return wxPoint(x, y);
 }
 
+bool TakesColourAtOnce(const wxWindow& control) {
+    const std::unique_ptr<GtkCssProvider, decltype(&g_object_unref)> theme(gtk_css_provider_new(),
+                                                                           &g_object_unref);
+    gtk_css_provider_load_from_data(
+        theme.get(), "* { color: black; transition: color 60s linear } :hover { color: white }", -1, nullptr);
+    GdkScreen* const screen = gtk_widget_get_screen(control.GetHandle());
+    gtk_style_context_add_provider_for_screen(screen, GTK_STYLE_PROVIDER(theme.get()),
+                                              GTK_STYLE_PROVIDER_PRIORITY_SETTINGS);
+    RunFor(100); // all are black now, or on their way to it
+    VisitAll(control.GetHandle(),
+             [](GtkWidget* part) { gtk_widget_set_state_flags(part, GTK_STATE_FLAG_PRELIGHT, FALSE); });
+    RunFor(100);
+    bool isWhite = true;
+    VisitAll(control.GetHandle(), [&isWhite](GtkWidget* part) {
+        GtkStyleContext* const style = gtk_widget_get_style_context(part);
+        GdkRGBA colour = {};
+        gtk_style_context_get_color(style, gtk_style_context_get_state(style), &colour);
+        isWhite = isWhite && colour.red > 0.99;
+    });
+    VisitAll(control.GetHandle(),
+             [](GtkWidget* part) { gtk_widget_unset_state_flags(part, GTK_STATE_FLAG_PRELIGHT); });
+    gtk_style_context_remove_provider_for_screen(screen, GTK_STYLE_PROVIDER(theme.get()));
+    return isWhite;
+}
+
 void UseTheme(const std::string& name, bool isDark) {
     g_object_set(gtk_settings_get_default(), "gtk-theme-name", name.c_str(),
                  "gtk-application-prefer-dark-theme", static_cast<gboolean>(isDark), nullptr);

@@ -45,6 +45,10 @@ std::optional<wxPoint> PlaceOfOpenMenu();
 /// What the screen shows of a window; an invalid picture before it is on the screen.
 wxImage PictureOf(const wxWindow& window);
 
+/// Whether a control that is up, with all its parts, takes the colour of another state at once, in a theme
+/// that fades colours for a minute.
+bool TakesColourAtOnce(const wxWindow& control);
+
 /// Sets the theme of all windows.
 void UseTheme(const std::string& name, bool isDark);
 
