@@ -232,7 +232,9 @@ std::string OutputOf(const std::string& command) {
 }
 
 bool WaitFor(const std::function<bool()>& condition, int seconds) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    const char* const patience = std::getenv("ORSEL_PATIENCE");
+    const auto time = std::chrono::seconds(seconds) * (patience != nullptr ? std::atoi(patience) : 1);
+    const auto end = std::chrono::steady_clock::now() + time;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {
             return false;

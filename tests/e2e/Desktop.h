@@ -71,7 +71,8 @@ bool CloseAll(const std::string& title);
 /// Output of a shell command without its last line end.
 std::string OutputOf(const std::string& command);
 
-/// Waits until the condition holds; false after that many seconds without it.
+/// Waits until the condition holds; false after that many seconds without it. A number in the environment's
+/// ORSEL_PATIENCE makes each wait that many times as long, for a tool that slows the program down.
 bool WaitFor(const std::function<bool()>& condition, int seconds = 20);
 
 /// Acts and waits until the effect shows. A press is lost on a window that is busy at that moment: when the

@@ -34,6 +34,10 @@ void WriteConfiguration(const std::string& folder, const std::string& text) {
     setenv("LD_LIBRARY_PATH", libraries.c_str(), 1);
     const std::string obstacle = withConfiguration ? privateetc::EnterWith(VelmorIn(folder), folder) : "";
     if (obstacle.empty()) {
+        if (const char* const tool = std::getenv("ORSEL_TOOL")) {
+            const std::string command = "exec " + std::string(tool) + " '" ORSEL_PROGRAM "'";
+            execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        }
         execl(ORSEL_PROGRAM, "orselcards", nullptr);
     }
     std::cerr << obstacle << std::endl;

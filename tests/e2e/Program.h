@@ -8,7 +8,8 @@
 #include <sys/types.h>
 
 /// Starts the program with the test's environment and ends it, by force if need be, when the object dies.
-/// Its output goes to a file in the folder that it is given, which is its home too.
+/// Its output goes to a file in the folder that it is given, which is its home too. A command in the
+/// environment's ORSEL_TOOL, such as "valgrind --quiet", runs the program instead of the system alone.
 class Program {
 public:
     /// With a text for the system's configuration file the program sees an "/etc" of its own that has it. A
