@@ -164,14 +164,18 @@ void Press(const std::string& keys) {
     Xdotool("key --clearmodifiers " + keys);
 }
 
-std::vector<std::string> Windows(const std::string& title) {
-    std::istringstream ids(OutputOf("xdotool search --onlyvisible --name '" + title + "' 2>/dev/null"));
+static std::vector<std::string> Search(const std::string& options) {
+    std::istringstream ids(OutputOf("xdotool search " + options + " 2>/dev/null"));
     std::vector<std::string> found;
     std::string id;
     while (ids >> id) {
         found.push_back(id);
     }
     return found;
+}
+
+std::vector<std::string> Windows(const std::string& title) {
+    return Search("--onlyvisible --name '" + title + "'");
 }
 
 std::optional<Point> PlaceOf(const std::string& title) {
@@ -201,8 +205,9 @@ void Close(const std::string& window) {
     Xdotool("windowactivate --sync " + window + " key --clearmodifiers alt+F4");
 }
 
+// A window is off the screen for a moment while it is first shown: what was closed is there no more at all.
 bool CloseAll(const std::string& title) {
-    const auto areGone = [&title] { return Windows(title).empty(); };
+    const auto areGone = [&title] { return Search("--name '" + title + "'").empty(); };
     for (int attempt = 0; attempt < 20; ++attempt) {
         for (const std::string& window : Windows(title)) {
             Close(window);

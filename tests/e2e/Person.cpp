@@ -32,8 +32,7 @@ void APerson::TearDown() {
     EXPECT_EQ(Calls("C_OpenSession"), m_Deck.GetTrace("C_CloseSession").size());
 }
 
-// A window may be off the screen for a moment while it is first shown: what counts is that the program has
-// ended.
+// There may be no window yet: what counts is that the program has ended.
 void APerson::Close() {
     EXPECT_TRUE(
         desktop::WaitFor([this] { return desktop::CloseAll(MAIN_WINDOW) && !m_Program->Runs(); }, 60));
