@@ -128,9 +128,15 @@ void APerson::CloseWindow(const char* title) {
     EXPECT_TRUE(desktop::CloseAll(title));
 }
 
+// The window may be off the screen for a moment, while it is first shown.
 std::string APerson::TitleOf(const char* title) {
-    return desktop::OutputOf("xdotool search --onlyvisible --name '" + std::string(title) +
-                             "' getwindowname 2>/dev/null");
+    std::string whole;
+    desktop::WaitFor([&] {
+        whole = desktop::OutputOf("xdotool search --onlyvisible --name '" + std::string(title) +
+                                  "' getwindowname 2>/dev/null");
+        return !whole.empty();
+    });
+    return whole;
 }
 
 // What was copied before is not taken for what the field shows: by its answer the window has copied, or it
