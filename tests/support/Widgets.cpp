@@ -12,6 +12,8 @@
 #include <memory>
 #include <set>
 
+#include "tests/support/GuiTest.h"
+
 namespace widgets {
 
 namespace {
