@@ -31,7 +31,11 @@ std::string InfoboxBereich::LabelOfTag(unsigned char tag) {
 
 void InfoboxBereich::evt_OnTimer(wxTimerEvent& /*event*/) {
     MyEnable(false);
+    const bool isModal = IsModal();
     wxYield(); // draws it disabled
+    if (isModal && !IsModal()) {
+        return; // closed meanwhile: the card is not read for a dialog that nobody sees
+    }
     m_pP11->GetTokenInfo(static_cast<unsigned long>(m_nSlot), m_TokenInfo);
     button_encrypt->Enable(false);
     if (m_TokenInfo.m_HasInfobox) {

@@ -248,6 +248,22 @@ TEST_F(AnInfoboxOnACard, EndsWhenTheExternalProgramIsStartedWhileItLoads) {
     EXPECT_EQ(m_NoPersB.m_Count, 1);
 }
 
+TEST_F(AnInfoboxOnACard, LeavesTheCardAloneWhenItIsClosedBeforeItIsDrawn) {
+    Insert("acos-a04");
+    m_Deck.RemoveObject(m_Card, "INFOBOX");
+    Open().Show(false);
+    m_Dialog->Bind(
+        wxEVT_TIMER,
+        [this](wxTimerEvent& event) {
+            m_Dialog->CallAfter([this] { m_Dialog->EndModal(0); });
+            event.Skip();
+        },
+        5444);
+    EXPECT_EQ(m_Dialog->ShowModal(), 0);
+    EXPECT_THAT(Calls(), IsEmpty());
+    EXPECT_EQ(m_NoPersB.m_Count, 0);
+}
+
 TEST_F(AnInfoboxOnACard, ListsEveryTagInTheOrderOfTheContainer) {
     Insert("acos-a04");
     ReplaceContainer({{0xab, 0, {1}}, {0x03, 0, {1}}, {0x01, 0, {1}}, {0x03, 1, {1}}});
