@@ -3,6 +3,7 @@
 
 #include <iostream>
 #include <sstream>
+#include <utility>
 
 #include "tokenlib/Files.h"
 #include "tokenlib/PinentryProgram.h"

@@ -6,15 +6,19 @@
 #include <iterator>
 
 #include "tests/e2e/Person.h"
+#include "tests/support/ProcessMemory.h"
 #include "tests/support/TempDir.h"
 
 namespace fs = std::filesystem;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace {
 
-constexpr const char* PIN = "71936482";
-constexpr const char* NEW_PIN = "57483926";
+// Longer than what an allocator writes into memory that was given back, which would hide a short PIN there.
+constexpr const char* PIN = "719364820517394628405163";
+constexpr const char* NEW_PIN = "574839261048375920618437";
+constexpr size_t LONGEST_PIN = 24;
 
 /// A person whose answers to the questions for PINs come from a program, outside of all that the card manager
 /// knows.
@@ -51,6 +55,8 @@ protected:
     static bool HasAPin(const std::string& bytes) {
         return bytes.find(PIN) != std::string::npos || bytes.find(NEW_PIN) != std::string::npos;
     }
+    /// What stands there longest: memory is used again from its start.
+    static std::string EndOf(const std::string& pin) { return pin.substr(pin.size() - 8); }
     std::string OfProcess(const char* name) const {
         return ContentOf("/proc/" + std::to_string(m_Program->Id()) + "/" + name);
     }
@@ -65,7 +71,9 @@ protected:
 TEST_F(APersonWhoIsAskedByAProgram, LeavesNoPinBehind) {
     const std::string card = m_Deck.Add("acos-a03");
     m_Deck.Change(card, [](orselsim::Card& changed) {
-        changed.m_Record.m_Pins.at("signature").m_Pin.m_Secret = orselsim::HashedSecret::Of(PIN);
+        orselsim::PinRecord& pin = changed.m_Record.m_Pins.at("signature");
+        pin.m_Pin.m_Secret = orselsim::HashedSecret::Of(PIN);
+        pin.m_MaxLength = LONGEST_PIN;
     });
     Start(1);
     Press(SIGNATURE, CHANGE_PIN);
@@ -78,8 +86,10 @@ TEST_F(APersonWhoIsAskedByAProgram, LeavesNoPinBehind) {
         EXPECT_FALSE(HasAPin(OfProcess(name))) << name;
     }
     EXPECT_FALSE(HasAPin(m_Program->Output()));
+    EXPECT_THAT(MemoryWith(m_Program->Id(), {EndOf(PIN), EndOf(NEW_PIN)}), IsEmpty());
 
-    // The search finds what it is to find.
+    // The searches find what they are to find.
+    EXPECT_THAT(MemoryWith(m_Program->Id(), {m_Deck.Folder()}), Not(IsEmpty()));
     std::ofstream(m_Deck.Folder() + "/log") << "the new PIN is " << NEW_PIN;
     EXPECT_THAT(FilesWithAPin(m_Deck.Folder()), testing::SizeIs(1));
 }
