@@ -69,10 +69,18 @@ TEST_F(GetTokenInfo, FailsWhenTheTokenGoesBetweenTheTwoCalls) {
 }
 
 TEST_F(GetTokenInfo, FailsOnACountThatNoReaderStackHas) {
-    EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
-        .WillOnce(DoAll(SetArgPointee<2>(~0UL), Return(CKR_OK)));
+    for (const CK_ULONG count : {0x10001UL, ~0UL}) {
+        EXPECT_CALL(m_Library, GetSlotList(CK_TRUE, IsNull(), _))
+            .WillOnce(DoAll(SetArgPointee<2>(count), Return(CKR_OK)));
+        TokenInfoStruct info;
+        EXPECT_FALSE(m_Card.GetTokenInfo(0, info)) << count;
+    }
+}
+
+TEST_F(GetTokenInfo, TakesTheLargestCountThatIsLessThanThat) {
+    PlanToken(0x10000, 100, Token("Karte", "123", "Modell", "Hersteller"));
     TokenInfoStruct info;
-    EXPECT_FALSE(m_Card.GetTokenInfo(0, info));
+    EXPECT_TRUE(m_Card.GetTokenInfo(0, info));
 }
 
 TEST_F(GetTokenInfo, ReportsWhichCallFailedAndLeavesTheRecordAlone) {

@@ -232,6 +232,15 @@ TEST_F(ALogger, CanBeSplitByHand) {
     EXPECT_EQ(Texts{Message("2")}, Lines());
 }
 
+TEST_F(ALogger, GoesOnInTheSameFileWhenItIsSplit) {
+    Start();
+    m_Logger.LogMessage("1");
+    std::filesystem::create_hard_link(LogPath(), m_Dir.Path("followed")); // as whoever has it open sees it
+    m_Logger.SplitLog();
+    m_Logger.LogMessage("2");
+    EXPECT_EQ(Texts{Message("2")}, LinesOf("followed"));
+}
+
 TEST_F(ALogger, StartsAnEmptyFileWithoutABackupWhenThereWasNone) {
     m_Logger.Init(LogPath(), 10, true);
     EXPECT_EQ(Texts{"client.log"}, Files());
